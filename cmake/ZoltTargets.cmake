@@ -1,0 +1,31 @@
+# What every target of the house shares: warnings are errors, floating point is evaluated as written, and
+# paths in messages start at the top of the tree.
+add_library(zolt_options INTERFACE)
+target_compile_options(zolt_options INTERFACE
+    -Wall -Wextra -Werror -ffp-contract=off -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+target_include_directories(zolt_options INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+if(ZOLT_SANITIZE)
+    target_compile_options(zolt_options INTERFACE
+        -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_compile_definitions(zolt_options INTERFACE _GLIBCXX_ASSERTIONS)
+    target_link_options(zolt_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# A target from all .cpp files of the current folder (not of folders below it).
+function(zolt_add_library name kind)
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    add_library(${name} ${kind} ${sources})
+    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
+    target_link_libraries(${name} PRIVATE zolt_options)
+    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+endfunction()
+
+# A GoogleTest program from all .cpp files of the current folder, known to CTest by its name.
+function(zolt_add_tests name)
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    add_executable(${name} ${sources})
+    target_link_libraries(${name} PRIVATE zolt_options ${ARGN} GTest::gtest GTest::gtest_main)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+endfunction()
