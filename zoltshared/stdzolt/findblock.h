@@ -1,0 +1,7 @@
+#pragma once
+
+#include <cstdint>
+
+// The index of the first of `count` elements of `elementSize` bytes that equals the one at `pKey` byte for byte; -1 if
+// none does.
+int FindBlock(const void* pKey, const void* pBase, uint32_t count, uint32_t elementSize);

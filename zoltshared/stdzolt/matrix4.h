@@ -1,0 +1,48 @@
+#pragma once
+
+#include "zoltshared/stdzolt/vector3.h"
+
+// A 4×4 matrix, row by row: element (r, c) is float number 4r + c. It acts on column vectors: a translation stands in
+// column 3, and a product A * B applies B first. Sums are evaluated in double and rounded once.
+struct Matrix4
+{
+    float m[16];
+
+    Matrix4() { Identity(); }
+
+    float& operator()(int row, int column) { return m[4 * row + column]; }
+    float operator()(int row, int column) const { return m[4 * row + column]; }
+
+    void Identity();
+    void Set(const float* pValues); // 16 floats, row by row
+
+    Matrix4 operator*(const Matrix4& b) const;
+
+    // out = M v; `out` must not be `v`.
+    void Transform(float out[4], const float v[4]) const;
+
+    // The upper left 3×3 part times v, without translation; `out` may be `v`.
+    void Apply3x3(Vector3& out, const Vector3& v) const;
+
+    // Columns 0, 1, 2, their first three rows.
+    void GetBasisVectors(Vector3& a, Vector3& b, Vector3& c) const;
+    void SetBasisVectors(const Vector3& a, const Vector3& b, const Vector3& c);
+
+    // Column 3, its first three rows.
+    void GetTranslation(Vector3& v) const;
+    void SetTranslation(float x, float y, float z);
+    void SetTranslation(const Vector3& v) { SetTranslation(v.x, v.y, v.z); }
+
+    // The inverse of a rigid transform (a rotation and a translation), by transposing its rotation; wrong for a matrix
+    // with scale or shear. `out` may be this matrix.
+    void Inverse(Matrix4& out) const;
+
+    // Makes the rotation part orthonormal: columns 0 and 1 get the length 1, column 2 becomes column 0 × column 1.
+    // Columns 0 and 1 must not be of length 0.
+    void Normalize();
+};
+
+static_assert(sizeof(Matrix4) == 64);
+
+// out = A B; `out` must not be A or B.
+void Multiply(Matrix4& out, const Matrix4& a, const Matrix4& b);

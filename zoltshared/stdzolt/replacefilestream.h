@@ -1,0 +1,38 @@
+#pragma once
+
+#include "zoltshared/stdzolt/ownedstring.h"
+#include "zoltshared/stdzolt/stdiostream.h"
+
+// Writes a file so that either the old file or the whole new one is on disk, whatever happens on the way: what is
+// written goes to a temporary file beside the target, and takes its place with `Commit`. `Release` without a `Commit`
+// leaves the target as it was. A symbolic link is followed to its end; the target's permissions (and owner, where that
+// is allowed) are kept.
+class ReplaceFileStream : public StdioStream
+{
+public:
+    ~ReplaceFileStream() override;
+
+    // Flushes, syncs and closes the file and puts it in the target's place: 0 on success. A failure, also that of any
+    // write before, leaves the target untouched (not in direct mode). The stream is closed afterwards in either case.
+    int Commit();
+
+    // True if the target itself is being written, because it isn't a regular file, or because nothing can be put in
+    // its place from the folder that it is in.
+    bool IsDirect() const { return m_bDirect; }
+
+private:
+    friend ReplaceFileStream* OpenReplaceFileStream(const char* pFilename);
+
+    ReplaceFileStream() = default;
+    bool OpenTemporary(const char* pTarget);
+    bool OpenDirect(const char* pTarget);
+    void Discard();
+
+    OwnedString m_Target;    // the end of all links
+    OwnedString m_Temporary; // empty in direct mode, and once it is gone
+    bool m_bDirect = false;
+};
+
+// Null wherever `fopen` with "wb" would fail: the target can't be written, is a folder, or its folder isn't there. The
+// target isn't touched by the open, unless it has to be written directly.
+ReplaceFileStream* OpenReplaceFileStream(const char* pFilename);

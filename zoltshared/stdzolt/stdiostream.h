@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdio>
+
+#include "zoltshared/stdzolt/basestream.h"
+
+// A stream on a file of the standard library, which it owns.
+class StdioStream : public BaseStream
+{
+public:
+    StdioStream() = default;
+    ~StdioStream() override;
+
+    // Takes the file over.
+    void SetFile(FILE* pFile) { m_pFile = pFile; }
+
+    void Release() override { delete this; }
+    int Read(void* pData, uint32_t size) override;
+    int ErrorStatus() override { return m_bError ? 1 : 0; }
+    int SeekTo(uint32_t pos) override;
+    int GetPos(uint32_t* pPos) override;
+    int GetLen(uint32_t* pLen) override;
+    int Write(const void* pData, uint32_t size) override;
+
+protected:
+    FILE* m_pFile = nullptr;
+    QZBOOL m_bError = QZFALSE;
+};
+
+// `fopen` with that mode; null if the file can't be opened.
+ModelStream* OpenStdioStream(const char* pFilename, const char* pMode);
