@@ -27,7 +27,7 @@ public:
     // 0, or 1 after a failure.
     virtual int ErrorStatus() = 0;
 
-    // From the start of the stream. Never sets the error status.
+    // From the start of the stream. A failure doesn't set the error status (but that of a `FileIOStream` does).
     virtual int SeekTo(uint32_t pos) = 0;
     virtual int GetPos(uint32_t* pPos) = 0;
     virtual int GetLen(uint32_t* pLen) = 0;

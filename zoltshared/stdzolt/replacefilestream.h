@@ -24,12 +24,13 @@ private:
     friend ReplaceFileStream* OpenReplaceFileStream(const char* pFilename);
 
     ReplaceFileStream() = default;
-    bool OpenTemporary(const char* pTarget);
-    bool OpenDirect(const char* pTarget);
+    bool Open(const char* pFilename);
+    bool OpenDirect(const char* pFilename);
+    bool CloseSynced();
     void Discard();
 
     OwnedString m_Target;    // the end of all links
-    OwnedString m_Temporary; // empty in direct mode, and once it is gone
+    OwnedString m_Temporary; // empty in direct mode, and once the file is gone
     bool m_bDirect = false;
 };
 

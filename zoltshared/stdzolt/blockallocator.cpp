@@ -1,0 +1,71 @@
+#include "zoltshared/stdzolt/blockallocator.h"
+
+static constexpr bool WIDE_POINTERS = sizeof(void*) > 4;
+
+static uint64_t RoundUp(uint64_t size)
+{
+    return (size + 3) & ~uint64_t(3);
+}
+
+BlockAllocator::~BlockAllocator()
+{
+    Term();
+}
+
+QZBOOL BlockAllocator::Init(Allocator* pDelegate, int size)
+{
+    Term();
+    if (size < 0)
+        return QZFALSE;
+    const uint32_t rounded = static_cast<uint32_t>(RoundUp(static_cast<uint32_t>(size)));
+    if (rounded != 0)
+    {
+        m_pBlock = static_cast<char*>(pDelegate->Alloc(rounded));
+        if (!m_pBlock)
+            return QZFALSE;
+    }
+    m_pDelegate = pDelegate;
+    m_Size = rounded;
+    return QZTRUE;
+}
+
+void BlockAllocator::Term()
+{
+    if (m_pDelegate)
+        m_pDelegate->Free(m_pBlock);
+    m_pDelegate = nullptr;
+    m_pBlock = nullptr;
+    m_Used = 0;
+    m_Size = 0;
+    m_UsedBack = 0;
+}
+
+void* BlockAllocator::Alloc(uint32_t size)
+{
+    if (size == 0)
+        return nullptr;
+    const uint64_t rounded = RoundUp(size);
+    if (m_Used + rounded > m_Size)
+        return nullptr;
+    char* pPiece = m_pBlock + (m_Used - m_UsedBack);
+    if (WIDE_POINTERS && rounded % 8 != 0)
+    {
+        m_UsedBack += static_cast<uint32_t>(rounded);
+        pPiece = m_pBlock + (m_Size - m_UsedBack);
+    }
+    m_Used += static_cast<uint32_t>(rounded);
+    return pPiece;
+}
+
+void BlockAllocator::Free(void* pMemory)
+{
+    if (pMemory && !Contains(pMemory))
+        g_DefaultAllocator.Free(pMemory);
+}
+
+bool BlockAllocator::Contains(const void* pMemory) const
+{
+    const uintptr_t address = reinterpret_cast<uintptr_t>(pMemory);
+    const uintptr_t start = reinterpret_cast<uintptr_t>(m_pBlock);
+    return address >= start && address - start < m_Size;
+}

@@ -1,0 +1,3 @@
+#include "zoltshared/stdzolt/emptystring.h"
+
+char g_EmptyString[1] = {0};

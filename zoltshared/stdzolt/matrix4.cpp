@@ -1,0 +1,113 @@
+#include "zoltshared/stdzolt/matrix4.h"
+
+#include <cmath>
+#include <cstring>
+
+void Matrix4::Identity()
+{
+    for (int i = 0; i < 16; i++)
+        m[i] = i % 5 == 0 ? 1.0f : 0.0f;
+}
+
+void Matrix4::Set(const float* pValues)
+{
+    std::memcpy(m, pValues, sizeof(m));
+}
+
+void Multiply(Matrix4& out, const Matrix4& a, const Matrix4& b)
+{
+    for (int r = 0; r < 4; r++)
+    {
+        for (int c = 0; c < 4; c++)
+        {
+            double sum = 0.0;
+            for (int k = 0; k < 4; k++)
+                sum += double(a(r, k)) * b(k, c);
+            out(r, c) = static_cast<float>(sum);
+        }
+    }
+}
+
+Matrix4 Matrix4::operator*(const Matrix4& b) const
+{
+    Matrix4 out;
+    Multiply(out, *this, b);
+    return out;
+}
+
+void Matrix4::Transform(float out[4], const float v[4]) const
+{
+    const Matrix4& self = *this;
+    for (int r = 0; r < 4; r++)
+    {
+        double sum = 0.0;
+        for (int c = 0; c < 4; c++)
+            sum += double(self(r, c)) * v[c];
+        out[r] = static_cast<float>(sum);
+    }
+}
+
+void Matrix4::Apply3x3(Vector3& out, const Vector3& v) const
+{
+    float result[3];
+    for (int r = 0; r < 3; r++)
+        result[r] = Vector3(m[4 * r], m[4 * r + 1], m[4 * r + 2]).Dot(v);
+    out.Set(result[0], result[1], result[2]);
+}
+
+void Matrix4::GetBasisVectors(Vector3& a, Vector3& b, Vector3& c) const
+{
+    a.Set(m[0], m[4], m[8]);
+    b.Set(m[1], m[5], m[9]);
+    c.Set(m[2], m[6], m[10]);
+}
+
+static void SetColumn(Matrix4& matrix, int column, const Vector3& v)
+{
+    matrix(0, column) = v.x;
+    matrix(1, column) = v.y;
+    matrix(2, column) = v.z;
+}
+
+void Matrix4::SetBasisVectors(const Vector3& a, const Vector3& b, const Vector3& c)
+{
+    SetColumn(*this, 0, a);
+    SetColumn(*this, 1, b);
+    SetColumn(*this, 2, c);
+}
+
+void Matrix4::GetTranslation(Vector3& v) const
+{
+    v.Set(m[3], m[7], m[11]);
+}
+
+void Matrix4::SetTranslation(float x, float y, float z)
+{
+    SetColumn(*this, 3, Vector3(x, y, z));
+}
+
+void Matrix4::Inverse(Matrix4& out) const
+{
+    Vector3 a, b, c, translation;
+    GetBasisVectors(a, b, c);
+    GetTranslation(translation);
+    out.Identity();
+    out.SetBasisVectors(Vector3(a.x, b.x, c.x), Vector3(a.y, b.y, c.y), Vector3(a.z, b.z, c.z));
+    out.SetTranslation(-a.Dot(translation), -b.Dot(translation), -c.Dot(translation));
+}
+
+static Vector3 DividedByLength(const Vector3& v)
+{
+    const double mag = std::sqrt(double(v.x) * v.x + double(v.y) * v.y + double(v.z) * v.z);
+    return Vector3(static_cast<float>(v.x / mag), static_cast<float>(v.y / mag), static_cast<float>(v.z / mag));
+}
+
+void Matrix4::Normalize()
+{
+    Vector3 a, b, c;
+    GetBasisVectors(a, b, c);
+    a = DividedByLength(a);
+    b = DividedByLength(b);
+    c = b.Cross(a); // a × b
+    SetBasisVectors(a, b, c);
+}
