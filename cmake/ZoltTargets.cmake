@@ -14,6 +14,11 @@ endif()
 # A target from all .cpp files of the current folder (not of folders below it).
 function(zolt_add_library name kind)
     file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    if(NOT sources)
+        # A folder without code yet still makes a target.
+        set(sources ${CMAKE_CURRENT_BINARY_DIR}/${name}_empty.cpp)
+        file(TOUCH ${sources})
+    endif()
     add_library(${name} ${kind} ${sources})
     set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
     target_link_libraries(${name} PRIVATE zolt_options)
