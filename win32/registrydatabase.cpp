@@ -1,0 +1,319 @@
+#include "win32/registrydatabase.h"
+
+#include "win32/registrystore.h"
+#include "win32/userfolders.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <sqlite3.h>
+#include <sys/file.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+static const int BUSY_TIMEOUT_MS = 10000;
+
+// Stands in the file's user_version; 0 is a file in which nothing has been written yet.
+static const int SCHEMA_VERSION = 1;
+
+// NOCASE folds ASCII letters only.
+static const char* const SCHEMA =
+    "CREATE TABLE IF NOT EXISTS registry_key(path TEXT PRIMARY KEY NOT NULL COLLATE NOCASE) WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS registry_value(path TEXT NOT NULL COLLATE NOCASE, name TEXT NOT NULL COLLATE NOCASE,"
+    " type INTEGER NOT NULL, data BLOB NOT NULL, PRIMARY KEY(path, name)) WITHOUT ROWID;"
+    "PRAGMA user_version = 1;";
+
+// Work on an open store; gives an SQLite result code.
+using StoreWork = std::function<int(sqlite3*)>;
+
+namespace
+{
+
+class Statement
+{
+public:
+    Statement(sqlite3* db, const char* sql) { m_Result = sqlite3_prepare_v2(db, sql, -1, &m_Statement, nullptr); }
+    ~Statement() { sqlite3_finalize(m_Statement); }
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    // Texts are bound by address and must outlive the statement.
+    void BindText(int place, const std::string& text)
+    {
+        Bind(sqlite3_bind_text64(m_Statement, place, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
+    }
+    void BindInt(int place, sqlite3_int64 number) { Bind(sqlite3_bind_int64(m_Statement, place, number)); }
+    void BindBytes(int place, const std::vector<BYTE>& bytes)
+    {
+        Bind(bytes.empty() ? sqlite3_bind_zeroblob(m_Statement, place, 0)
+                           : sqlite3_bind_blob64(m_Statement, place, bytes.data(), bytes.size(), SQLITE_STATIC));
+    }
+    // SQLITE_ROW, SQLITE_DONE, or the error of this or an earlier step.
+    int Step() { return m_Result == SQLITE_OK ? sqlite3_step(m_Statement) : m_Result; }
+    int Run() { return m_Result == SQLITE_OK && Step() == SQLITE_DONE ? SQLITE_OK : Failure(); }
+
+    sqlite3_int64 Int(int column) { return sqlite3_column_int64(m_Statement, column); }
+    std::vector<BYTE> Bytes(int column)
+    {
+        const BYTE* data = static_cast<const BYTE*>(sqlite3_column_blob(m_Statement, column));
+        const int size = sqlite3_column_bytes(m_Statement, column);
+        return data ? std::vector<BYTE>(data, data + size) : std::vector<BYTE>();
+    }
+
+private:
+    void Bind(int result) { m_Result = m_Result == SQLITE_OK ? result : m_Result; }
+    int Failure() { return m_Result == SQLITE_OK ? sqlite3_errcode(sqlite3_db_handle(m_Statement)) : m_Result; }
+
+    sqlite3_stmt* m_Statement = nullptr;
+    int m_Result;
+};
+
+class FolderLock
+{
+public:
+    explicit FolderLock(const fs::path& folder) : m_File(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+    {
+        if (m_File >= 0)
+            flock(m_File, LOCK_EX);
+    }
+    ~FolderLock()
+    {
+        if (m_File >= 0)
+            close(m_File);
+    }
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+
+private:
+    int m_File;
+};
+
+} // namespace
+
+static bool IsDamage(int result)
+{
+    return (result & 0xFF) == SQLITE_CORRUPT || (result & 0xFF) == SQLITE_NOTADB;
+}
+
+static LONG ToRegistryError(int result)
+{
+    switch (result & 0xFF)
+    {
+    case SQLITE_OK:
+        return ERROR_SUCCESS;
+    case SQLITE_NOTFOUND:
+        return ERROR_FILE_NOT_FOUND;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+        return ERROR_BUSY;
+    case SQLITE_READONLY:
+    case SQLITE_CANTOPEN:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+        return ERROR_ACCESS_DENIED;
+    case SQLITE_NOMEM:
+        return ERROR_OUTOFMEMORY;
+    case SQLITE_TOOBIG:
+        return ERROR_INVALID_PARAMETER;
+    case SQLITE_MISMATCH: // a later schema
+        return ERROR_BADDB;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+        return ERROR_REGISTRY_CORRUPT;
+    default:
+        return ERROR_REGISTRY_IO_FAILED;
+    }
+}
+
+static int ReadSchemaVersion(sqlite3* db, int& version)
+{
+    Statement pragma(db, "PRAGMA user_version");
+    const int result = pragma.Step();
+    if (result != SQLITE_ROW)
+        return result;
+    version = static_cast<int>(pragma.Int(0));
+    return version == 0 || version == SCHEMA_VERSION ? SQLITE_OK : SQLITE_MISMATCH;
+}
+
+// With our schema's number in the file, a statement that doesn't compile means that the tables aren't what they were.
+static int SchemaErrorAsDamage(int result)
+{
+    return (result & 0xFF) == SQLITE_ERROR ? SQLITE_CORRUPT : result;
+}
+
+static int ReadStore(sqlite3* db, const StoreWork& work)
+{
+    int version = 0;
+    int result = ReadSchemaVersion(db, version);
+    if (result == SQLITE_OK)
+        result = version == 0 ? SQLITE_NOTFOUND : SchemaErrorAsDamage(work(db));
+    return result;
+}
+
+static int WriteStore(sqlite3* db, const StoreWork& work)
+{
+    int result = sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+    if (result != SQLITE_OK)
+        return result;
+    int version = 0;
+    result = ReadSchemaVersion(db, version);
+    if (result == SQLITE_OK && version == 0)
+        result = sqlite3_exec(db, SCHEMA, nullptr, nullptr, nullptr);
+    if (result == SQLITE_OK)
+        result = SchemaErrorAsDamage(work(db));
+    if (result == SQLITE_OK)
+        result = sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    if (result != SQLITE_OK)
+        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+    return result;
+}
+
+static int OnFile(const std::string& file, bool writes, const StoreWork& work)
+{
+    const int flags = SQLITE_OPEN_READWRITE | (writes ? SQLITE_OPEN_CREATE : 0);
+    sqlite3* db = nullptr;
+    int result = sqlite3_open_v2(file.c_str(), &db, flags, nullptr);
+    if (result == SQLITE_OK)
+    {
+        sqlite3_busy_timeout(db, BUSY_TIMEOUT_MS);
+        result = writes ? WriteStore(db, work) : ReadStore(db, work);
+    }
+    sqlite3_close(db);
+    return result;
+}
+
+static bool MoveAside(const std::string& file)
+{
+    const std::string aside = file + ".damaged";
+    // The journal goes along: left behind, it would be played back into the fresh store.
+    std::remove((aside + "-journal").c_str());
+    std::rename((file + "-journal").c_str(), (aside + "-journal").c_str());
+    return std::rename(file.c_str(), aside.c_str()) == 0;
+}
+
+// Begins a fresh store in place of a damaged one. Of several processes that find the damage one does it; the others
+// wait and then find the fresh store.
+static int RecoverFile(const std::string& file, bool writes, const StoreWork& work)
+{
+    const FolderLock lock(fs::path(file).parent_path());
+    std::error_code error;
+    int result = fs::exists(file, error) || writes ? OnFile(file, writes, work) : SQLITE_NOTFOUND;
+    if (!IsDamage(result) || !MoveAside(file))
+        return result;
+    result = writes ? OnFile(file, writes, work) : SQLITE_NOTFOUND;
+    return result;
+}
+
+static int OnMemory(bool writes, const StoreWork& work)
+{
+    static sqlite3* s_Memory = nullptr; // lasts as long as the process
+    if (!s_Memory)
+    {
+        const int result = sqlite3_open_v2(":memory:", &s_Memory, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+        if (result != SQLITE_OK)
+        {
+            sqlite3_close(s_Memory);
+            s_Memory = nullptr;
+            return result;
+        }
+    }
+    return writes ? WriteStore(s_Memory, work) : ReadStore(s_Memory, work);
+}
+
+static LONG OnStore(bool writes, const StoreWork& work)
+{
+    const std::string file = GetRegistryFile();
+    if (file.empty())
+        return ToRegistryError(OnMemory(writes, work));
+    std::error_code error;
+    if (!writes && !fs::exists(file, error))
+        return ERROR_FILE_NOT_FOUND;
+    if (writes && !MakeFolders(fs::path(file).parent_path().string()))
+        return ERROR_ACCESS_DENIED;
+    int result = OnFile(file, writes, work);
+    if (IsDamage(result))
+        result = RecoverFile(file, writes, work);
+    return ToRegistryError(result);
+}
+
+static int FindKey(sqlite3* db, const std::string& key)
+{
+    Statement select(db, "SELECT 1 FROM registry_key WHERE path = ?");
+    select.BindText(1, key);
+    const int result = select.Step();
+    if (result == SQLITE_ROW)
+        return SQLITE_OK;
+    return result == SQLITE_DONE ? SQLITE_NOTFOUND : result;
+}
+
+static int InsertKeys(sqlite3* db, const std::string& key)
+{
+    size_t end = 0;
+    do
+    {
+        end = key.find('\\', end + 1);
+        const std::string upTo = key.substr(0, end);
+        Statement insert(db, "INSERT OR IGNORE INTO registry_key(path) VALUES(?)");
+        insert.BindText(1, upTo);
+        const int result = insert.Run();
+        if (result != SQLITE_OK)
+            return result;
+    } while (end != std::string::npos);
+    return SQLITE_OK;
+}
+
+LONG FindRegistryKey(const std::string& key)
+{
+    return OnStore(false, [&](sqlite3* db) { return FindKey(db, key); });
+}
+
+LONG CreateRegistryKey(const std::string& key, bool& created)
+{
+    created = false;
+    return OnStore(true,
+                   [&](sqlite3* db)
+                   {
+                       const int found = FindKey(db, key);
+                       created = found == SQLITE_NOTFOUND;
+                       return created ? InsertKeys(db, key) : found;
+                   });
+}
+
+LONG ReadRegistryValue(const std::string& key, const std::string& name, RegistryValue& value)
+{
+    return OnStore(false,
+                   [&](sqlite3* db)
+                   {
+                       Statement select(db, "SELECT type, data FROM registry_value WHERE path = ? AND name = ?");
+                       select.BindText(1, key);
+                       select.BindText(2, name);
+                       const int result = select.Step();
+                       if (result != SQLITE_ROW)
+                           return result == SQLITE_DONE ? SQLITE_NOTFOUND : result;
+                       value.type = static_cast<DWORD>(select.Int(0));
+                       value.data = select.Bytes(1);
+                       return SQLITE_OK;
+                   });
+}
+
+LONG WriteRegistryValue(const std::string& key, const std::string& name, const RegistryValue& value)
+{
+    return OnStore(true,
+                   [&](sqlite3* db)
+                   {
+                       const int result = InsertKeys(db, key);
+                       if (result != SQLITE_OK)
+                           return result;
+                       Statement insert(db, "INSERT INTO registry_value(path, name, type, data) VALUES(?, ?, ?, ?)"
+                                            " ON CONFLICT(path, name) DO UPDATE SET type = excluded.type,"
+                                            " data = excluded.data");
+                       insert.BindText(1, key);
+                       insert.BindText(2, name);
+                       insert.BindInt(3, value.type);
+                       insert.BindBytes(4, value.data);
+                       return insert.Run();
+                   });
+}
