@@ -23,6 +23,12 @@ public:
 
     // Gives the block back; all pieces are gone.
     void Term();
+    // Keeps the block and forgets all pieces.
+    void Reset()
+    {
+        m_Used = 0;
+        m_UsedBack = 0;
+    }
 
     void* Alloc(uint32_t size) override;
 

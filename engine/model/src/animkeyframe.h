@@ -1,0 +1,12 @@
+#pragma once
+
+#include "zoltshared/stdzolt/emptystring.h"
+
+#include <cstdint>
+
+// One key time of an animation.
+struct AnimKeyFrame
+{
+    uint32_t m_Time = 0;                   // milliseconds from the start of the animation
+    const char* m_pString = g_EmptyString; // command string, in the model's string store
+};

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "zoltshared/stdzolt/qzbool.h"
+
+#include <cstdint>
+
+class Model;
+class ModelAnim;
+
+// A position on an animation's key list.
+struct AnimTime
+{
+    uint16_t m_iAnim = 0;  // row of the model's m_Anims
+    uint16_t m_iFrame = 0; // key index
+    uint32_t m_Time = 0;   // for the caller's own use
+};
+
+constexpr uint32_t ANIMTRACKER_NO_WEIGHTSET = 0xFFFFFFFFu;
+
+// One animation position: a point between two keys, which may lie in two different animations.
+class AnimTracker
+{
+public:
+    // Fills all but the weight set.
+    void Init(Model* pModel, uint32_t iPrevAnim, uint32_t iPrevFrame, uint32_t iCurAnim, uint32_t iCurFrame,
+              float percent);
+    QZBOOL IsValid() const;
+    ModelAnim* GetPrevAnim() const;
+    ModelAnim* GetCurAnim() const;
+
+    Model* m_pModel = nullptr;
+    AnimTime m_Prev;                                  // the earlier key
+    AnimTime m_Cur;                                   // the later key
+    float m_Percent = 0.0f;                           // fraction from m_Prev to m_Cur, 0.0 to 1.0
+    uint32_t m_iWeightSet = ANIMTRACKER_NO_WEIGHTSET; // of positions 1 and up
+};

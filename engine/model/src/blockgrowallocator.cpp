@@ -1,0 +1,13 @@
+#include "engine/model/src/blockgrowallocator.h"
+
+#include "zoltshared/stdzolt/blockallocator.h"
+
+void* BlockGrowAllocator::Alloc(uint32_t size)
+{
+    return g_DefaultAllocator.Alloc(size);
+}
+
+void BlockGrowAllocator::Free(void* pMemory)
+{
+    m_pBlock->Free(pMemory);
+}

@@ -1,0 +1,278 @@
+#pragma once
+
+#include "engine/model/src/animinfo.h"
+#include "engine/model/src/attachmentlist.h"
+#include "engine/model/src/blockgrowallocator.h"
+#include "engine/model/src/childinfo.h"
+#include "engine/model/src/loadrequest.h"
+#include "engine/model/src/modelanim.h"
+#include "engine/model/src/modelnode.h"
+#include "engine/model/src/modelpiece.h"
+#include "engine/model/src/modelsocket.h"
+#include "engine/model/src/modelstringlist.h"
+#include "engine/model/src/modelvertweight.h"
+#include "engine/model/src/weightset.h"
+#include "zoltshared/stdzolt/allocatednew.h"
+#include "zoltshared/stdzolt/blockallocator.h"
+#include "zoltshared/stdzolt/dynarray.h"
+
+#include <cstdint>
+
+class AnimTracker;
+class ModelStream;
+class TransformMaker;
+struct ModelAllocations;
+struct VertexDeformRequest;
+
+constexpr uint32_t MAX_CHILD_MODELS = 16;
+// A string of the file that enters the string store keeps this many characters, terminator included.
+constexpr uint32_t MODEL_STRING_BUFFER = 4096;
+// Room that AddChildModel needs for its message, terminator included; a longer node name is cut.
+constexpr uint32_t MODEL_ERRSTR_SIZE = 4224;
+
+// Bytes of all models of the process: the objects themselves and the blocks that they live in.
+extern uint32_t g_ModelMemory;
+
+// A list link for the run-time side, which this library never follows.
+struct ModelLink
+{
+    ModelLink* m_pPrev = nullptr;
+    ModelLink* m_pNext = nullptr;
+    void* m_pData = nullptr;
+};
+
+// One model: node tree, pieces, animations, child links, sockets and weight sets. It owns all of them.
+//
+// Derived tables (node indices, m_Transforms, track lists, first-vertex indices) are valid after Precalc; whoever
+// changes the tree or the pieces calls Precalc(QZTRUE). A model is used by one thread at a time.
+//
+// Results are QZTRUE or QZFALSE, or a null pointer, unless told otherwise; a failure is lack of memory or what the
+// comment says. Look-ups by name ignore the case of ASCII letters, and the first hit in index order wins;
+// out-parameters may be null and are set on a hit only.
+//
+// An object that is handed over (AddSocket, AddWeightSet, AddAnim, SetRootNode) must come from GetGrowAllocator();
+// for a model on g_DefaultAllocator, and for one in its own block, that is what `new` of the model classes gives.
+class Model
+{
+public:
+    ZOLT_ALLOCATED_NEW
+
+    // pAlloc serves everything that the model owns except the storage of m_Anims, which pDefaultAlloc serves.
+    Model(Allocator* pAlloc, Allocator* pDefaultAlloc);
+    virtual ~Model();
+    Model(const Model&) = delete;
+    Model& operator=(const Model&) = delete;
+
+    static Model* CreateModel();
+    static void DeleteModel(Model* pModel);
+
+    // Counted references held by parents; Release doesn't destroy.
+    int32_t AddRef();
+    int32_t Release();
+    bool IsUnreferenced() const { return m_RefCount == 0; }
+    // Empties the model and keeps it usable. Child models are released, and with bDeleteChildren deleted once nothing
+    // refers to them.
+    void Term(QZBOOL bDeleteChildren);
+
+    ModelNode* GetRootNode() const { return m_pRootNode; }
+    uint32_t NumNodes() const { return m_Transforms.GetSize(); }
+    ModelNode* GetNode(uint32_t i) const { return m_FlatNodeList.Get(i); }
+    Matrix4& GetTransform(uint32_t i) { return m_Transforms[i]; }
+    uint32_t NumPieces() const { return m_Pieces.GetSize(); }
+    ModelPiece* GetPiece(uint32_t i) const { return m_Pieces.Get(i); }
+    uint32_t NumWeightSets() const { return m_WeightSets.GetSize(); }
+    WeightSet* GetWeightSet(uint32_t i) const { return m_WeightSets.Get(i); }
+    uint32_t NumAnims() const { return m_Anims.GetSize(); }
+    ModelAnim* GetAnim(uint32_t i) const { return m_Anims.Get(i).m_pAnim; }
+    AnimInfo* GetAnimInfo(uint32_t i) { return &m_Anims[i]; }
+    // Null for a row that came from a child model.
+    ModelAnim* GetOwnAnim(uint32_t i) const;
+    uint32_t NumLODs() const { return m_LODDistances.GetSize() + 1; }
+    Allocator* GetAllocator() const { return m_pAllocator; }
+    Allocator* GetDefaultAllocator() const { return m_pDefaultAllocator; }
+    // Memory for what is added after a load; frees whatever the model's allocator gave, too.
+    Allocator* GetGrowAllocator();
+    uint32_t GetFileVersion() const { return m_FileVersion; }
+    uint32_t GetModelStamp() const { return m_SelfChildModel.m_Stamp; }
+    void SetModelStamp(uint32_t stamp) { m_SelfChildModel.m_Stamp = stamp; }
+
+    // The stored copy of a text; the shared empty string, never null, for an empty text or without memory.
+    const char* AddString(const char* pText);
+    QZBOOL SetFilename(const char* pName);
+    void FreeFilename();
+    void SetFadeRange(float fMin, float fMax);
+
+    ModelPiece* FindPiece(const char* pName, uint32_t* piPiece) const;
+    WeightSet* FindWeightSet(const char* pName, uint32_t* piSet) const;
+    ModelNode* FindNode(const char* pName, uint32_t* piNode) const;
+    ModelAnim* FindAnim(const char* pName, uint32_t* piAnim, AnimInfo** ppInfo);
+    AnimInfo* FindAnimInfo(const char* pName, Model* pOwner, uint32_t* piAnim);
+    QZBOOL GetAnimInfoIndex(const AnimInfo* pInfo, uint32_t* piAnim) const;
+    ModelSocket* FindSocket(const char* pName, uint32_t* piSocket) const;
+    // The node under pRoot that has pNode among its direct children, and the child's place.
+    static ModelNode* FindParent(ModelNode* pNode, ModelNode* pRoot, uint32_t* piChild);
+
+    // Takes ownership; a root before it that isn't the built-in one is destroyed.
+    void SetRootNode(ModelNode* pRoot);
+    QZBOOL SwapPieces(uint32_t iA, uint32_t iB);
+    QZBOOL AddWeightSet(WeightSet* pSet);
+    void RemoveWeightSet(uint32_t iSet);
+    // False if the piece counts or a piece's triangle counts differ.
+    QZBOOL CopyUVs(Model* pOther);
+    // The base name if it is free, else the base name and the lowest free number from 0 to 32767. False if there is
+    // none or if it doesn't fit outSize bytes.
+    QZBOOL MakeUniqueAnimName(const char* pBase, char* pOut, uint32_t outSize);
+    QZBOOL Precalc(QZBOOL bForce);
+    void PrecalcNodeOffsets();
+
+    uint32_t CalcNumVerts() const;
+    uint32_t CalcNumTris(uint32_t iLOD) const;
+    uint32_t CalcNumWeights() const;
+    uint32_t CalcNumChildAnims(QZBOOL bIncludeSelf) const;
+    uint32_t CalcNumOwnAnims() const;
+    // True if a LOD 0 vertex of any piece has a weight on the node.
+    QZBOOL IsNodeWeighted(uint32_t iNode) const;
+
+    // Child links. model_children.cpp
+    uint32_t NumChildModels() const { return m_nChildModels; }
+    ChildInfo* GetChildModel(uint32_t index) const;
+    ChildInfo* GetSelfChildModel() const { return m_ChildModels[0]; }
+    ChildInfo* FindChildModel(const Model* pModel) const;
+    ChildInfo* FindChildModelByName(const char* pName, uint32_t* pIndex) const; // case-sensitive
+    // Links pChild (which may be null: a link without a model) and copies its rows. The trees must have one shape.
+    // Null on failure, with an English message in pErrStr, which has room for MODEL_ERRSTR_SIZE bytes.
+    ChildInfo* AddChildModel(Model* pChild, const char* pName, char* pErrStr, QZBOOL bCalcRelation);
+    // Link 0 can't be removed. The child model is released, not deleted.
+    QZBOOL RemoveChildModel(uint32_t iIndex);
+    // Ties a link to a slot, for the reader: pName isn't interned, m_nChildModels isn't touched.
+    QZBOOL SetChildModel(uint32_t iIndex, ChildInfo* pInfo, Model* pChild, const char* pName);
+    // Fills the relations: the identity, or with bCalc what makes the child's bind pose land on this model's.
+    QZBOOL SetupChildModelRelation(ChildInfo* pInfo, Model* pChild, QZBOOL bCalc);
+
+    // Animation table. model_anims.cpp
+    AnimInfo* AddAnim(ModelAnim* pAnim);
+    AnimInfo* AddAnimToChildInfo(ModelAnim* pAnim, ChildInfo* pInfo);
+    // A one-key animation of the identity at every node.
+    QZBOOL AddDefaultAnim(const char* pName);
+
+    // Sockets. model_sockets.cpp
+    uint32_t NumSockets() const { return m_Sockets.GetSize(); }
+    ModelSocket* GetSocket(uint32_t index) const { return m_Sockets.Get(index); }
+    QZBOOL AddSocket(ModelSocket* pSocket);
+    QZBOOL RemoveSocket(uint32_t index);
+    // From the matrices now in m_Transforms.
+    QZBOOL GetCurrentSocketTransform(ModelSocket* pSocket, Matrix4* pOut);
+    // Evaluates the path to the socket's node first.
+    QZBOOL GetSocketTransform(AnimTracker* pTime, uint32_t iSocket, Matrix4* pBaseTransform, Matrix4* pOutTransform);
+    QZBOOL GetSocketTransform(TransformMaker* pMaker, uint32_t iSocket, Matrix4* pOutTransform);
+
+    // Reads m_CommandString into the settings below. model_command.cpp
+    void ParseCommandString();
+    // Vertex positions of all pieces, piece by piece, at one LOD. model_deform.cpp
+    QZBOOL GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTransforms);
+
+    // Reading. model_load.cpp
+    uint32_t Load(LoadRequest* pRequest);
+    QZBOOL LoadHeader(ModelStream* pStream, ModelAllocations* pAllocs);
+    // Takes one block from pAllocator, of the size that the file's header needs; the next Load fills it.
+    uint32_t PrepareBlock(ModelStream* pStream, Allocator* pAllocator);
+    QZBOOL LoadStoredString(ModelStream* pStream, const char** ppOut);
+    // True if the stream still holds nCount records of at least `bytes` bytes each: what a count is held against before
+    // memory is asked for.
+    bool HasRoomFor(ModelStream* pStream, uint32_t nCount, uint64_t bytes) const;
+    // Counts the tracks of an animation without keys, which take no bytes in a file; false when there are more than any
+    // sound file has.
+    bool CountEmptyTracks();
+
+    // Writing and whole-model operations of the tool side; they are not part of the run-time library.
+    QZBOOL Save(ModelStream* pStream);
+    QZBOOL WriteSections(ModelStream* pStream);
+    QZBOOL OrderAnimsForSave();
+    QZBOOL CopyModelFrom(Model* pSource);
+    QZBOOL RemoveRemovableNodes();
+    QZBOOL RemoveNode(ModelNode* pNode);
+
+    char* m_Filename;
+    ModelLink m_Link;
+    AttachmentList m_Attachments;
+    DynArray<ModelNode*, NoCache> m_FlatNodeList; // by node index; derived
+    DynArray<ModelPiece*, NoCache> m_Pieces;
+    DynArray<WeightSet*, NoCache> m_WeightSets;
+    DynArray<ModelVertWeight, NoCache> m_VertexWeights; // of all vertices; never resized while vertices point into it
+    uint32_t m_nTotalVerts = 0;                         // at LOD 0; derived
+    uint32_t m_nTotalTris = 0;
+    uint32_t m_nDWordNodes = 0;              // 32-bit words that hold one byte per node; derived
+    DynArray<Matrix4, NoCache> m_Transforms; // by node index; the evaluator's default output
+    const char* m_CommandString;
+    ModelStringList m_Strings;
+    DynArray<float, DefaultCache> m_LODDistances; // one for every LOD beyond the first
+    float m_HeaderFloat = 96.0f;
+    // What the command string sets.
+    float m_VisRadius = 50.0f;
+    QZBOOL m_bNoAnimation = QZFALSE;
+    float m_FadeRangeMin = 20000.0f;
+    float m_FadeRangeMinSqr = 20000.0f * 20000.0f;
+    float m_FadeRangeMax = 20000.0f;
+    float m_FadeRangeMaxSqr = 20000.0f * 20000.0f;
+    float m_FadeSpriteSize[2] = {100.0f, 100.0f};
+    float m_AmbientLight = 0.25f;
+    float m_DirLight = 0.75f;
+    QZBOOL m_bShadowEnable = QZFALSE;
+    float m_ShadowProjectLength = 200.0f;
+    float m_ShadowLightDist = 200.0f;
+    float m_ShadowSizeX = 50.0f;
+    float m_ShadowSizeY = 50.0f;
+    Vector3 m_ShadowCenterOffset{0.0f, 0.0f, 0.0f};
+    int32_t m_iNormalRefNode = -1;
+    int32_t m_iNormalRefAnim = -1;
+    Matrix4 m_NormalRefTransform; // valid while m_bNormalRef is set
+    QZBOOL m_bNormalRef = QZFALSE;
+    QZBOOL m_bFovOffset = QZFALSE;
+    float m_FovXOffset = 0.0f; // radians
+    float m_FovYOffset = 0.0f;
+    QZBOOL m_bSpecularEnable = QZFALSE;
+    QZBOOL m_bRigid = QZFALSE;
+    DynArray<ModelSocket*, NoCache> m_Sockets;
+    DynArray<AnimInfo, NoCache> m_Anims; // own rows first, then those of each child link
+    Allocator* m_pAllocator;
+    Allocator* m_pDefaultAllocator;
+    BlockAllocator m_BlockAllocator;
+    ChildInfo* m_ChildModels[MAX_CHILD_MODELS] = {};
+    uint32_t m_nChildModels = 1;
+    ChildInfo m_SelfChildModel; // link 0; also holds the model stamp
+    uint32_t m_FileVersion = 0;
+    int32_t m_RefCount = 0;
+    ModelNode m_DefaultRootNode;
+    ModelNode* m_pRootNode; // never null
+
+private:
+    QZBOOL PrecalcTransforms(QZBOOL bForce);
+    QZBOOL PrecalcFlatNodeList(QZBOOL bForce);
+    void CalcNodeRelations(ChildInfo* pInfo, const Matrix4& mParentA, const Matrix4& mParentB, ModelNode* pNodeA,
+                           ModelNode* pNodeB);
+    void ParseNormalRef(TransformMaker& maker, const char* pNodeName, const char* pAnimName);
+
+    // Steps of Load, in its order; each returns QZFALSE (or a result code) for Load to clean up.
+    uint32_t LoadAll(LoadRequest* pRequest);
+    QZBOOL LoadHeaderSection(ModelStream* pStream);
+    QZBOOL LoadPieces(ModelStream* pStream);
+    QZBOOL LoadNodes(ModelStream* pStream);
+    QZBOOL LoadWeightSets(ModelStream* pStream);
+    QZBOOL CheckGeometry() const;
+    uint32_t LoadChildModels(LoadRequest* pRequest);
+    QZBOOL LoadAnims(ModelStream* pStream);
+    QZBOOL CopyChildAnimRows(uint32_t nOwnAnims);
+    QZBOOL LoadAnimBindings(LoadRequest* pRequest, ModelStream* pStream);
+    QZBOOL LoadSockets(ModelStream* pStream);
+
+    QZBOOL SavePiece(ModelStream* pStream, ModelPiece* pPiece);
+    QZBOOL SaveWeightSets(ModelStream* pStream);
+    QZBOOL SaveSockets(ModelStream* pStream);
+    QZBOOL SaveAnimBindings(ModelStream* pStream, uint32_t iPrevLink);
+
+    BlockGrowAllocator m_GrowAllocator;
+    // For the time of a load.
+    ModelStream* m_pLoadStream = nullptr;
+    uint32_t m_LoadLength = 0;
+    uint64_t m_nEmptyTracks = 0;
+};

@@ -1,0 +1,53 @@
+// Sockets of a model.
+
+#include "engine/model/src/model.h"
+#include "engine/model/src/transformmaker.h"
+#include "zoltshared/stdzolt/assertion.h"
+
+QZBOOL Model::AddSocket(ModelSocket* pSocket)
+{
+    return m_Sockets.Append(pSocket, GetGrowAllocator());
+}
+
+QZBOOL Model::RemoveSocket(uint32_t index)
+{
+    if (index >= NumSockets())
+        return QZFALSE;
+    FreeObject(*m_pAllocator, m_Sockets[index]);
+    m_Sockets.Remove(index, GetGrowAllocator());
+    return QZTRUE;
+}
+
+QZBOOL Model::GetCurrentSocketTransform(ModelSocket* pSocket, Matrix4* pOut)
+{
+    if (pSocket->m_iNode >= NumNodes())
+        return QZFALSE;
+    Matrix4 socket;
+    pSocket->ToMatrix(socket);
+    *pOut = m_Transforms[pSocket->m_iNode] * socket;
+    return QZTRUE;
+}
+
+QZBOOL Model::GetSocketTransform(TransformMaker* pMaker, uint32_t iSocket, Matrix4* pOutTransform)
+{
+    if (!ZOLT_ASSERT(pOutTransform, "pOutTransform") || iSocket >= NumSockets())
+        return QZFALSE;
+    ModelSocket* pSocket = m_Sockets[iSocket];
+    if (pSocket->m_iNode >= NumNodes())
+        return QZFALSE;
+    pMaker->m_pOutput = nullptr;
+    if (!pMaker->SetupNodePath(pSocket->m_iNode))
+        return QZFALSE;
+    return GetCurrentSocketTransform(pSocket, pOutTransform);
+}
+
+QZBOOL Model::GetSocketTransform(AnimTracker* pTime, uint32_t iSocket, Matrix4* pBaseTransform, Matrix4* pOutTransform)
+{
+    if (!ZOLT_ASSERT(pTime && pBaseTransform && pOutTransform, "pTime && pBaseTransform && pOutTransform"))
+        return QZFALSE;
+    TransformMaker maker;
+    maker.m_Anims[0] = *pTime;
+    maker.m_nAnims = 1;
+    maker.m_pStartMat = pBaseTransform;
+    return GetSocketTransform(&maker, iSocket, pOutTransform);
+}

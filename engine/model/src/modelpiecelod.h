@@ -1,0 +1,44 @@
+#pragma once
+
+#include "engine/model/src/modeltri.h"
+#include "engine/model/src/modelvert.h"
+#include "zoltshared/stdzolt/dynarray.h"
+#include "zoltshared/stdzolt/qzbool.h"
+
+class Model;
+class ModelStream;
+
+// A triangle index has 16 bits.
+constexpr uint32_t MODEL_MAX_VERTS = 65536;
+
+// One mesh.
+class ModelPieceLOD
+{
+public:
+    ModelPieceLOD() = default;
+    ~ModelPieceLOD();
+    // A copy belongs to the same model and takes its arrays from that model; without memory it is empty.
+    ModelPieceLOD(const ModelPieceLOD& other);
+    ModelPieceLOD& operator=(const ModelPieceLOD& other);
+
+    uint32_t NumVerts() const { return m_Verts.GetSize(); }
+    uint32_t NumTris() const { return m_Tris.GetSize(); }
+    ModelVert* GetVert(uint32_t index) { return &m_Verts[index]; }
+    ModelTri* GetTri(uint32_t index) { return &m_Tris[index]; }
+
+    // Takes over the texture coordinates of every triangle; false, with nothing changed, if the triangle counts differ.
+    QZBOOL CopyUVs(ModelPieceLOD* pOther);
+
+    // The first triangle whose corners 0, 1 and 2, looked up in pPositions (one per vertex), lie within 0.1 of p0, p1
+    // and p2 in each axis. Without one *piTri stays as it was; the result is always true. Tool side.
+    QZBOOL FindTriangle(const Vector3* pPositions, const Vector3& p0, const Vector3& p1, const Vector3& p2,
+                        uint32_t* piTri);
+
+    // iWeight runs through the model's m_VertexWeights, mesh by mesh.
+    QZBOOL Load(ModelStream* pStream, uint32_t& iWeight);
+    QZBOOL Save(ModelStream* pStream); // tool side
+
+    DynArray<ModelVert, NoCache> m_Verts;
+    DynArray<ModelTri, NoCache> m_Tris;
+    Model* m_pModel = nullptr; // its allocator serves both arrays; null in a fresh element of m_LODs
+};

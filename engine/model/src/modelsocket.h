@@ -1,0 +1,29 @@
+#pragma once
+
+#include "engine/model/src/nodekeyframe.h"
+#include "zoltshared/stdzolt/allocatednew.h"
+
+#include <cstdint>
+
+constexpr uint32_t MODELSOCKET_NAME_SIZE = 16;
+
+// A named place on a node.
+class ModelSocket
+{
+public:
+    ZOLT_ALLOCATED_NEW
+
+    ModelSocket();
+
+    // Keeps at most 15 characters.
+    void SetName(const char* pName);
+    const char* GetName() const { return m_Name; }
+    void SetIdentity();
+    // The socket's transform in its node's space.
+    void ToMatrix(Matrix4& out) const;
+
+    Vector3 m_vPos;
+    Quaternion m_qRotation;
+    char m_Name[MODELSOCKET_NAME_SIZE] = {};
+    uint32_t m_iNode = 0;
+};

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "zoltshared/stdzolt/vector3.h"
+
+#include <cstdint>
+
+struct ModelVertWeight;
+
+struct ModelVert
+{
+    ModelVertWeight* m_Weights = nullptr; // first record in the model's m_VertexWeights; not owned
+    uint16_t m_nWeights = 0;              // records from there on
+    uint16_t m_VertReserved = 0;          // kept through load and save, not interpreted
+    Vector3 m_vPos{0.0f, 0.0f, 0.0f};     // model space, bind pose
+    Vector3 m_vNormal{0.0f, 0.0f, 0.0f};  // unit length, or 0 for a vertex in no triangle
+};

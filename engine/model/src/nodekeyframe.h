@@ -1,0 +1,21 @@
+#pragma once
+
+#include "zoltshared/stdzolt/matrix4.h"
+#include "zoltshared/stdzolt/quaternion.h"
+#include "zoltshared/stdzolt/vector3.h"
+
+// A rigid local transform: one key of a track, a relation of a child link, or the place of a socket.
+// Constructing leaves it unset; whoever sizes an array of these fills it.
+struct NodeKeyFrame
+{
+    Vector3 m_vTranslation; // relative to the parent, in model units
+    Quaternion m_qRotation; // relative to the parent
+
+    void SetIdentity();
+    // The rotation matrix of m_qRotation with the translation in column 3.
+    void ToMatrix(Matrix4& out) const;
+    // The rotation part must be a rotation; scale doesn't survive.
+    void FromMatrix(const Matrix4& in);
+};
+
+static_assert(sizeof(NodeKeyFrame) == 28, "a key is read and written as one block of 28 bytes");

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "engine/model/src/animtracker.h"
+#include "zoltshared/stdzolt/matrix4.h"
+#include "zoltshared/stdzolt/vector3.h"
+
+#include <cstdint>
+
+// How many animation positions an evaluation can layer.
+constexpr uint32_t MAX_ANIM_POSITIONS = 8;
+
+// What Model::GetVertexPositions needs.
+struct VertexDeformRequest
+{
+    AnimTracker m_Anims[MAX_ANIM_POSITIONS];
+    uint32_t m_nAnims = 0;         // positions in use
+    Vector3* m_pVertOut = nullptr; // room for the vertices of all pieces at m_iLOD, m_VertStride bytes apart
+    uint32_t m_VertStride = sizeof(Vector3);
+    Matrix4 m_StartMat;  // transform of the model as a whole
+    uint32_t m_iLOD = 0; // below NumLODs() of the model
+};

@@ -1,0 +1,21 @@
+#include "engine/model/src/weightset.h"
+
+#include "engine/model/src/model.h"
+#include "zoltshared/stdzolt/safestrcopy.h"
+
+WeightSet::WeightSet(Model* pModel) : m_pModel(pModel) {}
+
+WeightSet::~WeightSet()
+{
+    m_Weights.Term(m_pModel->GetAllocator());
+}
+
+void WeightSet::SetName(const char* pName)
+{
+    SafeStrCopy(m_Name, pName, sizeof(m_Name));
+}
+
+QZBOOL WeightSet::Init()
+{
+    return m_Weights.SetSizeInit(m_pModel->NumNodes(), 0.0f, m_pModel->GetGrowAllocator());
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "zoltshared/stdzolt/allocatednew.h"
+#include "zoltshared/stdzolt/dynarray.h"
+#include "zoltshared/stdzolt/qzbool.h"
+
+#include <cstdint>
+
+class Model;
+class ModelStream;
+
+constexpr uint32_t WEIGHTSET_NAME_SIZE = 16;
+
+// How strongly a layered animation position applies to each node: 0.0 not at all, exactly 2.0 adds the motion on top,
+// anything else blends.
+class WeightSet
+{
+public:
+    ZOLT_ALLOCATED_NEW
+
+    explicit WeightSet(Model* pModel);
+    ~WeightSet();
+    WeightSet(const WeightSet&) = delete;
+    WeightSet& operator=(const WeightSet&) = delete;
+
+    // Keeps at most 15 characters.
+    void SetName(const char* pName);
+    const char* GetName() const { return m_Name; }
+    // One weight for each node of the model, all 0.0.
+    QZBOOL Init();
+
+    QZBOOL Load(ModelStream* pStream);
+    QZBOOL Save(ModelStream* pStream); // tool side
+
+    char m_Name[WEIGHTSET_NAME_SIZE] = {};
+    DynArray<float, DefaultCache> m_Weights; // by node index
+    Model* m_pModel;
+};
