@@ -5,6 +5,7 @@
 
 // A control. `className` is "edit", "button" or "static" (any case), `text` may be null. Positions and sizes are in
 // dialog units, `style` is as Win32 has it (the low four bits of a button's style tell its kind).
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): the fields stand as in a resource script
 struct DialogControl
 {
     int id;

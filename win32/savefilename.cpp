@@ -19,7 +19,8 @@ std::string ResolveSaveFile(const SaveFileQuestion& question)
     std::error_code error;
     fs::path path = fs::path(question.folder) / question.chosen; // an absolute name replaces the folder
     path = fs::absolute(path, error);
-    if (NamesFile(path) && !path.has_extension() && !question.defaultExtension.empty())
+    const bool bare = NamesFile(path) && !path.has_extension() && !fs::is_directory(path, error);
+    if (bare && !question.defaultExtension.empty())
         path += "." + question.defaultExtension;
     return path.string();
 }

@@ -1,0 +1,365 @@
+// The registry: what the calls answer, and what becomes of the file under them.
+#include "tests/win32/temporaryfolder.h"
+#include "win32/registrystore.h"
+#include "win32/zoltwin32.h"
+
+#include <array>
+#include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+static HKEY OpenKey(const char* path, REGSAM access = KEY_READ | KEY_WRITE)
+{
+    HKEY key = nullptr;
+    const LONG status = RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, access, nullptr, &key, nullptr);
+    return status == ERROR_SUCCESS ? key : nullptr;
+}
+
+static LONG SetText(const char* path, const char* name, const std::string& text)
+{
+    HKEY key = OpenKey(path);
+    if (!key)
+        return -1;
+    const LONG status = RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                                       static_cast<DWORD>(text.size() + 1));
+    EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
+    return status;
+}
+
+// The text of a value; "<none>" when it is missing, "<error>" on any other failure.
+static std::string GetText(const char* path, const char* name)
+{
+    HKEY key = OpenKey(path);
+    if (!key)
+        return "<error>";
+    char text[256] = "";
+    DWORD size = sizeof(text);
+    DWORD type = 0;
+    const LONG status = RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<BYTE*>(text), &size);
+    RegCloseKey(key);
+    if (status == ERROR_FILE_NOT_FOUND)
+        return "<none>";
+    return status == ERROR_SUCCESS && type == REG_SZ ? text : "<error>";
+}
+
+static std::string ReadFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+static void WriteFile(const std::string& path, const std::string& bytes)
+{
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+class RegistryTest : public testing::Test
+{
+protected:
+    void SetUp() override { SetRegistryFile(m_File.c_str()); }
+    void TearDown() override { SetRegistryFile(nullptr); }
+
+    TemporaryFolder m_Folder;
+    std::string m_File = m_Folder / "deep/er/registry.db";
+};
+
+TEST_F(RegistryTest, PathsNamesAndPersistence)
+{
+    HKEY key = HKEY_LOCAL_MACHINE;
+    for (const char* part : {"Software", "Maker", "Product", "1.0"})
+    {
+        HKEY next = nullptr;
+        DWORD disposition = 0;
+        ASSERT_EQ(RegCreateKeyExA(key, part, 0, nullptr, 0, 0x2001F, nullptr, &next, &disposition), ERROR_SUCCESS);
+        EXPECT_EQ(disposition, REG_CREATED_NEW_KEY);
+        EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
+        key = next;
+    }
+    const BYTE text[] = "model.abc";
+    EXPECT_EQ(RegSetValueExA(key, "Filename", 0, REG_SZ, text, sizeof(text)), ERROR_SUCCESS);
+    EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
+
+    // Every call has closed the file, so this is another store with the same file.
+    SetRegistryFile(m_Folder.operator/("other.db").c_str());
+    EXPECT_EQ(GetText("Software\\Maker\\Product\\1.0", "Filename"), "<none>");
+    SetRegistryFile(m_File.c_str());
+    DWORD disposition = 0;
+    ASSERT_EQ(RegCreateKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\maker\\\\PRODUCT\\1.0\\", 0, nullptr, 0, KEY_READ, nullptr,
+                              &key, &disposition),
+              ERROR_SUCCESS);
+    EXPECT_EQ(disposition, REG_OPENED_EXISTING_KEY);
+    RegCloseKey(key);
+    EXPECT_EQ(GetText("sOFTWARE\\mAKER\\pRODUCT\\1.0", "fILENAME"), "model.abc");
+    EXPECT_EQ(GetText("Software\\Maker\\Product", "Filename"), "<none>") << "the key above has no such value";
+    EXPECT_EQ(SetText("software\\maker\\product\\1.0", "FILENAME", "second"), ERROR_SUCCESS);
+    EXPECT_EQ(GetText("Software\\Maker\\Product\\1.0", "Filename"), "second");
+    EXPECT_EQ(SetText("Software", nullptr, "default value"), ERROR_SUCCESS);
+    EXPECT_EQ(GetText("Software", ""), "default value");
+    // Names are data: none of these means anything to the store.
+    const char* odd = "x' OR 1=1; -- %s %n _ \"";
+    EXPECT_EQ(SetText(odd, odd, odd), ERROR_SUCCESS);
+    EXPECT_EQ(GetText(odd, odd), odd);
+}
+
+TEST_F(RegistryTest, TypesAndSizes)
+{
+    HKEY key = OpenKey("Types");
+    ASSERT_NE(key, nullptr);
+    const DWORD number = 0x01020304;
+    const BYTE bytes[] = {0, 255, 0, 7, 0};
+    EXPECT_EQ(RegSetValueExA(key, "d", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), 4), ERROR_SUCCESS);
+    EXPECT_EQ(RegSetValueExA(key, "b", 0, REG_BINARY, bytes, 5), ERROR_SUCCESS);
+    EXPECT_EQ(RegSetValueExA(key, "e", 0, REG_SZ, bytes, 1), ERROR_SUCCESS);
+    EXPECT_EQ(RegSetValueExA(key, "z", 0, REG_NONE, nullptr, 0), ERROR_SUCCESS);
+    const std::vector<BYTE> big(3000000, 42);
+    EXPECT_EQ(RegSetValueExA(key, "big", 0, REG_BINARY, big.data(), 3000000), ERROR_SUCCESS);
+
+    const struct
+    {
+        const char* name;
+        DWORD type, size;
+    } rows[] = {{"d", REG_DWORD, 4}, {"b", REG_BINARY, 5}, {"e", REG_SZ, 1}, {"z", REG_NONE, 0}, {"big", 3, 3000000}};
+    for (const auto& row : rows)
+    {
+        DWORD type = 99;
+        DWORD size = 0;
+        EXPECT_EQ(RegQueryValueExA(key, row.name, nullptr, &type, nullptr, &size), ERROR_SUCCESS) << row.name;
+        EXPECT_EQ(type, row.type) << row.name;
+        EXPECT_EQ(size, row.size) << row.name;
+        EXPECT_EQ(RegQueryValueExA(key, row.name, nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
+    }
+
+    std::array<BYTE, 6> buffer;
+    buffer.fill(0xEE);
+    DWORD type = 0;
+    DWORD size = 4;
+    EXPECT_EQ(RegQueryValueExA(key, "b", nullptr, &type, buffer.data(), &size), ERROR_MORE_DATA);
+    EXPECT_EQ(size, 5U);
+    EXPECT_EQ(buffer[0], 0xEE) << "nothing is copied";
+    EXPECT_EQ(RegQueryValueExA(key, "b", nullptr, &type, buffer.data(), &size), ERROR_SUCCESS);
+    EXPECT_EQ(std::memcmp(buffer.data(), bytes, 5), 0);
+    EXPECT_EQ(buffer[5], 0xEE);
+    // A value changes its type with its data.
+    EXPECT_EQ(RegSetValueExA(key, "d", 0, REG_SZ, reinterpret_cast<const BYTE*>("1"), 2), ERROR_SUCCESS);
+    size = sizeof(buffer);
+    EXPECT_EQ(RegQueryValueExA(key, "D", nullptr, &type, buffer.data(), &size), ERROR_SUCCESS);
+    EXPECT_EQ(type, REG_SZ);
+    EXPECT_EQ(size, 2U);
+    RegCloseKey(key);
+}
+
+TEST_F(RegistryTest, BadArgumentsAndHandles)
+{
+    HKEY key = OpenKey("K");
+    HKEY out = nullptr;
+    BYTE byte = 0;
+    DWORD one = 1;
+    EXPECT_EQ(RegQueryValueExA(key, "absent", nullptr, nullptr, &byte, &one), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(RegQueryValueExA(key, "v", nullptr, nullptr, &byte, nullptr), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegSetValueExA(key, "v", 0, REG_SZ, nullptr, 1), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegCreateKeyExA(key, nullptr, 0, nullptr, 0, KEY_READ, nullptr, &out, nullptr), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegCreateKeyExA(key, "x", 0, nullptr, 0, KEY_READ, nullptr, nullptr, nullptr), ERROR_INVALID_PARAMETER);
+    const std::string longName(256, 'x');
+    EXPECT_EQ(OpenKey(longName.c_str()), nullptr);
+    EXPECT_NE(OpenKey(longName.c_str() + 1), nullptr);
+
+    HKEY readOnly = OpenKey("K", KEY_READ);
+    EXPECT_EQ(RegSetValueExA(readOnly, "v", 0, REG_SZ, &byte, 1), ERROR_ACCESS_DENIED);
+    HKEY writeOnly = OpenKey("K", KEY_WRITE);
+    EXPECT_EQ(RegSetValueExA(writeOnly, "v", 0, REG_SZ, &byte, 1), ERROR_SUCCESS);
+    EXPECT_EQ(RegQueryValueExA(writeOnly, "v", nullptr, nullptr, &byte, &one), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(RegQueryValueExA(readOnly, "v", nullptr, nullptr, &byte, &one), ERROR_SUCCESS);
+
+    EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
+    EXPECT_EQ(RegCloseKey(HKEY_LOCAL_MACHINE), ERROR_SUCCESS);
+    for (HKEY bad : {key, HKEY{}})
+    {
+        EXPECT_EQ(RegCloseKey(bad), ERROR_INVALID_HANDLE);
+        EXPECT_EQ(RegQueryValueExA(bad, "v", nullptr, nullptr, &byte, &one), ERROR_INVALID_HANDLE);
+        EXPECT_EQ(RegSetValueExA(bad, "v", 0, REG_SZ, &byte, 1), ERROR_INVALID_HANDLE);
+        EXPECT_EQ(RegCreateKeyExA(bad, "x", 0, nullptr, 0, KEY_READ, nullptr, &out, nullptr), ERROR_INVALID_HANDLE);
+    }
+}
+
+// Whatever the file holds, the registry works, and what was in it is in the file set aside.
+TEST_F(RegistryTest, DamagedFileIsMovedAside)
+{
+    ASSERT_EQ(SetText("Key", "name", "kept"), ERROR_SUCCESS);
+    const std::string junk =
+        "this was never a database, and it is long enough to be looked at as one: " + std::string(2000, '#');
+    WriteFile(m_File, junk);
+    WriteFile(m_File + ".damaged", "an earlier one");
+    EXPECT_EQ(GetText("Key", "name"), "<none>");
+    EXPECT_EQ(ReadFile(m_File + ".damaged"), junk);
+    EXPECT_EQ(SetText("Key", "name", "new"), ERROR_SUCCESS);
+    EXPECT_EQ(GetText("Key", "name"), "new");
+
+    // A store whose tables are gone although the file is sound.
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(m_File.c_str(), &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(db, "DROP TABLE registry_value", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(db);
+    EXPECT_EQ(SetText("Key", "name", "again"), ERROR_SUCCESS);
+    EXPECT_EQ(GetText("Key", "name"), "again");
+}
+
+TEST_F(RegistryTest, CutAndChangedFilesNeverStopTheRegistry)
+{
+    ASSERT_EQ(SetText("Key", "name", "kept"), ERROR_SUCCESS);
+    const std::string whole = ReadFile(m_File);
+    ASSERT_GT(whole.size(), 4096U);
+    int recovered = 0;
+    for (size_t length = 0; length < whole.size(); length += length < 128 ? 16 : 701)
+    {
+        fs::remove(m_File + ".damaged");
+        WriteFile(m_File, whole.substr(0, length));
+        const std::string read = GetText("Key", "name");
+        EXPECT_TRUE(read == "kept" || read == "<none>") << length << " " << read;
+        EXPECT_EQ(SetText("Key", "name", "new"), ERROR_SUCCESS) << length;
+        EXPECT_EQ(GetText("Key", "name"), "new") << length;
+        recovered += fs::exists(m_File + ".damaged") ? 1 : 0;
+    }
+    EXPECT_GT(recovered, 5);
+    // Changed bytes: some damage can't be told from data, and then a call may fail; it must come back, that is all.
+    for (size_t place = 0; place < whole.size(); place += place < 200 ? 1 : 97)
+    {
+        std::string changed = whole;
+        changed[place] = static_cast<char>(changed[place] ^ 0x55);
+        WriteFile(m_File, changed);
+        fs::remove(m_File + "-journal");
+        fs::remove(m_File + "-wal");
+        GetText("Key", "name");
+        SetText("Key", "name", "new");
+    }
+    fs::remove(m_File);
+}
+
+TEST_F(RegistryTest, PlacesThatCannotHoldAStoreGiveErrors)
+{
+    WriteFile(m_Folder / "file", "x");
+    SetRegistryFile((m_Folder / "file/registry.db").c_str());
+    EXPECT_EQ(OpenKey("Key"), nullptr);
+    SetRegistryFile(m_Folder.Path().c_str());
+    EXPECT_EQ(OpenKey("Key"), nullptr);
+    SetRegistryFile("/proc/registry.db");
+    EXPECT_EQ(OpenKey("Key"), nullptr);
+
+    // A store of a later version is left as it is.
+    const std::string later = m_Folder / "later.db";
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(later.c_str(), &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(db, "CREATE TABLE t(x); PRAGMA user_version = 2", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(db);
+    const std::string bytes = ReadFile(later);
+    SetRegistryFile(later.c_str());
+    EXPECT_EQ(OpenKey("Key"), nullptr);
+    EXPECT_EQ(ReadFile(later), bytes);
+}
+
+TEST_F(RegistryTest, WriterThatDiedHalfWayLeavesTheOldState)
+{
+    ASSERT_EQ(SetText("Key", "name", "old"), ERROR_SUCCESS);
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        sqlite3* db = nullptr;
+        sqlite3_open(m_File.c_str(), &db);
+        // A tiny cache, so that the change spills into the file before the process is gone.
+        sqlite3_exec(db,
+                     "PRAGMA cache_size = 1; BEGIN IMMEDIATE; UPDATE registry_value SET data = zeroblob(9);"
+                     "CREATE TABLE filler AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n"
+                     " WHERE i < 200) SELECT randomblob(4000) AS b FROM n;",
+                     nullptr, nullptr, nullptr);
+        _exit(0);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(fs::exists(m_File + "-journal")) << "the writer left its journal";
+    EXPECT_EQ(GetText("Key", "name"), "old");
+    EXPECT_FALSE(fs::exists(m_File + ".damaged"));
+}
+
+TEST_F(RegistryTest, TwoProcessesWriteAtOnce)
+{
+    const int writes = 40;
+    pid_t children[2];
+    for (int c = 0; c < 2; c++)
+    {
+        children[c] = fork();
+        if (children[c] == 0)
+        {
+            int failures = 0;
+            for (int i = 0; i < writes; i++)
+            {
+                const std::string own = "own" + std::to_string(c) + "_" + std::to_string(i);
+                failures += SetText("Software\\Shared", own.c_str(), std::to_string(i)) == ERROR_SUCCESS ? 0 : 1;
+                failures += SetText("Software\\Shared", "both", std::to_string(c)) == ERROR_SUCCESS ? 0 : 1;
+            }
+            _exit(failures);
+        }
+    }
+    for (const pid_t child : children)
+    {
+        int status = -1;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0) << "writes failed in a child";
+    }
+    for (int i = 0; i < 2 * writes; i++)
+    {
+        const std::string own = "own" + std::to_string(i / writes) + "_" + std::to_string(i % writes);
+        EXPECT_EQ(GetText("Software\\Shared", own.c_str()), std::to_string(i % writes));
+    }
+}
+
+TEST_F(RegistryTest, ProcessesThatFindTheDamageTogetherLoseNothingWrittenAfterIt)
+{
+    fs::create_directories(fs::path(m_File).parent_path());
+    for (int round = 0; round < 5; round++)
+    {
+        WriteFile(m_File, std::string(5000, '?'));
+        pid_t children[4];
+        for (int c = 0; c < 4; c++)
+        {
+            children[c] = fork();
+            if (children[c] == 0)
+                _exit(SetText("Key", std::to_string(c).c_str(), "here") == ERROR_SUCCESS ? 0 : 1);
+        }
+        for (const pid_t child : children)
+        {
+            int status = -1;
+            ASSERT_EQ(waitpid(child, &status, 0), child);
+            EXPECT_EQ(status, 0);
+        }
+        for (int c = 0; c < 4; c++)
+            EXPECT_EQ(GetText("Key", std::to_string(c).c_str()), "here") << "round " << round;
+        EXPECT_EQ(ReadFile(m_File + ".damaged"), std::string(5000, '?'));
+    }
+}
+
+TEST_F(RegistryTest, PlaceOfTheFile)
+{
+    EXPECT_STREQ(SetRegistryFile(nullptr), m_File.c_str());
+    const std::string home = m_Folder.Path();
+    const ScopedVariable homeVariable("HOME", home.c_str());
+    {
+        const ScopedVariable config("XDG_CONFIG_HOME", (home + "/conf").c_str());
+        EXPECT_EQ(GetRegistryFile(), home + "/conf/zoltexport/registry.db");
+        EXPECT_EQ(SetText("Key", "name", "x"), ERROR_SUCCESS);
+        EXPECT_TRUE(fs::exists(home + "/conf/zoltexport/registry.db"));
+    }
+    const ScopedVariable config("XDG_CONFIG_HOME", "relative/is/ignored");
+    EXPECT_EQ(GetRegistryFile(), home + "/.config/zoltexport/registry.db");
+
+    const ScopedVariable noHome("HOME", nullptr);
+    EXPECT_STREQ(GetRegistryFile(), "");
+    EXPECT_EQ(SetText("Memory", "name", "lives on"), ERROR_SUCCESS);
+    EXPECT_EQ(GetText("memory", "NAME"), "lives on");
+    EXPECT_EQ(SetRegistryFile(""), nullptr);
+    EXPECT_EQ(GetText("memory", "NAME"), "lives on");
+}
