@@ -1,0 +1,11 @@
+#pragma once
+
+#include <cstdint>
+
+class ModelStream;
+
+constexpr uint32_t NO_PREVIOUS_SECTION = 0xFFFFFFFFu;
+
+// Closes the section before, whose link field is at iPrevLink, and begins a new one. Returns the offset of the new
+// section's link field, to pass on to the following call. The stream must be able to seek back.
+uint32_t BeginSection(ModelStream* pStream, const char* pName, uint32_t iPrevLink);

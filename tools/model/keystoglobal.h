@@ -1,0 +1,8 @@
+#pragma once
+
+#include "engine/model/src/animnode.h"
+#include "zoltshared/stdzolt/matrix4.h"
+
+// Key iKey of a subtree of tracks from local to model space, and back. mParent is the global matrix above the track.
+void KeysToGlobal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent);
+void KeysToLocal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent);
