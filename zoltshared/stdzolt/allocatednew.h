@@ -60,7 +60,6 @@ public:                                                                         
 // An object in memory of the allocator; null if there is none. Ends with `FreeObject` and the same allocator.
 template <class T, class... Args> T* AllocNew(Allocator& allocator, Args&&... args)
 {
-    static_assert(sizeof(T) <= UINT32_MAX);
     void* pMemory = allocator.Alloc(static_cast<uint32_t>(sizeof(T)));
     return pMemory ? ::new (pMemory) T(std::forward<Args>(args)...) : nullptr;
 }

@@ -52,7 +52,8 @@ public:
 
     DynArray& operator=(const DynArray& other)
     {
-        CopyArray(other);
+        if (this != &other)
+            CopyArray(other);
         return *this;
     }
 

@@ -49,9 +49,10 @@ void Matrix4::Transform(float out[4], const float v[4]) const
 
 void Matrix4::Apply3x3(Vector3& out, const Vector3& v) const
 {
+    const Matrix4& self = *this;
     float result[3];
     for (int r = 0; r < 3; r++)
-        result[r] = Vector3(m[4 * r], m[4 * r + 1], m[4 * r + 2]).Dot(v);
+        result[r] = Vector3(self(r, 0), self(r, 1), self(r, 2)).Dot(v);
     out.Set(result[0], result[1], result[2]);
 }
 

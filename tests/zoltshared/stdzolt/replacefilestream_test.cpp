@@ -1,0 +1,298 @@
+#include "zoltshared/stdzolt/replacefilestream.h"
+
+#ifndef _WIN32
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
+
+class ReplaceFile : public testing::Test
+{
+protected:
+    ReplaceFile()
+    {
+        char folder[] = "/tmp/zolt_replace_XXXXXX";
+        m_Folder = mkdtemp(folder);
+    }
+
+    ~ReplaceFile() override { fs::remove_all(m_Folder); }
+
+    std::string Path(const std::string& name) const { return m_Folder + "/" + name; }
+
+    std::string Make(const std::string& name, const std::string& text) const
+    {
+        std::ofstream(Path(name)) << text;
+        return Path(name);
+    }
+
+    std::vector<std::string> Names() const
+    {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(m_Folder))
+            names.push_back(entry.path().filename());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    static std::string Read(const std::string& path)
+    {
+        std::ostringstream text;
+        text << std::ifstream(path).rdbuf();
+        return text.str();
+    }
+
+    static int Write(const std::string& path, const std::string& text)
+    {
+        ReplaceFileStream* pStream = OpenReplaceFileStream(path.c_str());
+        if (!pStream)
+            return -1;
+        pStream->Write(text.data(), static_cast<uint32_t>(text.size()));
+        const int result = pStream->Commit();
+        pStream->Release();
+        return result;
+    }
+
+    static unsigned Mode(const std::string& path)
+    {
+        struct stat status = {};
+        stat(path.c_str(), &status);
+        return status.st_mode & 07777;
+    }
+
+    std::string m_Folder;
+};
+
+TEST_F(ReplaceFile, OldOrNewNeverAPart)
+{
+    const std::string path = Make("model.abc", "old");
+    ReplaceFileStream* pStream = OpenReplaceFileStream(path.c_str());
+    ASSERT_NE(pStream, nullptr);
+    EXPECT_FALSE(pStream->IsDirect());
+    EXPECT_EQ(pStream->Write("xxxx-new", 8), 0);
+    EXPECT_EQ(pStream->SeekTo(0), 0);
+    EXPECT_EQ(pStream->Write("very", 4), 0);
+    EXPECT_EQ(pStream->GetLength(), 8U);
+    EXPECT_EQ(Read(path), "old");
+    EXPECT_EQ(Names().size(), 2U);
+    EXPECT_EQ(Names()[0].rfind(".model.abc.", 0), 0U);
+    EXPECT_EQ(pStream->Commit(), 0);
+    EXPECT_EQ(Read(path), "very-new");
+    EXPECT_NE(pStream->Commit(), 0);
+    EXPECT_NE(pStream->Write("x", 1), 0);
+    pStream->Release();
+    EXPECT_EQ(Names(), std::vector<std::string>{"model.abc"});
+
+    pStream = OpenReplaceFileStream(path.c_str()); // two at a time, and neither is committed
+    ReplaceFileStream* pOther = OpenReplaceFileStream(path.c_str());
+    ASSERT_TRUE(pStream && pOther);
+    EXPECT_EQ(pStream->Write("lost", 4), 0);
+    pStream->Release();
+    EXPECT_EQ(pOther->Commit(), 0);
+    pOther->Release();
+    EXPECT_EQ(Read(path), "");
+    EXPECT_EQ(Names(), std::vector<std::string>{"model.abc"});
+}
+
+TEST_F(ReplaceFile, KeepsPermissions)
+{
+    const std::string path = Make("a", "old");
+    const mode_t mask = umask(027);
+    for (unsigned mode : {0600U, 0664U, 0777U})
+    {
+        fs::permissions(path, static_cast<fs::perms>(mode));
+        ASSERT_EQ(Write(path, "new"), 0);
+        EXPECT_EQ(Mode(path), mode);
+    }
+    ASSERT_EQ(Write(Path("b"), "new"), 0);
+    EXPECT_EQ(Mode(Path("b")), 0640U);
+    umask(mask);
+    if (geteuid() == 0)
+    {
+        ASSERT_EQ(chown(path.c_str(), 1234, 2345), 0);
+        ASSERT_EQ(Write(path, "newer"), 0);
+        struct stat status = {};
+        ASSERT_EQ(stat(path.c_str(), &status), 0);
+        EXPECT_TRUE(status.st_uid == 1234 && status.st_gid == 2345);
+    }
+}
+
+TEST_F(ReplaceFile, FollowsLinks)
+{
+    fs::create_directory(Path("deep"));
+    Make("deep/end", "old");
+    fs::create_symlink("deep/second", Path("first"));
+    fs::create_symlink("end", Path("deep/second"));
+    ASSERT_EQ(Write(Path("first"), "new"), 0);
+    EXPECT_TRUE(fs::is_symlink(Path("first")) && fs::is_symlink(Path("deep/second")));
+    EXPECT_EQ(Read(Path("deep/end")), "new");
+    fs::create_symlink(Path("deep/fresh"), Path("dangling"));
+    ASSERT_EQ(Write(Path("dangling"), "made"), 0);
+    EXPECT_TRUE(fs::is_symlink(Path("dangling")));
+    EXPECT_EQ(Read(Path("deep/fresh")), "made");
+    fs::create_symlink("round", Path("round"));
+    EXPECT_EQ(Write(Path("round"), "x"), -1);
+}
+
+TEST_F(ReplaceFile, FailsToOpenWhereFopenWould)
+{
+    fs::create_directory(Path("folder"));
+    fs::create_symlink("nowhere/file", Path("astray"));
+    Make("file", "old");
+    for (const std::string& path :
+         {Path("folder"), Path("folder/"), Path("none/file"), Path("none/"), Path("astray"), Path("file/x"), Path("."),
+          std::string(), std::string(5000, 'x'), Path(std::string(256, 'x'))})
+    {
+        EXPECT_EQ(std::fopen(path.c_str(), "wb"), nullptr);
+        EXPECT_EQ(OpenReplaceFileStream(path.c_str()), nullptr) << path;
+    }
+    EXPECT_EQ(Write(Path(std::string(255, 'x')), "long"), 0); // as long as a name can be
+    EXPECT_EQ(Names(), (std::vector<std::string>{"astray", "file", "folder", std::string(255, 'x')}));
+}
+
+// As another user, in a process of its own; skipped where that can't be had.
+static int RunUnprivileged(int (*pFunction)(const std::string&), const std::string& folder)
+{
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0))
+            _exit(99);
+        _exit(pFunction(folder));
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(ReplaceFile, WithoutRights)
+{
+    const std::string readOnly = Make("readonly", "old");
+    fs::permissions(readOnly, static_cast<fs::perms>(0444));
+    fs::create_directory(Path("closed"));
+    const std::string open = Make("closed/open", "old");
+    fs::permissions(open, static_cast<fs::perms>(0666));
+    fs::permissions(Path("closed"), static_cast<fs::perms>(0555));
+    fs::permissions(m_Folder, static_cast<fs::perms>(0777));
+    const int result = RunUnprivileged(
+        [](const std::string& folder)
+        {
+            int faults = 0;
+            if (OpenReplaceFileStream((folder + "/readonly").c_str()))
+                faults |= 1;
+            if (OpenReplaceFileStream((folder + "/closed/new").c_str()))
+                faults |= 2;
+            ReplaceFileStream* pStream = OpenReplaceFileStream((folder + "/closed/open").c_str());
+            if (!pStream || !pStream->IsDirect() || pStream->Write("direct", 6) != 0 || pStream->Commit() != 0)
+                faults |= 4;
+            if (pStream)
+                pStream->Release();
+            return faults;
+        },
+        m_Folder);
+    if (result == 99)
+        GTEST_SKIP();
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(Read(readOnly), "old");
+    EXPECT_EQ(Read(open), "direct");
+    fs::permissions(Path("closed"), static_cast<fs::perms>(0755));
+    EXPECT_EQ(Names(), (std::vector<std::string>{"closed", "readonly"}));
+}
+
+TEST_F(ReplaceFile, AFailedWriteKeepsTheOldFile)
+{
+    const std::string path = Make("a", "old");
+    // A limit on the size of files stands for a full disk.
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {10000, 10000};
+        if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
+            _exit(99);
+        int faults = 0;
+        for (uint32_t size : {10001U, 200000U}) // fails in the flush of the commit; fails in the write
+        {
+            ReplaceFileStream* pStream = OpenReplaceFileStream(path.c_str());
+            if (!pStream)
+                _exit(98);
+            for (uint32_t i = 0; i < size; i++)
+                pStream->WriteU8(1);
+            faults += pStream->Commit() == 0;
+            pStream->Release();
+        }
+        _exit(faults);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(Read(path), "old");
+    EXPECT_EQ(Names(), std::vector<std::string>{"a"});
+
+    ReplaceFileStream* pStream = OpenReplaceFileStream(path.c_str()); // and so does a rename that fails
+    ASSERT_NE(pStream, nullptr);
+    fs::remove(path);
+    fs::create_directory(path);
+    EXPECT_NE(pStream->Commit(), 0);
+    pStream->Release();
+    EXPECT_EQ(Names(), std::vector<std::string>{"a"});
+}
+
+TEST_F(ReplaceFile, KilledProcessesAreSweptAfter)
+{
+    const std::string path = Make("a", "old");
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        OpenReplaceFileStream(path.c_str());
+        OpenReplaceFileStream(Path("other").c_str());
+        _exit(0); // without a Release
+    }
+    waitpid(child, nullptr, 0);
+    Make(".a.zolt-notes", "a user's own");
+    ASSERT_EQ(Names().size(), 4U);
+    ReplaceFileStream* pRunning = OpenReplaceFileStream(path.c_str());
+    ASSERT_EQ(Write(path, "new"), 0);
+    std::vector<std::string> names = Names();
+    EXPECT_EQ(names.size(), 4U); // .a of the running one, the notes, .other, a
+    EXPECT_EQ(pRunning->Commit(), 0);
+    pRunning->Release();
+    ASSERT_EQ(Write(Path("other"), "new"), 0);
+    EXPECT_EQ(Names(), (std::vector<std::string>{".a.zolt-notes", "a", "other"}));
+}
+
+TEST_F(ReplaceFile, SpecialFilesAreWrittenDirectly)
+{
+    ASSERT_EQ(mkfifo(Path("fifo").c_str(), 0600), 0);
+    const int reader = open(Path("fifo").c_str(), O_RDONLY | O_NONBLOCK);
+    ReplaceFileStream* pStream = OpenReplaceFileStream(Path("fifo").c_str());
+    ASSERT_NE(pStream, nullptr);
+    EXPECT_TRUE(pStream->IsDirect());
+    EXPECT_EQ(pStream->Write("abc", 3), 0);
+    EXPECT_EQ(pStream->Commit(), 0);
+    pStream->Release();
+    char bytes[4] = {};
+    EXPECT_EQ(read(reader, bytes, 3), 3);
+    EXPECT_STREQ(bytes, "abc");
+    close(reader);
+    EXPECT_EQ(Names(), std::vector<std::string>{"fifo"});
+    if (fs::exists("/dev/full"))
+    {
+        EXPECT_GT(Write("/dev/full", "abc"), 0);
+    }
+}
+
+#endif
