@@ -1,0 +1,414 @@
+#include "scene/gltfdocument.h"
+
+#include "scene/base64.h"
+#include "scene/imagesize.h"
+#include "scene/readfile.h"
+
+#include <cstdint>
+#include <cstring>
+
+using Json = nlohmann::json;
+using Bytes = std::vector<unsigned char>;
+
+static const int MAX_NESTING = 256;
+
+static std::uint32_t ReadU32(const unsigned char* bytes)
+{
+    return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8U |
+           static_cast<std::uint32_t>(bytes[2]) << 16U | static_cast<std::uint32_t>(bytes[3]) << 24U;
+}
+
+// Splits a .glb into its document and its binary chunk (both views into `file`; `binary` stays null without one).
+static bool SplitBinary(const Bytes& file, const char*& text, std::size_t& textLength, const unsigned char*& binary,
+                        std::size_t& binaryLength, std::string& error)
+{
+    if (file.size() < 20)
+    {
+        error = "ends within its header";
+        return false;
+    }
+    if (ReadU32(&file[4]) != 2)
+    {
+        error = "is binary glTF of version " + std::to_string(ReadU32(&file[4])) + ", only 2 is supported";
+        return false;
+    }
+    std::size_t at = 12;
+    while (file.size() - at >= 8)
+    {
+        const std::size_t length = ReadU32(&file[at]);
+        const std::uint32_t kind = ReadU32(&file[at + 4]);
+        at += 8;
+        if (length > file.size() - at)
+        {
+            error = "ends within a chunk: " + std::to_string(length) + " bytes are stated, " +
+                    std::to_string(file.size() - at) + " are left";
+            return false;
+        }
+        if (kind == 0x4E4F534AU && text == nullptr)
+        {
+            text = reinterpret_cast<const char*>(&file[at]);
+            textLength = length;
+        }
+        else if (kind == 0x004E4942U && binary == nullptr)
+        {
+            binary = file.data() + at;
+            binaryLength = length;
+        }
+        at += length;
+    }
+    if (text == nullptr)
+    {
+        error = "has no document chunk";
+        return false;
+    }
+    return true;
+}
+
+// How deep brackets nest, strings apart. The parsers recurse, so a hostile document must not get at them.
+static bool NestsTooDeep(const char* text, std::size_t length)
+{
+    int depth = 0;
+    bool inString = false;
+    for (std::size_t i = 0; i < length; ++i)
+    {
+        const char c = text[i];
+        if (inString)
+        {
+            i += c == '\\' ? 1 : 0;
+            inString = c != '"';
+        }
+        else if (c == '"')
+        {
+            inString = true;
+        }
+        else if (c == '{' || c == '[')
+        {
+            if (++depth > MAX_NESTING)
+            {
+                return true;
+            }
+        }
+        else if (c == '}' || c == ']')
+        {
+            --depth;
+        }
+    }
+    return false;
+}
+
+static std::string TextMember(const Json& object, const char* name)
+{
+    const auto it = object.is_object() ? object.find(name) : object.end();
+    return it != object.end() && it->is_string() ? it->get<std::string>() : std::string();
+}
+
+static const Json* ArrayMember(const Json& object, const char* name)
+{
+    const auto it = object.find(name);
+    return it != object.end() && it->is_array() ? &*it : nullptr;
+}
+
+static bool IsDataUri(const std::string& uri)
+{
+    return uri.compare(0, 5, "data:") == 0;
+}
+
+static bool DecodeDataUri(const std::string& uri, Bytes& bytes)
+{
+    const std::size_t comma = uri.find(',');
+    const std::string encoding = ";base64";
+    return comma != std::string::npos && comma >= encoding.size() &&
+           uri.compare(comma - encoding.size(), encoding.size(), encoding) == 0 &&
+           DecodeBase64(uri.data() + comma + 1, uri.size() - comma - 1, bytes);
+}
+
+static int HexValue(char c)
+{
+    if (c >= '0' && c <= '9')
+    {
+        return c - '0';
+    }
+    const int letter = c | 0x20;
+    return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
+}
+
+// The path of a file that the document names: relative to the folder of the document, with %XX resolved.
+static std::string ResolveUri(const std::string& folder, const std::string& uri)
+{
+    std::string name;
+    for (std::size_t i = 0; i < uri.size(); ++i)
+    {
+        if (uri[i] == '%' && i + 2 < uri.size() && HexValue(uri[i + 1]) >= 0 && HexValue(uri[i + 2]) >= 0)
+        {
+            name += static_cast<char>(HexValue(uri[i + 1]) * 16 + HexValue(uri[i + 2]));
+            i += 2;
+        }
+        else
+        {
+            name += uri[i];
+        }
+    }
+    return folder.empty() || (!name.empty() && name[0] == '/') ? name : folder + "/" + name;
+}
+
+static bool IsSupportedExtension(const std::string& name)
+{
+    static const char* const names[] = {"KHR_mesh_quantization", "KHR_lights_punctual", "KHR_texture_transform",
+                                        "KHR_texture_basisu",    "EXT_texture_webp",    "EXT_texture_avif",
+                                        "MSFT_texture_dds"};
+    if (name.compare(0, 14, "KHR_materials_") == 0)
+    {
+        return true;
+    }
+    for (const char* supported : names)
+    {
+        if (name == supported)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+static bool CheckHeader(const Json& json, std::string& error)
+{
+    if (!json.is_object() || !json.contains("asset"))
+    {
+        error = "is no glTF document: it has no asset";
+        return false;
+    }
+    const std::string version = TextMember(json["asset"], "version");
+    if (version.compare(0, 2, "2.") != 0)
+    {
+        error = "is glTF of version \"" + version + "\", only 2.x is supported";
+        return false;
+    }
+    const Json* required = ArrayMember(json, "extensionsRequired");
+    for (std::size_t i = 0; required != nullptr && i < required->size(); ++i)
+    {
+        const std::string name = (*required)[i].is_string() ? (*required)[i].get<std::string>() : "?";
+        if (!IsSupportedExtension(name))
+        {
+            error = "needs the extension " + name + ", which isn't supported";
+            return false;
+        }
+    }
+    return true;
+}
+
+// Reads what the document's buffers hold. `binary` is what buffer 0 without a URI stands for.
+static bool LoadBuffers(const Json& json, const std::string& folder, const Bytes& binary, GltfDocument& document,
+                        std::string& error)
+{
+    const Json* buffers = ArrayMember(json, "buffers");
+    for (std::size_t i = 0; buffers != nullptr && i < buffers->size(); ++i)
+    {
+        const Json& buffer = (*buffers)[i];
+        const std::string place = "buffer " + std::to_string(i) + ": ";
+        const auto stated = buffer.is_object() ? buffer.find("byteLength") : buffer.end();
+        if (stated == buffer.end() || !stated->is_number_unsigned())
+        {
+            error = place + "its length isn't stated";
+            return false;
+        }
+        const std::string uri = TextMember(buffer, "uri");
+        Bytes bytes;
+        if (IsDataUri(uri))
+        {
+            if (!DecodeDataUri(uri, bytes))
+            {
+                error = place + "its data URI isn't base64";
+                return false;
+            }
+        }
+        else if (!uri.empty())
+        {
+            std::string reason;
+            if (!ReadFileBytes(ResolveUri(folder, uri), bytes, reason))
+            {
+                error = place + uri + " " + reason;
+                return false;
+            }
+            document.inputBytes += bytes.size();
+        }
+        else if (i == 0)
+        {
+            bytes = binary;
+        }
+        if (stated->get<std::uint64_t>() > bytes.size())
+        {
+            error = place + std::to_string(stated->get<std::uint64_t>()) + " bytes are stated, there are " +
+                    std::to_string(bytes.size());
+            return false;
+        }
+        bytes.resize(stated->get<std::size_t>());
+        document.model.buffers.emplace_back();
+        document.model.buffers.back().data.swap(bytes);
+    }
+    return true;
+}
+
+static void MeasureImage(const Json& image, const std::string& folder, const tinygltf::Model& model, SceneImage& size)
+{
+    const std::string uri = TextMember(image, "uri");
+    bool known = false;
+    if (IsDataUri(uri))
+    {
+        Bytes bytes;
+        known = DecodeDataUri(uri, bytes) && ImageSizeFromMemory(bytes.data(), bytes.size(), size.width, size.height);
+    }
+    else if (!uri.empty())
+    {
+        known = ImageSizeFromFile(ResolveUri(folder, uri), size.width, size.height);
+    }
+    else if (image.is_object() && image.contains("bufferView") && image["bufferView"].is_number_unsigned())
+    {
+        const auto index = image["bufferView"].get<std::uint64_t>();
+        if (index < model.bufferViews.size())
+        {
+            const tinygltf::BufferView& view = model.bufferViews[index];
+            if (view.buffer >= 0 && static_cast<std::size_t>(view.buffer) < model.buffers.size())
+            {
+                const Bytes& data = model.buffers[view.buffer].data;
+                known = view.byteOffset <= data.size() && view.byteLength <= data.size() - view.byteOffset &&
+                        ImageSizeFromMemory(data.data() + view.byteOffset, view.byteLength, size.width, size.height);
+            }
+        }
+    }
+    if (!known)
+    {
+        size.width = 0;
+        size.height = 0;
+    }
+    size.name = TextMember(image, "name");
+    if (size.name.empty() && !IsDataUri(uri))
+    {
+        size.name = uri;
+    }
+}
+
+// tinygltf refuses a channel without a node, which the format allows: it moves nothing.
+static void RemoveChannelsWithoutNode(Json& json)
+{
+    if (!json.contains("animations") || !json["animations"].is_array())
+    {
+        return;
+    }
+    for (Json& animation : json["animations"])
+    {
+        if (!animation.is_object() || !animation.contains("channels") || !animation["channels"].is_array())
+        {
+            continue;
+        }
+        Json kept = Json::array();
+        for (Json& channel : animation["channels"])
+        {
+            const bool aimless = channel.is_object() && channel.contains("target") && channel["target"].is_object() &&
+                                 !channel["target"].contains("node");
+            if (!aimless)
+            {
+                kept.push_back(std::move(channel));
+            }
+        }
+        animation["channels"] = std::move(kept);
+    }
+}
+
+// The first line of what the parser says, without the full stop.
+static std::string FirstLine(const std::string& text)
+{
+    std::string line = text.substr(0, text.find('\n'));
+    while (!line.empty() && (line.back() == '.' || line.back() == ' '))
+    {
+        line.pop_back();
+    }
+    return line.empty() ? "its structure isn't that of a glTF document" : line;
+}
+
+static bool ParseDocument(Json& json, GltfDocument& document, std::string& error)
+{
+    // Buffers and images stay out of the parser's hands: it trusts the lengths that a file states.
+    json.erase("buffers");
+    json.erase("images");
+    RemoveChannelsWithoutNode(json);
+    const std::string text = json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    tinygltf::TinyGLTF parser;
+    std::string parserError;
+    std::string parserWarning;
+    tinygltf::Model parsed;
+    if (!parser.LoadASCIIFromString(&parsed, &parserError, &parserWarning, text.data(),
+                                    static_cast<unsigned int>(text.size()), "", tinygltf::NO_REQUIRE))
+    {
+        error = "isn't valid glTF: " + FirstLine(parserError);
+        return false;
+    }
+    parsed.buffers.swap(document.model.buffers);
+    document.model = std::move(parsed);
+    return true;
+}
+
+bool LoadGltfDocument(const std::string& path, GltfDocument& document, std::string& error)
+{
+    const std::string folder = FileFolderOf(path);
+    Bytes file;
+    std::string reason;
+    const std::string name = FileNameOf(path);
+    if (!ReadFileBytes(path, file, reason))
+    {
+        error = path + " " + reason + ".";
+        return false;
+    }
+    document.inputBytes = file.size();
+    const char* text = nullptr;
+    std::size_t textLength = 0;
+    Bytes binary;
+    if (file.size() >= 4 && std::memcmp(file.data(), "glTF", 4) == 0)
+    {
+        const unsigned char* chunk = nullptr;
+        std::size_t chunkLength = 0;
+        if (!SplitBinary(file, text, textLength, chunk, chunkLength, reason))
+        {
+            error = name + " " + reason + ".";
+            return false;
+        }
+        binary.assign(chunk, chunk + chunkLength);
+    }
+    else
+    {
+        text = reinterpret_cast<const char*>(file.data());
+        textLength = file.size();
+    }
+    if (textLength == 0 || NestsTooDeep(text, textLength))
+    {
+        error = name + (textLength == 0 ? " is empty." : " nests deeper than 256 levels.");
+        return false;
+    }
+    Json json = Json::parse(text, text + textLength, nullptr, false);
+    if (json.is_discarded())
+    {
+        error = name + " isn't valid glTF: its document isn't valid JSON.";
+        return false;
+    }
+    if (!CheckHeader(json, reason))
+    {
+        error = name + " " + reason + ".";
+        return false;
+    }
+    if (!LoadBuffers(json, folder, binary, document, reason))
+    {
+        error = name + ": " + reason + ".";
+        return false;
+    }
+    const Json images = ArrayMember(json, "images") != nullptr ? json["images"] : Json::array();
+    if (!ParseDocument(json, document, reason))
+    {
+        error = name + " " + reason + ".";
+        return false;
+    }
+    for (const Json& image : images)
+    {
+        document.images.emplace_back();
+        MeasureImage(image, folder, document.model, document.images.back());
+    }
+    return true;
+}

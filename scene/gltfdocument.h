@@ -1,0 +1,23 @@
+// A glTF 2.0 file as it stands: the parsed document and the bytes of its buffers, before anyone asks whether it makes
+// sense.
+#pragma once
+
+#include "scene/scene.h"
+#include "scene/tinygltf.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+struct GltfDocument
+{
+    tinygltf::Model model;           // with its buffers filled, and without its images
+    std::vector<SceneImage> images;  // in file order
+    std::size_t inputBytes = 0;      // the length of the file and of the buffers that it refers to
+};
+
+// Reads .gltf and .glb (told apart by their first bytes) with external buffers and data URIs. A missing image is no
+// error. False with a sentence in `error` if the file can't be read, isn't glTF 2.x, or needs an extension that isn't
+// understood. Everything that the document says is still unchecked, except that each buffer has the length that it
+// states.
+bool LoadGltfDocument(const std::string& path, GltfDocument& document, std::string& error);

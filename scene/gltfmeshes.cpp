@@ -1,0 +1,282 @@
+#include "scene/gltfaccessor.h"
+#include "scene/gltfparts.h"
+#include "scene/trianglelist.h"
+
+#include <algorithm>
+
+using Numbers = std::vector<double>;
+
+static int FindAttribute(const std::map<std::string, int>& attributes, const std::string& name)
+{
+    const auto it = attributes.find(name);
+    return it == attributes.end() ? -1 : it->second;
+}
+
+static std::vector<Double3> ToPoints(const Numbers& numbers)
+{
+    std::vector<Double3> points(numbers.size() / 3);
+    for (std::size_t i = 0; i < points.size(); ++i)
+    {
+        points[i] = {numbers[3 * i], numbers[3 * i + 1], numbers[3 * i + 2]};
+    }
+    return points;
+}
+
+static bool ReadAttribute(GltfReading& reading, int accessor, const std::string& name, int width, GltfNumbers accepted,
+                          std::size_t nVertices, Numbers& numbers)
+{
+    if (!ReadGltfAccessor(reading.document, accessor, width, accepted, numbers, reading.error))
+    {
+        return reading.Fail(name + ": " + reading.error);
+    }
+    if (numbers.size() / static_cast<std::size_t>(width) != nVertices)
+    {
+        return reading.Fail(name + " for " + std::to_string(numbers.size() / static_cast<std::size_t>(width)) +
+                            " vertices, there are " + std::to_string(nVertices));
+    }
+    return true;
+}
+
+static bool ReadIndices(GltfReading& reading, const tinygltf::Primitive& source, std::size_t nVertices,
+                        std::vector<std::uint32_t>& indices)
+{
+    if (source.indices < 0)
+    {
+        indices.resize(nVertices);
+        for (std::size_t i = 0; i < nVertices; ++i)
+        {
+            indices[i] = static_cast<std::uint32_t>(i);
+        }
+        return true;
+    }
+    Numbers numbers;
+    if (!ReadGltfAccessor(reading.document, source.indices, 1, GltfNumbers::Indices, numbers, reading.error))
+    {
+        return reading.Fail("indices: " + reading.error);
+    }
+    indices.reserve(numbers.size());
+    for (const double index : numbers)
+    {
+        if (index >= static_cast<double>(nVertices))
+        {
+            return reading.Fail("index " + std::to_string(static_cast<std::uint64_t>(index)) + " of " +
+                                std::to_string(nVertices) + " vertices");
+        }
+        indices.push_back(static_cast<std::uint32_t>(index));
+    }
+    return true;
+}
+
+static bool ReadTriangles(GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
+{
+    std::vector<std::uint32_t> indices;
+    if (!ReadIndices(reading, source, primitive.positions.size(), indices))
+    {
+        return false;
+    }
+    const TriangleMode mode = source.mode == TINYGLTF_MODE_TRIANGLE_STRIP ? TriangleMode::Strip
+                              : source.mode == TINYGLTF_MODE_TRIANGLE_FAN ? TriangleMode::Fan
+                                                                          : TriangleMode::List;
+    if (!AppendTriangles(mode, indices, primitive.triangles))
+    {
+        return reading.Fail(std::to_string(indices.size()) + " corners don't make whole triangles");
+    }
+    return true;
+}
+
+// All sets JOINTS_n and WEIGHTS_n from 0 on. Weights that aren't above 0 move nothing and are dropped.
+static bool ReadInfluences(GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
+{
+    const std::size_t nVertices = primitive.positions.size();
+    std::vector<Numbers> joints;
+    std::vector<Numbers> weights;
+    for (std::size_t set = 0;; ++set)
+    {
+        const std::string jointsName = "JOINTS_" + std::to_string(set);
+        const std::string weightsName = "WEIGHTS_" + std::to_string(set);
+        const int jointsAccessor = FindAttribute(source.attributes, jointsName);
+        const int weightsAccessor = FindAttribute(source.attributes, weightsName);
+        if (jointsAccessor < 0 && weightsAccessor < 0)
+        {
+            break;
+        }
+        if (jointsAccessor < 0 || weightsAccessor < 0)
+        {
+            return reading.Fail(jointsName + " and " + weightsName + " don't come together");
+        }
+        joints.emplace_back();
+        weights.emplace_back();
+        if (!ReadAttribute(reading, jointsAccessor, jointsName, 4, GltfNumbers::Indices, nVertices, joints.back()) ||
+            !ReadAttribute(reading, weightsAccessor, weightsName, 4, GltfNumbers::Any, nVertices, weights.back()))
+        {
+            return false;
+        }
+    }
+    if (joints.empty())
+    {
+        return true;
+    }
+    primitive.influenceStarts.assign(1, 0);
+    for (std::size_t v = 0; v < nVertices; ++v)
+    {
+        for (std::size_t set = 0; set < joints.size(); ++set)
+        {
+            for (std::size_t k = 4 * v; k < 4 * v + 4; ++k)
+            {
+                if (weights[set][k] > 0.0)
+                {
+                    primitive.influences.push_back({static_cast<std::uint32_t>(joints[set][k]), weights[set][k]});
+                }
+            }
+        }
+        primitive.influenceStarts.push_back(static_cast<std::uint32_t>(primitive.influences.size()));
+    }
+    return true;
+}
+
+static bool ReadMorphTargets(GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
+{
+    const std::size_t nVertices = primitive.positions.size();
+    if (!reading.Spend(3 * nVertices * source.targets.size()))
+    {
+        return false;
+    }
+    for (std::size_t i = 0; i < source.targets.size(); ++i)
+    {
+        const int accessor = FindAttribute(source.targets[i], "POSITION");
+        Numbers numbers(3 * nVertices, 0.0);
+        if (accessor >= 0 && !ReadAttribute(reading, accessor, "POSITION of morph target " + std::to_string(i), 3,
+                                            GltfNumbers::Any, nVertices, numbers))
+        {
+            return false;
+        }
+        primitive.morphDeltas.push_back(ToPoints(numbers));
+    }
+    return true;
+}
+
+// The image of the material's base colour, and the set of coordinates that it is laid on with.
+static bool FindTexture(GltfReading& reading, const tinygltf::Primitive& source, int& image, int& coordSet)
+{
+    const tinygltf::Model& model = reading.document.model;
+    image = -1;
+    coordSet = 0;
+    if (source.material < 0)
+    {
+        return true;
+    }
+    if (static_cast<std::size_t>(source.material) >= model.materials.size())
+    {
+        return reading.Fail("material " + std::to_string(source.material) + " of " +
+                            std::to_string(model.materials.size()));
+    }
+    const tinygltf::TextureInfo& info = model.materials[source.material].pbrMetallicRoughness.baseColorTexture;
+    if (info.index < 0)
+    {
+        return true;
+    }
+    if (static_cast<std::size_t>(info.index) >= model.textures.size())
+    {
+        return reading.Fail("texture " + std::to_string(info.index) + " of " + std::to_string(model.textures.size()));
+    }
+    const int source2D = model.textures[info.index].source;
+    if (source2D >= 0 && static_cast<std::size_t>(source2D) >= reading.scene.images.size())
+    {
+        return reading.Fail("image " + std::to_string(source2D) + " of " + std::to_string(reading.scene.images.size()));
+    }
+    image = std::max(source2D, -1);
+    coordSet = info.texCoord;
+    return true;
+}
+
+static bool ReadTexCoords(GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
+{
+    int coordSet = 0;
+    if (!FindTexture(reading, source, primitive.image, coordSet))
+    {
+        return false;
+    }
+    std::string name = "TEXCOORD_" + std::to_string(coordSet);
+    if (FindAttribute(source.attributes, name) < 0)
+    {
+        name = "TEXCOORD_0";
+    }
+    const int accessor = FindAttribute(source.attributes, name);
+    if (accessor < 0)
+    {
+        return true;
+    }
+    Numbers numbers;
+    if (!ReadAttribute(reading, accessor, name, 2, GltfNumbers::Any, primitive.positions.size(), numbers))
+    {
+        return false;
+    }
+    primitive.texCoords.resize(primitive.positions.size());
+    for (std::size_t i = 0; i < primitive.texCoords.size(); ++i)
+    {
+        primitive.texCoords[i] = {static_cast<float>(numbers[2 * i]), static_cast<float>(numbers[2 * i + 1])};
+    }
+    return true;
+}
+
+static bool ReadPrimitive(GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
+{
+    Numbers positions;
+    const int accessor = FindAttribute(source.attributes, "POSITION");
+    if (accessor < 0)
+    {
+        return true; // nothing is drawn
+    }
+    if (!ReadGltfAccessor(reading.document, accessor, 3, GltfNumbers::Any, positions, reading.error))
+    {
+        return reading.Fail("POSITION: " + reading.error);
+    }
+    primitive.positions = ToPoints(positions);
+    if (!ReadTriangles(reading, source, primitive) || !ReadInfluences(reading, source, primitive) ||
+        !ReadTexCoords(reading, source, primitive) || !ReadMorphTargets(reading, source, primitive))
+    {
+        return false;
+    }
+    RemoveUnusedVertices(primitive);
+    return reading.Spend(3 * primitive.positions.size() + 2 * primitive.triangles.size() +
+                         2 * primitive.influences.size());
+}
+
+bool ReadGltfMeshes(GltfReading& reading)
+{
+    const std::vector<tinygltf::Mesh>& meshes = reading.document.model.meshes;
+    reading.meshPrimitives.resize(meshes.size());
+    reading.meshTargets.resize(meshes.size(), 0);
+    for (std::size_t m = 0; m < meshes.size(); ++m)
+    {
+        for (std::size_t p = 0; p < meshes[m].primitives.size(); ++p)
+        {
+            const tinygltf::Primitive& source = meshes[m].primitives[p];
+            const std::string place = GltfPlace("mesh", m, meshes[m].name) + ", primitive " + std::to_string(p);
+            if (source.mode >= TINYGLTF_MODE_POINTS && source.mode <= TINYGLTF_MODE_LINE_STRIP)
+            {
+                reading.scene.warnings.push_back(place + ": points and lines are left out.");
+                continue;
+            }
+            if (source.mode < 0 || source.mode > TINYGLTF_MODE_TRIANGLE_FAN)
+            {
+                return reading.Fail(place + ": mode " + std::to_string(source.mode) + " doesn't exist");
+            }
+            ScenePrimitive primitive;
+            primitive.name = meshes[m].name;
+            if (!ReadPrimitive(reading, source, primitive))
+            {
+                return reading.Fail(place + ": " + reading.error);
+            }
+            if (primitive.triangles.empty())
+            {
+                reading.scene.warnings.push_back(place + ": has no triangles and is left out.");
+                continue;
+            }
+            reading.meshTargets[m] = std::max(reading.meshTargets[m], primitive.morphDeltas.size());
+            reading.meshPrimitives[m].push_back(static_cast<int>(reading.scene.primitives.size()));
+            reading.scene.primitives.push_back(std::move(primitive));
+        }
+    }
+    return true;
+}

@@ -1,0 +1,36 @@
+// The steps of reading a glTF document into a scene, in their order. Each returns false with a sentence's end in
+// `error` if the document makes no sense there.
+#pragma once
+
+#include "scene/gltfdocument.h"
+#include "scene/scene.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+struct GltfReading
+{
+    const GltfDocument& document;
+    Scene& scene;
+    std::string error;
+    std::size_t budget = 0;                           // numbers that may still be stored
+    std::vector<std::vector<int>> meshPrimitives = {}; // for each mesh the scene's primitives
+    std::vector<std::size_t> meshTargets = {};         // for each mesh its number of morph targets
+    std::vector<bool> hasMatrix = {};                  // for each node whether a matrix places it
+
+    // Always false, for a return.
+    bool Fail(const std::string& reason);
+
+    // Takes `count` numbers out of the budget. A file that refers to the same bytes over and over must not fill the
+    // memory.
+    bool Spend(std::size_t count);
+};
+
+bool ReadGltfMeshes(GltfReading& reading);
+bool ReadGltfNodes(GltfReading& reading);  // and the roots of the default scene; needs the meshes
+bool ReadGltfSkins(GltfReading& reading);  // and which node's mesh uses which; needs the nodes
+bool ReadGltfClips(GltfReading& reading);  // needs the nodes
+
+// "mesh 2", or "mesh 2 (body)" if it has a name.
+std::string GltfPlace(const char* kind, std::size_t index, const std::string& name);

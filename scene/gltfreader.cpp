@@ -1,0 +1,74 @@
+#include "scene/gltfreader.h"
+
+#include "scene/gltfparts.h"
+#include "scene/readfile.h"
+
+#include <exception>
+#include <new>
+
+static const std::size_t FREE_NUMBERS = std::size_t(8) << 20U; // what every file may store
+static const std::size_t NUMBERS_PER_BYTE = 16;                // and what more for each byte of input
+
+bool GltfReading::Fail(const std::string& reason)
+{
+    error = reason;
+    return false;
+}
+
+bool GltfReading::Spend(std::size_t count)
+{
+    if (count > budget)
+    {
+        return Fail("the file refers to its data too often to be held in memory");
+    }
+    budget -= count;
+    return true;
+}
+
+std::string GltfPlace(const char* kind, std::size_t index, const std::string& name)
+{
+    const std::string place = std::string(kind) + " " + std::to_string(index);
+    return name.empty() ? place : place + " (" + name + ")";
+}
+
+static bool ReadParts(const std::string& path, Scene& scene, std::string& error)
+{
+    GltfDocument document;
+    if (!LoadGltfDocument(path, document, error))
+    {
+        return false;
+    }
+    scene.fileStem = FileStemOf(path);
+    scene.images = document.images;
+    GltfReading reading{document, scene, {}, FREE_NUMBERS + NUMBERS_PER_BYTE * document.inputBytes};
+    if (!ReadGltfMeshes(reading) || !ReadGltfNodes(reading) || !ReadGltfSkins(reading) || !ReadGltfClips(reading))
+    {
+        error = FileNameOf(path) + ": " + reading.error + ".";
+        return false;
+    }
+    return true;
+}
+
+bool ReadGltfScene(const char* path, Scene& scene, std::string& error)
+{
+    bool read = false;
+    try
+    {
+        scene = Scene();
+        error.clear();
+        read = ReadParts(path, scene, error);
+    }
+    catch (const std::bad_alloc&)
+    {
+        error = std::string(path) + ": out of memory.";
+    }
+    catch (const std::exception& exception)
+    {
+        error = std::string(path) + ": can't be read as glTF: " + exception.what() + ".";
+    }
+    if (!read)
+    {
+        scene = Scene();
+    }
+    return read;
+}

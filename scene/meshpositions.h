@@ -1,0 +1,13 @@
+// Where the vertices of a mesh are.
+#pragma once
+
+#include "scene/scenepose.h"
+
+#include <vector>
+
+// The positions of the file with the morph targets' deltas added by weight, in the mesh's own space.
+std::vector<Double3> MorphedPositions(const ScenePrimitive& primitive, const std::vector<double>& weights);
+
+// The vertices of one mesh of a node in the world. With a skin: linear blend skinning by all weights, divided by their
+// sum, in which the node's own transform plays no part; a vertex whose weights sum up to 0 is at 0, 0, 0.
+std::vector<Double3> WorldPositions(const Scene& scene, int node, const SceneMeshUse& use, const ScenePose& pose);
