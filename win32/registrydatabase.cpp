@@ -3,6 +3,7 @@
 #include "win32/registrystore.h"
 #include "win32/userfolders.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
@@ -71,24 +72,38 @@ private:
     int m_Result;
 };
 
+// Held shared while the file is in use, and alone while it is exchanged: SQLite's own locks hold for the file that is
+// open, not for the name under which the next one will be opened. A folder that can't be opened is not locked.
 class FolderLock
 {
 public:
-    explicit FolderLock(const fs::path& folder) : m_File(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+    FolderLock(const std::string& folder, int kind) : m_Folder(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
     {
-        if (m_File >= 0)
-            flock(m_File, LOCK_EX);
+        for (int waited = 0; m_Folder >= 0 && flock(m_Folder, kind | LOCK_NB) != 0; waited += STEP_MS)
+        {
+            if (waited >= BUSY_TIMEOUT_MS || (errno != EWOULDBLOCK && errno != EINTR))
+            {
+                m_TimedOut = errno == EWOULDBLOCK;
+                break;
+            }
+            usleep(STEP_MS * 1000);
+        }
     }
     ~FolderLock()
     {
-        if (m_File >= 0)
-            close(m_File);
+        if (m_Folder >= 0)
+            close(m_Folder);
     }
     FolderLock(const FolderLock&) = delete;
     FolderLock& operator=(const FolderLock&) = delete;
 
+    bool TimedOut() const { return m_TimedOut; }
+
 private:
-    int m_File;
+    static const int STEP_MS = 2;
+
+    int m_Folder;
+    bool m_TimedOut = false;
 };
 
 } // namespace
@@ -171,8 +186,12 @@ static int WriteStore(sqlite3* db, const StoreWork& work)
     return result;
 }
 
+// Under a folder lock.
 static int OnFile(const std::string& file, bool writes, const StoreWork& work)
 {
+    std::error_code error;
+    if (!writes && !fs::exists(file, error))
+        return SQLITE_NOTFOUND;
     const int flags = SQLITE_OPEN_READWRITE | (writes ? SQLITE_OPEN_CREATE : 0);
     sqlite3* db = nullptr;
     int result = sqlite3_open_v2(file.c_str(), &db, flags, nullptr);
@@ -194,17 +213,20 @@ static bool MoveAside(const std::string& file)
     return std::rename(file.c_str(), aside.c_str()) == 0;
 }
 
-// Begins a fresh store in place of a damaged one. Of several processes that find the damage one does it; the others
-// wait and then find the fresh store.
-static int RecoverFile(const std::string& file, bool writes, const StoreWork& work)
+// A damaged file gives way to a fresh store. Of several processes that find the damage one exchanges the file; the
+// others wait and then find the fresh store.
+static int OnFileOrFresh(const std::string& file, bool writes, const StoreWork& work)
 {
-    const FolderLock lock(fs::path(file).parent_path());
-    std::error_code error;
-    int result = fs::exists(file, error) || writes ? OnFile(file, writes, work) : SQLITE_NOTFOUND;
-    if (!IsDamage(result) || !MoveAside(file))
-        return result;
-    result = writes ? OnFile(file, writes, work) : SQLITE_NOTFOUND;
-    return result;
+    const std::string folder = fs::path(file).parent_path().string();
+    {
+        const FolderLock shared(folder, LOCK_SH);
+        const int result = shared.TimedOut() ? SQLITE_BUSY : OnFile(file, writes, work);
+        if (!IsDamage(result))
+            return result;
+    }
+    const FolderLock alone(folder, LOCK_EX);
+    const int result = alone.TimedOut() ? SQLITE_BUSY : OnFile(file, writes, work);
+    return IsDamage(result) && MoveAside(file) ? OnFile(file, writes, work) : result;
 }
 
 static int OnMemory(bool writes, const StoreWork& work)
@@ -228,15 +250,9 @@ static LONG OnStore(bool writes, const StoreWork& work)
     const std::string file = GetRegistryFile();
     if (file.empty())
         return ToRegistryError(OnMemory(writes, work));
-    std::error_code error;
-    if (!writes && !fs::exists(file, error))
-        return ERROR_FILE_NOT_FOUND;
     if (writes && !MakeFolders(fs::path(file).parent_path().string()))
         return ERROR_ACCESS_DENIED;
-    int result = OnFile(file, writes, work);
-    if (IsDamage(result))
-        result = RecoverFile(file, writes, work);
-    return ToRegistryError(result);
+    return ToRegistryError(OnFileOrFresh(file, writes, work));
 }
 
 static int FindKey(sqlite3* db, const std::string& key)

@@ -320,16 +320,25 @@ TEST_F(RegistryTest, TwoProcessesWriteAtOnce)
 TEST_F(RegistryTest, ProcessesThatFindTheDamageTogetherLoseNothingWrittenAfterIt)
 {
     fs::create_directories(fs::path(m_File).parent_path());
-    for (int round = 0; round < 5; round++)
+    for (int round = 0; round < 20; round++)
     {
         WriteFile(m_File, std::string(5000, '?'));
+        int gate[2]; // the children wait at it until all of them are there
+        ASSERT_EQ(pipe(gate), 0);
         pid_t children[4];
         for (int c = 0; c < 4; c++)
         {
             children[c] = fork();
             if (children[c] == 0)
-                _exit(SetText("Key", std::to_string(c).c_str(), "here") == ERROR_SUCCESS ? 0 : 1);
+            {
+                char byte = 0;
+                close(gate[1]);
+                const bool opened = read(gate[0], &byte, 1) == 0;
+                _exit(opened && SetText("Key", std::to_string(c).c_str(), "here") == ERROR_SUCCESS ? 0 : 1);
+            }
         }
+        close(gate[0]);
+        close(gate[1]);
         for (const pid_t child : children)
         {
             int status = -1;
