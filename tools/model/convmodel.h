@@ -12,7 +12,7 @@ public:
     ~ConvModel() override;
 
     // The last step of a conversion: closes the animations, removes the nodes that nothing needs, cleans the meshes
-    // (by the mag scale) and computes the normals. Fails only through FinishAnim.
+    // (by the mag scale) and computes the normals. Fails through FinishAnim, or without memory.
     virtual QZBOOL Finish(QZBOOL bRemoveNodes, QZBOOL bMagScale);
     // Size the list and fill it with new nodes or tracks; on failure the list is empty.
     virtual QZBOOL CreateChildNodes(DynArray<ModelNode*, NoCache>& children, uint32_t nNodes);

@@ -3,6 +3,14 @@
 #include "engine/model/src/modelnode.h"
 
 class AnimNode;
+class ConvNode;
+
+// The place of a vertex that goes without a replacement.
+constexpr uint32_t NO_VERTEX = 0xFFFFFFFFu;
+
+// Told once when many vertices have left the LOD 0 mesh pLOD: pNewIndices holds for each old vertex its new index, that
+// of its replacement, or NO_VERTEX.
+typedef void (*VertexRemapHandler)(ConvNode* pNode, ModelPieceLOD* pLOD, const uint32_t* pNewIndices);
 
 // A node with what only the conversion needs.
 class ConvNode : public ModelNode
@@ -15,4 +23,7 @@ public:
     DynArray<AnimNode*, DefaultCache> m_AnimNodes; // the tracks of this node, one per animation read; not owned
     Vector3 m_Scale{1.0f, 1.0f, 1.0f};
     Matrix4 m_mLocal; // scratch: the key last evaluated for this node
+
+    // If set, called in place of many calls of OnVertexRemoved.
+    VertexRemapHandler m_pOnVerticesRemapped = nullptr;
 };

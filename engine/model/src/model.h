@@ -182,7 +182,7 @@ public:
     bool HasRoomFor(ModelStream* pStream, uint32_t nCount, uint64_t bytes) const;
     // Counts the tracks of an animation without keys, which take no bytes in a file; false when there are more than any
     // sound file has.
-    bool CountEmptyTracks();
+    bool CountEmptyTracks(ModelStream* pStream);
 
     // Writing and whole-model operations of the tool side; they are not part of the run-time library.
     QZBOOL Save(ModelStream* pStream);

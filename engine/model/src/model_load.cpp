@@ -48,8 +48,11 @@ bool Model::HasRoomFor(ModelStream* pStream, uint32_t nCount, uint64_t bytes) co
     return position <= length && nCount * bytes <= length - position;
 }
 
-bool Model::CountEmptyTracks()
+bool Model::CountEmptyTracks(ModelStream* pStream)
 {
+    // A copy through memory isn't a stranger's file.
+    if (pStream != m_pLoadStream)
+        return true;
     m_nEmptyTracks += NumNodes();
     return m_nEmptyTracks <= EMPTY_TRACKS_BASE + m_LoadLength / EMPTY_TRACKS_BYTES;
 }
@@ -490,7 +493,7 @@ QZBOOL ModelAnim::Load(ModelStream* pStream, uint32_t nVersion)
     // Each key has its place in every track.
     if (!m_pModel->HasRoomFor(pStream, nKeys, DISK_KEY + DISK_NODEKEY * m_pModel->NumNodes()))
         return QZFALSE;
-    if (nKeys == 0 && !m_pModel->CountEmptyTracks())
+    if (nKeys == 0 && !m_pModel->CountEmptyTracks(pStream))
         return QZFALSE;
     if (!m_KeyFrames.SetSize(nKeys, m_pModel->GetAllocator()))
         return QZFALSE;

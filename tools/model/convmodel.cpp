@@ -1,0 +1,98 @@
+#include "tools/model/convmodel.h"
+
+#include "tools/model/buildvertexnormals.h"
+#include "tools/model/cleangeometry.h"
+
+ConvModel::ConvModel() : Model(&g_DefaultAllocator, &g_DefaultAllocator) {}
+
+ConvModel::~ConvModel() = default;
+
+QZBOOL ConvModel::Finish(QZBOOL bRemoveNodes, QZBOOL bMagScale)
+{
+    if (!Precalc(QZTRUE))
+        return QZFALSE;
+    for (uint32_t i = 0; i < NumAnims(); ++i)
+    {
+        if (!FinishAnim(i))
+            return QZFALSE;
+    }
+    // The root usually has the flag and is always refused, so the result says nothing.
+    if (bRemoveNodes)
+        RemoveRemovableNodes();
+    // Without memory for the tables or the cleaning no half-cleaned model goes on.
+    if (!Precalc(QZTRUE) || (bMagScale && !CleanGeometry(this)))
+        return QZFALSE;
+    BuildVertexNormals(this);
+    return QZTRUE;
+}
+
+QZBOOL ConvModel::CreateChildNodes(DynArray<ModelNode*, NoCache>& children, uint32_t nNodes)
+{
+    if (!children.SetSizeInit(nNodes, nullptr, m_pAllocator))
+        return QZFALSE;
+    for (uint32_t i = 0; i < nNodes; ++i)
+    {
+        children[i] = AllocNew<ConvNode>(*m_pAllocator, this);
+        if (!children[i])
+        {
+            DeleteAndClearArray(children, m_pAllocator);
+            return QZFALSE;
+        }
+    }
+    return QZTRUE;
+}
+
+QZBOOL ConvModel::CreateChildAnimNodes(DynArray<AnimNode*, NoCache>& children, uint32_t nNodes, ModelAnim* pAnim,
+                                       AnimNode* pParent)
+{
+    if (!children.SetSizeInit(nNodes, nullptr, m_pAllocator))
+        return QZFALSE;
+    for (uint32_t i = 0; i < nNodes; ++i)
+    {
+        children[i] = AllocNew<ConvAnimNode>(*m_pAllocator, pAnim, pParent);
+        if (!children[i])
+        {
+            DeleteAndClearArray(children, m_pAllocator);
+            return QZFALSE;
+        }
+    }
+    return QZTRUE;
+}
+
+QZBOOL ConvModel::FinishAnim(uint32_t iAnim)
+{
+    ModelAnim* pAnim = GetAnim(iAnim);
+    if (pAnim->NumKeyFrames() != 0)
+    {
+        const uint32_t start = pAnim->m_KeyFrames[0].m_Time;
+        for (uint32_t i = 0; i < pAnim->NumKeyFrames(); ++i)
+            pAnim->m_KeyFrames[i].m_Time -= start;
+    }
+    return SetupChildModelRelation(&m_SelfChildModel, this, QZFALSE) && pAnim->PrecalcNodeLists(QZTRUE);
+}
+
+uint32_t ConvModel::FindPieceNodeIndex(uint32_t iPiece)
+{
+    for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
+    {
+        if (static_cast<ConvNode*>(m_FlatNodeList[i])->m_PieceIndex == static_cast<int32_t>(iPiece))
+            return i;
+    }
+    return static_cast<uint32_t>(-1);
+}
+
+ConvNode* ConvModel::FindPieceNode(uint32_t iPiece)
+{
+    const uint32_t iNode = FindPieceNodeIndex(iPiece);
+    return iNode == static_cast<uint32_t>(-1) ? nullptr : static_cast<ConvNode*>(m_FlatNodeList[iNode]);
+}
+
+void ConvModel::RemoveAllAnims()
+{
+    for (uint32_t i = 0; i < NumAnims(); ++i)
+    {
+        if (ModelAnim* pAnim = GetOwnAnim(i))
+            FreeObject(*m_pAllocator, pAnim);
+    }
+    m_Anims.Term(m_pDefaultAllocator);
+}

@@ -1,0 +1,5 @@
+#include "tools/model/convnode.h"
+
+ConvNode::ConvNode(Model* pModel) : ModelNode(pModel) {}
+
+ConvNode::~ConvNode() = default;

@@ -1,0 +1,325 @@
+// The writer of model files, version 12, with its proof: what was written is loaded once more through a counting
+// allocator, and the size that a reader computes from the header must cover what that load took.
+
+#include "engine/model/src/model.h"
+#include "engine/model/src/modelallocations.h"
+#include "tools/model/beginsection.h"
+#include "zoltshared/stdzolt/assertion.h"
+#include "zoltshared/stdzolt/countingallocator.h"
+#include "zoltshared/stdzolt/memorystream.h"
+
+constexpr uint32_t WRITTEN_VERSION = 12;
+constexpr uint32_t HEADER_RESERVED_BYTES = 62;
+constexpr uint32_t VERIFY_CACHE_SIZE = 0x100000;
+constexpr uint32_t COPY_CACHE_SIZE = 65535;
+
+QZBOOL Model::Save(ModelStream* pStream)
+{
+    OrderAnimsForSave();
+    if (!WriteSections(pStream))
+        return QZFALSE;
+
+    CountingAllocator allocCount(&g_DefaultAllocator);
+    Model scratch(&allocCount, &g_DefaultAllocator);
+    ModelAllocations allocs;
+    ModelStream* pMemory = CreateMemoryStream(VERIFY_CACHE_SIZE);
+    if (!pMemory)
+        return QZFALSE;
+    uint32_t result = RESULT_ERROR;
+    if (WriteSections(pMemory))
+    {
+        pMemory->SeekTo(0);
+        LoadRequest request;
+        request.m_pStream = pMemory;
+        request.m_bLoadChildModels = QZFALSE;
+        result = scratch.Load(&request);
+    }
+    pMemory->Release();
+    if (result != RESULT_OK)
+        return QZFALSE;
+
+    uint32_t testAllocationSize = 0;
+    return ZOLT_ASSERT(allocs.InitFromModel(this), "allocs.InitFromModel(this)") &&
+           ZOLT_ASSERT(allocs.CalcAllocationSize(testAllocationSize),
+                       "allocs.CalcAllocationSize(testAllocationSize)") &&
+           ZOLT_ASSERT(allocCount.m_TotalMemoryAllocated <= testAllocationSize,
+                       "allocCount.m_TotalMemoryAllocated <= testAllocationSize");
+}
+
+QZBOOL Model::OrderAnimsForSave()
+{
+    DynArray<AnimInfo, NoCache> ordered;
+    if (!ordered.SetSize(NumAnims()))
+        return QZFALSE;
+    uint32_t iRow = 0;
+    for (const bool bOwn : {true, false})
+    {
+        for (uint32_t i = 0; i < NumAnims(); ++i)
+        {
+            const ChildInfo* pInfo = m_Anims[i].m_pChildInfo;
+            if ((pInfo->m_pParentModel == pInfo->m_pModel) == bOwn)
+                ordered[iRow++] = m_Anims[i];
+        }
+    }
+    for (uint32_t i = 0; i < NumAnims(); ++i)
+        m_Anims[i] = ordered[i];
+    // The rows of a link have kept their order, but may stand elsewhere.
+    for (uint32_t i = NumAnims(); i-- > 0;)
+        m_Anims[i].m_pChildInfo->m_iAnimOffset = i;
+    return QZTRUE;
+}
+
+QZBOOL Model::WriteSections(ModelStream* pStream)
+{
+    SetModelStamp(GetModelStamp() + 1);
+    ZOLT_ASSERT(m_CommandString, "m_CommandString");
+
+    uint32_t iLink = BeginSection(pStream, "Header", NO_PREVIOUS_SECTION);
+    pStream->WriteU32(WRITTEN_VERSION);
+    ModelAllocations allocs;
+    if (!allocs.InitFromModel(this) || !allocs.Write(pStream))
+        return QZFALSE;
+    pStream->WriteString(m_CommandString);
+    pStream->WriteF32(m_HeaderFloat).WriteU16(static_cast<uint16_t>(m_LODDistances.GetSize()));
+    for (uint32_t i = 0; i < HEADER_RESERVED_BYTES; ++i)
+        pStream->WriteU8(0);
+    for (uint32_t i = 0; i < m_LODDistances.GetSize(); ++i)
+        pStream->WriteF32(m_LODDistances[i]);
+
+    iLink = BeginSection(pStream, "Pieces", iLink);
+    pStream->WriteU32(CalcNumWeights()).WriteU32(NumPieces());
+    for (uint32_t i = 0; i < NumPieces(); ++i)
+    {
+        if (!SavePiece(pStream, m_Pieces[i]))
+            return QZFALSE;
+    }
+
+    iLink = BeginSection(pStream, "Nodes", iLink);
+    if (!GetRootNode()->Save(pStream) || !SaveWeightSets(pStream))
+        return QZFALSE;
+
+    iLink = BeginSection(pStream, "ChildModels", iLink);
+    pStream->WriteU32(m_nChildModels);
+    for (uint32_t i = 0; i < m_nChildModels; ++i)
+    {
+        if (i > 0)
+            pStream->WriteString(m_ChildModels[i]->m_pName);
+        if (!m_ChildModels[i]->Save(pStream))
+            return QZFALSE;
+    }
+
+    iLink = BeginSection(pStream, "Animation", iLink);
+    pStream->WriteU32(CalcNumOwnAnims());
+    for (uint32_t i = 0; i < NumAnims(); ++i)
+    {
+        if (m_Anims[i].m_pChildInfo->m_pModel == this && !m_Anims[i].SaveAnimInfo(pStream))
+            return QZFALSE;
+    }
+
+    iLink = BeginSection(pStream, "Sockets", iLink);
+    if (!SaveSockets(pStream) || !SaveAnimBindings(pStream, iLink))
+        return QZFALSE;
+    return pStream->ErrorStatus() == 0;
+}
+
+QZBOOL Model::SavePiece(ModelStream* pStream, ModelPiece* pPiece)
+{
+    if (pPiece->NumLODs() != NumLODs())
+        return QZFALSE;
+    pStream->WriteU16(static_cast<uint16_t>(pPiece->m_iTexture));
+    pStream->WriteF32(pPiece->m_PieceParamA).WriteF32(pPiece->m_PieceParamB).WriteF32(pPiece->m_PieceParamC);
+    pStream->WriteU16(0); // skipped words
+    pStream->WriteString(pPiece->GetName());
+    for (uint32_t i = 0; i < pPiece->NumLODs(); ++i)
+    {
+        if (!pPiece->GetLOD(i)->Save(pStream))
+            return QZFALSE;
+    }
+    return QZTRUE;
+}
+
+QZBOOL ModelPieceLOD::Save(ModelStream* pStream)
+{
+    pStream->WriteU32(NumTris());
+    for (uint32_t i = 0; i < NumTris(); ++i)
+    {
+        const ModelTri& tri = m_Tris[i];
+        for (uint32_t iCorner = 0; iCorner < 3; ++iCorner)
+            pStream->WriteF32(tri.m_UVs[iCorner].u).WriteF32(tri.m_UVs[iCorner].v).WriteU16(tri.m_Indices[iCorner]);
+    }
+    pStream->WriteU32(NumVerts());
+    for (uint32_t i = 0; i < NumVerts(); ++i)
+    {
+        const ModelVert& vert = m_Verts[i];
+        pStream->WriteU16(vert.m_nWeights).WriteU16(vert.m_VertReserved);
+        for (uint32_t k = 0; k < vert.m_nWeights; ++k)
+        {
+            const ModelVertWeight& weight = vert.m_Weights[k];
+            pStream->WriteU32(weight.m_iNode);
+            for (const float value : weight.m_Vec)
+                pStream->WriteF32(value);
+        }
+        pStream->WriteVector(vert.m_vPos).WriteVector(vert.m_vNormal);
+    }
+    return QZTRUE;
+}
+
+QZBOOL ModelNode::Save(ModelStream* pStream)
+{
+    pStream->WriteString(m_Name);
+    pStream->WriteU16(m_NodeIndex).WriteU8(m_Flags);
+    for (const float value : m_mGlobal.m)
+        pStream->WriteF32(value);
+    pStream->WriteU32(NumChildren());
+    for (uint32_t i = 0; i < NumChildren(); ++i)
+    {
+        if (!m_Children[i]->Save(pStream))
+            return QZFALSE;
+    }
+    return QZTRUE;
+}
+
+QZBOOL Model::SaveWeightSets(ModelStream* pStream)
+{
+    pStream->WriteU32(NumWeightSets());
+    for (uint32_t i = 0; i < NumWeightSets(); ++i)
+    {
+        if (!m_WeightSets[i]->Save(pStream))
+            return QZFALSE;
+    }
+    return QZTRUE;
+}
+
+QZBOOL WeightSet::Save(ModelStream* pStream)
+{
+    pStream->WriteString(m_Name);
+    pStream->WriteU32(m_Weights.GetSize());
+    for (uint32_t i = 0; i < m_Weights.GetSize(); ++i)
+        pStream->WriteF32(m_Weights[i]);
+    return QZTRUE;
+}
+
+QZBOOL ChildInfo::Save(ModelStream* pStream)
+{
+    if (!m_pParentModel)
+        return QZFALSE;
+    pStream->WriteU32(m_Stamp);
+    NodeKeyFrame identity;
+    identity.SetIdentity();
+    for (uint32_t i = 0; i < m_pParentModel->NumNodes(); ++i)
+    {
+        const NodeKeyFrame& relation = i < m_Relations.GetSize() ? m_Relations[i] : identity;
+        pStream->WriteVector(relation.m_vTranslation).WriteRotation(relation.m_qRotation);
+    }
+    return QZTRUE;
+}
+
+QZBOOL AnimInfo::SaveAnimInfo(ModelStream* pStream)
+{
+    if (!m_pAnim)
+        return QZFALSE;
+    pStream->WriteVector(m_vDims);
+    return m_pAnim->Save(pStream);
+}
+
+QZBOOL ModelAnim::Save(ModelStream* pStream)
+{
+    pStream->WriteString(m_Name);
+    pStream->WriteI32(m_AnimParamA).WriteI32(m_AnimParamB).WriteU32(NumKeyFrames());
+    for (uint32_t i = 0; i < NumKeyFrames(); ++i)
+    {
+        pStream->WriteU32(m_KeyFrames[i].m_Time);
+        pStream->WriteString(m_KeyFrames[i].m_pString);
+    }
+    return m_pRootNode->Save(pStream);
+}
+
+QZBOOL AnimNode::Save(ModelStream* pStream)
+{
+    if (!m_pNode || NumChildren() != m_pNode->NumChildren())
+        return QZFALSE;
+    // The array reports a track that has fewer keys than its animation; there is nothing to write for it.
+    if (!ZOLT_ASSERT(NumKeyFrames() <= m_KeyFrames.GetSize(), "index < m_nElements"))
+        return QZFALSE;
+    for (uint32_t i = 0; i < NumKeyFrames(); ++i)
+        pStream->WriteVector(m_KeyFrames[i].m_vTranslation).WriteRotation(m_KeyFrames[i].m_qRotation);
+    for (uint32_t i = 0; i < NumChildren(); ++i)
+    {
+        if (!m_Children[i]->Save(pStream))
+            return QZFALSE;
+    }
+    return QZTRUE;
+}
+
+QZBOOL Model::SaveSockets(ModelStream* pStream)
+{
+    pStream->WriteU32(NumSockets());
+    for (uint32_t i = 0; i < NumSockets(); ++i)
+    {
+        const ModelSocket* pSocket = m_Sockets[i];
+        pStream->WriteU32(pSocket->m_iNode);
+        pStream->WriteString(pSocket->GetName());
+        pStream->WriteRotation(pSocket->m_qRotation).WriteVector(pSocket->m_vPos);
+    }
+    return QZTRUE;
+}
+
+QZBOOL Model::SaveAnimBindings(ModelStream* pStream, uint32_t iPrevLink)
+{
+    BeginSection(pStream, "AnimBindings", iPrevLink);
+    for (uint32_t i = 0; i < m_nChildModels; ++i)
+    {
+        const ChildInfo* pInfo = m_ChildModels[i];
+        if (!pInfo->m_pModel)
+        {
+            pStream->WriteU32(0);
+            continue;
+        }
+        const uint32_t nBindings = pInfo->m_pModel->CalcNumOwnAnims();
+        pStream->WriteU32(nBindings);
+        for (uint32_t j = 0; j < nBindings; ++j)
+        {
+            // A link whose rows couldn't be made has no bindings to write.
+            const uint32_t iRow = pInfo->m_iAnimOffset + j;
+            if (iRow >= NumAnims() || m_Anims[iRow].m_pChildInfo->m_pParentModel != this)
+                return QZFALSE;
+            pStream->WriteString(m_Anims[iRow].m_pAnim->GetName());
+            pStream->WriteVector(m_Anims[iRow].m_vDims).WriteVector(m_Anims[iRow].m_vTranslation);
+        }
+    }
+    return QZTRUE;
+}
+
+QZBOOL Model::CopyModelFrom(Model* pSource)
+{
+    LoadRequest request;
+    ModelStream* pStream = CreateMemoryStream(COPY_CACHE_SIZE);
+    if (!pStream)
+        return QZFALSE;
+    QZBOOL bCopied = QZFALSE;
+    if (pSource->Save(pStream))
+    {
+        pStream->SeekTo(0);
+        request.m_pStream = pStream;
+        bCopied = Load(&request) == RESULT_OK;
+    }
+    pStream->Release();
+    return bCopied;
+}
+
+QZBOOL ModelAnim::CopyFrom(ModelAnim* pSource)
+{
+    ModelStream* pStream = CreateMemoryStream(COPY_CACHE_SIZE);
+    if (!pStream)
+        return QZFALSE;
+    QZBOOL bCopied = QZFALSE;
+    if (pSource->Save(pStream))
+    {
+        pStream->SeekTo(0);
+        // Read back in the layout that was just written, whatever files the two models come from.
+        bCopied = Load(pStream, WRITTEN_VERSION) && pStream->ErrorStatus() == 0 &&
+                  pStream->GetPosition() == pStream->GetLength();
+    }
+    pStream->Release();
+    return bCopied;
+}

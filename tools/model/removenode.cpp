@@ -1,0 +1,145 @@
+// Takes nodes out of a model without changing the pose of any other node: their motion is handed down to their
+// children, which move up to the parent.
+
+#include "engine/model/src/model.h"
+#include "tools/model/keystoglobal.h"
+
+typedef void (*KeyConversion)(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent);
+
+static void ConvertOwnKeys(Model* pModel, KeyConversion pConvert)
+{
+    const Matrix4 identity;
+    for (uint32_t i = 0; i < pModel->NumAnims(); ++i)
+    {
+        ModelAnim* pAnim = pModel->GetOwnAnim(i);
+        if (!pAnim)
+            continue;
+        for (uint32_t iKey = 0; iKey < pAnim->NumKeyFrames(); ++iKey)
+            pConvert(pAnim->GetRootNode(), iKey, identity);
+    }
+}
+
+// The next two serve nodes and tracks alike, so that the two trees stay parallel. The first makes room in the parent's
+// list for the children of an element that goes; a list that was grown in vain is shortened again, which can't fail.
+template <class T> static QZBOOL MakeRoom(T* pParent, const T* pOld, Allocator* pAllocator)
+{
+    return pParent->m_Children.NiceSetSize(pParent->m_Children.GetSize() + pOld->m_Children.GetSize(), QZFALSE,
+                                           pAllocator);
+}
+
+// Takes an element out of its parent's list, in which there is room, puts its children at the end and destroys it.
+template <class T> static void Dissolve(T* pParent, T* pOld, Allocator* pAllocator)
+{
+    const uint32_t nMoved = pOld->m_Children.GetSize();
+    const uint32_t nSize = pParent->m_Children.GetSize();
+    uint32_t nKept = 0;
+    for (uint32_t i = 0; i < nSize - nMoved; ++i)
+    {
+        if (pParent->m_Children[i] != pOld)
+            pParent->m_Children[nKept++] = pParent->m_Children[i];
+    }
+    for (uint32_t i = 0; i < nMoved; ++i)
+        pParent->m_Children[nKept++] = pOld->m_Children[i];
+    pParent->m_Children.NiceSetSize(nKept, QZFALSE, pAllocator);
+    pOld->m_Children.Term(pAllocator);
+    FreeObject(*pAllocator, pOld);
+}
+
+static AnimNode* TrackOf(ModelAnim* pAnim, const ModelNode* pNode)
+{
+    return pAnim->m_AnimNodes[pNode->GetNodeIndex()];
+}
+
+QZBOOL Model::RemoveNode(ModelNode* pNode)
+{
+    if (!pNode || pNode == GetRootNode() || !(pNode->m_Flags & MNODE_REMOVEABLE) ||
+        IsNodeWeighted(pNode->GetNodeIndex()))
+        return QZFALSE;
+    ModelNode* pParent = FindParent(pNode, GetRootNode(), nullptr);
+    if (!pParent)
+        return QZFALSE;
+
+    // All memory is taken first: what can't be had leaves the model as it was.
+    Allocator* pAllocator = GetGrowAllocator();
+    DynArray<uint32_t, DefaultCache> newIndices;
+    const uint32_t nBefore = pParent->NumChildren();
+    QZBOOL bRoom = newIndices.SetSize(NumNodes()) && MakeRoom(pParent, pNode, pAllocator);
+    uint32_t nGrown = 0;
+    for (; bRoom && nGrown < NumAnims(); ++nGrown)
+    {
+        ModelAnim* pAnim = GetOwnAnim(nGrown);
+        bRoom = !pAnim || MakeRoom(TrackOf(pAnim, pParent), TrackOf(pAnim, pNode), pAllocator);
+    }
+    if (!bRoom)
+    {
+        pParent->m_Children.NiceSetSize(nBefore, QZFALSE, pAllocator);
+        for (uint32_t i = 0; i < nGrown; ++i)
+        {
+            if (ModelAnim* pAnim = GetOwnAnim(i))
+                TrackOf(pAnim, pParent)->m_Children.NiceSetSize(nBefore, QZFALSE, pAllocator);
+        }
+        return QZFALSE;
+    }
+
+    // From here on a key doesn't depend on the tree, so the tree can change.
+    ConvertOwnKeys(this, KeysToGlobal);
+
+    for (uint32_t i = 0; i < NumNodes(); ++i)
+    {
+        GetNode(i)->m_iRemapIndex = i;
+        newIndices[i] = i;
+    }
+    for (uint32_t i = 0; i < NumAnims(); ++i)
+    {
+        ModelAnim* pAnim = GetOwnAnim(i);
+        if (!pAnim)
+            continue;
+        AnimNode* pOld = TrackOf(pAnim, pNode);
+        AnimNode* pParentTrack = TrackOf(pAnim, pParent);
+        for (uint32_t j = 0; j < pOld->NumChildren(); ++j)
+            pOld->GetChild(j)->m_pParent = pParentTrack;
+        Dissolve(pParentTrack, pOld, pAllocator);
+    }
+    Dissolve(pParent, pNode, pAllocator);
+    const QZBOOL bTables = Precalc(QZTRUE);
+    ConvertOwnKeys(this, KeysToLocal);
+    if (!bTables)
+        return QZFALSE;
+
+    for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
+        newIndices[m_FlatNodeList[i]->m_iRemapIndex] = i;
+    for (uint32_t iPiece = 0; iPiece < NumPieces(); ++iPiece)
+    {
+        ModelPiece* pPiece = GetPiece(iPiece);
+        for (uint32_t iVert = 0; iVert < pPiece->NumVerts(); ++iVert)
+        {
+            const ModelVert* pVert = pPiece->GetVert(iVert);
+            for (uint32_t iWeight = 0; iWeight < pVert->m_nWeights; ++iWeight)
+                pVert->m_Weights[iWeight].m_iNode = newIndices[pVert->m_Weights[iWeight].m_iNode];
+        }
+    }
+    return SetupChildModelRelation(&m_SelfChildModel, this, QZFALSE);
+}
+
+QZBOOL Model::RemoveRemovableNodes()
+{
+    QZBOOL bAllRemoved = QZTRUE;
+    for (uint32_t i = 0; i < NumNodes();)
+    {
+        ModelNode* pNode = GetNode(i);
+        if (!(pNode->m_Flags & MNODE_REMOVEABLE))
+        {
+            ++i;
+        }
+        else if (RemoveNode(pNode))
+        {
+            i = 0; // all indices have changed
+        }
+        else
+        {
+            bAllRemoved = QZFALSE;
+            ++i;
+        }
+    }
+    return bAllRemoved;
+}
