@@ -137,6 +137,8 @@ private:
     void ShortenBy(uint32_t n);
     QZBOOL StoreFrom(uint32_t index, const ListAccess<T>& other);
 
+    static constexpr uint32_t ELEMENT_SIZE = sizeof(T); // NOLINT(bugprone-sizeof-expression): pointers too
+
     T* m_pArray = nullptr;
     uint32_t m_nElements = 0;
     [[no_unique_address]] C m_Cache;
@@ -145,9 +147,9 @@ private:
 // One block of n constructed elements. Null for n = 0, without memory, and for more than 32 bits of bytes or elements.
 template <class T, class C> T* DynArray<T, C>::NewStorage(uint64_t n, Allocator* pAllocator)
 {
-    if (n > UINT32_MAX / sizeof(T))
+    if (n > UINT32_MAX / ELEMENT_SIZE)
         return nullptr;
-    T* pStorage = static_cast<T*>(pAllocator->Alloc(static_cast<uint32_t>(n * sizeof(T))));
+    T* pStorage = static_cast<T*>(pAllocator->Alloc(static_cast<uint32_t>(n * ELEMENT_SIZE)));
     if constexpr (!std::is_trivially_default_constructible_v<T>)
     {
         if (pStorage)
@@ -220,7 +222,8 @@ template <class T, class C> QZBOOL DynArray<T, C>::NiceSetSize(uint32_t n, QZBOO
     if (std::is_trivially_copyable_v<T> && bFast)
     {
         if (m_nElements != 0)
-            std::memcpy(static_cast<void*>(pStorage), static_cast<const void*>(m_pArray), m_nElements * sizeof(T));
+            std::memcpy(static_cast<void*>(pStorage), static_cast<const void*>(m_pArray),
+                        size_t(m_nElements) * ELEMENT_SIZE);
     }
     else
     {
@@ -353,7 +356,7 @@ template <class T, class C> QZBOOL DynArray<T, C>::ListAppendFrom(const ListAcce
 
 template <class T, class C> QZBOOL DynArray<T, C>::ListFindElement(const T& value, ListPos& pos) const
 {
-    const int index = FindBlock(&value, m_pArray, m_nElements, static_cast<uint32_t>(sizeof(T)));
+    const int index = FindBlock(&value, m_pArray, m_nElements, ELEMENT_SIZE);
     pos.m_Index = static_cast<uint32_t>(index);
     return index >= 0 ? QZTRUE : QZFALSE;
 }

@@ -15,10 +15,7 @@ static Commands Scan(const std::string& text)
     Commands commands;
     while (tokenizer.NextCommand())
     {
-        std::vector<std::string> tokens;
-        for (int i = 0; i < tokenizer.m_nTokens; i++)
-            tokens.emplace_back(tokenizer.m_Tokens[i]);
-        commands.push_back(tokens);
+        commands.emplace_back(tokenizer.m_Tokens, tokenizer.m_Tokens + tokenizer.m_nTokens);
     }
     return commands;
 }

@@ -22,7 +22,7 @@ static std::string TempPath(const char* pName)
 
 static std::string MakeFile(const char* pName, const std::string& content)
 {
-    const std::string path = TempPath(pName);
+    std::string path = TempPath(pName);
     FILE* pFile = std::fopen(path.c_str(), "wb");
     EXPECT_EQ(std::fwrite(content.data(), 1, content.size(), pFile), content.size());
     std::fclose(pFile);
