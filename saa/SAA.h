@@ -125,8 +125,7 @@ extern "C"
     int SAA_texture2DSetCropMax(const SAA_Scene* scene, const SAA_Elem* texture, int u, int v);
 
     /* Envelopes: which control vertices of a mesh a skeleton element moves, and each one's weight in percent.
-       `nSkeletons` is always 1. In SAA_envelopeGetCtrlVertices `count` holds the room in `vertices` and takes the
-       number that was stored. */
+       `nSkeletons` is always 1; `count` is an in-argument too. */
     int SAA_envelopeGetNbCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
                                       const SAA_Elem* mesh, int* count);
     int SAA_envelopeGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,

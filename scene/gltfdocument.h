@@ -11,9 +11,9 @@
 
 struct GltfDocument
 {
-    tinygltf::Model model;           // with its buffers filled, and without its images
-    std::vector<SceneImage> images;  // in file order
-    std::size_t inputBytes = 0;      // the length of the file and of the buffers that it refers to
+    tinygltf::Model model;          // with its buffers filled, and without its images
+    std::vector<SceneImage> images; // in file order
+    std::size_t inputBytes = 0;     // the length of the file and of the buffers that it refers to
 };
 
 // Reads .gltf and .glb (told apart by their first bytes) with external buffers and data URIs. A missing image is no

@@ -42,9 +42,8 @@ static bool ReadTransform(GltfReading& reading, const tinygltf::Node& source, co
     {
         return ReadMatrix(reading, source, place, node);
     }
-    const auto fits = [](const std::vector<double>& numbers, std::size_t count) {
-        return numbers.empty() || (numbers.size() == count && IsFinite(numbers));
-    };
+    const auto fits = [](const std::vector<double>& numbers, std::size_t count)
+    { return numbers.empty() || (numbers.size() == count && IsFinite(numbers)); };
     if (!fits(source.translation, 3) || !fits(source.rotation, 4) || !fits(source.scale, 3))
     {
         return reading.Fail("translation, rotation or scale isn't one of 3, 4 and 3 finite numbers");

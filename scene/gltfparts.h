@@ -14,7 +14,7 @@ struct GltfReading
     const GltfDocument& document;
     Scene& scene;
     std::string error;
-    std::size_t budget = 0;                           // numbers that may still be stored
+    std::size_t budget = 0;                            // numbers that may still be stored
     std::vector<std::vector<int>> meshPrimitives = {}; // for each mesh the scene's primitives
     std::vector<std::size_t> meshTargets = {};         // for each mesh its number of morph targets
     std::vector<bool> hasMatrix = {};                  // for each node whether a matrix places it
@@ -28,9 +28,9 @@ struct GltfReading
 };
 
 bool ReadGltfMeshes(GltfReading& reading);
-bool ReadGltfNodes(GltfReading& reading);  // and the roots of the default scene; needs the meshes
-bool ReadGltfSkins(GltfReading& reading);  // and which node's mesh uses which; needs the nodes
-bool ReadGltfClips(GltfReading& reading);  // needs the nodes
+bool ReadGltfNodes(GltfReading& reading); // and the roots of the default scene; needs the meshes
+bool ReadGltfSkins(GltfReading& reading); // and which node's mesh uses which; needs the nodes
+bool ReadGltfClips(GltfReading& reading); // needs the nodes
 
 // "mesh 2", or "mesh 2 (body)" if it has a name.
 std::string GltfPlace(const char* kind, std::size_t index, const std::string& name);

@@ -43,8 +43,8 @@ static void SampleLinear(const double* key, const double* next, std::size_t widt
         }
         return;
     }
-    const DoubleQuat q = Slerp(NormalizeQuat({key[0], key[1], key[2], key[3]}),
-                               NormalizeQuat({next[0], next[1], next[2], next[3]}), u);
+    const DoubleQuat q =
+        Slerp(NormalizeQuat({key[0], key[1], key[2], key[3]}), NormalizeQuat({next[0], next[1], next[2], next[3]}), u);
     const double components[4] = {q.x, q.y, q.z, q.w};
     CopyValues(components, 4, values);
 }

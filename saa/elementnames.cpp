@@ -1,0 +1,58 @@
+#include "saa/elementnames.h"
+
+static const std::size_t MAX_NAME_LENGTH = 400;
+
+static std::string LowerCase(std::string text)
+{
+    for (char& c : text)
+    {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return text;
+}
+
+static std::string Cut(const std::string& name)
+{
+    return name.substr(0, name.find('\0')).substr(0, MAX_NAME_LENGTH);
+}
+
+bool ElementNames::TakeIfFree(const std::string& name)
+{
+    return m_Taken.insert(LowerCase(name)).second;
+}
+
+std::string ElementNames::Take(const std::string& name)
+{
+    const std::string base = Cut(name);
+    std::string result = base;
+    for (int k = 1; !TakeIfFree(result); ++k)
+    {
+        result = base + "_" + std::to_string(k);
+    }
+    return result;
+}
+
+std::vector<std::string> NameNodes(const Scene& scene, ElementNames& names)
+{
+    std::vector<std::string> result(scene.nodes.size());
+    // What the file calls a node comes before what is made up.
+    std::vector<std::size_t> left;
+    for (std::size_t i = 0; i < scene.nodes.size(); ++i)
+    {
+        const std::string name = Cut(scene.nodes[i].name);
+        if (!name.empty() && names.TakeIfFree(name))
+        {
+            result[i] = name;
+        }
+        else
+        {
+            left.push_back(i);
+        }
+    }
+    for (const std::size_t i : left)
+    {
+        const std::string name = Cut(scene.nodes[i].name);
+        result[i] = names.Take(name.empty() ? "node" + std::to_string(i) : name);
+    }
+    return result;
+}

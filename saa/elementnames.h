@@ -1,0 +1,27 @@
+// Names of elements: unique whatever a file calls its nodes.
+#pragma once
+
+#include "scene/scene.h"
+
+#include <set>
+#include <string>
+#include <vector>
+
+// Gives out names that are unique, ignoring the case of ASCII letters. Names are cut to 400 bytes, at their first
+// zero byte too.
+class ElementNames
+{
+public:
+    // `name` itself where it is free, else the first free one of `name`_1, `name`_2, ...
+    std::string Take(const std::string& name);
+
+    // Takes `name` as it is; false if it isn't free.
+    bool TakeIfFree(const std::string& name);
+
+private:
+    std::set<std::string> m_Taken; // in lower case
+};
+
+// One name for each node of the scene, by file order alone: the first node of a name keeps it, a further one gets
+// _<k> behind it, one without a name is called node<N> by its index.
+std::vector<std::string> NameNodes(const Scene& scene, ElementNames& names);

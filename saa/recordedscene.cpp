@@ -1,0 +1,212 @@
+#include "saa/recordedscene.h"
+
+#include "scene/cliprange.h"
+#include "scene/keyframe.h"
+#include "scene/meshpositions.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+
+static unsigned g_NextSceneId = 1;
+
+static std::string OfferedName(const Scene& scene, int clip)
+{
+    if (clip >= 0 && !scene.clips[clip].name.empty())
+    {
+        return scene.clips[clip].name;
+    }
+    return scene.name.empty() ? scene.fileStem : scene.name;
+}
+
+RecordedScene::RecordedScene(const Scene& scene, const RecordedSceneOptions& options)
+    : m_Scene(scene), m_Options(options), m_Id(g_NextSceneId++), m_Name(OfferedName(scene, options.clip))
+{
+    const ClipRange range = FindClipRange(scene, options.clip, options.fps);
+    m_StartFrame = options.start.value_or(range.start);
+    m_EndFrame = options.end.value_or(range.end);
+    m_CurrentFrame = m_StartFrame;
+    BuildElements();
+    BuildTextures();
+    IndexChannels();
+    CollectWarnings();
+}
+
+void RecordedScene::SetCurrentFrame(int frame)
+{
+    m_bPoseValid = m_bPoseValid && frame == m_CurrentFrame;
+    m_CurrentFrame = frame;
+}
+
+const ScenePose& RecordedScene::Pose()
+{
+    if (!m_bPoseValid)
+    {
+        EvaluatePose(m_Scene, m_Options.clip, m_CurrentFrame / m_Options.fps, m_Pose);
+        m_bPoseValid = true;
+    }
+    return m_Pose;
+}
+
+DoubleTransform RecordedScene::Transform(int element)
+{
+    return m_Elements[element].isNode ? Pose().locals[m_Elements[element].node] : DoubleTransform();
+}
+
+const JoinedMesh& RecordedScene::Mesh(int element)
+{
+    MeshCache& cache = m_Meshes[element];
+    if (!cache.joined)
+    {
+        const ScenePrimitive& primitive = Primitive(element);
+        const int skin = Use(element).skin;
+        cache.mesh = JoinVertices(primitive, skin < 0 ? nullptr : &m_Scene.skins[skin]);
+        cache.original.clear();
+        for (const std::uint32_t vertex : cache.mesh.fileVertex)
+        {
+            cache.original.push_back(primitive.positions[vertex]);
+        }
+        cache.joined = true;
+    }
+    return cache.mesh;
+}
+
+// What a float can't hold has no place among positions.
+static double FloatOrZero(double value)
+{
+    return std::fabs(value) <= static_cast<double>(FLT_MAX) ? value : 0.0;
+}
+
+const std::vector<Double3>& RecordedScene::Positions(int element, bool deformed)
+{
+    const JoinedMesh& mesh = Mesh(element);
+    MeshCache& cache = m_Meshes[element];
+    if (!deformed)
+    {
+        return cache.original;
+    }
+    if (cache.isDeformed && cache.frame == m_CurrentFrame)
+    {
+        return cache.deformed;
+    }
+    const int node = m_Elements[element].node;
+    const SceneMeshUse& use = Use(element);
+    std::vector<Double3> positions;
+    DoubleMatrix toOwnSpace;
+    if (use.skin < 0)
+    {
+        positions = MorphedPositions(Primitive(element), Pose().morphWeights[node]);
+    }
+    else
+    {
+        positions = WorldPositions(m_Scene, node, use, Pose());
+        InvertAffine(Pose().globals[node], toOwnSpace); // the identity where there is none: nothing can be seen there
+    }
+    cache.isDeformed = false;
+    cache.deformed.resize(mesh.fileVertex.size());
+    for (std::size_t v = 0; v < cache.deformed.size(); ++v)
+    {
+        const Double3& position = positions[mesh.fileVertex[v]];
+        const Double3 own = use.skin < 0 ? position : TransformPoint(toOwnSpace, position);
+        cache.deformed[v] = {FloatOrZero(own.x), FloatOrZero(own.y), FloatOrZero(own.z)};
+    }
+    cache.frame = m_CurrentFrame;
+    cache.isDeformed = true;
+    return cache.deformed;
+}
+
+bool RecordedScene::IsTurned(int element)
+{
+    return !IsEnveloped(element) && Determinant3(Pose().globals[m_Elements[element].node]) < 0.0;
+}
+
+void RecordedScene::BuildTextures()
+{
+    m_Textures.resize(m_Scene.images.size() + 1);
+    for (std::size_t i = 0; i < m_Scene.images.size(); ++i)
+    {
+        // Without two pixels each way coordinates can't be told apart; beyond 32768 the crop can't be pushed.
+        const SceneImage& image = m_Scene.images[i];
+        const bool usable = image.width > 1 && image.height > 1;
+        RecordedTexture& texture = m_Textures[i];
+        texture.width = usable ? std::min(image.width, 32768) : 2;
+        texture.height = usable ? std::min(image.height, 32768) : 2;
+        texture.cropMax[0] = texture.width - 1;
+        texture.cropMax[1] = texture.height - 1;
+    }
+}
+
+int RecordedScene::TextureOf(int element) const
+{
+    const ScenePrimitive& primitive = Primitive(element);
+    if (primitive.texCoords.empty())
+    {
+        return -1;
+    }
+    return primitive.image >= 0 ? primitive.image : NumTextures() - 1;
+}
+
+static ScenePath PathOf(CurveKind kind)
+{
+    switch (kind)
+    {
+    case CurveKind::RotationX:
+    case CurveKind::RotationY:
+    case CurveKind::RotationZ:
+        return ScenePath::Rotation;
+    case CurveKind::Shape:
+        return ScenePath::Weights;
+    default:
+        return ScenePath::Translation;
+    }
+}
+
+// Of two channels for one property the later one plays.
+void RecordedScene::IndexChannels()
+{
+    m_ChannelOf.assign(m_Scene.nodes.size(), {-1, -1, -1, -1});
+    const std::size_t nChannels = m_Options.clip < 0 ? 0 : m_Scene.clips[m_Options.clip].channels.size();
+    for (std::size_t i = 0; i < nChannels; ++i)
+    {
+        const SceneChannel& channel = m_Scene.clips[m_Options.clip].channels[i];
+        m_ChannelOf[channel.node][static_cast<std::size_t>(channel.path)] = static_cast<int>(i);
+    }
+}
+
+const SceneChannel* RecordedScene::Channel(int element, CurveKind kind) const
+{
+    if (!m_Elements[element].isNode)
+    {
+        return nullptr;
+    }
+    const int channel = m_ChannelOf[m_Elements[element].node][static_cast<std::size_t>(PathOf(kind))];
+    return channel < 0 ? nullptr : &m_Scene.clips[m_Options.clip].channels[channel];
+}
+
+std::size_t RecordedScene::NumExtraKeys(int element, CurveKind kind) const
+{
+    return m_Elements[element].level == 0 && kind == CurveKind::TranslationX ? m_Options.extraKeys.size() : 0;
+}
+
+int RecordedScene::NumKeys(int element, CurveKind kind) const
+{
+    const SceneChannel* channel = Channel(element, kind);
+    return static_cast<int>((channel == nullptr ? 0 : channel->times.size()) + NumExtraKeys(element, kind));
+}
+
+float RecordedScene::KeySeconds(int element, CurveKind kind, int key) const
+{
+    const SceneChannel* channel = Channel(element, kind);
+    const std::size_t nOwn = channel == nullptr ? 0 : channel->times.size();
+    const auto index = static_cast<std::size_t>(key);
+    if (index >= nOwn)
+    {
+        return static_cast<float>(m_Options.extraKeys[index - nOwn] / m_Options.fps);
+    }
+    const double time = channel->times[index];
+    const int frame = KeyFrame(channel->interpolation, time, m_Options.fps);
+    const auto seconds = static_cast<float>(time);
+    return NearestFrame(static_cast<double>(seconds), m_Options.fps) == frame
+               ? seconds
+               : static_cast<float>(frame / m_Options.fps);
+}

@@ -1,0 +1,157 @@
+// What the stand-in for the host's scene library has open: a scene, one of its clips, a frame rate, and the frame that
+// the play control stands on.
+#pragma once
+
+#include "saa/customvalues.h"
+#include "saa/joinedmesh.h"
+#include "scene/scene.h"
+#include "scene/scenepose.h"
+
+#include <array>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct RecordedSceneOptions
+{
+    int clip = -1;            // index of the clip that plays, -1 for the scene at rest
+    double fps = 30.0;        // above 0
+    std::optional<int> start; // where they are given they replace the frames of the clip's first and last key
+    std::optional<int> end;
+    std::vector<int> extraKeys; // frames on which the top-level element gets a further translation key
+};
+
+// An element of the hierarchy: a node of the scene, a further mesh of a node, or the null above several root nodes.
+struct RecordedElement
+{
+    std::string name;
+    int node = -1;       // the scene's node, -1 for the null at the top
+    int use = -1;        // which of the node's meshes it shows, -1 for none
+    bool isNode = false; // stands for the node itself and has its transform; a further mesh stands in its place
+    int parent = -1;
+    std::vector<int> children;
+    int level = 0;
+    int type = SAA_MNILL;
+    SAA_CusvalSet customValues;
+};
+
+struct RecordedTexture
+{
+    int width = 2; // pixels, from 2 to 32768
+    int height = 2;
+    int cropMin[2] = {0, 0}; // both ends of the crop rectangle inclusive
+    int cropMax[2] = {1, 1};
+};
+
+enum class CurveKind
+{
+    RotationX,
+    RotationY,
+    RotationZ,
+    TranslationX,
+    TranslationY,
+    TranslationZ,
+    Shape
+};
+
+constexpr int NUM_CURVE_KINDS = 7;
+
+class RecordedScene
+{
+public:
+    // `scene` must outlive this and hold what a reader promises; the clip must be one of its clips or -1.
+    RecordedScene(const Scene& scene, const RecordedSceneOptions& options);
+
+    const Scene& GetScene() const { return m_Scene; }
+    int Clip() const { return m_Options.clip; }
+    double Fps() const { return m_Options.fps; }
+
+    // Unlike that of every other one in this process; never 0.
+    unsigned Id() const { return m_Id; }
+
+    // The animation name to offer: the clip's name, else the scene's, else the file's stem, until the host sets one.
+    const std::string& Name() const { return m_Name; }
+    void SetName(const std::string& name) { m_Name = name; }
+
+    // A sentence for each thing that the model will not have as the scene has it.
+    const std::vector<std::string>& Warnings() const { return m_Warnings; }
+
+    // The play range, both ends inclusive. The end lies before the start only if the options say so.
+    int StartFrame() const { return m_StartFrame; }
+    int EndFrame() const { return m_EndFrame; }
+    int CurrentFrame() const { return m_CurrentFrame; }
+    void SetCurrentFrame(int frame);
+
+    // The elements in file order; children by index. Their names are unique, ignoring case, and don't depend on the
+    // clip. Exactly one has the level 0.
+    int NumElements() const { return static_cast<int>(m_Elements.size()); }
+    const RecordedElement& Element(int element) const { return m_Elements[element]; }
+    SAA_CusvalSet& CustomValues(int element) { return m_Elements[element].customValues; }
+    bool IsMesh(int element) const { return m_Elements[element].use >= 0; }
+    bool IsEnveloped(int element) const { return IsMesh(element) && Use(element).skin >= 0; }
+
+    // Local transform at the current frame.
+    DoubleTransform Transform(int element);
+
+    // For elements that are meshes: the file's triangles, the joined vertices, and their positions in the element's
+    // own space. Deformed positions are those at the current frame, with morph targets and envelopes.
+    const ScenePrimitive& Primitive(int element) const { return m_Scene.primitives[Use(element).primitive]; }
+    const JoinedMesh& Mesh(int element);
+    const std::vector<Double3>& Positions(int element, bool deformed);
+
+    // Whether the element hands out its triangles the other way round: it has no skin, and its global transform at the
+    // current frame mirrors.
+    bool IsTurned(int element);
+
+    // The index of the mesh's texture, -1 if it has no texture coordinates.
+    int TextureOf(int element) const;
+    int NumTextures() const { return static_cast<int>(m_Textures.size()); }
+    RecordedTexture& Texture(int texture) { return m_Textures[texture]; }
+
+    // The function curves of an element, and for each key its time: that of the file where SAA_seconds2Frame brings it
+    // to the key's frame, else that of the frame.
+    int NumKeys(int element, CurveKind kind) const;
+    float KeySeconds(int element, CurveKind kind, int key) const;
+
+private:
+    const SceneMeshUse& Use(int element) const
+    {
+        return m_Scene.nodes[m_Elements[element].node].meshes[m_Elements[element].use];
+    }
+    const SceneChannel* Channel(int element, CurveKind kind) const;
+    std::size_t NumExtraKeys(int element, CurveKind kind) const;
+    const ScenePose& Pose();
+    void BuildElements();
+    void SetLevels();
+    void BuildTextures();
+    void IndexChannels();
+    void CollectWarnings();
+    void WarnAboutWeights(int element, const std::vector<int>& elementOfNode);
+
+    // What is worked out for a mesh when it is first asked for.
+    struct MeshCache
+    {
+        bool joined = false;
+        JoinedMesh mesh;
+        std::vector<Double3> original;
+        bool isDeformed = false; // `deformed` holds the positions at `frame`
+        int frame = 0;
+        std::vector<Double3> deformed;
+    };
+
+    const Scene& m_Scene;
+    RecordedSceneOptions m_Options;
+    unsigned m_Id = 0;
+    std::string m_Name;
+    int m_StartFrame = 0;
+    int m_EndFrame = 0;
+    int m_CurrentFrame = 0;
+    bool m_bPoseValid = false;
+    ScenePose m_Pose; // at the current frame, if m_bPoseValid
+    std::vector<RecordedElement> m_Elements;
+    std::vector<std::array<int, 4>> m_ChannelOf; // for each node by path the clip's channel, -1 for none
+    std::vector<RecordedTexture> m_Textures;     // one for each image, and one for meshes without
+    std::map<int, MeshCache> m_Meshes;           // by element
+    std::vector<std::string> m_Warnings;
+};

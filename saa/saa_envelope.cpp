@@ -1,0 +1,132 @@
+// Operations on envelopes: which vertices of a mesh an element of the skeleton moves, and how far.
+#include "saa/operations.h"
+
+#include <algorithm>
+
+// The weights of one skeleton element in the mesh's list.
+struct WeightRange
+{
+    const JoinedWeight* begin = nullptr;
+    const JoinedWeight* end = nullptr;
+};
+
+static WeightRange FindWeights(RecordedScene& scene, int skeleton, int mesh)
+{
+    const RecordedElement& element = scene.Element(skeleton);
+    if (!element.isNode || !scene.IsEnveloped(mesh))
+    {
+        return {};
+    }
+    const std::vector<JoinedWeight>& weights = scene.Mesh(mesh).weights;
+    const auto first = std::lower_bound(weights.begin(), weights.end(), element.node,
+                                        [](const JoinedWeight& weight, int node) { return weight.node < node; });
+    const auto last = std::upper_bound(first, weights.end(), element.node,
+                                       [](int node, const JoinedWeight& weight) { return node < weight.node; });
+    return {weights.data() + (first - weights.begin()), weights.data() + (last - weights.begin())};
+}
+
+// Runs `body` with the scene, the mesh's element and the weights that the skeleton element has in it.
+template <typename Body>
+static int RunEnvelopeOperation(Operation operation, const SAA_Scene* scene, const SAA_Elem* skeleton,
+                                const SAA_Elem* mesh, Body body)
+{
+    return RunMeshOperation(operation, scene, mesh,
+                            [&](RecordedScene& current, int meshElement) -> int
+                            {
+                                int skeletonElement = -1;
+                                if (!ModelOfHandle(current, skeleton, skeletonElement))
+                                {
+                                    return SAA_STATUS_HANDLE;
+                                }
+                                return body(current, meshElement, FindWeights(current, skeletonElement, meshElement));
+                            });
+}
+
+int SAA_envelopeGetType(const SAA_Scene* scene, const SAA_Elem* elem, int* type)
+{
+    return RunModelOperation(OP_SAA_envelopeGetType, scene, elem,
+                             [&](RecordedScene& current, int element) -> int
+                             {
+                                 if (type == nullptr)
+                                 {
+                                     return SAA_STATUS_ARGUMENT;
+                                 }
+                                 *type = current.IsEnveloped(element) ? SAA_ENVELOPE_SKELETON : SAA_ENVELOPE_NONE;
+                                 return 0;
+                             });
+}
+
+int SAA_envelopeGetNbCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
+                                  const SAA_Elem* mesh, int* count)
+{
+    return RunEnvelopeOperation(OP_SAA_envelopeGetNbCtrlVertices, scene, skeleton, mesh,
+                                [&](RecordedScene&, int, const WeightRange& weights) -> int
+                                {
+                                    if (count == nullptr || nSkeletons != 1)
+                                    {
+                                        return SAA_STATUS_ARGUMENT;
+                                    }
+                                    *count = static_cast<int>(weights.end - weights.begin);
+                                    return 0;
+                                });
+}
+
+int SAA_envelopeGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons, const SAA_Elem* mesh,
+                                int* count, SAA_SubHandle* vertices)
+{
+    return RunEnvelopeOperation(OP_SAA_envelopeGetCtrlVertices, scene, skeleton, mesh,
+                                [&](RecordedScene& current, int element, const WeightRange& weights) -> int
+                                {
+                                    if (count == nullptr || vertices == nullptr || nSkeletons != 1)
+                                    {
+                                        return SAA_STATUS_ARGUMENT;
+                                    }
+                                    if (*count != weights.end - weights.begin)
+                                    {
+                                        return SAA_STATUS_COUNT;
+                                    }
+                                    for (const JoinedWeight* weight = weights.begin; weight != weights.end; ++weight)
+                                    {
+                                        vertices[weight - weights.begin] =
+                                            VertexHandle(current, element, weight->vertex);
+                                    }
+                                    return 0;
+                                });
+}
+
+int SAA_ctrlVertexGetEnvelopeWeights(const SAA_Scene* scene, const SAA_Elem* skeleton, const SAA_Elem* mesh, int count,
+                                     const SAA_SubHandle* vertices, float* weights)
+{
+    return RunEnvelopeOperation(OP_SAA_ctrlVertexGetEnvelopeWeights, scene, skeleton, mesh,
+                                [&](RecordedScene& current, int element, const WeightRange& range) -> int
+                                {
+                                    if (vertices == nullptr || weights == nullptr)
+                                    {
+                                        return SAA_STATUS_ARGUMENT;
+                                    }
+                                    if (count < 0 || count > range.end - range.begin)
+                                    {
+                                        return SAA_STATUS_COUNT;
+                                    }
+                                    std::vector<float> found(static_cast<std::size_t>(count));
+                                    for (std::size_t i = 0; i < found.size(); ++i)
+                                    {
+                                        std::uint32_t vertex = 0;
+                                        if (!VertexOfHandle(current, element, vertices[i], vertex))
+                                        {
+                                            return SAA_STATUS_HANDLE;
+                                        }
+                                        const JoinedWeight* weight =
+                                            std::lower_bound(range.begin, range.end, vertex,
+                                                             [](const JoinedWeight& entry, std::uint32_t wanted)
+                                                             { return entry.vertex < wanted; });
+                                        if (weight == range.end || weight->vertex != vertex)
+                                        {
+                                            return SAA_STATUS_HANDLE;
+                                        }
+                                        found[i] = static_cast<float>(weight->percent);
+                                    }
+                                    std::copy(found.begin(), found.end(), weights);
+                                    return 0;
+                                });
+}

@@ -1,0 +1,308 @@
+// Operations on meshes: triangles, control vertices, positions, textures.
+#include "saa/cropcoords.h"
+#include "saa/operations.h"
+
+#include <algorithm>
+
+static bool IsGeometry(int geometry, int lod)
+{
+    return (geometry == SAA_GEOM_ORIGINAL || geometry == SAA_GEOM_DEFORMED) && lod == 0;
+}
+
+static int StoreCount(std::size_t n, int* count)
+{
+    if (count == nullptr)
+    {
+        return SAA_STATUS_ARGUMENT;
+    }
+    *count = static_cast<int>(n);
+    return 0;
+}
+
+// The status for a list of `n` things that a caller has `count` places for at `out`.
+static int CheckList(std::size_t n, int count, const void* out)
+{
+    if (out == nullptr && count != 0)
+    {
+        return SAA_STATUS_ARGUMENT;
+    }
+    return count < 0 || static_cast<std::size_t>(count) != n ? SAA_STATUS_COUNT : 0;
+}
+
+// The status for `count` handles, of at most `n` things, that the caller hands in.
+static int CheckHandles(std::size_t n, int count, const void* handles, const void* out)
+{
+    if ((handles == nullptr || out == nullptr) && count != 0)
+    {
+        return SAA_STATUS_ARGUMENT;
+    }
+    return count < 0 || static_cast<std::size_t>(count) > n ? SAA_STATUS_COUNT : 0;
+}
+
+int SAA_modelGetNbTriangles(const SAA_Scene* scene, const SAA_Elem* elem, int geometry, int lod, int* count)
+{
+    return RunMeshOperation(OP_SAA_modelGetNbTriangles, scene, elem,
+                            [&](RecordedScene& current, int element) -> int
+                            {
+                                return IsGeometry(geometry, lod)
+                                           ? StoreCount(current.Primitive(element).triangles.size(), count)
+                                           : SAA_STATUS_ARGUMENT;
+                            });
+}
+
+int SAA_modelGetTriangles(const SAA_Scene* scene, const SAA_Elem* elem, int geometry, int lod, int count,
+                          SAA_SubHandle* triangles)
+{
+    return RunMeshOperation(OP_SAA_modelGetTriangles, scene, elem,
+                            [&](RecordedScene& current, int element) -> int
+                            {
+                                const int status =
+                                    IsGeometry(geometry, lod)
+                                        ? CheckList(current.Primitive(element).triangles.size(), count, triangles)
+                                        : SAA_STATUS_ARGUMENT;
+                                for (int i = 0; status == 0 && i < count; ++i)
+                                {
+                                    triangles[i] = TriangleHandle(current, element, static_cast<std::uint32_t>(i));
+                                }
+                                return status;
+                            });
+}
+
+int SAA_triangleGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* elem, int geometry, int lod, int count,
+                                const SAA_SubHandle* triangles, SAA_SubHandle* corners)
+{
+    return RunMeshOperation(
+        OP_SAA_triangleGetCtrlVertices, scene, elem,
+        [&](RecordedScene& current, int element)
+        {
+            const std::vector<SceneTriangle>& list = current.Primitive(element).triangles;
+            const int status = IsGeometry(geometry, lod) ? CheckHandles(list.size(), count, triangles, corners)
+                                                         : static_cast<int>(SAA_STATUS_ARGUMENT);
+            if (status != 0)
+            {
+                return status;
+            }
+            const std::vector<std::uint32_t>& vertexOf = current.Mesh(element).vertexOf;
+            const bool turned = current.IsTurned(element);
+            std::vector<SAA_SubHandle> found(3 * static_cast<std::size_t>(count));
+            for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i)
+            {
+                std::uint32_t triangle = 0;
+                if (!TriangleOfHandle(current, element, triangles[i], triangle))
+                {
+                    return static_cast<int>(SAA_STATUS_HANDLE);
+                }
+                for (std::uint32_t k = 0; k < 3; ++k)
+                {
+                    const std::uint32_t corner = turned ? 2 - k : k;
+                    found[3 * i + k] =
+                        CornerHandle(current, element, vertexOf[list[triangle].corners[corner]], triangle, corner);
+                }
+            }
+            std::copy(found.begin(), found.end(), corners);
+            return 0;
+        });
+}
+
+int SAA_ctrlVertexGetIndices(const SAA_Scene* scene, const SAA_Elem* elem, int count, const SAA_SubHandle* vertices,
+                             int* indices)
+{
+    return RunMeshOperation(OP_SAA_ctrlVertexGetIndices, scene, elem,
+                            [&](RecordedScene& current, int element)
+                            {
+                                const std::size_t most = std::max(3 * current.Primitive(element).triangles.size(),
+                                                                  current.Mesh(element).fileVertex.size());
+                                const int status = CheckHandles(most, count, vertices, indices);
+                                if (status != 0)
+                                {
+                                    return status;
+                                }
+                                std::vector<int> found(static_cast<std::size_t>(count));
+                                for (std::size_t i = 0; i < found.size(); ++i)
+                                {
+                                    std::uint32_t vertex = 0;
+                                    if (!VertexOfHandle(current, element, vertices[i], vertex))
+                                    {
+                                        return static_cast<int>(SAA_STATUS_HANDLE);
+                                    }
+                                    found[i] = static_cast<int>(vertex);
+                                }
+                                std::copy(found.begin(), found.end(), indices);
+                                return 0;
+                            });
+}
+
+// Tri-vertices and vertices are one list, so that they agree to the last bit.
+static int StorePositions(RecordedScene& scene, int element, bool deformed, int count, SAA_Position* positions)
+{
+    const int status = CheckList(scene.Mesh(element).fileVertex.size(), count, positions);
+    if (status != 0)
+    {
+        return status;
+    }
+    const std::vector<Double3>& list = scene.Positions(element, deformed);
+    for (std::size_t i = 0; i < list.size(); ++i)
+    {
+        positions[i] = {{list[i].x, list[i].y, list[i].z, 1.0}};
+    }
+    return 0;
+}
+
+int SAA_modelGetNbTriVertices(const SAA_Scene* scene, const SAA_Elem* elem, int* count)
+{
+    return RunMeshOperation(OP_SAA_modelGetNbTriVertices, scene, elem,
+                            [&](RecordedScene& current, int element)
+                            { return StoreCount(current.Mesh(element).fileVertex.size(), count); });
+}
+
+int SAA_modelGetTriVertices(const SAA_Scene* scene, const SAA_Elem* elem, int count, SAA_Position* positions)
+{
+    return RunMeshOperation(OP_SAA_modelGetTriVertices, scene, elem,
+                            [&](RecordedScene& current, int element)
+                            { return StorePositions(current, element, true, count, positions); });
+}
+
+int SAA_modelGetNbVertices(const SAA_Scene* scene, const SAA_Elem* elem, int* count)
+{
+    return RunMeshOperation(OP_SAA_modelGetNbVertices, scene, elem,
+                            [&](RecordedScene& current, int element)
+                            { return StoreCount(current.Mesh(element).fileVertex.size(), count); });
+}
+
+int SAA_modelGetVertices(const SAA_Scene* scene, const SAA_Elem* elem, int geometry, int lod, int count,
+                         SAA_Position* positions)
+{
+    return RunMeshOperation(OP_SAA_modelGetVertices, scene, elem,
+                            [&](RecordedScene& current, int element) -> int
+                            {
+                                return IsGeometry(geometry, lod)
+                                           ? StorePositions(current, element, geometry == SAA_GEOM_DEFORMED, count,
+                                                            positions)
+                                           : SAA_STATUS_ARGUMENT;
+                            });
+}
+
+int SAA_modelGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* elem, int geometry, int lod, int count,
+                             SAA_SubHandle* vertices)
+{
+    return RunMeshOperation(OP_SAA_modelGetCtrlVertices, scene, elem,
+                            [&](RecordedScene& current, int element) -> int
+                            {
+                                const int status =
+                                    IsGeometry(geometry, lod)
+                                        ? CheckList(current.Mesh(element).fileVertex.size(), count, vertices)
+                                        : SAA_STATUS_ARGUMENT;
+                                for (int i = 0; status == 0 && i < count; ++i)
+                                {
+                                    vertices[i] = VertexHandle(current, element, static_cast<std::uint32_t>(i));
+                                }
+                                return status;
+                            });
+}
+
+int SAA_modelRelationGetT2DGlbElements(const SAA_Scene* scene, const SAA_Elem* elem, int count, SAA_Elem* texture)
+{
+    return RunMeshOperation(OP_SAA_modelRelationGetT2DGlbElements, scene, elem,
+                            [&](RecordedScene& current, int element) -> int
+                            {
+                                if (texture == nullptr || count != 1)
+                                {
+                                    return texture == nullptr ? SAA_STATUS_ARGUMENT : SAA_STATUS_COUNT;
+                                }
+                                const int index = current.TextureOf(element);
+                                if (index < 0)
+                                {
+                                    return SAA_STATUS_NO_TEXTURE;
+                                }
+                                *texture = TextureHandle(current, index);
+                                return 0;
+                            });
+}
+
+int SAA_triCtrlVertexGetGlobalUVTxtCoords(const SAA_Scene* scene, const SAA_Elem* elem, int count,
+                                          const SAA_SubHandle* corners, int nTextures, const SAA_Elem* texture,
+                                          float* u, float* v)
+{
+    return RunMeshOperation(OP_SAA_triCtrlVertexGetGlobalUVTxtCoords, scene, elem,
+                            [&](RecordedScene& current, int element) -> int
+                            {
+                                const ScenePrimitive& primitive = current.Primitive(element);
+                                int index = -1;
+                                if (u == nullptr || v == nullptr || nTextures != 1)
+                                {
+                                    return SAA_STATUS_ARGUMENT;
+                                }
+                                if (!TextureOfHandle(current, texture, index) || index != current.TextureOf(element))
+                                {
+                                    return SAA_STATUS_HANDLE;
+                                }
+                                const int status = CheckHandles(3 * primitive.triangles.size(), count, corners, u);
+                                if (status != 0)
+                                {
+                                    return status;
+                                }
+                                std::vector<std::uint32_t> vertices(static_cast<std::size_t>(count));
+                                for (std::size_t i = 0; i < vertices.size(); ++i)
+                                {
+                                    if (!CornerOfHandle(current, element, corners[i], vertices[i]))
+                                    {
+                                        return SAA_STATUS_HANDLE;
+                                    }
+                                }
+                                const RecordedTexture& image = current.Texture(index);
+                                for (std::size_t i = 0; i < vertices.size(); ++i)
+                                {
+                                    const SceneTexCoord& whole = primitive.texCoords[vertices[i]];
+                                    u[i] = CropCoordinate(whole.u, image.cropMin[0], image.cropMax[0], image.width);
+                                    v[i] = CropCoordinate(whole.v, image.cropMin[1], image.cropMax[1], image.height);
+                                }
+                                return 0;
+                            });
+}
+
+// Runs `body` on the texture that the handle stands for.
+template <typename Body>
+static int RunTextureOperation(Operation operation, const SAA_Scene* scene, const SAA_Elem* texture, Body body)
+{
+    return RunSceneOperation(operation, scene,
+                             [&](RecordedScene& current) -> int
+                             {
+                                 int index = -1;
+                                 return TextureOfHandle(current, texture, index) ? body(current.Texture(index))
+                                                                                 : SAA_STATUS_HANDLE;
+                             });
+}
+
+static int StorePixel(const int (&pixel)[2], int* u, int* v)
+{
+    if (u == nullptr || v == nullptr)
+    {
+        return SAA_STATUS_ARGUMENT;
+    }
+    *u = pixel[0];
+    *v = pixel[1];
+    return 0;
+}
+
+int SAA_texture2DGetCropMin(const SAA_Scene* scene, const SAA_Elem* texture, int* u, int* v)
+{
+    return RunTextureOperation(OP_SAA_texture2DGetCropMin, scene, texture,
+                               [&](RecordedTexture& image) { return StorePixel(image.cropMin, u, v); });
+}
+
+int SAA_texture2DGetCropMax(const SAA_Scene* scene, const SAA_Elem* texture, int* u, int* v)
+{
+    return RunTextureOperation(OP_SAA_texture2DGetCropMax, scene, texture,
+                               [&](RecordedTexture& image) { return StorePixel(image.cropMax, u, v); });
+}
+
+int SAA_texture2DSetCropMax(const SAA_Scene* scene, const SAA_Elem* texture, int u, int v)
+{
+    return RunTextureOperation(OP_SAA_texture2DSetCropMax, scene, texture,
+                               [&](RecordedTexture& image)
+                               {
+                                   image.cropMax[0] = std::clamp(u, image.cropMin[0], image.width - 1);
+                                   image.cropMax[1] = std::clamp(v, image.cropMin[1], image.height - 1);
+                                   return 0;
+                               });
+}
