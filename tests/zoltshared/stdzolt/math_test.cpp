@@ -184,23 +184,27 @@ TEST(Quaternion, FromMatrixBranches)
     MatrixFromAxisAngle(m, 0.0f, 1.0f, 0.0f, PI);
     q.FromMatrix(m);
     ExpectQuaternion(q, 0.0f, std::copysign(1.0f, q.y), 0.0f, 0.0f);
-    // Half turns about x and about (1, 1, 0)/√2, where the lower index is the first of two equal elements.
     m.Identity();
     m(1, 1) = m(2, 2) = -1.0f;
     q.FromMatrix(m);
     ExpectQuaternion(q, 1.0f, 0.0f, 0.0f, 0.0f);
-    const float swapped[16] = {0, 1, 0, 0, 1, 0, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1};
-    m.Set(swapped);
-    q.FromMatrix(m);
-    ExpectQuaternion(q, std::sqrt(0.5f), std::sqrt(0.5f), 0.0f, 0.0f);
-    // Near a half turn about z the sum stands for w alone: t = 4 w².
-    for (double w : {0.002, 0.0017, 0.0016})
+    // Half turns between two axes, whose diagonal elements are equal: the lower index is the positive one.
+    for (int other = 0; other < 3; other++)
     {
-        Quaternion(0.0f, 0.0f, static_cast<float>(std::sqrt(1.0 - w * w)), static_cast<float>(w)).ToMatrix(m);
+        const int i = other == 0 ? 1 : 0, j = other == 2 ? 1 : 2;
+        for (float& element : m.m)
+            element = 0.0f;
+        m(other, other) = m(i, j) = m(j, i) = -1.0f;
         q.FromMatrix(m);
-        EXPECT_NEAR(std::fabs(q.w), w, 3e-5);                     // rounded elements: ±2⁻²⁵ each, over 8 w
-        EXPECT_NEAR(q.z * q.w, std::sqrt(1.0 - w * w) * w, 1e-7); // which an element holds to the end
+        const float h = std::sqrt(0.5f);
+        ExpectQuaternion(q, i == 0 ? h : 0.0f, i == 1 ? h : (j == 1 ? -h : 0.0f), j == 2 ? -h : 0.0f, 0.0f);
     }
+    // Near a half turn about z a float sum would lose the last bits of what is left: t = 2⁻¹⁶ + 2⁻²⁴.
+    m.Identity();
+    m(0, 0) = -1.0f + std::ldexp(1.0f, -16) + std::ldexp(1.0f, -24);
+    m(1, 1) = -1.0f;
+    q.FromMatrix(m);
+    EXPECT_NEAR(q.w, std::sqrt(std::ldexp(257.0, -24)) / 2.0, 1e-9);
 }
 
 TEST(Quaternion, Slerp)

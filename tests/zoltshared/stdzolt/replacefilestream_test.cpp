@@ -242,7 +242,16 @@ TEST_F(ReplaceFile, AFailedWriteKeepsTheOldFile)
     EXPECT_EQ(Read(path), "old");
     EXPECT_EQ(Names(), std::vector<std::string>{"a"});
 
-    ReplaceFileStream* pStream = OpenReplaceFileStream(path.c_str()); // and so does a rename that fails
+    ReplaceFileStream* pStream = OpenReplaceFileStream(path.c_str());
+    ASSERT_NE(pStream, nullptr);
+    EXPECT_EQ(pStream->Write("new", 3), 0);
+    char byte;
+    EXPECT_NE(pStream->Read(&byte, 1), 0); // an error on the way is enough, though all else goes well
+    EXPECT_NE(pStream->Commit(), 0);
+    pStream->Release();
+    EXPECT_EQ(Read(path), "old");
+
+    pStream = OpenReplaceFileStream(path.c_str()); // a rename that fails
     ASSERT_NE(pStream, nullptr);
     fs::remove(path);
     fs::create_directory(path);
