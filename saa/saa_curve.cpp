@@ -1,4 +1,5 @@
 // Operations on function curves.
+#include "saa/arguments.h"
 #include "saa/operations.h"
 
 #include <algorithm>
@@ -75,14 +76,7 @@ int SAA_fcurveGetNbKeys(const SAA_Scene* scene, const SAA_Elem* curve, int* coun
 {
     return RunCurveOperation(OP_SAA_fcurveGetNbKeys, scene, curve,
                              [&](RecordedScene& current, int element, CurveKind kind) -> int
-                             {
-                                 if (count == nullptr)
-                                 {
-                                     return SAA_STATUS_ARGUMENT;
-                                 }
-                                 *count = current.NumKeys(element, kind);
-                                 return 0;
-                             });
+                             { return StoreInt(current.NumKeys(element, kind), count); });
 }
 
 int SAA_fcurveGetKeys(const SAA_Scene* scene, const SAA_Elem* curve, int count, SAA_SubHandle* keys)
@@ -90,15 +84,13 @@ int SAA_fcurveGetKeys(const SAA_Scene* scene, const SAA_Elem* curve, int count, 
     return RunCurveOperation(OP_SAA_fcurveGetKeys, scene, curve,
                              [&](RecordedScene& current, int element, CurveKind kind) -> int
                              {
-                                 if (keys == nullptr || count != current.NumKeys(element, kind))
-                                 {
-                                     return keys == nullptr ? SAA_STATUS_ARGUMENT : SAA_STATUS_COUNT;
-                                 }
-                                 for (int i = 0; i < count; ++i)
+                                 const int status =
+                                     CheckList(static_cast<std::size_t>(current.NumKeys(element, kind)), count, keys);
+                                 for (int i = 0; status == 0 && i < count; ++i)
                                  {
                                      keys[i] = KeyHandle(current, element, kind, static_cast<std::uint32_t>(i));
                                  }
-                                 return 0;
+                                 return status;
                              });
 }
 
@@ -108,13 +100,11 @@ int SAA_fcurveKeyGetTime(const SAA_Scene* scene, const SAA_Elem* curve, int coun
     return RunCurveOperation(OP_SAA_fcurveKeyGetTime, scene, curve,
                              [&](RecordedScene& current, int element, CurveKind kind) -> int
                              {
-                                 if (keys == nullptr || seconds == nullptr)
+                                 const int status = CheckHandles(
+                                     static_cast<std::size_t>(current.NumKeys(element, kind)), count, keys, seconds);
+                                 if (status != 0)
                                  {
-                                     return SAA_STATUS_ARGUMENT;
-                                 }
-                                 if (count < 0 || count > current.NumKeys(element, kind))
-                                 {
-                                     return SAA_STATUS_COUNT;
+                                     return status;
                                  }
                                  std::vector<float> found(static_cast<std::size_t>(count));
                                  for (std::size_t i = 0; i < found.size(); ++i)

@@ -1,5 +1,5 @@
 // Operations on elements: hierarchy, names, types, transforms, custom values.
-#include "saa/copytext.h"
+#include "saa/arguments.h"
 #include "saa/operations.h"
 #include "scene/eulerangles.h"
 
@@ -28,21 +28,14 @@ int SAA_elementGetHierarchyLevel(const SAA_Scene* scene, const SAA_Elem* elem, i
 {
     return RunModelOperation(OP_SAA_elementGetHierarchyLevel, scene, elem,
                              [&](RecordedScene& current, int element)
-                             {
-                                 if (level == nullptr)
-                                 {
-                                     return static_cast<int>(SAA_STATUS_ARGUMENT);
-                                 }
-                                 *level = current.Element(element).level;
-                                 return 0;
-                             });
+                             { return StoreInt(current.Element(element).level, level); });
 }
 
 int SAA_elementGetName(const SAA_Scene* scene, const SAA_Elem* elem, int size, char* text)
 {
     return RunModelOperation(OP_SAA_elementGetName, scene, elem,
                              [&](RecordedScene& current, int element)
-                             { return CopyText(current.Element(element).name, size, text); });
+                             { return StoreText(current.Element(element).name, size, text); });
 }
 
 int SAA_elementIsValid(const SAA_Scene* scene, const SAA_Elem* elem, short* valid)
@@ -69,28 +62,14 @@ int SAA_modelGetType(const SAA_Scene* scene, const SAA_Elem* elem, int* type)
 {
     return RunModelOperation(OP_SAA_modelGetType, scene, elem,
                              [&](RecordedScene& current, int element)
-                             {
-                                 if (type == nullptr)
-                                 {
-                                     return static_cast<int>(SAA_STATUS_ARGUMENT);
-                                 }
-                                 *type = current.Element(element).type;
-                                 return 0;
-                             });
+                             { return StoreInt(current.Element(element).type, type); });
 }
 
 int SAA_modelGetNbChildren(const SAA_Scene* scene, const SAA_Elem* elem, int* count)
 {
     return RunModelOperation(OP_SAA_modelGetNbChildren, scene, elem,
                              [&](RecordedScene& current, int element)
-                             {
-                                 if (count == nullptr)
-                                 {
-                                     return static_cast<int>(SAA_STATUS_ARGUMENT);
-                                 }
-                                 *count = static_cast<int>(current.Element(element).children.size());
-                                 return 0;
-                             });
+                             { return StoreInt(static_cast<int>(current.Element(element).children.size()), count); });
 }
 
 int SAA_modelGetChildren(const SAA_Scene* scene, const SAA_Elem* elem, int count, SAA_Elem* children)
@@ -99,19 +78,12 @@ int SAA_modelGetChildren(const SAA_Scene* scene, const SAA_Elem* elem, int count
                              [&](RecordedScene& current, int element) -> int
                              {
                                  const std::vector<int>& indices = current.Element(element).children;
-                                 if (children == nullptr)
-                                 {
-                                     return SAA_STATUS_ARGUMENT;
-                                 }
-                                 if (count < 0 || static_cast<std::size_t>(count) != indices.size())
-                                 {
-                                     return SAA_STATUS_COUNT;
-                                 }
-                                 for (std::size_t i = 0; i < indices.size(); ++i)
+                                 const int status = CheckList(indices.size(), count, children);
+                                 for (std::size_t i = 0; status == 0 && i < indices.size(); ++i)
                                  {
                                      children[i] = ModelHandle(current, indices[i]);
                                  }
-                                 return 0;
+                                 return status;
                              });
 }
 
@@ -188,6 +160,6 @@ int SAA_cusvalGetStringValue(const SAA_CusvalSet* cusvals, const char* name, int
                                 return SAA_STATUS_ARGUMENT;
                             }
                             const std::string* found = FindCustomString(cusvals, name);
-                            return found == nullptr ? SAA_STATUS_NO_VALUE : CopyText(*found, size, text);
+                            return found == nullptr ? SAA_STATUS_NO_VALUE : StoreText(*found, size, text);
                         });
 }

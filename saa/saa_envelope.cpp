@@ -1,4 +1,5 @@
 // Operations on envelopes: which vertices of a mesh an element of the skeleton moves, and how far.
+#include "saa/arguments.h"
 #include "saa/operations.h"
 
 #include <algorithm>
@@ -44,16 +45,10 @@ static int RunEnvelopeOperation(Operation operation, const SAA_Scene* scene, con
 
 int SAA_envelopeGetType(const SAA_Scene* scene, const SAA_Elem* elem, int* type)
 {
-    return RunModelOperation(OP_SAA_envelopeGetType, scene, elem,
-                             [&](RecordedScene& current, int element) -> int
-                             {
-                                 if (type == nullptr)
-                                 {
-                                     return SAA_STATUS_ARGUMENT;
-                                 }
-                                 *type = current.IsEnveloped(element) ? SAA_ENVELOPE_SKELETON : SAA_ENVELOPE_NONE;
-                                 return 0;
-                             });
+    return RunModelOperation(
+        OP_SAA_envelopeGetType, scene, elem,
+        [&](RecordedScene& current, int element) -> int
+        { return StoreInt(current.IsEnveloped(element) ? SAA_ENVELOPE_SKELETON : SAA_ENVELOPE_NONE, type); });
 }
 
 int SAA_envelopeGetNbCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
@@ -74,24 +69,25 @@ int SAA_envelopeGetNbCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skelet
 int SAA_envelopeGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons, const SAA_Elem* mesh,
                                 int* count, SAA_SubHandle* vertices)
 {
-    return RunEnvelopeOperation(OP_SAA_envelopeGetCtrlVertices, scene, skeleton, mesh,
-                                [&](RecordedScene& current, int element, const WeightRange& weights) -> int
-                                {
-                                    if (count == nullptr || vertices == nullptr || nSkeletons != 1)
-                                    {
-                                        return SAA_STATUS_ARGUMENT;
-                                    }
-                                    if (*count != weights.end - weights.begin)
-                                    {
-                                        return SAA_STATUS_COUNT;
-                                    }
-                                    for (const JoinedWeight* weight = weights.begin; weight != weights.end; ++weight)
-                                    {
-                                        vertices[weight - weights.begin] =
-                                            VertexHandle(current, element, weight->vertex);
-                                    }
-                                    return 0;
-                                });
+    return RunEnvelopeOperation(
+        OP_SAA_envelopeGetCtrlVertices, scene, skeleton, mesh,
+        [&](RecordedScene& current, int element, const WeightRange& weights) -> int
+        {
+            if (count == nullptr || nSkeletons != 1)
+            {
+                return SAA_STATUS_ARGUMENT;
+            }
+            const int status = CheckList(static_cast<std::size_t>(weights.end - weights.begin), *count, vertices);
+            if (status != 0)
+            {
+                return status;
+            }
+            for (const JoinedWeight* weight = weights.begin; weight != weights.end; ++weight)
+            {
+                vertices[weight - weights.begin] = VertexHandle(current, element, weight->vertex);
+            }
+            return 0;
+        });
 }
 
 int SAA_ctrlVertexGetEnvelopeWeights(const SAA_Scene* scene, const SAA_Elem* skeleton, const SAA_Elem* mesh, int count,
@@ -100,13 +96,11 @@ int SAA_ctrlVertexGetEnvelopeWeights(const SAA_Scene* scene, const SAA_Elem* ske
     return RunEnvelopeOperation(OP_SAA_ctrlVertexGetEnvelopeWeights, scene, skeleton, mesh,
                                 [&](RecordedScene& current, int element, const WeightRange& range) -> int
                                 {
-                                    if (vertices == nullptr || weights == nullptr)
+                                    const int status = CheckHandles(static_cast<std::size_t>(range.end - range.begin),
+                                                                    count, vertices, weights);
+                                    if (status != 0)
                                     {
-                                        return SAA_STATUS_ARGUMENT;
-                                    }
-                                    if (count < 0 || count > range.end - range.begin)
-                                    {
-                                        return SAA_STATUS_COUNT;
+                                        return status;
                                     }
                                     std::vector<float> found(static_cast<std::size_t>(count));
                                     for (std::size_t i = 0; i < found.size(); ++i)

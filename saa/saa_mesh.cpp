@@ -1,4 +1,5 @@
 // Operations on meshes: triangles, control vertices, positions, textures.
+#include "saa/arguments.h"
 #include "saa/cropcoords.h"
 #include "saa/operations.h"
 
@@ -7,36 +8,6 @@
 static bool IsGeometry(int geometry, int lod)
 {
     return (geometry == SAA_GEOM_ORIGINAL || geometry == SAA_GEOM_DEFORMED) && lod == 0;
-}
-
-static int StoreCount(std::size_t n, int* count)
-{
-    if (count == nullptr)
-    {
-        return SAA_STATUS_ARGUMENT;
-    }
-    *count = static_cast<int>(n);
-    return 0;
-}
-
-// The status for a list of `n` things that a caller has `count` places for at `out`.
-static int CheckList(std::size_t n, int count, const void* out)
-{
-    if (out == nullptr && count != 0)
-    {
-        return SAA_STATUS_ARGUMENT;
-    }
-    return count < 0 || static_cast<std::size_t>(count) != n ? SAA_STATUS_COUNT : 0;
-}
-
-// The status for `count` handles, of at most `n` things, that the caller hands in.
-static int CheckHandles(std::size_t n, int count, const void* handles, const void* out)
-{
-    if ((handles == nullptr || out == nullptr) && count != 0)
-    {
-        return SAA_STATUS_ARGUMENT;
-    }
-    return count < 0 || static_cast<std::size_t>(count) > n ? SAA_STATUS_COUNT : 0;
 }
 
 int SAA_modelGetNbTriangles(const SAA_Scene* scene, const SAA_Elem* elem, int geometry, int lod, int* count)

@@ -1,5 +1,5 @@
 // Operations on the scene as a whole: start, names, elements, time, status bar.
-#include "saa/copytext.h"
+#include "saa/arguments.h"
 #include "saa/operations.h"
 #include "scene/keyframe.h"
 
@@ -42,21 +42,13 @@ int SAA_sceneGetCurrent(SAA_Scene* scene)
 int SAA_sceneGetName(const SAA_Scene* scene, int size, char* text)
 {
     return RunSceneOperation(OP_SAA_sceneGetName, scene,
-                             [&](RecordedScene& current) -> int { return CopyText(current.Name(), size, text); });
+                             [&](RecordedScene& current) -> int { return StoreText(current.Name(), size, text); });
 }
 
 int SAA_sceneGetNbModels(const SAA_Scene* scene, int* count)
 {
     return RunSceneOperation(OP_SAA_sceneGetNbModels, scene,
-                             [&](RecordedScene& current) -> int
-                             {
-                                 if (count == nullptr)
-                                 {
-                                     return SAA_STATUS_ARGUMENT;
-                                 }
-                                 *count = current.NumElements();
-                                 return 0;
-                             });
+                             [&](RecordedScene& current) -> int { return StoreInt(current.NumElements(), count); });
 }
 
 int SAA_sceneGetModels(const SAA_Scene* scene, int count, SAA_Elem* models)
@@ -79,29 +71,13 @@ int SAA_sceneGetModels(const SAA_Scene* scene, int count, SAA_Elem* models)
 int SAA_sceneGetPlayCtrlStartFrame(const SAA_Scene* scene, int* frame)
 {
     return RunSceneOperation(OP_SAA_sceneGetPlayCtrlStartFrame, scene,
-                             [&](RecordedScene& current) -> int
-                             {
-                                 if (frame == nullptr)
-                                 {
-                                     return SAA_STATUS_ARGUMENT;
-                                 }
-                                 *frame = current.StartFrame();
-                                 return 0;
-                             });
+                             [&](RecordedScene& current) -> int { return StoreInt(current.StartFrame(), frame); });
 }
 
 int SAA_sceneGetPlayCtrlEndFrame(const SAA_Scene* scene, int* frame)
 {
     return RunSceneOperation(OP_SAA_sceneGetPlayCtrlEndFrame, scene,
-                             [&](RecordedScene& current) -> int
-                             {
-                                 if (frame == nullptr)
-                                 {
-                                     return SAA_STATUS_ARGUMENT;
-                                 }
-                                 *frame = current.EndFrame();
-                                 return 0;
-                             });
+                             [&](RecordedScene& current) -> int { return StoreInt(current.EndFrame(), frame); });
 }
 
 int SAA_sceneSetPlayCtrlCurrentFrame(const SAA_Scene* scene, int frame)

@@ -1,0 +1,883 @@
+#include "saa/SAA.h"
+#include "saa/cropcoords.h"
+#include "saa/handles.h"
+#include "saa/saahost.h"
+#include "scene/meshpositions.h"
+#include "tests/scene/gltftext.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <random>
+
+static std::string N(int number)
+{
+    return std::to_string(number);
+}
+
+// One open scene and short ways to ask it; each question must be answered with success.
+class OpenScene
+{
+public:
+    explicit OpenScene(const Scene& opened, const RecordedSceneOptions& options = {})
+        : scene(opened), recorded(scene, options)
+    {
+        ClearFaults();
+        SetCurrentScene(&recorded);
+        EXPECT_EQ(SAA_sceneGetCurrent(&record), 0);
+        models.resize(static_cast<std::size_t>(recorded.NumElements()));
+        EXPECT_EQ(SAA_sceneGetModels(&record, recorded.NumElements(), models.data()), 0);
+    }
+    ~OpenScene() { SetCurrentScene(nullptr); }
+    OpenScene(const OpenScene&) = delete;
+    OpenScene& operator=(const OpenScene&) = delete;
+
+    std::string Name(const SAA_Elem& elem)
+    {
+        char text[512];
+        EXPECT_EQ(SAA_elementGetName(&record, &elem, 511, text), 0);
+        return text;
+    }
+    SAA_Elem Find(const std::string& name)
+    {
+        for (const SAA_Elem& elem : models)
+        {
+            if (Name(elem) == name)
+            {
+                return elem;
+            }
+        }
+        ADD_FAILURE() << "no element " << name;
+        return {};
+    }
+    std::vector<std::string> Names()
+    {
+        std::vector<std::string> names;
+        for (const SAA_Elem& elem : models)
+        {
+            names.push_back(Name(elem));
+        }
+        return names;
+    }
+    // "name[child child]" for an element and all below it.
+    std::string Tree(const SAA_Elem& elem)
+    {
+        int count = 0;
+        EXPECT_EQ(SAA_modelGetNbChildren(&record, &elem, &count), 0);
+        std::vector<SAA_Elem> children(static_cast<std::size_t>(count));
+        EXPECT_EQ(SAA_modelGetChildren(&record, &elem, count, children.data()), 0);
+        std::string text = Name(elem);
+        for (int i = 0; i < count; ++i)
+        {
+            text += (i == 0 ? "[" : " ") + Tree(children[static_cast<std::size_t>(i)]);
+        }
+        return count == 0 ? text : text + "]";
+    }
+    int Ask(int (*operation)(const SAA_Scene*, const SAA_Elem*, int*), const SAA_Elem& elem)
+    {
+        int value = -99;
+        EXPECT_EQ(operation(&record, &elem, &value), 0);
+        return value;
+    }
+    std::vector<SAA_SubHandle> Corners(const SAA_Elem& mesh)
+    {
+        int count = 0;
+        EXPECT_EQ(SAA_modelGetNbTriangles(&record, &mesh, SAA_GEOM_DEFORMED, 0, &count), 0);
+        std::vector<SAA_SubHandle> triangles(static_cast<std::size_t>(count));
+        std::vector<SAA_SubHandle> corners(3 * triangles.size());
+        EXPECT_EQ(SAA_modelGetTriangles(&record, &mesh, SAA_GEOM_DEFORMED, 0, count, triangles.data()), 0);
+        EXPECT_EQ(
+            SAA_triangleGetCtrlVertices(&record, &mesh, SAA_GEOM_DEFORMED, 0, count, triangles.data(), corners.data()),
+            0);
+        return corners;
+    }
+    std::vector<int> Indices(const SAA_Elem& mesh, const std::vector<SAA_SubHandle>& handles)
+    {
+        std::vector<int> indices(handles.size());
+        EXPECT_EQ(
+            SAA_ctrlVertexGetIndices(&record, &mesh, static_cast<int>(handles.size()), handles.data(), indices.data()),
+            0);
+        return indices;
+    }
+    std::vector<SAA_SubHandle> Vertices(const SAA_Elem& mesh)
+    {
+        std::vector<SAA_SubHandle> handles(static_cast<std::size_t>(Ask(SAA_modelGetNbVertices, mesh)));
+        EXPECT_EQ(SAA_modelGetCtrlVertices(&record, &mesh, SAA_GEOM_ORIGINAL, 0, static_cast<int>(handles.size()),
+                                           handles.data()),
+                  0);
+        return handles;
+    }
+    std::vector<SAA_Position> Positions(const SAA_Elem& mesh, int geometry)
+    {
+        std::vector<SAA_Position> positions(static_cast<std::size_t>(Ask(SAA_modelGetNbVertices, mesh)));
+        EXPECT_EQ(
+            SAA_modelGetVertices(&record, &mesh, geometry, 0, static_cast<int>(positions.size()), positions.data()), 0);
+        return positions;
+    }
+
+    Scene scene;
+    RecordedScene recorded;
+    SAA_Scene record;
+    std::vector<SAA_Elem> models;
+};
+
+static bool SameBytes(const SAA_SubHandle& a, const SAA_SubHandle& b)
+{
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+static SceneNode MakeNode(const std::string& name, int parent = -1)
+{
+    SceneNode node;
+    node.name = name;
+    node.parent = parent;
+    return node;
+}
+
+static Scene MakeTree(const std::vector<std::pair<std::string, int>>& nodes)
+{
+    Scene scene;
+    scene.fileStem = "file";
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+    {
+        scene.nodes.push_back(MakeNode(nodes[i].first, nodes[i].second));
+        if (nodes[i].second >= 0)
+        {
+            scene.nodes[static_cast<std::size_t>(nodes[i].second)].children.push_back(static_cast<int>(i));
+        }
+        else
+        {
+            scene.roots.push_back(static_cast<int>(i));
+        }
+    }
+    return scene;
+}
+
+static ScenePrimitive OneTriangle()
+{
+    ScenePrimitive primitive;
+    primitive.positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+    primitive.triangles = {{{0, 1, 2}}};
+    return primitive;
+}
+
+TEST(Elements, StandUnderOneRoot)
+{
+    {
+        OpenScene open(MakeTree({{"hip", -1}, {"leg", 0}, {"foot", 1}, {"arm", 0}}));
+        EXPECT_EQ(open.Tree(open.models[0]), "hip[leg[foot] arm]");
+        EXPECT_EQ(open.Ask(SAA_elementGetHierarchyLevel, open.Find("hip")), 0);
+        EXPECT_EQ(open.Ask(SAA_elementGetHierarchyLevel, open.Find("foot")), 2);
+    }
+    Scene two = MakeTree({{"a", -1}, {"FILE", -1}, {"hidden", -1}, {"b", 1}});
+    two.roots = {1, 0};
+    OpenScene open(two);
+    EXPECT_EQ(open.Tree(open.models[0]), "file_1[FILE[b] a]") << "a null named after the file, since FILE is taken";
+    EXPECT_EQ(open.Names(), (std::vector<std::string>{"file_1", "a", "FILE", "b"})) << "in file order";
+    EXPECT_EQ(open.Ask(SAA_elementGetHierarchyLevel, open.models[0]), 0);
+    EXPECT_EQ(open.Ask(SAA_elementGetHierarchyLevel, open.Find("b")), 2);
+    two.name = "stage";
+    OpenScene named(two);
+    EXPECT_EQ(named.Name(named.models[0]), "stage");
+}
+
+TEST(Elements, FurtherMeshesAreChildrenAndTypesAreTold)
+{
+    Scene scene = MakeTree({{"top", -1}, {"body_zTex1", 0}, {"bone", 1}, {"both", 1}});
+    scene.primitives = {OneTriangle(), OneTriangle()};
+    scene.nodes[1].meshes = {{0, -1}, {1, -1}, {0, -1}};
+    scene.nodes[1].local.translation = {5, 0, 0};
+    scene.nodes[2].isJoint = true;
+    scene.nodes[3].isJoint = true;
+    scene.nodes[3].meshes = {{1, -1}};
+    OpenScene open(scene);
+    EXPECT_EQ(open.Tree(open.models[0]), "top[body_zTex1[bone both body_zTex1_1 body_zTex1_2]]");
+    EXPECT_EQ(open.Ask(SAA_modelGetType, open.Find("top")), SAA_MNILL);
+    EXPECT_EQ(open.Ask(SAA_modelGetType, open.Find("bone")), SAA_MJNT);
+    for (const char* mesh : {"both", "body_zTex1", "body_zTex1_2"})
+    {
+        EXPECT_EQ(open.Ask(SAA_modelGetType, open.Find(mesh)), SAA_MSMSH);
+        EXPECT_EQ(open.Ask(SAA_envelopeGetType, open.Find(mesh)), SAA_ENVELOPE_NONE);
+    }
+    float x = 0;
+    float y = 0;
+    float z = 0;
+    const SAA_Elem body = open.Find("body_zTex1");
+    const SAA_Elem further = open.Find("body_zTex1_1");
+    EXPECT_EQ(SAA_modelGetTranslation(&open.record, &body, 0, &x, &y, &z), 0);
+    EXPECT_EQ(x, 5.0F);
+    EXPECT_EQ(SAA_modelGetTranslation(&open.record, &further, 0, &x, &y, &z), 0);
+    EXPECT_EQ(x, 0.0F) << "it stands where its node stands";
+}
+
+TEST(Elements, NamesAreUniqueAndKeepWhatTheFileSays)
+{
+    const std::string longName(600, 'x');
+    OpenScene open(MakeTree({{"Arm", -1},
+                             {"arm", 0},
+                             {"", 0},
+                             {"arm_1", 0},
+                             {"node2", 0},
+                             {std::string("leg\0tail", 8), 0},
+                             {"ARM", 0},
+                             {longName, 0},
+                             {longName, 0}}));
+    const std::vector<std::string> names = open.Names();
+    EXPECT_EQ(std::vector<std::string>(names.begin(), names.begin() + 7),
+              (std::vector<std::string>{"Arm", "arm_2", "node2_1", "arm_1", "node2", "leg", "ARM_3"}));
+    EXPECT_NE(names[7], names[8]);
+    EXPECT_LT(names[8].size(), 511U) << "the exporter's buffer holds it";
+}
+
+TEST(Time, RangeFramesAndKeysAgree)
+{
+    Scene scene = MakeTree({{"top", -1}, {"arm", 0}});
+    SceneChannel move;
+    move.node = 1;
+    move.path = ScenePath::Translation;
+    move.interpolation = SceneInterpolation::Step;
+    move.times = {0.05, 0.51, 1.0 / 3.0 + 1.0};
+    move.values = {1, 0, 0, 2, 0, 0, 3, 0, 0};
+    SceneChannel grow = move;
+    grow.path = ScenePath::Scale;
+    grow.interpolation = SceneInterpolation::Linear;
+    grow.times = {0.0, 1.0, 2.0};
+    SceneChannel turn = move;
+    turn.path = ScenePath::Rotation;
+    turn.interpolation = SceneInterpolation::Cubic;
+    turn.times = {0.1};
+    turn.values = std::vector<double>(12, 0.5);
+    scene.clips.resize(2);
+    scene.clips[1].name = "walk";
+    scene.clips[1].channels = {move, grow, turn};
+    RecordedSceneOptions options;
+    options.clip = 1;
+    options.fps = 24.0;
+    options.extraKeys = {3, 17};
+    OpenScene open(scene, options);
+    int frame = -1;
+    EXPECT_EQ(SAA_sceneGetPlayCtrlStartFrame(&open.record, &frame), 0);
+    EXPECT_EQ(frame, 0) << "the first key is one of scale";
+    EXPECT_EQ(SAA_sceneGetPlayCtrlEndFrame(&open.record, &frame), 0);
+    EXPECT_EQ(frame, 48);
+    char text[512];
+    EXPECT_EQ(SAA_sceneGetName(&open.record, 512, text), 0);
+    EXPECT_STREQ(text, "walk");
+
+    const auto keyFrames = [&](const SAA_Elem& curve)
+    {
+        int count = 0;
+        EXPECT_EQ(SAA_fcurveGetNbKeys(&open.record, &curve, &count), 0);
+        std::vector<SAA_SubHandle> keys(static_cast<std::size_t>(count));
+        std::vector<float> seconds(keys.size());
+        std::vector<int> frames(keys.size());
+        EXPECT_EQ(SAA_fcurveGetKeys(&open.record, &curve, count, keys.data()), 0);
+        EXPECT_EQ(SAA_fcurveKeyGetTime(&open.record, &curve, count, keys.data(), seconds.data()), 0);
+        EXPECT_NE(SAA_fcurveGetKeys(&open.record, &curve, count + 1, keys.data()), 0);
+        for (std::size_t i = 0; i < keys.size(); ++i)
+        {
+            EXPECT_EQ(SAA_seconds2Frame(&open.record, seconds[i], &frames[i]), 0);
+        }
+        return frames;
+    };
+    const SAA_Elem arm = open.Find("arm");
+    const SAA_Elem top = open.Find("top");
+    SAA_Elem x;
+    SAA_Elem y;
+    SAA_Elem z;
+    short valid = -1;
+    EXPECT_EQ(SAA_modelFcurveGetTranslation(&open.record, &arm, &x, &y, &z), 0);
+    // 0.05 s is frame 1.2, 0.51 s frame 12.24: the new value holds from the next frame on; 32 is met.
+    EXPECT_EQ(keyFrames(z), (std::vector<int>{2, 13, 32}));
+    EXPECT_EQ(SAA_modelFcurveGetRotation(&open.record, &arm, &x, &y, &z), 0);
+    EXPECT_EQ(keyFrames(y), std::vector<int>{2}) << "2.4, nearest";
+    EXPECT_EQ(SAA_modelFcurveGetShapeInterpolation(&open.record, &arm, &x), 0);
+    EXPECT_EQ(SAA_elementIsValid(&open.record, &x, &valid), 0);
+    EXPECT_EQ(valid, 0);
+    EXPECT_EQ(SAA_modelFcurveGetTranslation(&open.record, &top, &x, &y, &z), 0);
+    EXPECT_EQ(keyFrames(x), (std::vector<int>{3, 17})) << "keys that the host asked for";
+    EXPECT_EQ(SAA_elementIsValid(&open.record, &y, &valid), 0);
+    EXPECT_EQ(valid, 0);
+
+    float at[3];
+    for (const auto& [at24, value] : {std::pair<int, float>{1, 1}, {2, 1}, {12, 1}, {13, 2}, {31, 2}, {32, 3}})
+    {
+        EXPECT_EQ(SAA_sceneSetPlayCtrlCurrentFrame(&open.record, at24), 0);
+        EXPECT_EQ(SAA_modelGetTranslation(&open.record, &arm, 0, &at[0], &at[1], &at[2]), 0);
+        EXPECT_EQ(at[0], value) << at24;
+        float seconds = 0;
+        EXPECT_EQ(SAA_frame2Seconds(&open.record, at24, &seconds), 0);
+        EXPECT_EQ(seconds, static_cast<float>(at24 / 24.0));
+        EXPECT_EQ(SAA_seconds2Frame(&open.record, seconds, &frame), 0);
+        EXPECT_EQ(frame, at24);
+    }
+    EXPECT_EQ(open.recorded.Warnings().size(), 1U) << "animated scale";
+    EXPECT_NE(SAA_seconds2Frame(&open.record, NAN, &frame), 0);
+
+    options.clip = -1;
+    options.start = 7;
+    options.end = 3;
+    const RecordedScene rest(scene, options);
+    EXPECT_EQ(rest.StartFrame(), 7);
+    EXPECT_EQ(rest.EndFrame(), 3) << "the host's words are not mended";
+    EXPECT_EQ(rest.Name(), "file");
+}
+
+// Two quads over a shared edge; its vertices are there twice, with other texture coordinates.
+static Scene SeamScene()
+{
+    ScenePrimitive primitive;
+    primitive.positions = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {1, 0, 0}, {2, 0, 0}, {2, 1, 0}, {1, 1, -0.0}};
+    primitive.texCoords = {{0, 0}, {1, 0}, {1, 1}, {0, 1}, {0.25F, 0}, {0.5F, 0}, {0.5F, 1}, {0.25F, 1}};
+    primitive.triangles = {{{0, 1, 2}}, {{0, 2, 3}}, {{4, 5, 6}}, {{4, 6, 7}}};
+    primitive.image = 0;
+    Scene scene = MakeTree({{"top", -1}, {"quads", 0}});
+    scene.primitives = {primitive};
+    scene.images.resize(1);
+    scene.images[0].width = 64;
+    scene.images[0].height = 1;
+    scene.nodes[1].meshes = {{0, -1}};
+    return scene;
+}
+
+TEST(Meshes, SeamsAreJoinedAndCornersKeepTheirCoordinates)
+{
+    Scene scene = SeamScene();
+    OpenScene open(scene);
+    const SAA_Elem mesh = open.Find("quads");
+    EXPECT_EQ(open.Ask(SAA_modelGetNbVertices, mesh), 6);
+    EXPECT_EQ(open.Ask(SAA_modelGetNbTriVertices, mesh), 6);
+    const std::vector<SAA_SubHandle> corners = open.Corners(mesh);
+    EXPECT_EQ(open.Indices(mesh, corners), (std::vector<int>{0, 1, 2, 0, 2, 3, 1, 4, 5, 1, 5, 2}));
+    const std::vector<SAA_SubHandle> vertices = open.Vertices(mesh);
+    EXPECT_EQ(open.Indices(mesh, vertices), (std::vector<int>{0, 1, 2, 3, 4, 5}));
+    std::vector<SAA_Position> tri(6);
+    EXPECT_EQ(SAA_modelGetTriVertices(&open.record, &mesh, 6, tri.data()), 0);
+    const std::vector<SAA_Position> deformed = open.Positions(mesh, SAA_GEOM_DEFORMED);
+    EXPECT_EQ(std::memcmp(tri.data(), deformed.data(), sizeof(SAA_Position) * 6), 0);
+    EXPECT_EQ(deformed[4].v[0], 2.0);
+
+    SAA_Elem texture;
+    ASSERT_EQ(SAA_modelRelationGetT2DGlbElements(&open.record, &mesh, 1, &texture), 0);
+    std::vector<float> u(12);
+    std::vector<float> v(12);
+    ASSERT_EQ(
+        SAA_triCtrlVertexGetGlobalUVTxtCoords(&open.record, &mesh, 12, corners.data(), 1, &texture, u.data(), v.data()),
+        0);
+    int max[2];
+    EXPECT_EQ(SAA_texture2DSetCropMax(&open.record, &texture, 32767, 32767), 0);
+    EXPECT_EQ(SAA_texture2DGetCropMax(&open.record, &texture, &max[0], &max[1]), 0);
+    EXPECT_EQ(max[0] * 100 + max[1], 101) << "one pixel high counts as 2 by 2";
+    // Scale 1/2: corner 6 is vertex 1 seen from the second quad, where u is 0.25.
+    EXPECT_EQ(0.5F * u[1], 1.0F);
+    EXPECT_EQ(0.5F * u[6], 0.25F);
+    EXPECT_EQ(0.5F * v[8], 1.0F);
+    EXPECT_NE(
+        SAA_triCtrlVertexGetGlobalUVTxtCoords(&open.record, &mesh, 6, vertices.data(), 1, &texture, u.data(), v.data()),
+        0)
+        << "a vertex by itself has no coordinates";
+    // One corner alone is answered too.
+    ASSERT_EQ(
+        SAA_triCtrlVertexGetGlobalUVTxtCoords(&open.record, &mesh, 1, &corners[11], 1, &texture, u.data(), v.data()),
+        0);
+    EXPECT_EQ(0.5F * u[0], 0.25F);
+
+    // Weights, morphs: what differs in them isn't joined. Without a skin weights don't count.
+    ScenePrimitive& primitive = scene.primitives[0];
+    primitive.influenceStarts = {0, 1, 2, 3, 4, 5, 6, 7, 8};
+    primitive.influences.assign(8, {0, 1.0});
+    primitive.influences[4].weight = 0.5;
+    EXPECT_EQ(JoinVertices(primitive, nullptr).fileVertex.size(), 6U);
+    SceneSkin skin;
+    skin.joints = {0};
+    EXPECT_EQ(JoinVertices(primitive, &skin).fileVertex.size(), 7U);
+    primitive.morphDeltas.assign(1, std::vector<Double3>(8));
+    primitive.morphDeltas[0][7].z = 1.0;
+    EXPECT_EQ(JoinVertices(primitive, nullptr).fileVertex.size(), 7U);
+}
+
+TEST(Meshes, MirroredMeshesHandTheirTrianglesOutTheOtherWayRound)
+{
+    Scene scene = SeamScene();
+    scene.nodes[0].local.scale = {-1, 1, 1};
+    OpenScene open(scene);
+    const SAA_Elem mesh = open.Find("quads");
+    const std::vector<SAA_SubHandle> corners = open.Corners(mesh);
+    EXPECT_EQ(open.Indices(mesh, corners), (std::vector<int>{2, 1, 0, 3, 2, 0, 5, 4, 1, 2, 5, 1}));
+    SAA_Elem texture;
+    ASSERT_EQ(SAA_modelRelationGetT2DGlbElements(&open.record, &mesh, 1, &texture), 0);
+    std::vector<float> u(12);
+    std::vector<float> v(12);
+    ASSERT_EQ(
+        SAA_triCtrlVertexGetGlobalUVTxtCoords(&open.record, &mesh, 12, corners.data(), 1, &texture, u.data(), v.data()),
+        0);
+    EXPECT_EQ(0.5F * u[8], 0.25F) << "the coordinates go with their corners";
+}
+
+// Joints with random turns, a mesh node with a transform of its own.
+static Scene RandomSkin(unsigned seed)
+{
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<double> number(-2.0, 2.0);
+    Scene scene = MakeTree({{"top", -1}, {"mesh", 0}, {"j0", 0}, {"j1", 2}, {"j2", 3}});
+    for (SceneNode& node : scene.nodes)
+    {
+        node.local = {{number(random), number(random), number(random)},
+                      NormalizeQuat({number(random), number(random), number(random), number(random)}),
+                      {1.5 + number(random) / 2, 0.5, 2.0}};
+    }
+    SceneSkin skin;
+    skin.joints = {2, 3, 4, 3}; // j1 twice
+    skin.inverseBinds.resize(4);
+    for (DoubleMatrix& bind : skin.inverseBinds)
+    {
+        bind = MatrixFromTransform({{number(random), 1, 2}, {}, {1, 1, 1}});
+    }
+    ScenePrimitive primitive;
+    primitive.influenceStarts = {0};
+    for (std::uint32_t v = 0; v < 30; ++v)
+    {
+        primitive.positions.push_back({number(random), number(random), number(random)});
+        primitive.influences.push_back({v % 4, 0.75});
+        primitive.influences.push_back({(v + 1) % 4, 0.25 + (v % 3 == 0 ? 0.0 : 0.5)});
+        primitive.influences.push_back({(v + 1) % 4, 0.01});
+        primitive.influenceStarts.push_back(static_cast<std::uint32_t>(primitive.influences.size()));
+        primitive.triangles.push_back({{v, (v + 1) % 30, (v + 2) % 30}});
+    }
+    scene.skins = {skin};
+    scene.primitives = {primitive};
+    scene.nodes[1].meshes = {{0, 0}};
+    return scene;
+}
+
+TEST(Envelopes, PercentagesAddUpAndDeformedVerticesLandInTheWorld)
+{
+    const Scene scene = RandomSkin(3);
+    OpenScene open(scene);
+    const SAA_Elem mesh = open.Find("mesh");
+    EXPECT_EQ(open.Ask(SAA_envelopeGetType, mesh), SAA_ENVELOPE_SKELETON);
+    const std::vector<SAA_SubHandle> vertices = open.Vertices(mesh);
+    std::vector<double> sums(vertices.size(), 0.0);
+    std::vector<double> ofJ1(vertices.size(), 0.0);
+    for (const SAA_Elem& skeleton : open.models)
+    {
+        int count = -1;
+        ASSERT_EQ(SAA_envelopeGetNbCtrlVertices(&open.record, &skeleton, 1, &mesh, &count), 0);
+        std::vector<SAA_SubHandle> handles(static_cast<std::size_t>(count) + 1);
+        std::vector<float> weights(handles.size());
+        int wrong = count + 1;
+        EXPECT_NE(SAA_envelopeGetCtrlVertices(&open.record, &skeleton, 1, &mesh, &wrong, handles.data()), 0);
+        ASSERT_EQ(SAA_envelopeGetCtrlVertices(&open.record, &skeleton, 1, &mesh, &count, handles.data()), 0);
+        ASSERT_EQ(
+            SAA_ctrlVertexGetEnvelopeWeights(&open.record, &skeleton, &mesh, count, handles.data(), weights.data()), 0);
+        for (int i = 0; i < count; ++i)
+        {
+            const auto at = std::find_if(vertices.begin(), vertices.end(),
+                                         [&](const SAA_SubHandle& vertex)
+                                         { return SameBytes(vertex, handles[static_cast<std::size_t>(i)]); });
+            ASSERT_NE(at, vertices.end()) << "the bytes are those of the control vertex";
+            sums[static_cast<std::size_t>(at - vertices.begin())] += weights[static_cast<std::size_t>(i)];
+            if (open.Name(skeleton) == "j1")
+            {
+                ofJ1[static_cast<std::size_t>(at - vertices.begin())] = weights[static_cast<std::size_t>(i)];
+            }
+        }
+    }
+    for (const double sum : sums)
+    {
+        EXPECT_NEAR(sum, 100.0, 1e-4);
+    }
+    // Vertex 1: joint 1 (j1) 0.75, joint 2 0.75 + 0.01. Vertex 3: joint 3 (j1 again) 0.75, joint 0 0.25 + 0.01.
+    EXPECT_FLOAT_EQ(static_cast<float>(ofJ1[1]), 100.0F * 0.75F / 1.51F);
+    EXPECT_FLOAT_EQ(static_cast<float>(ofJ1[3]), 100.0F * 0.75F / 1.01F);
+
+    // A plain reference: the element's global matrix, built up from what the operations answer, must carry the
+    // deformed positions to where the joints put them.
+    ScenePose pose;
+    EvaluatePose(scene, -1, 0.0, pose);
+    const std::vector<SAA_Position> own = open.Positions(mesh, SAA_GEOM_DEFORMED);
+    const ScenePrimitive& primitive = scene.primitives[0];
+    const DoubleMatrix toWorld =
+        MultiplyAffine(MatrixFromTransform(scene.nodes[0].local), MatrixFromTransform(scene.nodes[1].local));
+    for (std::size_t v = 0; v < own.size(); ++v)
+    {
+        Double3 wanted;
+        double sum = 0.0;
+        for (std::uint32_t k = primitive.influenceStarts[v]; k < primitive.influenceStarts[v + 1]; ++k)
+        {
+            const SceneInfluence& influence = primitive.influences[k];
+            const Double3 bound = TransformPoint(scene.skins[0].inverseBinds[influence.joint], primitive.positions[v]);
+            Double3 moved = bound;
+            for (int node = scene.skins[0].joints[influence.joint]; node >= 0;
+                 node = scene.nodes[static_cast<std::size_t>(node)].parent)
+            {
+                moved = TransformPoint(MatrixFromTransform(scene.nodes[static_cast<std::size_t>(node)].local), moved);
+            }
+            wanted = {wanted.x + influence.weight * moved.x, wanted.y + influence.weight * moved.y,
+                      wanted.z + influence.weight * moved.z};
+            sum += influence.weight;
+        }
+        const Double3 world = TransformPoint(toWorld, {own[v].v[0], own[v].v[1], own[v].v[2]});
+        EXPECT_NEAR(world.x, wanted.x / sum, 1e-9);
+        EXPECT_NEAR(world.y, wanted.y / sum, 1e-9);
+        EXPECT_NEAR(world.z, wanted.z / sum, 1e-9);
+    }
+    EXPECT_EQ(open.Positions(mesh, SAA_GEOM_ORIGINAL)[7].v[2], primitive.positions[7].z);
+}
+
+TEST(Envelopes, WordsForWeightsThatAreLostAndFinitePositionsWithoutAnInverse)
+{
+    Scene scene = RandomSkin(4);
+    scene.nodes[0].local.scale = {0, 1, 1};
+    ScenePrimitive& primitive = scene.primitives[0];
+    for (std::uint32_t k = 0; k < primitive.influenceStarts[2]; ++k)
+    {
+        primitive.influences[k].weight = 0.0;
+    }
+    OpenScene open(scene);
+    for (const SAA_Position& position : open.Positions(open.Find("mesh"), SAA_GEOM_DEFORMED))
+    {
+        EXPECT_TRUE(std::isfinite(position.v[0]) && std::isfinite(position.v[1]) && std::isfinite(position.v[2]));
+    }
+    ASSERT_EQ(open.recorded.Warnings().size(), 1U);
+    EXPECT_EQ(open.recorded.Warnings()[0], "Mesh mesh: 2 vertices have no weight above 5 %; they deform to 0, 0, 0.");
+}
+
+TEST(CropCoordinate, ComesBackToOneUnitInTheLastPlace)
+{
+    std::mt19937 random(21);
+    std::uniform_int_distribution<int> sizes(2, 32768);
+    std::uniform_int_distribution<std::uint32_t> bits;
+    const auto readBack = [](float coordinate, int low, int high, int size)
+    {
+        const float scale = static_cast<float>(high - low) / static_cast<float>(size);
+        const float offset = static_cast<float>(low) / static_cast<float>(size);
+        return static_cast<float>(static_cast<double>(scale) * static_cast<double>(coordinate) +
+                                  static_cast<double>(offset));
+    };
+    std::size_t nExact = 0;
+    for (int i = 0; i < 200000; ++i)
+    {
+        const int size = i % 4 == 0 ? 1 << (1 + i % 14) : sizes(random);
+        float whole = 0;
+        const std::uint32_t pattern = bits(random);
+        std::memcpy(&whole, &pattern, sizeof whole);
+        whole = i % 2 == 0 ? static_cast<float>(pattern) / 4294967296.0F : whole;
+        if (!std::isfinite(whole) || std::fabs(whole) > 1e38F || (whole != 0 && std::fabs(whole) < 1e-37F))
+        {
+            continue;
+        }
+        const float back = readBack(CropCoordinate(whole, 0, size - 1, size), 0, size - 1, size);
+        EXPECT_TRUE(back == whole || back == std::nextafter(whole, 1e38F) || back == std::nextafter(whole, -1e38F))
+            << whole << " at " << size << " comes back as " << back;
+        nExact += back == whole ? 1U : 0U;
+    }
+    EXPECT_GT(nExact, 100000U);
+    for (int size : {1024, 100})
+    {
+        EXPECT_NEAR(readBack(CropCoordinate(0.37F, 16, 47, size), 16, 47, size), 0.37F, 1e-7F) << "a real crop";
+    }
+    EXPECT_EQ(CropCoordinate(0.5F, 3, 3, 64), 0.0F);
+    EXPECT_TRUE(std::isfinite(CropCoordinate(3e38F, 0, 1, 32768)));
+}
+
+TEST(Textures, CropIsClampedAndMeshesWithoutCoordinatesHaveNone)
+{
+    Scene scene = SeamScene();
+    scene.images[0].height = 48;
+    ScenePrimitive bare = scene.primitives[0];
+    bare.texCoords.clear();
+    ScenePrimitive untextured = scene.primitives[0];
+    untextured.image = -1;
+    scene.primitives.push_back(bare);
+    scene.primitives.push_back(untextured);
+    scene.nodes[1].meshes = {{0, -1}, {1, -1}, {2, -1}};
+    OpenScene open(scene);
+    const SAA_Elem mesh = open.Find("quads");
+    const SAA_Elem without = open.Find("quads_1");
+    const SAA_Elem missing = open.Find("quads_2");
+    SAA_Elem texture;
+    SAA_Elem other;
+    EXPECT_NE(SAA_modelRelationGetT2DGlbElements(&open.record, &without, 1, &texture), 0);
+    ASSERT_EQ(SAA_modelRelationGetT2DGlbElements(&open.record, &missing, 1, &other), 0);
+    ASSERT_EQ(SAA_modelRelationGetT2DGlbElements(&open.record, &mesh, 1, &texture), 0);
+    int u = -1;
+    int v = -1;
+    EXPECT_EQ(SAA_texture2DGetCropMin(&open.record, &texture, &u, &v), 0);
+    EXPECT_EQ(u + v, 0);
+    for (const auto& [set, got] : {std::pair<int, int>{32767, 63}, {10, 10}, {-5, 0}, {63, 63}})
+    {
+        EXPECT_EQ(SAA_texture2DSetCropMax(&open.record, &texture, set, 47), 0);
+        EXPECT_EQ(SAA_texture2DGetCropMax(&open.record, &texture, &u, &v), 0);
+        EXPECT_EQ(u, got);
+        EXPECT_EQ(v, 47);
+    }
+    EXPECT_EQ(SAA_texture2DGetCropMax(&open.record, &other, &u, &v), 0);
+    EXPECT_EQ(u, 1) << "a missing image counts as 2 by 2";
+}
+
+TEST(Morphs, EnterTheGeometryAndGiveKeys)
+{
+    Scene scene = MakeTree({{"face", -1}});
+    scene.primitives = {OneTriangle()};
+    scene.primitives[0].morphDeltas = {{{0, 0, 8}, {}, {}}, {{4, 0, 0}, {}, {}}};
+    scene.nodes[0].meshes = {{0, -1}};
+    scene.nodes[0].morphWeights = {0.0, 0.5};
+    SceneChannel smile;
+    smile.node = 0;
+    smile.path = ScenePath::Weights;
+    smile.times = {1.0, 2.0};
+    smile.values = {0.25, 0.0, 1.0, 0.0};
+    scene.clips.resize(1);
+    scene.clips[0].channels = {smile};
+    RecordedSceneOptions options;
+    options.clip = 0;
+    OpenScene open(scene, options);
+    EXPECT_EQ(open.Positions(open.models[0], SAA_GEOM_DEFORMED)[0].v[2], 2.0) << "the first frame is the first key's";
+    EXPECT_EQ(open.Positions(open.models[0], SAA_GEOM_ORIGINAL)[0].v[2], 0.0);
+    EXPECT_EQ(SAA_sceneSetPlayCtrlCurrentFrame(&open.record, 60), 0);
+    EXPECT_EQ(open.Positions(open.models[0], SAA_GEOM_DEFORMED)[0].v[2], 8.0);
+    SAA_Elem curve;
+    int count = 0;
+    EXPECT_EQ(SAA_modelFcurveGetShapeInterpolation(&open.record, &open.models[0], &curve), 0);
+    EXPECT_EQ(SAA_fcurveGetNbKeys(&open.record, &curve, &count), 0);
+    EXPECT_EQ(count, 2);
+    EXPECT_EQ(open.recorded.Warnings().size(), 1U);
+    OpenScene rest(scene);
+    EXPECT_EQ(rest.Positions(rest.models[0], SAA_GEOM_DEFORMED)[0].v[0], 2.0) << "weights at rest";
+}
+
+TEST(Host, SinksNamesAndCustomValues)
+{
+    Scene scene = MakeTree({{"top", -1}});
+    scene.nodes[0].customValues = {{"note", "hello"}};
+    OpenScene open(scene);
+    std::string heard;
+    SetStatusSink([](const char* text, void* context) { *static_cast<std::string*>(context) += text; }, &heard);
+    SetFrameSink([](int frame, void* context) { *static_cast<std::string*>(context) += N(frame); }, &heard);
+    EXPECT_EQ(SAA_statusBarSet("Reading %s ", 1), 0);
+    EXPECT_EQ(SAA_sceneSetPlayCtrlCurrentFrame(&open.record, -4), 0);
+    EXPECT_EQ(heard, "Reading %s -4");
+    SetStatusSink(nullptr, nullptr);
+    SetFrameSink(nullptr, nullptr);
+    EXPECT_EQ(SAA_statusBarSet("unheard", 1), 0);
+
+    open.recorded.SetName("sprint");
+    char text[512];
+    EXPECT_EQ(SAA_sceneGetName(&open.record, 4, text), 0);
+    EXPECT_STREQ(text, "spr");
+    int length = 0;
+    const SAA_CusvalSet* values = GetCustomValues(open.recorded, 0);
+    EXPECT_EQ(SAA_cusvalGetStringLength(values, "note", &length), 0);
+    EXPECT_EQ(length, 5);
+    EXPECT_EQ(SAA_cusvalGetStringValue(values, "note", length + 1, text), 0);
+    EXPECT_STREQ(text, "hello");
+    EXPECT_NE(SAA_cusvalGetStringLength(values, "nothing", &length), 0);
+    EXPECT_NE(SAA_sceneInitInternal("SDKv1.60"), 0);
+    EXPECT_EQ(SAA_sceneInitInternal("SDKv1.70.3"), 0);
+    EXPECT_EQ(SAA_sceneInitInternal("SDKv1.70.3"), 3);
+    SAA_Scene nothing;
+    SetCurrentScene(nullptr);
+    EXPECT_NE(SAA_sceneGetCurrent(&nothing), 0);
+    EXPECT_NE(SAA_sceneGetNbModels(&open.record, &length), 0);
+}
+
+// Calls every operation once, with arguments that are right (`good`) or null pointers, and with a fault in the first
+// call of one of them. The statuses in the order of ListOperations.
+static std::vector<int> CallAll(OpenScene& open, bool good, const char* fault = nullptr)
+{
+    SAA_Scene* s = good ? &open.record : nullptr;
+    SAA_Elem model = open.Find("mesh");
+    SAA_Elem skeleton = open.Find("j1");
+    SAA_Elem elems[8];
+    SAA_Elem curve = CurveHandle(open.recorded, 2, CurveKind::RotationX);
+    SAA_Elem texture = TextureHandle(open.recorded, 0);
+    std::vector<SAA_SubHandle> handles(90);
+    std::vector<SAA_SubHandle> triangles(30);
+    std::vector<SAA_Position> positions(30);
+    std::vector<float> floats(90);
+    std::vector<int> ints(90);
+    const SAA_SubHandle key = KeyHandle(open.recorded, 2, CurveKind::RotationX, 0);
+    const SAA_SubHandle corner = open.Corners(model)[0];
+    const SAA_SubHandle triangle = TriangleHandle(open.recorded, 1, 0);
+    char text[512];
+    short flag = 0;
+    const auto p = [&](auto& thing) { return good ? &thing : nullptr; };
+    const auto a = [&](auto& list) { return good ? list.data() : nullptr; };
+    int nEnvelope = 0;
+    SAA_envelopeGetNbCtrlVertices(&open.record, &skeleton, 1, &model, &nEnvelope);
+    std::vector<SAA_SubHandle> moved(static_cast<std::size_t>(nEnvelope));
+    SAA_envelopeGetCtrlVertices(&open.record, &skeleton, 1, &model, &nEnvelope, moved.data());
+    const SAA_CusvalSet* values = GetCustomValues(open.recorded, 1);
+    const SAA_CusvalSet* set = good ? values : nullptr;
+    const char* name = good ? "note" : nullptr;
+    const int n = open.recorded.NumElements();
+    int* i = p(ints[0]);
+    float* f = p(floats[0]);
+    SAA_Elem* m = p(model);
+    ClearFaults();
+    FailOperation(fault, 1, 77);
+    return {SAA_sceneInitInternal(good ? "SDKv1.70.3" : nullptr),
+            SAA_sceneGetCurrent(s),
+            SAA_sceneGetName(s, 512, p(text[0])),
+            SAA_sceneGetNbModels(s, i),
+            SAA_sceneGetModels(s, n, p(elems[0])),
+            SAA_sceneGetPlayCtrlStartFrame(s, i),
+            SAA_sceneGetPlayCtrlEndFrame(s, i),
+            SAA_sceneSetPlayCtrlCurrentFrame(s, 0),
+            SAA_elementGetHierarchyLevel(s, m, i),
+            SAA_elementGetName(s, m, 511, p(text[0])),
+            SAA_elementIsValid(s, m, p(flag)),
+            SAA_modelGetType(s, m, i),
+            SAA_envelopeGetType(s, m, i),
+            SAA_modelGetNbChildren(s, m, i),
+            SAA_modelGetChildren(s, p(open.models[0]), 2, p(elems[0])),
+            SAA_modelGetScaling(s, m, 0, f, f, f),
+            SAA_modelGetRotation(s, m, 0, f, f, f),
+            SAA_modelGetTranslation(s, m, 0, f, f, f),
+            SAA_matrixCreateXYZRotation(f, p(floats[16])),
+            SAA_modelGetNbTriangles(s, m, SAA_GEOM_DEFORMED, 0, i),
+            SAA_modelGetTriangles(s, m, SAA_GEOM_DEFORMED, 0, 30, a(triangles)),
+            SAA_triangleGetCtrlVertices(s, m, SAA_GEOM_DEFORMED, 0, 1, p(triangle), a(handles)),
+            SAA_ctrlVertexGetIndices(s, m, 1, p(corner), i),
+            SAA_modelGetNbTriVertices(s, m, i),
+            SAA_modelGetTriVertices(s, m, 30, a(positions)),
+            SAA_modelGetNbVertices(s, m, i),
+            SAA_modelGetVertices(s, m, SAA_GEOM_DEFORMED, 0, 30, a(positions)),
+            SAA_modelGetCtrlVertices(s, m, SAA_GEOM_ORIGINAL, 0, 30, a(handles)),
+            SAA_modelRelationGetT2DGlbElements(s, m, 1, p(elems[0])),
+            SAA_triCtrlVertexGetGlobalUVTxtCoords(s, m, 1, p(corner), 1, p(texture), f, f),
+            SAA_texture2DGetCropMin(s, p(texture), i, i),
+            SAA_texture2DGetCropMax(s, p(texture), i, i),
+            SAA_texture2DSetCropMax(s, p(texture), 1, 1),
+            SAA_envelopeGetNbCtrlVertices(s, p(skeleton), 1, m, i),
+            SAA_envelopeGetCtrlVertices(s, p(skeleton), 1, m, p(nEnvelope), a(handles)),
+            SAA_ctrlVertexGetEnvelopeWeights(s, p(skeleton), m, nEnvelope, a(moved), f),
+            SAA_modelFcurveGetRotation(s, m, p(elems[0]), p(elems[1]), p(elems[2])),
+            SAA_modelFcurveGetTranslation(s, m, p(elems[0]), p(elems[1]), p(elems[2])),
+            SAA_modelFcurveGetShapeInterpolation(s, m, p(elems[0])),
+            SAA_fcurveGetNbKeys(s, p(curve), i),
+            SAA_fcurveGetKeys(s, p(curve), 1, a(handles)),
+            SAA_fcurveKeyGetTime(s, p(curve), 1, p(key), f),
+            SAA_seconds2Frame(s, 0.0F, i),
+            SAA_frame2Seconds(s, 0, f),
+            SAA_statusBarSet(name, 1),
+            SAA_cusvalGetStringLength(set, name, i),
+            SAA_cusvalGetStringValue(set, name, 512, p(text[0]))};
+}
+
+static Scene SceneForAll()
+{
+    Scene scene = RandomSkin(8);
+    scene.nodes[1].customValues = {{"note", "x"}};
+    scene.primitives[0].texCoords.resize(30);
+    SceneChannel turn;
+    turn.node = 2;
+    turn.path = ScenePath::Rotation;
+    turn.times = {0.0};
+    turn.values = {0, 0, 0, 1};
+    scene.clips.resize(1);
+    scene.clips[0].channels = {turn};
+    return scene;
+}
+
+TEST(Operations, EachAnswersCountsRefusesNullAndFailsWhenTold)
+{
+    const Scene scene = SceneForAll();
+    RecordedSceneOptions options;
+    options.clip = 0;
+    OpenScene open(scene, options);
+    const std::vector<const char*>& names = ListOperations();
+    ASSERT_EQ(names.size(), 47U);
+    const std::vector<int> good = CallAll(open, true);
+    ASSERT_EQ(good.size(), 47U);
+    for (std::size_t i = 0; i < names.size(); ++i)
+    {
+        EXPECT_EQ(good[i], 0) << names[i];
+        EXPECT_EQ(CallCount(names[i]), 1) << names[i];
+    }
+    const std::vector<int> bad = CallAll(open, false);
+    for (std::size_t i = 0; i < names.size(); ++i)
+    {
+        EXPECT_NE(bad[i], 0) << names[i];
+    }
+    for (std::size_t faulty = 0; faulty < names.size(); ++faulty)
+    {
+        const std::vector<int> statuses = CallAll(open, true, names[faulty]);
+        for (std::size_t i = 0; i < names.size(); ++i)
+        {
+            EXPECT_EQ(statuses[i], i == faulty ? 77 : 0) << names[i] << " with a fault in " << names[faulty];
+        }
+    }
+    int frame = 0;
+    ASSERT_TRUE(FailOperation("SAA_sceneGetPlayCtrlEndFrame", 3, 5));
+    for (const int status : {0, 0, 5, 0})
+    {
+        EXPECT_EQ(SAA_sceneGetPlayCtrlEndFrame(&open.record, &frame), status);
+    }
+    EXPECT_FALSE(FailOperation("SAA_nothing", 1, 1));
+    EXPECT_FALSE(FailOperation("SAA_sceneGetName", 0, 1));
+    EXPECT_FALSE(FailOperation("SAA_sceneGetName", 1, 0));
+    EXPECT_EQ(CallCount("SAA_nothing"), -1);
+    ClearFaults();
+    EXPECT_EQ(CallCount("SAA_sceneGetPlayCtrlEndFrame"), 0);
+}
+
+TEST(Operations, WrongHandlesAndCountsAreRefused)
+{
+    const Scene scene = SceneForAll();
+    RecordedSceneOptions options;
+    options.clip = 0;
+    const std::unique_ptr<OpenScene> old = std::make_unique<OpenScene>(scene, options);
+    OpenScene open(scene, options);
+    const SAA_Elem mesh = open.Find("mesh");
+    const SAA_Elem joint = open.Find("j1");
+    int value = 0;
+    short valid = 1;
+    EXPECT_NE(SAA_sceneGetNbModels(&old->record, &value), 0) << "the record of another scene";
+    EXPECT_NE(SAA_modelGetType(&open.record, &old->models[1], &value), 0) << "the element of another scene";
+    EXPECT_EQ(SAA_elementIsValid(&open.record, &old->models[1], &valid), 0);
+    EXPECT_EQ(valid, 0);
+    EXPECT_NE(SAA_modelGetNbVertices(&open.record, &joint, &value), 0) << "no mesh";
+    const SAA_Elem texture = TextureHandle(open.recorded, 0);
+    EXPECT_NE(SAA_modelGetType(&open.record, &texture, &value), 0) << "no model";
+
+    std::vector<SAA_Elem> elems(10);
+    std::vector<SAA_SubHandle> handles(100);
+    std::vector<SAA_Position> positions(100);
+    for (const int off : {-1, 1})
+    {
+        EXPECT_NE(SAA_sceneGetModels(&open.record, 5 + off, elems.data()), 0);
+        EXPECT_NE(SAA_modelGetChildren(&open.record, open.models.data(), 2 + off, elems.data()), 0);
+        EXPECT_NE(SAA_modelGetTriangles(&open.record, &mesh, SAA_GEOM_DEFORMED, 0, 30 + off, handles.data()), 0);
+        EXPECT_NE(SAA_modelGetCtrlVertices(&open.record, &mesh, SAA_GEOM_ORIGINAL, 0, 30 + off, handles.data()), 0);
+        EXPECT_NE(SAA_modelGetVertices(&open.record, &mesh, SAA_GEOM_DEFORMED, 0, 30 + off, positions.data()), 0);
+        EXPECT_NE(SAA_modelGetTriVertices(&open.record, &mesh, 30 + off, positions.data()), 0);
+    }
+    EXPECT_NE(SAA_modelGetNbTriangles(&open.record, &mesh, 1, 0, &value), 0) << "no such geometry";
+    EXPECT_NE(SAA_ctrlVertexGetIndices(&open.record, &mesh, -1, handles.data(), &value), 0);
+    EXPECT_NE(SAA_ctrlVertexGetIndices(&open.record, &mesh, 1, handles.data(), &value), 0) << "a handle of zeros";
+
+    // Any bytes at all: a status, no crash. A changed handle that is taken still stands for something.
+    std::mt19937 random(99);
+    const SAA_SubHandle vertex = open.Vertices(mesh)[3];
+    const SAA_SubHandle corner = open.Corners(mesh)[3];
+    float uv[2];
+    for (int i = 0; i < 3000; ++i)
+    {
+        SAA_SubHandle handle = i % 2 == 0 ? vertex : corner;
+        SAA_Elem elem = i % 3 == 0 ? mesh : texture;
+        handle.bytes[random() % sizeof handle.bytes] = static_cast<unsigned char>(random());
+        elem.bytes[random() % sizeof elem.bytes] = static_cast<unsigned char>(random());
+        if (SAA_ctrlVertexGetIndices(&open.record, &mesh, 1, &handle, &value) == 0)
+        {
+            EXPECT_LT(static_cast<unsigned>(value), 30U);
+        }
+        SAA_triCtrlVertexGetGlobalUVTxtCoords(&open.record, &mesh, 1, &handle, 1, &elem, &uv[0], &uv[1]);
+        SAA_triangleGetCtrlVertices(&open.record, &mesh, SAA_GEOM_DEFORMED, 0, 1, &handle, handles.data());
+        SAA_modelGetNbVertices(&open.record, &elem, &value);
+        SAA_texture2DGetCropMax(&open.record, &elem, &value, &value);
+        SAA_fcurveGetNbKeys(&open.record, &elem, &value);
+    }
+}
