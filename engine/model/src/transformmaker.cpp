@@ -39,10 +39,31 @@ QZBOOL TransformMaker::IsValid() const
     return QZTRUE;
 }
 
+// What the evaluation indexes without a further test. A child model whose tree has changed since it was linked, a
+// weight set that nobody sized and a model that isn't precalculated fail here.
+static bool IsPrecalculated(const AnimTracker& tracker, bool bLayer)
+{
+    const Model* pModel = tracker.m_pModel;
+    const uint32_t nNodes = pModel->NumNodes();
+    if (nNodes == 0)
+        return false;
+    for (const ModelAnim* pAnim : {tracker.GetPrevAnim(), tracker.GetCurAnim()})
+    {
+        if (!pAnim->m_AnimNodes || pAnim->GetModel()->NumNodes() < nNodes)
+            return false;
+    }
+    return !bLayer || pModel->GetWeightSet(tracker.m_iWeightSet)->m_Weights.GetSize() >= nNodes;
+}
+
 QZBOOL TransformMaker::SetupCall()
 {
     if (!IsValid())
         return QZFALSE;
+    for (uint32_t i = 0; i < m_nAnims; ++i)
+    {
+        if (!IsPrecalculated(m_Anims[i], i != 0))
+            return QZFALSE;
+    }
     m_pRecursePath = nullptr;
     m_pModel = m_Anims[0].m_pModel;
     for (uint32_t i = 0; i < m_nAnims; ++i)

@@ -32,7 +32,8 @@ public:
     TransformMaker();
 
     QZBOOL IsValid() const;
-    // Checks the request and resolves all pointers; false leaves everything as it was.
+    // Checks the request and resolves all pointers; false leaves everything as it was. Refused are also animations
+    // without a track list or of a model with fewer nodes, and weight sets with fewer values than nodes.
     QZBOOL SetupCall();
     // Evaluates all nodes.
     QZBOOL SetupTransforms();
