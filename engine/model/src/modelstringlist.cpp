@@ -17,13 +17,16 @@ const char* TextOf(const ModelStringRecord* pRecord)
     return reinterpret_cast<const char*>(pRecord) + offsetof(ModelStringRecord, m_Text);
 }
 
-uint32_t HashText(const char* pText)
+// FNV-1a in 64 bits, folded. The texts come from files of strangers: the seed keeps them from being made so that they
+// all meet in one place of the index.
+uint32_t HashText(const char* pText, uint64_t seed)
 {
-    // FNV-1a, 32 bits.
-    uint32_t hash = 2166136261u;
+    uint64_t hash = 14695981039346656037ull ^ seed;
     for (; *pText; ++pText)
-        hash = (hash ^ static_cast<unsigned char>(*pText)) * 16777619u;
-    return hash;
+        hash = (hash ^ static_cast<unsigned char>(*pText)) * 1099511628211ull;
+    hash ^= hash >> 32;
+    hash *= 0xD6E8FEB86659FD93ull;
+    return static_cast<uint32_t>(hash >> 32);
 }
 
 // A record asks for its bytes rounded up to its own alignment, so that in one block the next one is aligned too.
@@ -114,6 +117,7 @@ void ModelStringList::BeginIndex()
         return;
     m_pIndex = new (std::nothrow) ModelStringRecord*[INDEX_START_SIZE]();
     m_nIndexSize = m_pIndex ? INDEX_START_SIZE : 0;
+    m_HashSeed = reinterpret_cast<uintptr_t>(m_pIndex) * 0x9E3779B97F4A7C15ull;
     m_nIndexed = 0;
     for (ModelStringRecord* pRecord = m_pHead; pRecord && m_pIndex; pRecord = pRecord->m_pNext)
         EnterInIndex(pRecord);
@@ -127,11 +131,17 @@ void ModelStringList::EndIndex()
     m_nIndexed = 0;
 }
 
+// The address of the index differs from run to run; only the place in the index depends on it.
+uint32_t ModelStringList::Hash(const char* pText) const
+{
+    return HashText(pText, m_HashSeed);
+}
+
 ModelStringRecord* ModelStringList::Find(const char* pText, uint32_t length) const
 {
     if (m_pIndex)
     {
-        for (uint32_t i = HashText(pText);; ++i)
+        for (uint32_t i = Hash(pText);; ++i)
         {
             ModelStringRecord* pRecord = m_pIndex[i & (m_nIndexSize - 1)];
             if (!pRecord || strcmp(TextOf(pRecord), pText) == 0)
@@ -154,7 +164,7 @@ void ModelStringList::EnterInIndex(ModelStringRecord* pRecord)
         GrowIndex();
     if (!m_pIndex)
         return;
-    uint32_t i = HashText(TextOf(pRecord));
+    uint32_t i = Hash(TextOf(pRecord));
     while (m_pIndex[i & (m_nIndexSize - 1)])
         ++i;
     m_pIndex[i & (m_nIndexSize - 1)] = pRecord;
@@ -171,7 +181,7 @@ void ModelStringList::GrowIndex()
         {
             if (!m_pIndex[iOld])
                 continue;
-            uint32_t i = HashText(TextOf(m_pIndex[iOld]));
+            uint32_t i = Hash(TextOf(m_pIndex[iOld]));
             while (pNew[i & (newSize - 1)])
                 ++i;
             pNew[i & (newSize - 1)] = m_pIndex[iOld];

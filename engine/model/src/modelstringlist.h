@@ -46,11 +46,13 @@ public:
     Allocator* m_pAllocator;
 
 private:
+    uint32_t Hash(const char* pText) const;
     ModelStringRecord* Find(const char* pText, uint32_t length) const;
     void EnterInIndex(ModelStringRecord* pRecord);
     void GrowIndex();
 
     ModelStringRecord** m_pIndex = nullptr; // open addressing, a power of two entries
     uint32_t m_nIndexSize = 0;
+    uint64_t m_HashSeed = 0;
     uint32_t m_nIndexed = 0;
 };
