@@ -60,7 +60,8 @@ int32_t Model::Release()
 
 Allocator* Model::GetGrowAllocator()
 {
-    return m_pAllocator == &m_BlockAllocator ? &m_GrowAllocator : m_pAllocator;
+    // What a load asks for has to fit into the block.
+    return m_pAllocator == &m_BlockAllocator && !m_pLoadStream ? &m_GrowAllocator : m_pAllocator;
 }
 
 void Model::Term(QZBOOL bDeleteChildren)
@@ -113,6 +114,10 @@ void Model::Term(QZBOOL bDeleteChildren)
     m_nTotalVerts = 0;
     m_nTotalTris = 0;
     m_nDWordNodes = 0;
+    // Indices into tables that are gone.
+    m_iNormalRefNode = -1;
+    m_iNormalRefAnim = -1;
+    m_bNormalRef = QZFALSE;
 }
 
 const char* Model::AddString(const char* pText)
@@ -126,14 +131,18 @@ const char* Model::AddString(const char* pText)
 
 QZBOOL Model::SetFilename(const char* pName)
 {
+    char* pCopy = EmptyFilename();
+    if (pName && *pName)
+    {
+        const size_t size = strlen(pName) + 1;
+        pCopy = static_cast<char*>(malloc(size));
+        if (pCopy)
+            memcpy(pCopy, pName, size);
+    }
+    // Only now: pName may be the old name.
     FreeFilename();
-    if (!pName || !*pName)
-        return QZTRUE;
-    const size_t size = strlen(pName) + 1;
-    char* pCopy = static_cast<char*>(malloc(size));
     if (!pCopy)
         return QZFALSE;
-    memcpy(pCopy, pName, size);
     m_Filename = pCopy;
     return QZTRUE;
 }
@@ -261,7 +270,7 @@ ModelNode* Model::FindParent(ModelNode* pNode, ModelNode* pRoot, uint32_t* piChi
 
 void Model::SetRootNode(ModelNode* pRoot)
 {
-    if (m_pRootNode != &m_DefaultRootNode)
+    if (m_pRootNode != &m_DefaultRootNode && m_pRootNode != pRoot)
         FreeObject(*m_pAllocator, m_pRootNode);
     m_pRootNode = pRoot;
 }
@@ -350,7 +359,7 @@ QZBOOL Model::PrecalcTransforms(QZBOOL bForce)
     if (!bForce && m_Transforms.GetSize() == nNodes)
         return QZTRUE;
     m_Transforms.Term(m_pAllocator);
-    return m_Transforms.SetSize(nNodes, m_pAllocator);
+    return nNodes <= MODEL_MAX_NODES && m_Transforms.SetSize(nNodes, GetGrowAllocator());
 }
 
 QZBOOL Model::PrecalcFlatNodeList(QZBOOL bForce)
@@ -359,7 +368,7 @@ QZBOOL Model::PrecalcFlatNodeList(QZBOOL bForce)
     if (!bForce && m_FlatNodeList.GetSize() == nNodes)
         return QZTRUE;
     m_FlatNodeList.Term(m_pAllocator);
-    if (!m_FlatNodeList.SetSizeInit(nNodes, nullptr, m_pAllocator))
+    if (!m_FlatNodeList.SetSizeInit(nNodes, nullptr, GetGrowAllocator()))
         return QZFALSE;
     uint32_t iNode = 0;
     if (!m_pRootNode->AssignIndices(&iNode))

@@ -90,7 +90,8 @@ public:
     uint32_t NumLODs() const { return m_LODDistances.GetSize() + 1; }
     Allocator* GetAllocator() const { return m_pAllocator; }
     Allocator* GetDefaultAllocator() const { return m_pDefaultAllocator; }
-    // Memory for what is added after a load; frees whatever the model's allocator gave, too.
+    // Memory for what is added after a load: the model's allocator, or the heap for a model that lives in its own
+    // block. It also frees whatever the model's allocator gave.
     Allocator* GetGrowAllocator();
     uint32_t GetFileVersion() const { return m_FileVersion; }
     uint32_t GetModelStamp() const { return m_SelfChildModel.m_Stamp; }

@@ -9,7 +9,7 @@ QZBOOL Model::LoadStoredString(ModelStream* pStream, const char** ppOut)
     char buffer[MODEL_STRING_BUFFER];
     if (pStream->ReadString(buffer, sizeof(buffer)) != 0)
         return QZFALSE;
-    *ppOut = m_Strings.AddString(buffer);
+    *ppOut = AddString(buffer);
     // An empty result for a text that isn't empty: there was no memory for it.
     return **ppOut || !buffer[0];
 }

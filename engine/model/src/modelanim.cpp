@@ -18,6 +18,8 @@ ModelAnim::~ModelAnim()
 QZBOOL ModelAnim::SetModel(Model* pModel)
 {
     m_Name = pModel->AddString(m_Name);
+    for (uint32_t i = 0; i < NumKeyFrames(); ++i)
+        m_KeyFrames[i].m_pString = pModel->AddString(m_KeyFrames[i].m_pString);
     m_pModel = pModel;
     return m_pRootNode->SetNode(pModel->GetRootNode());
 }
@@ -40,7 +42,7 @@ uint32_t ModelAnim::GetAnimTime() const
 
 void ModelAnim::SetRootNode(AnimNode* pRoot)
 {
-    if (m_pRootNode != &m_DefaultRootNode)
+    if (m_pRootNode != &m_DefaultRootNode && m_pRootNode != pRoot)
         FreeObject(*m_pModel->GetAllocator(), m_pRootNode);
     m_pRootNode = pRoot;
 }
@@ -64,13 +66,10 @@ QZBOOL ModelAnim::PrecalcNodeLists(QZBOOL bForce)
 {
     if (!bForce && m_AnimNodes)
         return QZTRUE;
-    Allocator* pAllocator = m_pModel->GetAllocator();
+    Allocator* pAllocator = m_pModel->GetGrowAllocator();
     const uint32_t nNodes = m_pModel->NumNodes();
     pAllocator->Free(m_AnimNodes);
     m_AnimNodes = static_cast<AnimNode**>(pAllocator->Alloc(nNodes * static_cast<uint32_t>(sizeof(AnimNode*))));
-    if (!m_AnimNodes && m_pModel->GetGrowAllocator() != pAllocator)
-        m_AnimNodes = static_cast<AnimNode**>(
-            m_pModel->GetGrowAllocator()->Alloc(nNodes * static_cast<uint32_t>(sizeof(AnimNode*))));
     if (!m_AnimNodes)
         return QZFALSE;
     for (uint32_t i = 0; i < nNodes; ++i)
@@ -146,5 +145,7 @@ QZBOOL ModelAnim::PasteKeyFrame(ModelAnim* pSource, uint32_t iKeyFrame)
         return QZFALSE;
     if (!m_pRootNode->PasteKeyFrame(pSource->GetRootNode(), iKeyFrame))
         return QZFALSE;
-    return m_KeyFrames.Insert(iKeyFrame, pSource->m_KeyFrames[0], m_pModel->GetGrowAllocator());
+    AnimKeyFrame key = pSource->m_KeyFrames[0];
+    key.m_pString = m_pModel->AddString(key.m_pString);
+    return m_KeyFrames.Insert(iKeyFrame, key, m_pModel->GetGrowAllocator());
 }

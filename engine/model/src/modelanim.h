@@ -14,8 +14,8 @@ public:
     ModelAnim(const ModelAnim&) = delete;
     ModelAnim& operator=(const ModelAnim&) = delete;
 
-    // Moves the animation to another model: the name goes into that model's string store and the tracks are linked to
-    // its nodes. False if the trees differ in shape.
+    // Moves the animation to another model: its name and the strings of its keys go into that model's string store and
+    // the tracks are linked to its nodes. False if the trees differ in shape.
     virtual QZBOOL SetModel(Model* pModel);
     // A new animation of this class for pModel, or null.
     virtual ModelAnim* CreateAnim(Model* pModel);

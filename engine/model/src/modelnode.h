@@ -81,7 +81,7 @@ public:
     const char* m_Name; // in the model's string store
 
 private:
-    QZBOOL LoadLevel(ModelStream* pStream, uint32_t nLevel);
+    QZBOOL LoadLevel(ModelStream* pStream, uint32_t nLevel, uint32_t& nNodes);
 };
 
 // True if the two trees have the same shape; names, matrices and flags don't count. On a difference *pFail is
