@@ -1,0 +1,10 @@
+#pragma once
+
+#include "zoltshared/stdzolt/matrix4.h"
+#include "zoltshared/stdzolt/qzbool.h"
+
+// Matrix4::Normalize for matrices that may have lost a direction to a scale of 0 or to an overflow: a column 0 or 1 of
+// `m` without a finite length above 0 takes its direction from `unscaled`, which is the same product without scale, and
+// so do both columns if they are parallel. Where `unscaled` has none either, the axis stands in. Returns whether it had
+// to; if not, the result is that of Normalize. The translation isn't touched.
+QZBOOL Orthonormalise(Matrix4& m, const Matrix4& unscaled);
