@@ -1,6 +1,7 @@
 #include "tools/model/evaluatenodetransforms.h"
 
 #include "tools/model/convnode.h"
+#include "tools/model/orthonormalise.h"
 
 void EvaluateNodeTransforms(AnimNode* pAnimNode, uint32_t iKey, Matrix4 mParent, QZBOOL bKeepScale)
 {
@@ -10,9 +11,10 @@ void EvaluateNodeTransforms(AnimNode* pAnimNode, uint32_t iKey, Matrix4 mParent,
     scale(0, 0) = pNode->m_Scale.x;
     scale(1, 1) = pNode->m_Scale.y;
     scale(2, 2) = pNode->m_Scale.z;
-    Matrix4 global = mParent * pNode->m_mLocal * scale;
+    const Matrix4 unscaled = mParent * pNode->m_mLocal;
+    Matrix4 global = unscaled * scale;
     if (!bKeepScale)
-        global.Normalize();
+        Orthonormalise(global, unscaled);
     pNode->SetGlobalTransform(global);
     for (uint32_t i = 0; i < pAnimNode->NumChildren(); ++i)
         EvaluateNodeTransforms(pAnimNode->GetChild(i), iKey, global, bKeepScale);
