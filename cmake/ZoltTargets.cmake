@@ -3,6 +3,10 @@
 add_library(zolt_options INTERFACE)
 target_compile_options(zolt_options INTERFACE
     -Wall -Wextra -Werror -ffp-contract=off -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    # This compiler sees overlaps in std::string's operator+ that aren't there.
+    target_compile_options(zolt_options INTERFACE -Wno-restrict)
+endif()
 target_include_directories(zolt_options INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
 if(ZOLT_SANITIZE)
     target_compile_options(zolt_options INTERFACE
