@@ -53,9 +53,8 @@ QZBOOL BuildVertexNormals(Model* pModel)
         for (uint32_t iLOD = 0; iLOD < pPiece->NumLODs(); ++iLOD)
         {
             ModelPieceLOD* pMesh = pPiece->GetLOD(iLOD);
-            if (!CalcTriNormals(pMesh, normals))
+            if (!CalcTriNormals(pMesh, normals) || !AverageVertexNormals(pMesh, normals))
                 return QZFALSE;
-            AverageVertexNormals(pMesh, normals);
         }
     }
     return QZTRUE;

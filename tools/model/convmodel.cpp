@@ -75,7 +75,9 @@ uint32_t ConvModel::FindPieceNodeIndex(uint32_t iPiece)
 {
     for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
     {
-        if (static_cast<ConvNode*>(m_FlatNodeList[i])->m_PieceIndex == static_cast<int32_t>(iPiece))
+        // A model that was loaded has plain nodes.
+        const ConvNode* pNode = dynamic_cast<ConvNode*>(m_FlatNodeList[i]);
+        if (pNode && pNode->m_PieceIndex == static_cast<int32_t>(iPiece))
             return i;
     }
     return static_cast<uint32_t>(-1);

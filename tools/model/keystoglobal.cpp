@@ -7,7 +7,10 @@ void KeysToGlobal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent)
     const Matrix4 global = mParent * local;
     pTrack->m_KeyFrames[iKey].FromMatrix(global);
     for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
-        KeysToGlobal(pTrack->GetChild(i), iKey, global);
+    {
+        if (pTrack->GetChild(i))
+            KeysToGlobal(pTrack->GetChild(i), iKey, global);
+    }
 }
 
 void KeysToLocal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent)

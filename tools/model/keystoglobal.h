@@ -4,5 +4,6 @@
 #include "zoltshared/stdzolt/matrix4.h"
 
 // Key iKey of a subtree of tracks from local to model space, and back. mParent is the global matrix above the track.
+// A child that is null, for room that is kept free, is passed over by the first.
 void KeysToGlobal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent);
 void KeysToLocal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent);

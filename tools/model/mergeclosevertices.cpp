@@ -22,13 +22,14 @@ struct Cell
     double x, y, z;
 };
 
-// Vertices by cell. The vertices of a bucket form a chain in ascending order.
+// Vertices by cell. The vertices of a bucket form a chain in ascending order. They are taken out in that order, so that
+// the chains hold only later ones.
 class VertexGrid
 {
 public:
     bool Build(const ModelPiece& piece, double cellSize);
-    // The lowest vertex above i that is close to it, or i.
-    uint32_t FindClose(uint32_t i, float fMagScale) const;
+    // Takes the lowest vertex out, which must be i. Returns the lowest later one that is close to it, or i.
+    uint32_t TakeVertex(uint32_t i, float fMagScale);
 
 private:
     Cell CellOf(const Vector3& position) const;
@@ -43,8 +44,9 @@ private:
 
 uint32_t HashDouble(double value)
 {
-    // + 0.0 makes one of the two zeros.
-    const uint64_t bits = std::bit_cast<uint64_t>(value + 0.0);
+    // + 0.0 makes one of the two zeros. The bits of small whole numbers all stand on top.
+    uint64_t bits = std::bit_cast<uint64_t>(value + 0.0);
+    bits ^= bits >> 32;
     return static_cast<uint32_t>((bits * 0x9E3779B97F4A7C15ull) >> 32);
 }
 
@@ -77,10 +79,11 @@ bool VertexGrid::Build(const ModelPiece& piece, double cellSize)
     return true;
 }
 
-uint32_t VertexGrid::FindClose(uint32_t i, float fMagScale) const
+uint32_t VertexGrid::TakeVertex(uint32_t i, float fMagScale)
 {
     const Vector3& position = m_pPiece->m_Verts[i].m_vPos;
     const Cell center = CellOf(position);
+    m_First[BucketOf(center)] = m_Next[i];
     uint32_t best = NO_VERTEX;
     for (int dx = -1; dx <= 1; ++dx)
     {
@@ -91,7 +94,7 @@ uint32_t VertexGrid::FindClose(uint32_t i, float fMagScale) const
                 const uint32_t bucket = BucketOf({center.x + dx, center.y + dy, center.z + dz});
                 for (uint32_t j = m_First[bucket]; j < best; j = m_Next[j])
                 {
-                    if (j > i && (position - m_pPiece->m_Verts[j].m_vPos).Mag() * fMagScale < MERGE_LIMIT)
+                    if ((position - m_pPiece->m_Verts[j].m_vPos).Mag() * fMagScale < MERGE_LIMIT)
                         best = j;
                 }
             }
@@ -111,7 +114,7 @@ QZBOOL MergeCloseVertices(Model* pModel, float fMagScale)
         if (!targets.SetSize(pPiece->NumVerts()) || !grid.Build(*pPiece, MERGE_LIMIT / double(fMagScale) * CELL_MARGIN))
             return QZFALSE;
         for (uint32_t i = 0; i < pPiece->NumVerts(); ++i)
-            targets[i] = grid.FindClose(i, fMagScale);
+            targets[i] = grid.TakeVertex(i, fMagScale);
         if (!RemoveVertices(pPiece, targets.GetArray()))
             return QZFALSE;
     }

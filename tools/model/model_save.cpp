@@ -63,7 +63,12 @@ QZBOOL Model::OrderAnimsForSave()
     }
     for (uint32_t i = 0; i < NumAnims(); ++i)
         m_Anims[i] = ordered[i];
-    // The rows of a link have kept their order, but may stand elsewhere.
+    // The rows of a link have kept their order, but may stand elsewhere. A link without rows begins behind all.
+    for (uint32_t i = 1; i < m_nChildModels; ++i)
+    {
+        if (m_ChildModels[i]->m_pModel)
+            m_ChildModels[i]->m_iAnimOffset = NumAnims();
+    }
     for (uint32_t i = NumAnims(); i-- > 0;)
         m_Anims[i].m_pChildInfo->m_iAnimOffset = i;
     return QZTRUE;
@@ -72,7 +77,8 @@ QZBOOL Model::OrderAnimsForSave()
 QZBOOL Model::WriteSections(ModelStream* pStream)
 {
     SetModelStamp(GetModelStamp() + 1);
-    ZOLT_ASSERT(m_CommandString, "m_CommandString");
+    if (!ZOLT_ASSERT(m_CommandString, "m_CommandString"))
+        return QZFALSE;
 
     uint32_t iLink = BeginSection(pStream, "Header", NO_PREVIOUS_SECTION);
     pStream->WriteU32(WRITTEN_VERSION);
@@ -279,9 +285,9 @@ QZBOOL Model::SaveAnimBindings(ModelStream* pStream, uint32_t iPrevLink)
         pStream->WriteU32(nBindings);
         for (uint32_t j = 0; j < nBindings; ++j)
         {
-            // A link whose rows couldn't be made has no bindings to write.
+            // A link that lacks rows, since they couldn't be made or its model has grown, can't be written.
             const uint32_t iRow = pInfo->m_iAnimOffset + j;
-            if (iRow >= NumAnims() || m_Anims[iRow].m_pChildInfo->m_pParentModel != this)
+            if (iRow >= NumAnims() || m_Anims[iRow].m_pChildInfo->m_pParentModel != this || !m_Anims[iRow].m_pAnim)
                 return QZFALSE;
             pStream->WriteString(m_Anims[iRow].m_pAnim->GetName());
             pStream->WriteVector(m_Anims[iRow].m_vDims).WriteVector(m_Anims[iRow].m_vTranslation);

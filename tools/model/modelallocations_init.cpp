@@ -40,6 +40,8 @@ QZBOOL ModelAllocations::InitFromModel(Model* pModel)
     for (uint32_t i = 0; i < m_nAnims; ++i)
     {
         const ModelAnim* pAnim = pModel->GetAnim(i);
+        if (!pAnim)
+            continue; // the writer refuses such a row
         m_nKeyFrames += pAnim->NumKeyFrames();
         bEntered = bEntered && Enter(strings, pAnim->GetName());
         for (uint32_t iKey = 0; iKey < pAnim->NumKeyFrames(); ++iKey)

@@ -20,11 +20,17 @@ static void ConvertOwnKeys(Model* pModel, KeyConversion pConvert)
 }
 
 // The next two serve nodes and tracks alike, so that the two trees stay parallel. The first makes room in the parent's
-// list for the children of an element that goes; a list that was grown in vain is shortened again, which can't fail.
+// list for the children of an element that goes, null until they move; a list that was grown in vain is shortened
+// again, which can't fail.
 template <class T> static QZBOOL MakeRoom(T* pParent, const T* pOld, Allocator* pAllocator)
 {
-    return pParent->m_Children.NiceSetSize(pParent->m_Children.GetSize() + pOld->m_Children.GetSize(), QZFALSE,
-                                           pAllocator);
+    const uint32_t nBefore = pParent->m_Children.GetSize();
+    const uint32_t nAfter = nBefore + pOld->m_Children.GetSize();
+    if (!pParent->m_Children.NiceSetSize(nAfter, QZFALSE, pAllocator))
+        return QZFALSE;
+    for (uint32_t i = nBefore; i < nAfter; ++i)
+        pParent->m_Children[i] = nullptr;
+    return QZTRUE;
 }
 
 // Takes an element out of its parent's list, in which there is room, puts its children at the end and destroys it.
@@ -45,6 +51,33 @@ template <class T> static void Dissolve(T* pParent, T* pOld, Allocator* pAllocat
     FreeObject(*pAllocator, pOld);
 }
 
+static void ListTracks(AnimNode* pTrack, AnimNode** ppList, uint32_t* piNode)
+{
+    ppList[(*piNode)++] = pTrack;
+    for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
+        ListTracks(pTrack->GetChild(i), ppList, piNode);
+}
+
+// What Precalc(QZTRUE) does after a node has gone, in the memory that is there, so that it can't fail.
+static void RebuildTables(Model* pModel)
+{
+    const uint32_t nNodes = pModel->NumNodes() - 1;
+    pModel->m_Transforms.NiceSetSize(nNodes, QZFALSE, pModel->m_pAllocator);
+    pModel->m_FlatNodeList.NiceSetSize(nNodes, QZFALSE, pModel->m_pAllocator);
+    uint32_t iNode = 0;
+    pModel->GetRootNode()->AssignIndices(&iNode);
+    pModel->GetRootNode()->SetParentIndices(MNODE_NO_PARENT);
+    pModel->m_nDWordNodes = (nNodes + 3) / 4;
+    for (uint32_t i = 0; i < pModel->NumAnims(); ++i)
+    {
+        ModelAnim* pAnim = pModel->GetOwnAnim(i);
+        uint32_t iTrack = 0;
+        if (pAnim)
+            ListTracks(pAnim->GetRootNode(), pAnim->m_AnimNodes, &iTrack);
+    }
+    pModel->Precalc(QZFALSE);
+}
+
 static AnimNode* TrackOf(ModelAnim* pAnim, const ModelNode* pNode)
 {
     return pAnim->m_AnimNodes[pNode->GetNodeIndex()];
@@ -62,8 +95,12 @@ QZBOOL Model::RemoveNode(ModelNode* pNode)
     // All memory is taken first: what can't be had leaves the model as it was.
     Allocator* pAllocator = GetGrowAllocator();
     DynArray<uint32_t, DefaultCache> newIndices;
+    DynArray<NodeKeyFrame, DefaultCache>& relations = m_SelfChildModel.m_Relations;
     const uint32_t nBefore = pParent->NumChildren();
-    QZBOOL bRoom = newIndices.SetSize(NumNodes()) && MakeRoom(pParent, pNode, pAllocator);
+    const uint32_t nRelations = relations.GetSize();
+    QZBOOL bRoom = newIndices.SetSize(NumNodes()) &&
+                   (nRelations >= NumNodes() || relations.NiceSetSize(NumNodes(), QZFALSE, pAllocator)) &&
+                   MakeRoom(pParent, pNode, pAllocator);
     uint32_t nGrown = 0;
     for (; bRoom && nGrown < NumAnims(); ++nGrown)
     {
@@ -72,6 +109,7 @@ QZBOOL Model::RemoveNode(ModelNode* pNode)
     }
     if (!bRoom)
     {
+        relations.NiceSetSize(nRelations, QZFALSE, pAllocator);
         pParent->m_Children.NiceSetSize(nBefore, QZFALSE, pAllocator);
         for (uint32_t i = 0; i < nGrown; ++i)
         {
@@ -101,10 +139,8 @@ QZBOOL Model::RemoveNode(ModelNode* pNode)
         Dissolve(pParentTrack, pOld, pAllocator);
     }
     Dissolve(pParent, pNode, pAllocator);
-    const QZBOOL bTables = Precalc(QZTRUE);
+    RebuildTables(this);
     ConvertOwnKeys(this, KeysToLocal);
-    if (!bTables)
-        return QZFALSE;
 
     for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
         newIndices[m_FlatNodeList[i]->m_iRemapIndex] = i;
@@ -118,6 +154,7 @@ QZBOOL Model::RemoveNode(ModelNode* pNode)
                 pVert->m_Weights[iWeight].m_iNode = newIndices[pVert->m_Weights[iWeight].m_iNode];
         }
     }
+    relations.NiceSetSize(NumNodes(), QZFALSE, pAllocator);
     return SetupChildModelRelation(&m_SelfChildModel, this, QZFALSE);
 }
 
