@@ -1,0 +1,433 @@
+#include "tests/tools/model/testmodel.h"
+
+#include <bit>
+
+#include "engine/model/src/modelallocations.h"
+#include "tests/zoltshared/stdzolt/assertioncatcher.h"
+#include "tests/zoltshared/stdzolt/testallocator.h"
+#include "zoltshared/stdzolt/countingallocator.h"
+
+namespace
+{
+// Lays a file down by hand.
+class FileWriter
+{
+public:
+    void U8(uint8_t value) { m_Bytes.push_back(value); }
+    void U16(uint32_t value)
+    {
+        U8(static_cast<uint8_t>(value));
+        U8(static_cast<uint8_t>(value >> 8));
+    }
+    void U32(uint32_t value)
+    {
+        U16(value & 0xFFFF);
+        U16(value >> 16);
+    }
+    void F32(float value) { U32(std::bit_cast<uint32_t>(value)); }
+    void Words(std::initializer_list<uint32_t> values)
+    {
+        for (const uint32_t value : values)
+            U32(value);
+    }
+    void Floats(std::initializer_list<float> values)
+    {
+        for (const float value : values)
+            F32(value);
+    }
+    void Text(const std::string& text)
+    {
+        U16(static_cast<uint32_t>(text.size()));
+        m_Bytes.insert(m_Bytes.end(), text.begin(), text.end());
+    }
+    void Section(const char* pName)
+    {
+        m_Starts.push_back(m_Bytes.size());
+        for (int i = 0; m_iLink && i < 4; ++i)
+            m_Bytes[m_iLink + i] = static_cast<uint8_t>(m_Bytes.size() >> (8 * i));
+        Text(pName);
+        m_iLink = m_Bytes.size();
+        U32(0xFFFFFFFF);
+    }
+
+    Bytes m_Bytes;
+    std::vector<size_t> m_Starts;
+    size_t m_iLink = 0;
+};
+
+const std::initializer_list<float> IDENTITY = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+
+FileWriter SmallestFile(uint32_t stamp)
+{
+    FileWriter file;
+    file.Section("Header");
+    file.Words({12, 0, 0, 1, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0});
+    file.Text("");
+    file.F32(96.0f);
+    file.m_Bytes.resize(file.m_Bytes.size() + 2 + 62);
+    file.Section("Pieces");
+    file.Words({0, 0});
+    file.Section("Nodes");
+    file.Text("");
+    file.U16(0);
+    file.U8(0);
+    file.Floats(IDENTITY);
+    file.Words({0, 0});
+    file.Section("ChildModels");
+    file.Words({1, stamp});
+    file.Floats({0, 0, 0, 0, 0, 0, 1});
+    for (const char* pName : {"Animation", "Sockets", "AnimBindings"})
+    {
+        file.Section(pName);
+        file.U32(0);
+    }
+    return file;
+}
+
+// A file that uses everything: two nodes, a piece of two LODs, a weight set, a link to a model that isn't there, an
+// animation, a socket. In a version, or in the form in which a writer of version 12 gives back what was read from it.
+Bytes SampleFile(uint32_t version, bool bSaved, uint32_t stamp)
+{
+    FileWriter file;
+    file.Section("Header");
+    file.Words({bSaved ? 12 : version, 2, 1, 2, 1, 2, 2, 6, 3, 2, 1, 1, 5, 4 + 3 + 4 + 12 + 8});
+    file.Text("VisRadius 70");
+    file.F32(1.5f);
+    file.U16(1);
+    file.m_Bytes.resize(file.m_Bytes.size() + 62);
+    file.F32(0.25f);
+
+    file.Section("Pieces");
+    file.Words({3, 1});
+    file.U16(7);
+    file.Floats({2, 3});
+    if (version >= 10 || bSaved)
+        file.F32(version >= 10 ? 4.0f : 1.0f);
+    file.U16(bSaved ? 0 : 2);
+    if (!bSaved)
+        file.Words({11, 12});
+    file.Text(bSaved ? "abcdefghijklmnopqrstuvwxyz01234" : "abcdefghijklmnopqrstuvwxyz0123456789");
+    for (uint32_t iLOD = 0; iLOD < 2; ++iLOD)
+    {
+        file.U32(1);
+        for (uint32_t k = 0; k < 3; ++k)
+        {
+            file.Floats({0.5f * k, 1.0f - k});
+            file.U16(2 - k);
+        }
+        file.U32(3);
+        for (uint32_t i = 0; i < 3; ++i)
+        {
+            const uint32_t nWeights = iLOD == 0 && i == 0 ? 2 : iLOD == 1 && i == 2 ? 1 : 0;
+            file.U16(nWeights);
+            file.U16(9 + i);
+            for (uint32_t k = 0; k < nWeights; ++k)
+            {
+                file.U32(k);
+                file.Floats({1.0f + k, 2, 3, 0.5f});
+            }
+            file.Floats({1.0f * i, 2.0f * iLOD, 5, 0, 0, 1});
+        }
+    }
+
+    file.Section("Nodes");
+    file.Text("root");
+    file.U16(0);
+    file.U8(2);
+    file.Floats(IDENTITY);
+    file.U32(1);
+    file.Text("arm");
+    file.U16(1);
+    file.U8(0x81);
+    file.Floats({0, -1, 0, 3, 1, 0, 0, 4, 0, 0, 1, 5, 0, 0, 0, 1});
+    file.Words({0, 1});
+    file.Text("upper");
+    file.U32(2);
+    file.Floats({0.5f, 2.0f});
+
+    file.Section("ChildModels");
+    file.Words({2, stamp});
+    file.Floats({0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 1});
+    file.Text("legs.abc");
+    file.U32(1234);
+    file.Floats({1, 2, 3, 0, 1, 0, 0, 4, 5, 6, 1, 0, 0, 0});
+
+    file.Section("Animation");
+    file.U32(1);
+    file.Floats({10, 20, 30});
+    file.Text("walk");
+    if (version >= 11 || bSaved)
+        file.U32(version >= 11 ? 77 : 0xFFFFFFFF);
+    if (version >= 12 || bSaved)
+        file.U32(version >= 12 ? 55 : 200);
+    file.Words({2, 0});
+    file.Text("");
+    file.U32(250);
+    file.Text("arm");
+    file.Floats({1, 0, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 1, 0, 3, 0, 0, 0, 1, 0, 0, 4, 0, 0, 1, 0, 0, 0});
+
+    file.Section("Sockets");
+    file.Words({1, 1});
+    file.Text("hand");
+    file.Floats({0, 0, 1, 0, 7, 8, 9});
+
+    file.Section("AnimBindings");
+    file.U32(1);
+    file.Text("walk");
+    file.Floats({10, 20, 30, 1, 2, 3});
+    file.U32(bSaved ? 0 : 1);
+    if (!bSaved)
+    {
+        file.Text("kick");
+        file.Floats({1, 1, 1, 2, 2, 2});
+    }
+    return file.m_Bytes;
+}
+
+Bytes Saved(Model& model)
+{
+    MemoryStream stream(65536);
+    EXPECT_TRUE(model.Save(&stream));
+    return BytesOf(stream);
+}
+
+// Fails at one of its writes.
+class FailingStream : public MemoryStream
+{
+public:
+    explicit FailingStream(uint32_t nFailAt) : MemoryStream(65536), m_nFailAt(nFailAt) {}
+    int Write(const void* pData, uint32_t size) override
+    {
+        return ++m_nWrites == m_nFailAt ? 1 : MemoryStream::Write(pData, size);
+    }
+    int ErrorStatus() override { return m_nWrites >= m_nFailAt ? 1 : 0; }
+
+    uint32_t m_nFailAt;
+    uint32_t m_nWrites = 0;
+};
+
+Model* g_pSuppliedChild = nullptr;
+
+uint32_t SupplyChild(LoadRequest*, Model** ppModel)
+{
+    *ppModel = g_pSuppliedChild;
+    return RESULT_OK;
+}
+} // namespace
+
+TEST(ModelSave, SmallestFileToTheByte)
+{
+    const FileWriter expected = SmallestFile(0x01020305);
+    EXPECT_EQ(expected.m_Bytes.size(), 357u);
+    EXPECT_EQ(expected.m_Starts, (std::vector<size_t>{0, 138, 158, 246, 299, 318, 335}));
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    ASSERT_TRUE(model.Precalc(QZTRUE));
+    model.SetModelStamp(0x01020304);
+    EXPECT_EQ(Saved(model), expected.m_Bytes);
+
+    ModelAllocations allocs;
+    uint32_t size = 0;
+    ASSERT_TRUE(allocs.InitFromModel(&model) && allocs.CalcAllocationSize(size));
+    EXPECT_EQ(size, 28u + 64u + sizeof(void*));
+}
+
+TEST(ModelSave, FilesOfAllVersionsComeBackAsVersion12)
+{
+    for (uint32_t version = 9; version <= 12; ++version)
+    {
+        Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+        ASSERT_EQ(LoadBytes(model, SampleFile(version, false, 500)), RESULT_OK) << version;
+        const Bytes first = Saved(model);
+        EXPECT_EQ(first, SampleFile(version, true, 501)) << version;
+        Model again(&g_DefaultAllocator, &g_DefaultAllocator);
+        ASSERT_EQ(LoadBytes(again, first), RESULT_OK);
+        EXPECT_EQ(Saved(again), SampleFile(version, true, 502)) << version;
+    }
+}
+
+TEST(ModelSave, StampsRiseWithEachWriting)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    ASSERT_EQ(LoadBytes(model, SampleFile(12, true, 500)), RESULT_OK);
+    EXPECT_EQ(Saved(model), SampleFile(12, true, 501));
+    EXPECT_EQ(model.GetModelStamp(), 502u);
+    EXPECT_EQ(Saved(model), SampleFile(12, true, 503));
+
+    // The copy has the stamp of the first of two writings.
+    Model copy(&g_DefaultAllocator, &g_DefaultAllocator);
+    BuildTree(copy, "gone(with,all)");
+    ASSERT_TRUE(copy.CopyModelFrom(&model));
+    EXPECT_EQ(model.GetModelStamp(), 506u);
+    EXPECT_EQ(copy.GetModelStamp(), 505u);
+    EXPECT_EQ(Saved(copy), SampleFile(12, true, 506));
+}
+
+TEST(ModelSave, CountsAndSizeByHand)
+{
+    const Bytes file = SampleFile(12, true, 1);
+    CountingAllocator counting(&g_DefaultAllocator);
+    Model model(&counting, &g_DefaultAllocator);
+    ASSERT_EQ(LoadBytes(model, file), RESULT_OK);
+    ModelAllocations allocs;
+    uint32_t size = 0;
+    ASSERT_TRUE(allocs.InitFromModel(&model) && allocs.CalcAllocationSize(size));
+    const uint32_t p = sizeof(void*);
+    // The fixed part of a string record is that of a size, a pointer and one character.
+    const uint32_t record = p == 8 ? 24 : 12;
+    uint32_t expected = record * 5 + 48; // 31 characters and 15, rounded up
+    expected += 28 * 2 * 2 + p + sizeof(AnimNode) + sizeof(AnimKeyFrame) * 2 + p * 2;
+    expected += p + sizeof(ModelNode) + 28 * 2 * 2;
+    expected += sizeof(ModelTri) * 2 + sizeof(ModelVert) * 6 + sizeof(ModelPieceLOD) + p + sizeof(ModelPiece);
+    expected += 4 * 2 + p + sizeof(WeightSet) + p + sizeof(ModelSocket) + 4 + 20 * 3;
+    expected += 64 * 2 + p * 2 + sizeof(ChildInfo) + sizeof(ModelAnim);
+    EXPECT_EQ(size, expected);
+    EXPECT_LE(counting.m_TotalMemoryAllocated, size);
+
+    // One block of that size holds the model, which saves as ever.
+    TestAllocator blocks;
+    MemoryStream stream(0);
+    stream.Write(file.data(), static_cast<uint32_t>(file.size()));
+    {
+        Model inBlock(&g_DefaultAllocator, &g_DefaultAllocator);
+        ASSERT_EQ(inBlock.PrepareBlock(&stream, &blocks), RESULT_OK);
+        ASSERT_EQ(LoadBytes(inBlock, file), RESULT_OK);
+        EXPECT_EQ(blocks.m_Requests, std::vector<uint32_t>{size});
+        EXPECT_EQ(Saved(inBlock), SampleFile(12, true, 2));
+    }
+    EXPECT_EQ(blocks.m_nLive, 0);
+    allocs.m_nLODs = 0;
+    EXPECT_FALSE(allocs.CalcAllocationSize(size));
+}
+
+TEST(ModelSave, FailsAtAnyWriteThatFails)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    ASSERT_EQ(LoadBytes(model, SampleFile(12, true, 1)), RESULT_OK);
+    FailingStream sound(0xFFFFFFFF);
+    ASSERT_TRUE(model.WriteSections(&sound));
+    // The name (two writes), link, version and 13 counts of the header are followed by a look at the stream's error.
+    const uint32_t nCheckpoint = 2 + 1 + 1 + 13;
+    for (uint32_t n = 1; n <= sound.m_nWrites; ++n)
+    {
+        FailingStream stream(n);
+        EXPECT_FALSE(model.Save(&stream)) << n;
+        EXPECT_EQ(stream.m_nWrites, n <= nCheckpoint ? nCheckpoint : sound.m_nWrites) << n;
+    }
+}
+
+TEST(ModelSave, RefusesWhatIsInconsistent)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    ASSERT_EQ(LoadBytes(model, SampleFile(12, true, 1)), RESULT_OK);
+    AssertionCatcher catcher;
+    const auto refused = [&model]
+    {
+        MemoryStream stream(65536);
+        return !model.Save(&stream);
+    };
+
+    model.m_LODDistances.Append(1.0f);
+    EXPECT_TRUE(refused());
+    model.m_LODDistances.Remove(1);
+
+    for (uint32_t i = 0; i < 2; ++i)
+    {
+        model.GetChildModel(i)->m_pParentModel = nullptr;
+        EXPECT_TRUE(refused());
+        model.GetChildModel(i)->m_pParentModel = &model;
+    }
+
+    ModelAnim* pAnim = model.GetAnim(0);
+    model.m_Anims[0].m_pAnim = nullptr;
+    EXPECT_TRUE(refused());
+    model.m_Anims[0].m_pAnim = pAnim;
+
+    pAnim->GetRootNode()->m_pNode = model.GetNode(1);
+    EXPECT_TRUE(refused());
+    pAnim->GetRootNode()->m_pNode = model.GetNode(0);
+    EXPECT_TRUE(catcher.Caught().empty());
+
+    pAnim->m_KeyFrames.Append(AnimKeyFrame());
+    EXPECT_TRUE(refused());
+    pAnim->m_KeyFrames.Remove(2);
+    model.m_CommandString = nullptr;
+    EXPECT_TRUE(refused());
+    EXPECT_EQ(catcher.Caught(), (std::vector<std::string>{"index < m_nElements", "m_CommandString"}));
+    model.m_CommandString = g_EmptyString;
+    EXPECT_FALSE(refused());
+}
+
+TEST(ModelSave, OwnAnimationsComeFirstAndBindingsFindTheirRows)
+{
+    char error[MODEL_ERRSTR_SIZE];
+    Model parent(&g_DefaultAllocator, &g_DefaultAllocator);
+    Model* pChild = Model::CreateModel();
+    BuildTree(parent, "root(a)");
+    BuildTree(*pChild, "r(b)");
+    AddRandomAnim(*pChild, "x", 1, 1);
+    AddRandomAnim(*pChild, "y", 1, 2);
+    ChildInfo* pLink = parent.AddChildModel(pChild, "child.abc", error, QZFALSE);
+    ASSERT_TRUE(pLink);
+    ASSERT_TRUE(parent.AddChildModel(nullptr, "absent.abc", error, QZFALSE));
+    AddRandomAnim(parent, "a", 1, 3);
+    AddRandomAnim(parent, "b", 1, 4);
+    const auto names = [](Model& model)
+    {
+        std::string all;
+        for (uint32_t i = 0; i < model.NumAnims(); ++i)
+            all += model.GetAnim(i)->GetName();
+        return all;
+    };
+    ASSERT_EQ(names(parent), "abxy");
+    const AnimInfo rows[] = {parent.m_Anims[2], parent.m_Anims[0], parent.m_Anims[3], parent.m_Anims[1]};
+    for (uint32_t i = 0; i < 4; ++i)
+    {
+        parent.m_Anims[i] = rows[i];
+        parent.m_Anims[i].m_vTranslation.Set(static_cast<float>(i), 0, 0);
+    }
+    const Bytes file = Saved(parent);
+    EXPECT_EQ(names(parent), "abxy");
+    EXPECT_EQ(pLink->m_iAnimOffset, 2u);
+    EXPECT_EQ(parent.GetSelfChildModel()->m_iAnimOffset, 0u);
+
+    Model loaded(&g_DefaultAllocator, &g_DefaultAllocator);
+    g_pSuppliedChild = pChild;
+    ASSERT_EQ(LoadBytes(loaded, file,
+                        [](LoadRequest* pRequest, Model** ppModel) {
+                            return std::string(pRequest->m_pFilename) == "child.abc" ? SupplyChild(pRequest, ppModel)
+                                                                                     : RESULT_NOT_LOADED;
+                        }),
+              RESULT_OK);
+    EXPECT_EQ(names(loaded), "abxy");
+    const float expected[] = {1, 3, 0, 2};
+    for (uint32_t i = 0; i < 4; ++i)
+        EXPECT_EQ(loaded.m_Anims[i].m_vTranslation.x, expected[i]) << i;
+
+    // A child that has grown since it was linked has an animation without a row.
+    AddRandomAnim(*pChild, "z", 1, 5);
+    MemoryStream stream(65536);
+    EXPECT_FALSE(parent.Save(&stream));
+}
+
+TEST(ModelSave, AnimationsCopyBetweenTreesOfOneShapeOnly)
+{
+    Model source(&g_DefaultAllocator, &g_DefaultAllocator);
+    BuildTree(source, "r(a(b),c)");
+    ModelAnim* pAnim = AddRandomAnim(source, "walk", 3, 1);
+    pAnim->m_AnimParamA = 5;
+    pAnim->m_KeyFrames[1].m_pString = source.AddString("step");
+    for (const auto& [tree, bFits] :
+         std::map<std::string, bool>{{"x(y(z),w)", true}, {"x(y(z),w(v))", false}, {"x(y(z))", false}, {"x", false}})
+    {
+        Model dest(&g_DefaultAllocator, &g_DefaultAllocator);
+        BuildTree(dest, tree);
+        ModelAnim copy(&dest);
+        EXPECT_EQ(copy.CopyFrom(pAnim) != QZFALSE, bFits) << tree;
+        if (!bFits)
+            continue;
+        MemoryStream a(65536), b(65536);
+        ASSERT_TRUE(pAnim->Save(&a) && copy.Save(&b));
+        EXPECT_EQ(BytesOf(a), BytesOf(b));
+        EXPECT_EQ(copy.m_AnimNodes[2]->m_pNode, dest.GetNode(2));
+    }
+}
