@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-// One key time of an animation.
+// One key time of an animation. Times don't fall from key to key; several keys may share one, as at a jump.
 struct AnimKeyFrame
 {
     uint32_t m_Time = 0;                   // milliseconds from the start of the animation

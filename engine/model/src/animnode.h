@@ -34,9 +34,10 @@ public:
     uint32_t NumKeyFrames() const;
     Model* GetModel() const;
 
-    // Links the subtree to a node tree; false, and reported, where the shapes differ.
+    // Links the subtree to a node tree, node by node in the order of the children; false, and reported, where the
+    // shapes differ.
     QZBOOL SetNode(ModelNode* pNode);
-    // Frees the keys and the children.
+    // Frees the keys and the children, through the allocator of the animation's model.
     void Term();
 
     // Steps of the key editing of ModelAnim, which checks the index. Each works on the whole subtree.
@@ -44,12 +45,14 @@ public:
     QZBOOL CopyKeyFrame(uint32_t iKeyFrame, AnimNode* pDest);
     QZBOOL PasteKeyFrame(AnimNode* pSource, uint32_t iKeyFrame);
 
+    // Reads the keys of this track and, by the shape of the tree under m_pNode (which must be set), of all below it.
+    // The track must be empty. False without memory; read errors show in the stream's status.
     QZBOOL Load(ModelStream* pStream);
     QZBOOL Save(ModelStream* pStream); // tool side
 
-    ModelNode* m_pNode;
-    DynArray<NodeKeyFrame, NoCache> m_KeyFrames;
-    AnimNode* m_pParent;
-    DynArray<AnimNode*, NoCache> m_Children;
+    ModelNode* m_pNode;                          // the node that the track drives
+    DynArray<NodeKeyFrame, NoCache> m_KeyFrames; // local transforms: node space to the parent node's space
+    AnimNode* m_pParent;                         // null at the root
+    DynArray<AnimNode*, NoCache> m_Children;     // owned
     ModelAnim* m_pAnim;
 };

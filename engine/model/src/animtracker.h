@@ -21,10 +21,12 @@ constexpr uint32_t ANIMTRACKER_NO_WEIGHTSET = 0xFFFFFFFFu;
 class AnimTracker
 {
 public:
-    // Fills all but the weight set.
+    // Fills all but the weight set, which stays. Indices beyond 16 bits don't fit: they are cut to their lower 16.
     void Init(Model* pModel, uint32_t iPrevAnim, uint32_t iPrevFrame, uint32_t iCurAnim, uint32_t iCurFrame,
               float percent);
+    // True if there is a model, both rows and both keys exist, and 0 <= m_Percent <= 1 (so a NaN is refused).
     QZBOOL IsValid() const;
+    // The animation of m_Prev or of m_Cur; a row out of range is a fault of the caller, and reported.
     ModelAnim* GetPrevAnim() const;
     ModelAnim* GetCurAnim() const;
 
@@ -32,5 +34,5 @@ public:
     AnimTime m_Prev;                                  // the earlier key
     AnimTime m_Cur;                                   // the later key
     float m_Percent = 0.0f;                           // fraction from m_Prev to m_Cur, 0.0 to 1.0
-    uint32_t m_iWeightSet = ANIMTRACKER_NO_WEIGHTSET; // of positions 1 and up
+    uint32_t m_iWeightSet = ANIMTRACKER_NO_WEIGHTSET; // row of the model's m_WeightSets; of positions 1 and up
 };

@@ -25,6 +25,7 @@ struct AttachmentRecord
 class AttachmentList
 {
 public:
+    // Puts the record in front; it must stay alive until it is removed or the model is gone.
     void Add(AttachmentRecord* pRecord);
     // Does nothing for a record that isn't in the list.
     void Remove(AttachmentRecord* pRecord);

@@ -23,9 +23,12 @@ public:
     ChildInfo(const ChildInfo&) = delete;
     ChildInfo& operator=(const ChildInfo&) = delete;
 
-    // Forgets model and name and frees the relations. The reference on the model is the caller's business.
+    // Forgets model and name and frees the relations through the parent model's allocator. The reference on the model
+    // is the caller's business.
     void Clear();
 
+    // Reads stamp and relations, one for each node of m_pParentModel, which must be set and precalculated. False
+    // without that, without memory, or if the stream is too short.
     QZBOOL Load(ModelStream* pStream);
     QZBOOL Save(ModelStream* pStream); // tool side
 

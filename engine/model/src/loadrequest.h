@@ -26,6 +26,7 @@ typedef uint32_t (*ModelLoadCallback)(LoadRequest* pChildRequest, Model** ppMode
 // Supplies nothing.
 uint32_t DefaultLoadCallback(LoadRequest* pChildRequest, Model** ppModel);
 
+// What Model::Load needs, and two answers of it.
 struct LoadRequest
 {
     ModelStream* m_pStream = nullptr; // at any position; stays the caller's

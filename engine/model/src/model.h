@@ -50,6 +50,14 @@ struct ModelLink
 // comment says. Look-ups by name ignore the case of ASCII letters, and the first hit in index order wins;
 // out-parameters may be null and are set on a hit only.
 //
+// Conventions: a matrix takes column vectors, with the translation in column 3; a product reads parent x child. Lengths
+// are in model units, times in milliseconds, angles in radians.
+//
+// The run-time library holds all but what is marked as tool side here and in the headers of the elements (Save,
+// RemoveNode and so on): those are declared for the tools, which bring them along, and don't link without them.
+//
+// Access by index asserts its range and doesn't guard it, unless told otherwise.
+//
 // An object that is handed over (AddSocket, AddWeightSet, AddAnim, SetRootNode) must come from GetGrowAllocator();
 // for a model on g_DefaultAllocator, and for one in its own block, that is what `new` of the model classes gives.
 class Model
@@ -63,10 +71,12 @@ public:
     Model(const Model&) = delete;
     Model& operator=(const Model&) = delete;
 
+    // A model on g_DefaultAllocator, or null; and its end, children that nothing refers to included. Null is allowed.
     static Model* CreateModel();
     static void DeleteModel(Model* pModel);
 
-    // Counted references held by parents; Release doesn't destroy.
+    // Counted references held by parents; both give the new count. Release doesn't destroy; a model must not be
+    // destroyed while it has references.
     int32_t AddRef();
     int32_t Release();
     bool IsUnreferenced() const { return m_RefCount == 0; }
@@ -74,6 +84,7 @@ public:
     // refers to them.
     void Term(QZBOOL bDeleteChildren);
 
+    // Plain access; none of it allocates. NumNodes is 0 until Precalc has run.
     ModelNode* GetRootNode() const { return m_pRootNode; }
     uint32_t NumNodes() const { return m_Transforms.GetSize(); }
     ModelNode* GetNode(uint32_t i) const { return m_FlatNodeList.Get(i); }
@@ -99,15 +110,20 @@ public:
 
     // The stored copy of a text; the shared empty string, never null, for an empty text or without memory.
     const char* AddString(const char* pText);
+    // Stores a copy; false, with no name, without memory.
     QZBOOL SetFilename(const char* pName);
     void FreeFilename();
+    // Sets the two distances and their squares.
     void SetFadeRange(float fMin, float fMax);
 
+    // Look-ups: the element, or null. FindAnim and FindAnimInfo give the row of m_Anims too; FindAnimInfo searches the
+    // animations of pOwner alone, which are this model's or a child's.
     ModelPiece* FindPiece(const char* pName, uint32_t* piPiece) const;
     WeightSet* FindWeightSet(const char* pName, uint32_t* piSet) const;
     ModelNode* FindNode(const char* pName, uint32_t* piNode) const;
     ModelAnim* FindAnim(const char* pName, uint32_t* piAnim, AnimInfo** ppInfo);
     AnimInfo* FindAnimInfo(const char* pName, Model* pOwner, uint32_t* piAnim);
+    // The row at that address; false if it is none of m_Anims.
     QZBOOL GetAnimInfoIndex(const AnimInfo* pInfo, uint32_t* piAnim) const;
     ModelSocket* FindSocket(const char* pName, uint32_t* piSocket) const;
     // The node under pRoot that has pNode among its direct children, and the child's place.
@@ -115,17 +131,25 @@ public:
 
     // Takes ownership; a root before it that isn't the built-in one is destroyed.
     void SetRootNode(ModelNode* pRoot);
+    // Exchanges two pieces; false for an index out of range.
     QZBOOL SwapPieces(uint32_t iA, uint32_t iB);
+    // Takes ownership on success. The set needs a value for each node: see WeightSet::Init.
     QZBOOL AddWeightSet(WeightSet* pSet);
+    // Deletes the set; those behind it move up. An index out of range is reported and changes nothing.
     void RemoveWeightSet(uint32_t iSet);
     // False if the piece counts or a piece's triangle counts differ.
     QZBOOL CopyUVs(Model* pOther);
     // The base name if it is free, else the base name and the lowest free number from 0 to 32767. False if there is
     // none or if it doesn't fit outSize bytes.
     QZBOOL MakeUniqueAnimName(const char* pBase, char* pOut, uint32_t outSize);
+    // All derived tables. Without bForce, tables of the right size stay. False without memory, or if a track tree has
+    // more tracks than there are nodes.
     QZBOOL Precalc(QZBOOL bForce);
+    // m_vOffsetFromParent of every node, from the bind pose; needs Precalc.
     void PrecalcNodeOffsets();
 
+    // Counts, computed anew at each call: vertices at LOD 0; triangles at one LOD (a piece that lacks it is reported
+    // and counts 0); weight records of all LODs; rows of the models of all links; rows of the own animations.
     uint32_t CalcNumVerts() const;
     uint32_t CalcNumTris(uint32_t iLOD) const;
     uint32_t CalcNumWeights() const;
@@ -136,6 +160,7 @@ public:
 
     // Child links. model_children.cpp
     uint32_t NumChildModels() const { return m_nChildModels; }
+    // Null, and reported, for an index out of range.
     ChildInfo* GetChildModel(uint32_t index) const;
     ChildInfo* GetSelfChildModel() const { return m_ChildModels[0]; }
     ChildInfo* FindChildModel(const Model* pModel) const;
@@ -143,7 +168,8 @@ public:
     // Links pChild (which may be null: a link without a model) and copies its rows. The trees must have one shape.
     // Null on failure, with an English message in pErrStr, which has room for MODEL_ERRSTR_SIZE bytes.
     ChildInfo* AddChildModel(Model* pChild, const char* pName, char* pErrStr, QZBOOL bCalcRelation);
-    // Link 0 can't be removed. The child model is released, not deleted.
+    // Removes the link and its rows; later rows move up. False for link 0 and an index out of range. The child model is
+    // released, not deleted.
     QZBOOL RemoveChildModel(uint32_t iIndex);
     // Ties a link to a slot, for the reader: pName isn't interned, m_nChildModels isn't touched.
     QZBOOL SetChildModel(uint32_t iIndex, ChildInfo* pInfo, Model* pChild, const char* pName);
@@ -151,6 +177,8 @@ public:
     QZBOOL SetupChildModelRelation(ChildInfo* pInfo, Model* pChild, QZBOOL bCalc);
 
     // Animation table. model_anims.cpp
+    // Adds an animation behind the own ones, or behind those of a link, and takes ownership of an own one. The row,
+    // valid until the table changes; null without memory. Rows behind it move.
     AnimInfo* AddAnim(ModelAnim* pAnim);
     AnimInfo* AddAnimToChildInfo(ModelAnim* pAnim, ChildInfo* pInfo);
     // A one-key animation of the identity at every node.
@@ -159,24 +187,43 @@ public:
     // Sockets. model_sockets.cpp
     uint32_t NumSockets() const { return m_Sockets.GetSize(); }
     ModelSocket* GetSocket(uint32_t index) const { return m_Sockets.Get(index); }
+    // Takes ownership on success.
     QZBOOL AddSocket(ModelSocket* pSocket);
+    // Deletes the socket; those behind it move up. False for an index out of range.
     QZBOOL RemoveSocket(uint32_t index);
-    // From the matrices now in m_Transforms.
+    // Socket space to the space of the pose, from the matrices now in m_Transforms. False if the socket's node isn't
+    // there.
     QZBOOL GetCurrentSocketTransform(ModelSocket* pSocket, Matrix4* pOut);
-    // Evaluates the path to the socket's node first.
+    // The same after evaluating the path to the socket's node, at most MAX_NODE_PATH nodes, into m_Transforms: the
+    // other matrices there keep what they hold. The first form takes one position and the transform of the model as a
+    // whole; the second all that the caller's maker holds but its output, which is set to m_Transforms. False for an
+    // index out of range and where TransformMaker::SetupNodePath is; null pointers are reported.
     QZBOOL GetSocketTransform(AnimTracker* pTime, uint32_t iSocket, Matrix4* pBaseTransform, Matrix4* pOutTransform);
     QZBOOL GetSocketTransform(TransformMaker* pMaker, uint32_t iSocket, Matrix4* pOutTransform);
 
-    // Reads m_CommandString into the settings below. model_command.cpp
+    // Reads m_CommandString into the settings below; what it doesn't know is skipped. A load does this; NormalRef
+    // overwrites m_Transforms. model_command.cpp
     void ParseCommandString();
-    // Vertex positions of all pieces, piece by piece, at one LOD. model_deform.cpp
+    // Writes the position of every vertex of every piece at one LOD, piece by piece, to m_pVertOut:
+    //     sum(matrix(node) x (x, y, z, share)) over the vertex's weight records, divided by its fourth component,
+    // so that shares which don't add up to 1 are made up for. A vertex without weights, or whose shares sum to 0, goes
+    // to 0, 0, 0. With bSetupTransforms the request's positions are evaluated into m_Transforms first, otherwise those
+    // are taken as they stand. Allocates nothing. False, with nothing written, without m_pVertOut, for more than
+    // MAX_ANIM_POSITIONS positions and for positions that TransformMaker refuses; and at the first piece that lacks the
+    // LOD, which is reported. model_deform.cpp
     QZBOOL GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTransforms);
 
     // Reading. model_load.cpp
+    // Replaces the model by what the stream holds: a RESULT_ code, or that of a callback. After any but RESULT_OK the
+    // model is empty (after RESULT_INVALID_PARAMS: untouched). The stream stays the caller's.
     uint32_t Load(LoadRequest* pRequest);
+    // Sets m_FileVersion and the counts of the header. False without a header, or for a version that isn't read.
     QZBOOL LoadHeader(ModelStream* pStream, ModelAllocations* pAllocs);
-    // Takes one block from pAllocator, of the size that the file's header needs; the next Load fills it.
+    // Empties the model and takes one block from pAllocator, of the size that the file's header needs; the next Load
+    // fills it. pAllocator must outlive the model. RESULT_OK; RESULT_INVALID_MODEL_FILE for a header that can't be used
+    // or whose block is out of proportion to the stream, with the model as it was; RESULT_OUT_OF_MEMORY, with it empty.
     uint32_t PrepareBlock(ModelStream* pStream, Allocator* pAllocator);
+    // Reads a text and interns it; false if it can't be read.
     QZBOOL LoadStoredString(ModelStream* pStream, const char** ppOut);
     // True if the stream still holds nCount records of at least `bytes` bytes each: what a count is held against before
     // memory is asked for.

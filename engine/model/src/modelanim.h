@@ -22,6 +22,7 @@ public:
 
     Model* GetModel() const { return m_pModel; }
     const char* GetName() const { return m_Name; }
+    // Empty without memory.
     void SetName(const char* pName);
     AnimNode* GetRootNode() const { return m_pRootNode; }
     uint32_t NumKeyFrames() const { return m_KeyFrames.GetSize(); }
@@ -35,16 +36,19 @@ public:
     // Back to no keys and no tracks; name and parameters stay.
     void Term();
 
-    // Key editing across the whole tree. At least two keys always remain.
+    // Key editing across the whole tree. RemoveKeyFrame refuses an animation of two keys or fewer; without key 0 the
+    // times move so that the new first key stands at 0.
     QZBOOL RemoveKeyFrame(uint32_t iKeyFrame);
     // A new one-key animation with that key, owned by the caller, or null. To evaluate it, call SetModel and
     // PrecalcNodeLists.
     ModelAnim* CopyKeyFrame(uint32_t iKeyFrame);
+    // CopyKeyFrame, then RemoveKeyFrame; null, with nothing changed, if one of them fails.
     ModelAnim* CutKeyFrame(uint32_t iKeyFrame);
     // Inserts key 0 of pSource. After a failure the animation may be inconsistent and has to be discarded.
     QZBOOL PasteKeyFrame(ModelAnim* pSource, uint32_t iKeyFrame);
 
-    // nVersion is the version of the file whose layout is read. The tracks follow the model's node tree.
+    // nVersion is the version of the file whose layout is read. The tracks follow the model's node tree. False if the
+    // stream is too short for the keys, for a text that can't be read, and without memory.
     QZBOOL Load(ModelStream* pStream, uint32_t nVersion);
     QZBOOL Save(ModelStream* pStream);   // tool side
     QZBOOL CopyFrom(ModelAnim* pSource); // tool side: a save and a load through memory

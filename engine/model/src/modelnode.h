@@ -66,16 +66,18 @@ public:
     // Needs the indices of AssignIndices.
     void SetParentIndices(uint32_t iParent);
 
+    // Reads the node and all below it. False for a tree of more than MODEL_MAX_NODES nodes or MODEL_MAX_LEVELS levels,
+    // for a name that can't be read, for more children than the stream can hold, and without memory.
     QZBOOL Load(ModelStream* pStream);
     QZBOOL Save(ModelStream* pStream); // tool side
 
-    Vector3 m_vOffsetFromParent; // in the bind pose; derived, not in the file
+    Vector3 m_vOffsetFromParent; // in the parent's space, bind pose; derived, not in the file
     uint16_t m_NodeIndex;        // pre-order number, root 0
     uint8_t m_Flags;
     uint32_t m_iRemapIndex; // scratch of the node removal
     DynArray<ModelNode*, NoCache> m_Children;
     uint32_t m_iParent; // derived; MNODE_NO_PARENT for the root
-    Matrix4 m_mGlobal;  // bind pose, model space
+    Matrix4 m_mGlobal;  // bind pose: node space to model space
     Matrix4 m_mGlobalInverse;
     Model* m_pModel;
     const char* m_Name; // in the model's string store

@@ -16,7 +16,8 @@ public:
     ~ModelPiece();
 
     uint32_t NumLODs() const { return m_LODs.GetSize() + 1; }
-    // 0 is the piece itself; an index that the piece lacks is reported and gives null.
+    // LOD 0 is the piece itself, and NumLODs() - 1 the coarsest; an index that the piece lacks is reported and gives
+    // null.
     ModelPieceLOD* GetLOD(uint32_t iLOD);
     // Keeps at most 31 characters.
     void SetName(const char* pName);
@@ -27,11 +28,12 @@ public:
     // every node of the model is told. False for an index out of range. Precalc must run again afterwards.
     QZBOOL RemoveVertex(uint32_t iVert, uint32_t iReplacement);
 
+    // Reads the piece with all its LODs. False as ModelPieceLOD::Load.
     QZBOOL LoadPiece(ModelStream* pStream, uint32_t& iWeight);
 
-    uint32_t m_iTexture = 0;   // 16 bits in the file
-    uint32_t m_iFirstVert = 0; // in the model's count of LOD 0 vertices; derived by Precalc
-    float m_PieceParamA = 5.0f;
+    uint32_t m_iTexture = 0;    // 16 bits in the file
+    uint32_t m_iFirstVert = 0;  // in the model's count of LOD 0 vertices; derived by Precalc
+    float m_PieceParamA = 5.0f; // A, B and C are only kept through load and save
     float m_PieceParamB = 1.0f;
     DynArray<ModelPieceLOD, NoCache> m_LODs; // element i holds LOD i + 1
     float m_PieceParamC = 1.0f;

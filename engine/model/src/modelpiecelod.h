@@ -11,7 +11,7 @@ class ModelStream;
 // A triangle index has 16 bits.
 constexpr uint32_t MODEL_MAX_VERTS = 65536;
 
-// One mesh.
+// One mesh: vertices, and triangles that index them.
 class ModelPieceLOD
 {
 public:
@@ -34,7 +34,8 @@ public:
     QZBOOL FindTriangle(const Vector3* pPositions, const Vector3& p0, const Vector3& p1, const Vector3& p2,
                         uint32_t* piTri);
 
-    // iWeight runs through the model's m_VertexWeights, mesh by mesh.
+    // iWeight runs through the model's m_VertexWeights, mesh by mesh. False if the stream is too short for a count, if
+    // the weights go beyond m_VertexWeights, or without memory.
     QZBOOL Load(ModelStream* pStream, uint32_t& iWeight);
     QZBOOL Save(ModelStream* pStream); // tool side
 

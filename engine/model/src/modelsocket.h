@@ -7,7 +7,7 @@
 
 constexpr uint32_t MODELSOCKET_NAME_SIZE = 16;
 
-// A named place on a node.
+// A named place on a node, for a weapon, an effect or the like.
 class ModelSocket
 {
 public:
@@ -22,8 +22,8 @@ public:
     // The socket's transform in its node's space.
     void ToMatrix(Matrix4& out) const;
 
-    Vector3 m_vPos;
-    Quaternion m_qRotation;
+    Vector3 m_vPos;         // in the node's space, model units
+    Quaternion m_qRotation; // socket space to node space
     char m_Name[MODELSOCKET_NAME_SIZE] = {};
-    uint32_t m_iNode = 0;
+    uint32_t m_iNode = 0; // node index
 };

@@ -26,9 +26,10 @@ public:
     // Keeps at most 15 characters.
     void SetName(const char* pName);
     const char* GetName() const { return m_Name; }
-    // One weight for each node of the model, all 0.0.
+    // One weight for each node of the model, which must be precalculated, all 0.0. False without memory.
     QZBOOL Init();
 
+    // Reads name and values, of which one for each node is kept; false if the file has fewer, or without memory.
     QZBOOL Load(ModelStream* pStream);
     QZBOOL Save(ModelStream* pStream); // tool side
 
