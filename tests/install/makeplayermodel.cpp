@@ -1,114 +1,15 @@
-// Writes a model for the example player: three nodes in a row and three animations.
+// Writes a model for the example player.
 //
 //   makeplayermodel OUT [--bare]
 //
 // --bare leaves out the socket and the weight set.
-#include "engine/model/src/model.h"
-#include "tools/model/convmodel.h"
-#include "zoltshared/stdzolt/stdiostream.h"
+#include "tests/install/playermodel.h"
 
-#include <cstdio>
 #include <cstring>
-#include <initializer_list>
-
-static const Quaternion NO_TURN(0.0f, 0.0f, 0.0f, 1.0f);
-static const Quaternion QUARTER_TURN_Z(0.0f, 0.0f, 0.70710678f, 0.70710678f);
-
-struct Key
-{
-    uint32_t m_Time;
-    NodeKeyFrame m_Hips;
-    NodeKeyFrame m_Arm;
-    NodeKeyFrame m_Hand;
-};
-
-static ModelNode* AddNode(Model& model, ModelNode* pParent, const char* pName, float x, float y)
-{
-    ModelNode* pNode = pParent ? new ConvNode(&model) : model.GetRootNode();
-    pNode->SetName(pName);
-    Matrix4 global;
-    global.SetTranslation(x, y, 0.0f);
-    pNode->SetGlobalTransform(global);
-    if (pParent)
-        pParent->m_Children.Append(pNode);
-    return pNode;
-}
-
-static void AddAnim(Model& model, const char* pName, const Vector3& offset, std::initializer_list<Key> keys)
-{
-    ModelAnim* pAnim = new ModelAnim(&model);
-    pAnim->SetName(pName);
-    AnimNode* pHips = new AnimNode(pAnim, nullptr);
-    AnimNode* pArm = new AnimNode(pAnim, pHips);
-    AnimNode* pHand = new AnimNode(pAnim, pArm);
-    pHips->m_Children.Append(pArm);
-    pArm->m_Children.Append(pHand);
-    pAnim->SetRootNode(pHips);
-    for (const Key& key : keys)
-    {
-        AnimKeyFrame time;
-        time.m_Time = key.m_Time;
-        pAnim->m_KeyFrames.Append(time);
-        pHips->m_KeyFrames.Append(key.m_Hips);
-        pArm->m_KeyFrames.Append(key.m_Arm);
-        pHand->m_KeyFrames.Append(key.m_Hand);
-    }
-    pHips->SetNode(model.GetRootNode());
-    AnimInfo* pRow = model.AddAnim(pAnim);
-    pRow->m_vTranslation = offset;
-}
 
 int main(int argc, char** argv)
 {
     if (argc < 2)
         return 2;
-    const bool bBare = argc > 2 && std::strcmp(argv[2], "--bare") == 0;
-
-    ConvModel model;
-    ModelNode* pHips = AddNode(model, nullptr, "hips", 0.0f, 0.0f);
-    ModelNode* pArm = AddNode(model, pHips, "arm", 0.0f, 10.0f);
-    AddNode(model, pArm, "hand", 5.0f, 10.0f);
-    if (!model.Precalc(QZTRUE))
-        return 1;
-
-    const NodeKeyFrame still = {{0.0f, 0.0f, 0.0f}, NO_TURN};
-    const NodeKeyFrame arm = {{0.0f, 10.0f, 0.0f}, NO_TURN};
-    const NodeKeyFrame armUp = {{0.0f, 10.0f, 0.0f}, QUARTER_TURN_Z};
-    const NodeKeyFrame hand = {{5.0f, 0.0f, 0.0f}, NO_TURN};
-    const NodeKeyFrame handOut = {{7.0f, 0.0f, 0.0f}, NO_TURN};
-    AddAnim(model, "wave", Vector3(0.0f, 0.0f, 0.0f),
-            {{0, still, arm, hand}, {200, {{2.0f, 0.0f, 0.0f}, NO_TURN}, armUp, hand}});
-    // Two keys at one time: the second one holds.
-    AddAnim(model, "rest", Vector3(0.0f, 0.0f, 1.0f),
-            {{0, {{10.0f, 0.0f, 0.0f}, NO_TURN}, arm, hand},
-             {100, {{10.0f, -1.0f, 0.0f}, NO_TURN}, arm, hand},
-             {100, {{20.0f, -1.0f, 0.0f}, NO_TURN}, arm, hand},
-             {200, {{20.0f, -2.0f, 0.0f}, NO_TURN}, arm, hand}});
-    AddAnim(model, "nod", Vector3(0.0f, 0.0f, 50.0f),
-            {{0, still, arm, handOut}, {800, still, {{0.0f, 10.0f, 16.0f}, NO_TURN}, handOut}});
-    if (!model.FinishAnim(0) || !model.FinishAnim(1) || !model.FinishAnim(2))
-        return 1;
-
-    if (!bBare)
-    {
-        WeightSet* pSet = new WeightSet(&model);
-        if (!pSet->Init() || !model.AddWeightSet(pSet))
-            return 1;
-        pSet->SetName("arms");
-        pSet->m_Weights[1] = 2.0f; // the arm: added
-        pSet->m_Weights[2] = 0.5f; // the hand: halfway
-        ModelSocket* pSocket = new ModelSocket;
-        pSocket->SetName("grip");
-        pSocket->m_iNode = 2;
-        pSocket->m_vPos.Set(1.0f, 0.0f, 0.0f);
-        if (!model.AddSocket(pSocket))
-            return 1;
-    }
-
-    ModelStream* pStream = OpenStdioStream(argv[1], "wb");
-    if (!pStream)
-        return 1;
-    const bool bSaved = model.Save(pStream) && pStream->ErrorStatus() == 0;
-    pStream->Release();
-    return bSaved ? 0 : 1;
+    return SavePlayerModel(argv[1], argc > 2 && std::strcmp(argv[2], "--bare") == 0) ? 0 : 1;
 }
