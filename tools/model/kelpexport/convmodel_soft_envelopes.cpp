@@ -1,0 +1,265 @@
+// Which node moves which vertices: from the host's envelopes to the weight lists of the model.
+
+#include "tools/model/kelpexport/checkstatus.h"
+#include "tools/model/kelpexport/convmodel_soft.h"
+#include "tools/model/kelpexport/ctrlvertexlookup.h"
+#include "tools/model/kelpexport/hostcount.h"
+#include "tools/model/kelpexport/log.h"
+#include "tools/model/kelpexport/messages.h"
+
+#include <cfloat>
+
+// A share has to be above this; one of exactly 5 % isn't.
+static constexpr float LEAST_SHARE = 0.05f;
+// The count of a vertex has 16 bits.
+static constexpr uint32_t MAX_VERT_WEIGHTS = 65535;
+
+QZBOOL ConvModel_Soft::ReadVertexWeights()
+{
+    if (!Precalc(QZTRUE))
+    {
+        ShowOutOfMemory();
+        return QZFALSE;
+    }
+    // A mesh whose envelopes couldn't be read counts as not enveloped.
+    ReadNodeEnvelopes(GetSoftRoot());
+    return WeightUnenvelopedPieces();
+}
+
+// Takes over the vertices of pNode's mesh that pSkel moves. Fails only without memory.
+QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, const CtrlVertexLookup& lookup)
+{
+    int nVertices = 0;
+    if (SAA_envelopeGetNbCtrlVertices(m_pScene, &pSkel->m_Elem, 1, &pNode->m_Elem, &nVertices) != 0 || nVertices <= 0)
+        return QZTRUE;
+    const int nRoom = nVertices;
+    DynArray<SAA_SubHandle, DefaultCache> verts;
+    DynArray<float, DefaultCache> weights;
+    if (!CHECK_BOOL(SetHostSize(verts, nVertices), "verts.SetSize(nVertices)") ||
+        !CHECK_BOOL(SetHostSize(weights, nVertices), "weights.SetSize(nVertices)") ||
+        CHECK_STATUS(
+            SAA_envelopeGetCtrlVertices(m_pScene, &pSkel->m_Elem, 1, &pNode->m_Elem, &nVertices, verts.GetArray()),
+            "SAA_envelopeGetCtrlVertices(m_pScene, &pSkel->m_Elem, 1, &pNode->m_Elem, &nVertices, "
+            "verts.GetArray())") != 0)
+        return QZTRUE;
+    if (nVertices < 0 || nVertices > nRoom)
+        return QZTRUE;
+    ZOLT_ASSERT(pNode->m_AnimNodes.GetSize() == pSkel->m_AnimNodes.GetSize(),
+                "pNode->m_AnimNodes.GetSize() == pSkel->m_AnimNodes.GetSize()");
+    if (SAA_ctrlVertexGetEnvelopeWeights(m_pScene, &pSkel->m_Elem, &pNode->m_Elem, nVertices, verts.GetArray(),
+                                         weights.GetArray()) != 0)
+        return QZTRUE;
+
+    Envelope* pEnvelope = new Envelope(static_cast<uint32_t>(pNode->m_PieceIndex));
+    // Room for all, so that the many appends don't each take new memory.
+    if (!pEnvelope || !pEnvelope->m_Weights.SetSize(static_cast<uint32_t>(nVertices)))
+    {
+        delete pEnvelope;
+        ShowOutOfMemory();
+        return QZFALSE;
+    }
+    uint32_t nKept = 0;
+    for (uint32_t i = 0; i < static_cast<uint32_t>(nVertices); ++i)
+    {
+        uint32_t iVert = 0;
+        if (!lookup.Find(verts[i], &iVert))
+        {
+            ShowMessage(MESSAGE_OK, "Unable to match envelope vertex on node %s.", pNode->GetName());
+            continue;
+        }
+        const double share = weights[i] / 100.0;
+        if (!(share > LEAST_SHARE) || share > FLT_MAX)
+            continue;
+        pEnvelope->m_Weights[nKept].m_iVert = iVert;
+        pEnvelope->m_Weights[nKept].m_Weight = static_cast<float>(share);
+        ++nKept;
+    }
+    pEnvelope->m_Weights.NiceSetSize(nKept);
+    if (nKept == 0)
+    {
+        delete pEnvelope;
+        return QZTRUE;
+    }
+    if (!pSkel->m_Envelopes.Append(pEnvelope))
+    {
+        delete pEnvelope;
+        ShowOutOfMemory();
+        return QZFALSE;
+    }
+    LogWrite("Envelope %s bound to %s.\n", pNode->GetName(), pSkel->GetName());
+    return QZTRUE;
+}
+
+QZBOOL ConvModel_Soft::ReadNodeEnvelopes(SoftNode* pNode)
+{
+    if (pNode->m_PieceIndex >= 0 && pNode->m_EnvelopeType == SAA_ENVELOPE_SKELETON)
+    {
+        DynArray<SoftNode*, DefaultCache> skeleton(256);
+        if (!GetSoftRoot()->CollectNodes(skeleton))
+        {
+            ShowOutOfMemory();
+            return QZFALSE;
+        }
+        CtrlVertexLookup lookup;
+        lookup.Build(pNode->m_CtrlVertices);
+        for (uint32_t i = 0; i < skeleton.GetSize(); ++i)
+        {
+            if (!ReadEnvelope(pNode, skeleton[i], lookup))
+                return QZFALSE;
+        }
+    }
+    for (uint32_t i = 0; i < pNode->NumChildren(); ++i)
+    {
+        if (!ReadNodeEnvelopes(pNode->GetSoftChild(i)))
+            return QZFALSE;
+    }
+    return QZTRUE;
+}
+
+bool ConvModel_Soft::IsPieceEnveloped(uint32_t iPiece) const
+{
+    for (uint32_t iNode = 0; iNode < m_FlatNodeList.GetSize(); ++iNode)
+    {
+        const SoftNode* pNode = GetSoftNode(iNode);
+        for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
+        {
+            if (pNode->m_Envelopes[i]->m_iPiece == iPiece)
+                return true;
+        }
+    }
+    return false;
+}
+
+// Binds all vertices of the piece to the node.
+static QZBOOL BindPiece(SoftNode* pNode, uint32_t iPiece, const ModelPiece* pPiece)
+{
+    Envelope* pEnv = new Envelope(iPiece);
+    if (!pEnv)
+        return QZFALSE;
+    if (!CHECK_BOOL(pNode->m_Envelopes.Append(pEnv), "pNode->m_Envelopes.Append(pEnv)"))
+    {
+        delete pEnv;
+        return QZFALSE;
+    }
+    if (!CHECK_BOOL(pEnv->m_Weights.SetSize(pPiece->m_Verts.GetSize()),
+                    "pEnv->m_Weights.SetSize(pPiece->m_Verts.GetSize())"))
+    {
+        pNode->m_Envelopes.Remove(pNode->m_Envelopes.GetSize() - 1);
+        delete pEnv;
+        return QZFALSE;
+    }
+    for (uint32_t k = 0; k < pEnv->m_Weights.GetSize(); ++k)
+    {
+        pEnv->m_Weights[k].m_iVert = k;
+        pEnv->m_Weights[k].m_Weight = 1.0f;
+    }
+    return QZTRUE;
+}
+
+QZBOOL ConvModel_Soft::WeightUnenvelopedPieces()
+{
+    // What IsPieceEnveloped says of each piece, in one walk.
+    DynArray<uint8_t, DefaultCache> isEnveloped;
+    if (!isEnveloped.SetSizeInit(NumPieces(), 0))
+        return QZFALSE;
+    for (uint32_t iNode = 0; iNode < m_FlatNodeList.GetSize(); ++iNode)
+    {
+        const SoftNode* pNode = GetSoftNode(iNode);
+        for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
+            isEnveloped[pNode->m_Envelopes[i]->m_iPiece] = 1;
+    }
+    for (uint32_t i = 0; i < NumPieces(); ++i)
+    {
+        if (isEnveloped[i])
+            continue;
+        const ModelPiece* pPiece = GetPiece(i);
+        SoftNode* pNode = static_cast<SoftNode*>(FindPieceNode(i));
+        if (!pNode)
+        {
+            LogWrite("WARNING: Piece %s not enveloped and has no node.  It won't have animation.\n", pPiece->GetName());
+            continue;
+        }
+        LogWrite("Piece %s not enveloped, weighting 100%% to its node.\n", pPiece->GetName());
+        if (!BindPiece(pNode, i, pPiece))
+            return QZFALSE;
+    }
+    return QZTRUE;
+}
+
+// Calls `use` with the vertex (in the count over all pieces, which begin at firstVerts), the weight and the node index
+// of each weight of each node, by ascending node index.
+template <class Use>
+static void ForEachWeight(const Model* pModel, const DynArray<uint32_t, DefaultCache>& firstVerts, Use use)
+{
+    for (uint32_t iNode = 0; iNode < pModel->m_FlatNodeList.GetSize(); ++iNode)
+    {
+        const SoftNode* pNode = static_cast<const SoftNode*>(pModel->GetNode(iNode));
+        for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
+        {
+            const Envelope* pEnvelope = pNode->m_Envelopes[i];
+            if (pEnvelope->m_iPiece >= pModel->NumPieces())
+                continue;
+            const uint32_t nVerts = pModel->GetPiece(pEnvelope->m_iPiece)->NumVerts();
+            for (uint32_t k = 0; k < pEnvelope->m_Weights.GetSize(); ++k)
+            {
+                const EnvelopeWeight& weight = pEnvelope->m_Weights[k];
+                if (weight.m_iVert < nVerts)
+                    use(firstVerts[pEnvelope->m_iPiece] + weight.m_iVert, weight, iNode);
+            }
+        }
+    }
+}
+
+QZBOOL ConvModel_Soft::ConvertVertexWeights()
+{
+    DynArray<uint32_t, DefaultCache> firstVerts;
+    if (!firstVerts.SetSize(NumPieces()))
+        return QZFALSE;
+    uint32_t nVerts = 0;
+    for (uint32_t i = 0; i < NumPieces(); ++i)
+    {
+        firstVerts[i] = nVerts;
+        nVerts += GetPiece(i)->NumVerts();
+    }
+    // For each vertex the number of its weights, then the place of its next one.
+    DynArray<uint32_t, DefaultCache> places;
+    if (!places.SetSizeInit(nVerts, 0))
+        return QZFALSE;
+    uint64_t nTotal = 0;
+    ForEachWeight(this, firstVerts,
+                  [&](uint32_t iVert, const EnvelopeWeight&, uint32_t)
+                  {
+                      ++places[iVert];
+                      ++nTotal;
+                  });
+    if (nTotal > UINT32_MAX || !m_VertexWeights.SetSize(static_cast<uint32_t>(nTotal), m_pAllocator))
+        return QZFALSE;
+
+    uint32_t place = 0;
+    for (uint32_t i = 0; i < NumPieces(); ++i)
+    {
+        for (uint32_t iVert = 0; iVert < GetPiece(i)->NumVerts(); ++iVert)
+        {
+            uint32_t& nWeights = places[firstVerts[i] + iVert];
+            if (nWeights > MAX_VERT_WEIGHTS)
+                return QZFALSE;
+            ModelVert* pVert = GetPiece(i)->GetVert(iVert);
+            pVert->m_Weights = nTotal != 0 ? m_VertexWeights.GetArray() + place : nullptr;
+            pVert->m_nWeights = static_cast<uint16_t>(nWeights);
+            place += nWeights;
+            nWeights = place - nWeights;
+        }
+    }
+    ForEachWeight(this, firstVerts,
+                  [&](uint32_t iVert, const EnvelopeWeight& weight, uint32_t iNode)
+                  {
+                      ModelVertWeight& entry = m_VertexWeights[places[iVert]++];
+                      const Vector3 shared = weight.m_vOffset * weight.m_Weight;
+                      entry.m_Vec[0] = shared.x;
+                      entry.m_Vec[1] = shared.y;
+                      entry.m_Vec[2] = shared.z;
+                      entry.m_Vec[3] = weight.m_Weight;
+                      entry.m_iNode = iNode;
+                  });
+    return QZTRUE;
+}

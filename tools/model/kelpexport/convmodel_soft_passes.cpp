@@ -1,0 +1,141 @@
+// From the host's terms to the model's: vertices into model space, scale out of the keys, vertices into the space of
+// the nodes that move them.
+
+#include "tools/model/evaluatenodetransforms.h"
+#include "tools/model/kelpexport/convmodel_soft.h"
+#include "tools/model/kelpexport/log.h"
+#include "tools/model/keystoglobal.h"
+#include "tools/model/orthonormalise.h"
+
+#include <cmath>
+
+// Coordinates beyond this would overflow on their way through the tree.
+static constexpr float MAX_COORDINATE = 1e18f;
+
+// A point that scale has thrown out of range goes to the origin.
+static bool KeepInRange(Vector3& v)
+{
+    // Not so for a NaN, either.
+    if (std::fabs(v.x) <= MAX_COORDINATE && std::fabs(v.y) <= MAX_COORDINATE && std::fabs(v.z) <= MAX_COORDINATE)
+        return true;
+    v.Set(0.0f, 0.0f, 0.0f);
+    return false;
+}
+
+// Divides by the fourth component.
+static Vector3 TransformPoint(const Matrix4& m, const Vector3& point)
+{
+    const float in[4] = {point.x, point.y, point.z, 1.0f};
+    float out[4];
+    m.Transform(out, in);
+    const float w = 1.0f / out[3];
+    return Vector3(out[0] * w, out[1] * w, out[2] * w);
+}
+
+static void BakePieces(ConvModel_Soft* pModel, SoftNode* pNode)
+{
+    if (pNode->m_PieceIndex >= 0)
+    {
+        ModelPiece* pPiece = pModel->GetPiece(static_cast<uint32_t>(pNode->m_PieceIndex));
+        bool bInRange = true;
+        for (uint32_t i = 0; i < pPiece->NumVerts(); ++i)
+        {
+            Vector3& position = pPiece->GetVert(i)->m_vPos;
+            position = TransformPoint(pNode->m_mGlobal, position);
+            bInRange = KeepInRange(position) && bInRange;
+        }
+        if (!bInRange)
+            LogWrite("WARNING: Piece %s has vertices out of range, put to 0, 0, 0.\n", pPiece->GetName());
+    }
+    for (uint32_t i = 0; i < pNode->NumChildren(); ++i)
+        BakePieces(pModel, pNode->GetSoftChild(i));
+}
+
+void ConvModel_Soft::BakeBindPose(QZBOOL bMirrorZ)
+{
+    if (NumAnims() == 0)
+        return;
+    Matrix4 start;
+    if (bMirrorZ)
+        start(2, 2) = -1.0f;
+    EvaluateNodeTransforms(GetAnim(0)->GetRootNode(), 0, start, QZTRUE);
+    BakePieces(this, GetSoftRoot());
+}
+
+// Turns key iKey of the subtree into rigid global transforms. mParent is the product with scale of all above, mUnscaled
+// the same without scale and translations.
+static void FoldScale(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent, const Matrix4& mUnscaled)
+{
+    const SoftNode* pNode = static_cast<SoftNode*>(pTrack->m_pNode);
+    NodeKeyFrame& key = pTrack->m_KeyFrames[iKey];
+    Matrix4 local;
+    key.ToMatrix(local);
+    Matrix4 scale;
+    scale(0, 0) = pNode->m_Scale.x;
+    scale(1, 1) = pNode->m_Scale.y;
+    scale(2, 2) = pNode->m_Scale.z;
+    const Matrix4 global = mParent * local * scale;
+    local.SetTranslation(0.0f, 0.0f, 0.0f);
+    const Matrix4 unscaled = mUnscaled * local;
+
+    Matrix4 rigid = global;
+    const bool bReplaced = Orthonormalise(rigid, unscaled) != QZFALSE;
+    Vector3 translation;
+    rigid.GetTranslation(translation);
+    const bool bInRange = KeepInRange(translation);
+    rigid.SetTranslation(translation);
+    key.FromMatrix(rigid);
+    // The scale is the same at every key.
+    if (bReplaced && iKey == 0)
+        LogWrite("WARNING: Node %s has lost a direction to a scale of 0, taken from its rotation.\n", pNode->GetName());
+    if (!bInRange)
+        LogWrite("WARNING: Node %s is out of range at key %u, put to 0, 0, 0.\n", pNode->GetName(), iKey);
+
+    for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
+        FoldScale(pTrack->GetChild(i), iKey, global, unscaled);
+}
+
+void ConvModel_Soft::FoldScaleIntoKeys()
+{
+    for (uint32_t iAnim = 0; iAnim < NumAnims(); ++iAnim)
+    {
+        ModelAnim* pAnim = GetAnim(iAnim);
+        for (uint32_t iKey = 0; iKey < pAnim->NumKeyFrames(); ++iKey)
+        {
+            FoldScale(pAnim->GetRootNode(), iKey, Matrix4(), Matrix4());
+            KeysToLocal(pAnim->GetRootNode(), iKey, Matrix4());
+        }
+    }
+}
+
+void ConvModel_Soft::ResetNodeScales()
+{
+    for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
+        GetSoftNode(i)->m_Scale.Set(1.0f, 1.0f, 1.0f);
+}
+
+static void SetOffsets(const ConvModel_Soft* pModel, SoftNode* pNode)
+{
+    for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
+    {
+        Envelope* pEnvelope = pNode->m_Envelopes[i];
+        ModelPiece* pPiece = pModel->GetPiece(pEnvelope->m_iPiece);
+        for (uint32_t k = 0; k < pEnvelope->m_Weights.GetSize(); ++k)
+        {
+            EnvelopeWeight& weight = pEnvelope->m_Weights[k];
+            weight.m_vModelPos = pPiece->GetVert(weight.m_iVert)->m_vPos;
+            weight.m_vOffset = TransformPoint(pNode->m_mGlobalInverse, weight.m_vModelPos);
+        }
+    }
+    for (uint32_t i = 0; i < pNode->NumChildren(); ++i)
+        SetOffsets(pModel, pNode->GetSoftChild(i));
+}
+
+QZBOOL ConvModel_Soft::ComputeWeightOffsets()
+{
+    if (NumAnims() == 0)
+        return QZTRUE;
+    EvaluateNodeTransforms(GetAnim(0)->GetRootNode(), 0, Matrix4(), QZFALSE);
+    SetOffsets(this, GetSoftRoot());
+    return QZTRUE;
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "zoltshared/stdzolt/ownedstring.h"
+#include "zoltshared/stdzolt/qzbool.h"
+
+#include "win32/zoltwin32.h"
+
+#include <cstdint>
+
+// The export dialog: template 101 and its controls beside IDOK and IDCANCEL. On Windows the template is a resource
+// (kelpexport.rc).
+enum
+{
+    IDD_EXPORT = 101,
+    IDC_FILENAME = 1000,
+    IDC_ANIMNAME = 1001,
+    IDC_BROWSE = 1002,
+    IDC_ANIMNAME_LABEL = 1003,
+    IDC_DEBUGMODE = 1004,
+    IDC_FORCEOVERWRITE = 1005,
+};
+
+#ifndef _WIN32
+struct DialogTemplate;
+extern const DialogTemplate g_ExportDialogTemplate;
+#endif
+
+// Shows the dialog, filled with the values given. 1 if it ended with OK: only then are the values changed, the texts
+// cut to 511 characters. Else 0. One dialog at a time.
+int ShowExportDialog(OwnedString* pFilename, OwnedString* pAnimName, int32_t* pDebugMode, int32_t* pForceOverwrite);
+
+INT_PTR CALLBACK ExportDlgProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam);

@@ -1,0 +1,201 @@
+#include "tools/model/kelpexport/init.h"
+
+#include "tools/model/kelpexport/checkstatus.h"
+#include "tools/model/kelpexport/convmodel_soft.h"
+#include "tools/model/kelpexport/exportdialog.h"
+#include "tools/model/kelpexport/log.h"
+#include "tools/model/kelpexport/messages.h"
+#include "tools/model/kelpexport/settings.h"
+#include "tools/model/kelpexport/softnode.h"
+#include "zoltshared/stdzolt/replacefilestream.h"
+#include "zoltshared/stdzolt/stdiostream.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+// One export and all that it owns. The steps return whether the run goes on; one that doesn't has shown its message.
+class ExportRun
+{
+public:
+    bool Export();
+
+private:
+    bool AttachToScene();
+    void ReadSettings();
+    void StoreSettings();
+    bool LoadOldFile();
+    bool AskAndLoad(ModelStream* pStream);
+    bool TakeGeometry();
+    bool AddAnimation();
+    bool WriteFile();
+
+    OwnedString m_Filename;
+    OwnedString m_AnimName;
+    ConvModel_Soft m_Source; // what is read from the scene
+    ConvModel m_Destination; // what gets written
+    OwnedString m_DebugText;
+    LoadRequest m_LoadRequest;
+    OwnedString m_ForceText;
+    SAA_Scene m_Scene = {};
+    int32_t m_bForceOverwrite = 0;
+    int32_t m_bAppend = 0;
+};
+
+bool ExportRun::AttachToScene()
+{
+    SoftNode* pRoot = new SoftNode(&m_Source);
+    if (!pRoot)
+    {
+        ShowOutOfMemory();
+        return false;
+    }
+    m_Source.SetRootNode(pRoot);
+
+    const int status = SAA_sceneInitInternal("SDKv1.70.3");
+    if (status != 0 && status != 3)
+        return false;
+    if (SAA_sceneGetCurrent(&m_Scene) != 0)
+    {
+        ShowMessage(MESSAGE_OK, "SAA_sceneGetCurrent failed.");
+        return false;
+    }
+    return true;
+}
+
+void ExportRun::ReadSettings()
+{
+    if (!ReadSetting("Filename", m_Filename))
+        m_Filename.Set("model.abc");
+    g_DebugMode = 0;
+    if (ReadSetting("DebugMode", m_DebugText))
+        g_DebugMode = atoi(m_DebugText.GetString());
+    m_bForceOverwrite = 0;
+    if (ReadSetting("ForceOverwrite", m_ForceText))
+        m_bForceOverwrite = atoi(m_ForceText.GetString());
+
+    char name[512] = "";
+    const int status = SAA_sceneGetName(&m_Scene, sizeof(name), name);
+    name[sizeof(name) - 1] = 0;
+    m_AnimName.Set(status == 0 ? name : "anim");
+}
+
+void ExportRun::StoreSettings()
+{
+    char text[64];
+    WriteSetting("Filename", m_Filename.GetString());
+    snprintf(text, sizeof(text), "%d", g_DebugMode);
+    WriteSetting("DebugMode", text);
+    snprintf(text, sizeof(text), "%d", m_bForceOverwrite);
+    WriteSetting("ForceOverwrite", text);
+}
+
+bool ExportRun::AskAndLoad(ModelStream* pStream)
+{
+    if (ShowMessage(MESSAGE_YESNO, "Filename exists - append current animation to this file?") != ANSWER_YES)
+        return false;
+    m_LoadRequest.m_pStream = pStream;
+    if (m_Destination.Load(&m_LoadRequest) == RESULT_OK)
+    {
+        m_bAppend = 1;
+        return true;
+    }
+    return ShowMessage(MESSAGE_YESNO, "%s is an invalid model file, overwrite?", m_Filename.GetString()) !=
+           ANSWER_OTHER;
+}
+
+// Decides between a fresh file and an append.
+bool ExportRun::LoadOldFile()
+{
+    if (m_bForceOverwrite)
+        return true;
+    ModelStream* pStream = OpenStdioStream(m_Filename.GetString(), "rb");
+    if (!pStream)
+        return true;
+    const bool bGoOn = AskAndLoad(pStream);
+    m_LoadRequest.m_pStream = nullptr;
+    pStream->Release();
+    return bGoOn;
+}
+
+bool ExportRun::TakeGeometry()
+{
+    if (!m_Source.ConvertVertexWeights())
+    {
+        ShowMessage(MESSAGE_OK, "Error converting vertex weights.");
+        return false;
+    }
+    if (!m_Destination.CopyModelFrom(&m_Source))
+    {
+        ShowMessage(MESSAGE_OK, "Error copying model geometry.");
+        return false;
+    }
+    // The copy has brought the animations along, and they are added next.
+    m_Destination.RemoveAllAnims();
+    return true;
+}
+
+bool ExportRun::AddAnimation()
+{
+    switch (m_Destination.AddAnims(&m_Source))
+    {
+    case 0:
+        return true;
+    case 1:
+        ShowMessage(MESSAGE_OK, "Geometry in %s is different.", m_Filename.GetString());
+        return false;
+    case 2:
+        ShowMessage(MESSAGE_OK, "Invalid animation data.");
+        return false;
+    default:
+        ShowMessage(MESSAGE_OK, "Generic error in AddAnims().");
+        return false;
+    }
+}
+
+bool ExportRun::WriteFile()
+{
+    SetStatus(1, "Writing file...");
+    ReplaceFileStream* pStream = OpenReplaceFileStream(m_Filename.GetString());
+    if (!pStream)
+    {
+        ShowMessage(MESSAGE_OK, "Unable to open %s for writing.", m_Filename.GetString());
+        return false;
+    }
+    const bool bWritten = m_Destination.Save(pStream) && pStream->Commit() == 0;
+    pStream->Release();
+    if (!bWritten)
+        ShowMessage(MESSAGE_OK, "Unable to write %s.", m_Filename.GetString());
+    return bWritten;
+}
+
+bool ExportRun::Export()
+{
+    SetSettingsPath("ZoltExport", "1.0");
+    if (!AttachToScene())
+        return false;
+    ReadSettings();
+    if (ShowExportDialog(&m_Filename, &m_AnimName, &g_DebugMode, &m_bForceOverwrite) != 1)
+        return false;
+    StoreSettings();
+    LogOpen();
+    if (!LoadOldFile())
+        return false;
+    if (!m_Source.ConvertScene(&m_Scene, m_bAppend, m_AnimName.GetString()))
+        return false;
+    if (!m_bAppend && !TakeGeometry())
+        return false;
+    return AddAnimation() && WriteFile();
+}
+
+int32_t init()
+{
+    ExportRun run;
+    const bool bWritten = run.Export();
+    LogClose();
+    return bWritten ? EXPORT_WRITTEN : EXPORT_NOT_WRITTEN;
+}
+
+int32_t cleanup()
+{
+    return 0;
+}

@@ -1,0 +1,48 @@
+#include "tools/model/kelpexport/log.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#ifndef _WIN32
+#include "win32/stateplaces.h"
+#endif
+
+static FILE* s_pLog = nullptr;
+
+static const char* LogPath()
+{
+#ifdef _WIN32
+    return "c:\\KE_Error.log";
+#else
+    return GetLogPath();
+#endif
+}
+
+void LogOpen()
+{
+    LogClose();
+#ifdef _WIN32
+    s_pLog = std::fopen(LogPath(), "wt");
+#else
+    s_pLog = std::fopen(LogPath(), "w");
+#endif
+}
+
+void LogClose()
+{
+    if (s_pLog)
+        std::fclose(s_pLog);
+    s_pLog = nullptr;
+}
+
+void LogWrite(const char* pFormat, ...)
+{
+    if (!s_pLog)
+        return;
+    char text[4096];
+    va_list arguments;
+    va_start(arguments, pFormat);
+    std::vsnprintf(text, sizeof(text), pFormat, arguments);
+    va_end(arguments);
+    std::fprintf(s_pLog, "%s", text);
+}

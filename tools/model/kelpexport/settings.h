@@ -1,0 +1,20 @@
+#pragma once
+
+#include "zoltshared/stdzolt/ownedstring.h"
+#include "zoltshared/stdzolt/qzbool.h"
+
+#include "win32/zoltwin32.h"
+
+// Texts by name that outlive a run, kept in the registry under
+// HKEY_LOCAL_MACHINE\Software\Varnish Hill Studios\<application>\<version>.
+
+void SetSettingsPath(const char* pApplication, const char* pVersion);
+
+// Opens the key, which is created if need be. Null on failure. The caller closes it with RegCloseKey.
+HKEY OpenSettingsKey();
+// Reads a text into the buffer; QZFALSE, and an empty text, if there is no value of that name, if it is no text, or if
+// it doesn't fit.
+QZBOOL ReadSettingRaw(const char* pName, char* pBuffer, unsigned bufferSize);
+// The same into a string, for texts of up to 1023 characters.
+QZBOOL ReadSetting(const char* pName, OwnedString& value);
+QZBOOL WriteSetting(const char* pName, const char* pText);
