@@ -110,7 +110,7 @@ static bool FindRun(const tinygltf::Model& model, int viewIndex, std::size_t off
         return false;
     }
     run.stride = view.byteStride != 0 ? view.byteStride : size;
-    if (run.stride < size)
+    if (size == 0 || run.stride < size)
     {
         error = "a stride of " + std::to_string(run.stride) + " bytes for elements of " + std::to_string(size);
         return false;

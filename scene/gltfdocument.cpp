@@ -226,7 +226,7 @@ static bool LoadBuffers(const Json& json, const std::string& folder, const Bytes
             std::string reason;
             if (!ReadFileBytes(ResolveUri(folder, uri), bytes, reason))
             {
-                error = place + uri + " " + reason;
+                error = std::string(place).append(uri).append(" ").append(reason);
                 return false;
             }
             document.inputBytes += bytes.size();

@@ -102,7 +102,8 @@ static bool ReadInfluences(GltfReading& reading, const tinygltf::Primitive& sour
         }
         if (jointsAccessor < 0 || weightsAccessor < 0)
         {
-            return reading.Fail(jointsName + " and " + weightsName + " don't come together");
+            return reading.Fail(
+                std::string(jointsName).append(" and ").append(weightsName).append(" don't come together"));
         }
         joints.emplace_back();
         weights.emplace_back();

@@ -22,11 +22,11 @@ static bool ReadMatrix(GltfReading& reading, const tinygltf::Node& source, const
         return reading.Fail("the matrix isn't one of 16 finite numbers");
     }
     DoubleMatrix matrix;
-    for (int row = 0; row < 3; ++row)
+    for (std::size_t row = 0; row < 3; ++row)
     {
-        for (int column = 0; column < 4; ++column)
+        for (std::size_t column = 0; column < 4; ++column)
         {
-            matrix.m[row][column] = source.matrix[static_cast<std::size_t>(4 * column + row)];
+            matrix.m[row][column] = source.matrix[4 * column + row];
         }
     }
     if (!DecomposeMatrix(matrix, node.local))

@@ -70,9 +70,9 @@ public:
         std::string text = Name(elem);
         for (int i = 0; i < count; ++i)
         {
-            text += (i == 0 ? "[" : " ") + Tree(children[static_cast<std::size_t>(i)]);
+            text.append(i == 0 ? "[" : " ").append(Tree(children[static_cast<std::size_t>(i)]));
         }
-        return count == 0 ? text : text + "]";
+        return text.append(count == 0 ? "" : "]");
     }
     int Ask(int (*operation)(const SAA_Scene*, const SAA_Elem*, int*), const SAA_Elem& elem)
     {

@@ -81,19 +81,19 @@ TEST(KeyFrame, StepKeysLieBehindTheirTimeOthersOnTheNearestFrame)
 {
     struct Case
     {
-        SceneInterpolation interpolation;
         double seconds;
         double fps;
+        SceneInterpolation interpolation;
         int frame;
     };
     const Case cases[] = {
-        {SceneInterpolation::Linear, 0.0, 30, 0},     {SceneInterpolation::Linear, 0.05, 30, 2},
-        {SceneInterpolation::Linear, 0.125, 24, 3},   {SceneInterpolation::Cubic, 0.0208333, 24, 0},
-        {SceneInterpolation::Linear, 0.0625, 24, 2},  {SceneInterpolation::Linear, -0.0625, 24, -1},
-        {SceneInterpolation::Step, 0.05, 30, 2},      {SceneInterpolation::Step, 0.034, 30, 1},
-        {SceneInterpolation::Step, 0.035, 30, 2},     {SceneInterpolation::Step, 1.0 / 3.0, 30, 10},
-        {SceneInterpolation::Step, -0.05, 30, -1},    {SceneInterpolation::Linear, 1e30, 30, 1000000000},
-        {SceneInterpolation::Linear, 1.0, 29.97, 30},
+        {0.0, 30, SceneInterpolation::Linear, 0},     {0.05, 30, SceneInterpolation::Linear, 2},
+        {0.125, 24, SceneInterpolation::Linear, 3},   {0.0208333, 24, SceneInterpolation::Cubic, 0},
+        {0.0625, 24, SceneInterpolation::Linear, 2},  {-0.0625, 24, SceneInterpolation::Linear, -1},
+        {0.05, 30, SceneInterpolation::Step, 2},      {0.034, 30, SceneInterpolation::Step, 1},
+        {0.035, 30, SceneInterpolation::Step, 2},     {1.0 / 3.0, 30, SceneInterpolation::Step, 10},
+        {-0.05, 30, SceneInterpolation::Step, -1},    {1e30, 30, SceneInterpolation::Linear, 1000000000},
+        {1.0, 29.97, SceneInterpolation::Linear, 30},
     };
     for (const Case& c : cases)
     {

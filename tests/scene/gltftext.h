@@ -53,7 +53,7 @@ public:
         std::string text = R"({"asset": {"version": "2.0"})" + m_Members;
         for (const auto& [name, items] : m_Arrays)
         {
-            text += ", \"" + name + "\": [" + items + "]";
+            text.append(", \"").append(name).append("\": [").append(items).append("]");
         }
         return text + R"(, "bufferViews": [)" + m_Views + R"(], "accessors": [)" + m_Accessors +
                R"(], "buffers": [{"byteLength": )" + std::to_string(m_Data.size()) +
@@ -136,7 +136,7 @@ private:
 
 inline std::string WriteTestFile(const std::string& name, const std::string& bytes)
 {
-    const std::string path = testing::TempDir() + name;
+    std::string path = testing::TempDir() + name;
     std::ofstream(path, std::ios::binary) << bytes;
     return path;
 }
