@@ -1,0 +1,358 @@
+#include "tests/engine/model/src/loadbytes.h"
+#include "tests/zoltshared/stdzolt/assertioncatcher.h"
+#include "tests/zoltshared/stdzolt/testallocator.h"
+#include "zoltshared/stdzolt/emptystring.h"
+
+#include <gtest/gtest.h>
+
+using Reports = std::vector<std::string>;
+
+static ModelNode* AddNode(ModelNode* pParent, const char* pName)
+{
+    ModelNode* pNode = pParent->CreateNode(pParent->GetModel());
+    pNode->SetName(pName);
+    EXPECT_TRUE(pParent->m_Children.Append(pNode, pParent->GetModel()->GetAllocator()));
+    return pNode;
+}
+
+TEST(Model, FreshAndEmptied)
+{
+    const uint32_t memory = g_ModelMemory;
+    TestAllocator allocator;
+    {
+        Model model(&allocator, &allocator);
+        EXPECT_EQ(g_ModelMemory - memory, sizeof(Model));
+        EXPECT_LE(model.GetModelStamp(), 32767u);
+        for (int round = 0; round < 3; ++round)
+        {
+            EXPECT_EQ(model.NumNodes(), 0u);
+            EXPECT_EQ(model.GetRootNode(), &model.m_DefaultRootNode);
+            EXPECT_EQ(model.GetRootNode()->NumChildren(), 0u);
+            EXPECT_EQ(model.GetRootNode()->GetName(), g_EmptyString);
+            EXPECT_EQ(model.NumLODs(), 1u);
+            EXPECT_EQ(model.NumAnims() + model.NumPieces() + model.NumSockets() + model.NumWeightSets(), 0u);
+            EXPECT_EQ(model.NumChildModels(), 1u);
+            EXPECT_EQ(model.GetSelfChildModel(), &model.m_SelfChildModel);
+            EXPECT_EQ(model.m_Filename, g_EmptyString);
+            EXPECT_EQ(model.m_CommandString, g_EmptyString);
+            EXPECT_EQ(allocator.m_nLive, 0);
+            if (round == 1) // Term again on an empty model
+                model.Term(QZTRUE);
+            if (round != 0)
+                continue;
+            EXPECT_EQ(LoadBytes(model, abc::Random(3).Model().Write()), RESULT_OK);
+            EXPECT_GT(allocator.m_nLive, 0);
+            EXPECT_TRUE(model.SetFilename("a.abc"));
+            EXPECT_TRUE(model.SetFilename(model.m_Filename));
+            EXPECT_STREQ(model.m_Filename, "a.abc");
+            const uint32_t stamp = model.GetModelStamp();
+            model.Term(QZFALSE);
+            EXPECT_EQ(model.GetModelStamp(), stamp);
+            EXPECT_EQ(model.GetAllocator(), &allocator);
+        }
+    }
+    EXPECT_EQ(g_ModelMemory, memory);
+    EXPECT_EQ(allocator.m_nLive, 0);
+
+    AssertionCatcher catcher;
+    Model* pModel = Model::CreateModel();
+    EXPECT_EQ(pModel->AddRef(), 1);
+    EXPECT_FALSE(pModel->IsUnreferenced());
+    EXPECT_EQ(pModel->Release(), 0);
+    pModel->Release();
+    pModel->AddRef();
+    EXPECT_EQ(catcher.Caught(), Reports{"m_RefCount>0"});
+    Model::DeleteModel(pModel);
+    Model::DeleteModel(nullptr);
+}
+
+TEST(Model, Strings)
+{
+    AssertionCatcher catcher;
+    TestAllocator allocator;
+    Model model(&allocator, &g_DefaultAllocator);
+    const char* pWalk = model.AddString("walk");
+    EXPECT_EQ(model.AddString("walk"), pWalk);
+    EXPECT_NE(model.AddString("Walk"), pWalk);
+    EXPECT_EQ(model.AddString(""), g_EmptyString);
+    EXPECT_EQ(model.AddString(nullptr), g_EmptyString);
+    EXPECT_EQ(model.m_Strings.NumStrings(), 2u);
+    EXPECT_EQ(model.m_Strings.StringLengths(), 8u);
+    EXPECT_STREQ(model.m_Strings.m_pHead->m_Text, "Walk"); // the newest first
+
+    // The index gives what the list gives, also for texts from before, and when it grows.
+    model.m_Strings.BeginIndex();
+    std::vector<const char*> stored;
+    for (int i = 0; i < 1000; ++i)
+        stored.push_back(model.AddString(std::to_string(i).c_str()));
+    EXPECT_EQ(model.AddString("walk"), pWalk);
+    for (int i = 0; i < 1000; ++i)
+        EXPECT_EQ(model.AddString(std::to_string(i).c_str()), stored[i]);
+    model.m_Strings.EndIndex();
+    EXPECT_EQ(model.AddString("500"), stored[500]);
+    EXPECT_EQ(model.m_Strings.NumStrings(), 1002u);
+
+    allocator.m_nLeft = 0;
+    EXPECT_EQ(model.AddString("no memory"), g_EmptyString);
+    EXPECT_FALSE(model.m_Strings.SetAllocator(&g_DefaultAllocator));
+    EXPECT_EQ(catcher.Caught().size(), 1u);
+}
+
+TEST(Model, LookUps)
+{
+    abc::File file;
+    abc::Random random(1);
+    file.nodes.resize(4);
+    const char* names[] = {"Root", "arm", "HAND", "arm"};
+    const int parents[] = {-1, 0, 1, 0};
+    for (int i = 0; i < 4; ++i)
+        file.nodes[i].name = names[i], file.nodes[i].parent = parents[i];
+    for (const char* pName : {"Skin", "skin", "Cape"})
+    {
+        file.pieces.push_back({});
+        file.pieces.back().name = pName;
+        file.sets.push_back({pName, std::vector<float>(4)});
+        file.sockets.push_back({0, pName, {}});
+        file.anims.push_back(random.Animation(pName, 4, 2));
+    }
+    AssertionCatcher catcher; // two animations of one name meet in the bindings
+    LoadedModel model(file);
+    ASSERT_EQ(model.m_Result, RESULT_OK);
+
+    uint32_t i = 77;
+    AnimInfo* pInfo = nullptr;
+    EXPECT_EQ(model.FindPiece("sKIN", &i), model.GetPiece(0));
+    EXPECT_EQ(model.FindWeightSet("CAPE", &i), model.GetWeightSet(2));
+    EXPECT_EQ(i, 2u);
+    EXPECT_EQ(model.FindSocket("SKIN", &i), model.GetSocket(0));
+    EXPECT_EQ(i, 0u);
+    EXPECT_EQ(model.FindNode("ARM", &i), model.GetNode(1));
+    EXPECT_EQ(model.FindNode("hand", &i), model.GetNode(2));
+    EXPECT_EQ(model.FindAnim("cape", &i, &pInfo), model.GetAnim(2));
+    EXPECT_EQ(pInfo, model.GetAnimInfo(2));
+    EXPECT_EQ(model.FindAnimInfo("skin", &model, &i), model.GetAnimInfo(0));
+    EXPECT_TRUE(model.GetAnimInfoIndex(pInfo, &i));
+    EXPECT_EQ(i, 2u);
+    EXPECT_EQ(model.GetOwnAnim(2), model.GetAnim(2));
+
+    i = 77, pInfo = nullptr;
+    EXPECT_FALSE(model.FindPiece("x", &i) || model.FindWeightSet("x", &i) || model.FindSocket("x", &i));
+    EXPECT_FALSE(model.FindNode("x", &i) || model.FindAnim("x", &i, &pInfo));
+    EXPECT_FALSE(model.FindAnimInfo("skin", nullptr, &i) || model.GetAnimInfoIndex(nullptr, &i));
+    EXPECT_EQ(i, 77u);
+    EXPECT_EQ(pInfo, nullptr);
+    EXPECT_TRUE(model.FindPiece("Cape", nullptr) && model.FindAnim("Cape", nullptr, nullptr));
+
+    ModelNode* pRoot = model.GetRootNode();
+    EXPECT_EQ(Model::FindParent(model.GetNode(2), pRoot, &i), model.GetNode(1));
+    EXPECT_EQ(i, 0u);
+    EXPECT_EQ(Model::FindParent(model.GetNode(3), pRoot, &i), pRoot);
+    EXPECT_EQ(i, 1u);
+    EXPECT_EQ(Model::FindParent(pRoot, pRoot, nullptr), nullptr);
+
+    char name[8];
+    EXPECT_TRUE(model.MakeUniqueAnimName("run", name, sizeof(name)));
+    EXPECT_STREQ(name, "run");
+    EXPECT_TRUE(model.AddDefaultAnim("RUN") && model.AddDefaultAnim("run0"));
+    EXPECT_TRUE(model.MakeUniqueAnimName("run", name, sizeof(name)));
+    EXPECT_STREQ(name, "run1");
+    EXPECT_FALSE(model.MakeUniqueAnimName("run", name, 4)); // no room for the number
+    EXPECT_FALSE(model.MakeUniqueAnimName("too long", name, sizeof(name)));
+}
+
+TEST(Model, CountsAndStructure)
+{
+    abc::Random random(2);
+    abc::File file;
+    file.lodDistances = {100};
+    file.pieces.resize(2);
+    file.pieces[0].lods = {random.RandomMesh(10, 4, 1), random.RandomMesh(5, 2, 1)};
+    file.pieces[1].lods = {random.RandomMesh(7, 3, 1), random.RandomMesh(3, 3, 1)};
+    LoadedModel model(file);
+    ASSERT_EQ(model.m_Result, RESULT_OK);
+    EXPECT_EQ(model.m_nTotalVerts, 17u);
+    EXPECT_EQ(model.m_nTotalTris, 7u);
+    EXPECT_EQ(model.CalcNumTris(1), 5u);
+    EXPECT_EQ(model.CalcNumWeights(), file.Counts()[7]);
+    EXPECT_EQ(model.GetPiece(1)->m_iFirstVert, 10u);
+    EXPECT_TRUE(model.IsNodeWeighted(0));
+    EXPECT_FALSE(model.IsNodeWeighted(1));
+    AssertionCatcher catcher;
+    EXPECT_EQ(model.CalcNumTris(2), 0u);
+    EXPECT_EQ(catcher.Caught(), (Reports{"FALSE", "FALSE"}));
+    EXPECT_EQ(model.GetPiece(0)->GetLOD(0), model.GetPiece(0));
+
+    EXPECT_FALSE(model.SwapPieces(0, 2));
+    EXPECT_TRUE(model.SwapPieces(0, 1));
+    // The tables have their sizes: only what Precalc always does is done.
+    const Matrix4* pTransforms = model.m_Transforms.GetArray();
+    model.m_FlatNodeList[0] = nullptr;
+    EXPECT_TRUE(model.Precalc(QZFALSE));
+    EXPECT_EQ(model.m_Transforms.GetArray(), pTransforms);
+    EXPECT_EQ(model.GetNode(0), nullptr);
+    EXPECT_EQ(model.GetPiece(1)->m_iFirstVert, 7u);
+
+    WeightSet* pSet = new WeightSet(&model);
+    pSet->SetName("a name of more than 15");
+    EXPECT_STREQ(pSet->GetName(), "a name of more ");
+    EXPECT_TRUE(pSet->Init() && model.AddWeightSet(pSet));
+    EXPECT_EQ(pSet->m_Weights.GetSize(), 1u);
+    model.RemoveWeightSet(1);
+    EXPECT_EQ(model.NumWeightSets(), 1u);
+    EXPECT_EQ(catcher.Caught().size(), 3u);
+    model.RemoveWeightSet(0);
+    EXPECT_EQ(model.NumWeightSets(), 0u);
+
+    LoadedModel other(file);
+    EXPECT_FALSE(other.CopyUVs(&model)); // the swapped pieces have other triangle counts
+    EXPECT_TRUE(model.SwapPieces(0, 1));
+    for (uint32_t i = 0; i < 4; ++i)
+        model.GetPiece(0)->GetTri(i)->m_UVs[2].v = static_cast<float>(i + 10);
+    EXPECT_TRUE(other.CopyUVs(&model));
+    EXPECT_EQ(other.GetPiece(0)->GetTri(3)->m_UVs[2].v, 13.0f);
+}
+
+static std::vector<uint32_t> g_Told;
+
+TEST(Model, TermTellsAttachments)
+{
+    const auto tell = [](AttachmentList* pList, AttachmentRecord* pRecord, int32_t event, uint32_t* pWord)
+    {
+        g_Told.push_back(*pWord + static_cast<uint32_t>(event));
+        pList->Remove(pRecord);
+    };
+    const AttachmentType base = {tell, nullptr};
+    const AttachmentType derived = {tell, &base};
+    AttachmentRecord a, b;
+    a.m_pType = &base, b.m_pType = &derived;
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    model.m_Attachments.Add(&a);
+    model.m_Attachments.Add(&b);
+    EXPECT_EQ(model.m_Attachments.Find(&base), &a);
+    model.Term(QZFALSE);
+    EXPECT_EQ(g_Told, (std::vector<uint32_t>{1, 1, 1}));
+    EXPECT_EQ(model.m_Attachments.Find(&derived), nullptr);
+}
+
+TEST(ModelNode, NumbersComparesAndMoves)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    Model other(&g_DefaultAllocator, &g_DefaultAllocator);
+    ModelNode* pRoot = new ModelNode(&model);
+    model.SetRootNode(pRoot);
+    model.SetRootNode(pRoot);
+    ASSERT_TRUE(model.Precalc(QZTRUE));
+    EXPECT_EQ(pRoot->GetParentIndex(), MNODE_NO_PARENT);
+    EXPECT_EQ(model.m_nDWordNodes, 1u);
+
+    ModelNode* pA = AddNode(pRoot, "A");
+    ModelNode* pC = AddNode(pA, "C");
+    ModelNode* pB = AddNode(pRoot, "B");
+    uint32_t index = 0;
+    EXPECT_FALSE(pRoot->AssignIndices(&index)); // the list is still that of one node
+    EXPECT_EQ(index, 1u);
+    ASSERT_TRUE(model.Precalc(QZTRUE));
+    EXPECT_EQ(pRoot->CountNodes(), 4u);
+    EXPECT_EQ(model.m_nDWordNodes, 1u);
+    const ModelNode* expected[] = {pRoot, pA, pC, pB};
+    const uint32_t parents[] = {MNODE_NO_PARENT, 0, 1, 0};
+    for (uint32_t i = 0; i < 4; ++i)
+    {
+        EXPECT_EQ(model.GetNode(i), expected[i]);
+        EXPECT_EQ(expected[i]->GetNodeIndex(), i);
+        EXPECT_EQ(expected[i]->GetParentIndex(), parents[i]);
+    }
+    AddNode(pB, "D");
+    ASSERT_TRUE(model.Precalc(QZTRUE));
+    EXPECT_EQ(model.m_nDWordNodes, 2u);
+
+    // A quarter turn about z at (10, 0, 0): a child at (10, 5, 0) lies 5 along the parent's own x.
+    Matrix4 turned;
+    turned(0, 0) = turned(1, 1) = 0;
+    turned(0, 1) = -1, turned(1, 0) = 1, turned(0, 3) = 10;
+    pA->SetGlobalTransform(turned);
+    turned(1, 3) = 5;
+    pC->SetGlobalTransform(turned);
+    model.PrecalcNodeOffsets();
+    EXPECT_TRUE(pC->m_vOffsetFromParent.NearlyEquals(Vector3(5, 0, 0), 0));
+    EXPECT_TRUE(pA->m_vOffsetFromParent.NearlyEquals(Vector3(10, 0, 0), 0));
+    EXPECT_TRUE(pRoot->m_vOffsetFromParent.NearlyEquals(Vector3(0, 0, 0), 0));
+
+    ModelNode* pOther = other.GetRootNode();
+    AddNode(AddNode(pOther, "x"), "y");
+    ModelNode* pY = AddNode(pOther, "z");
+    ModelNode* pFail = nullptr;
+    EXPECT_FALSE(CompareNodeTrees(pRoot, pOther, &pFail));
+    EXPECT_EQ(pFail, pB);
+    EXPECT_FALSE(CompareNodeTrees(pOther, pRoot, &pFail));
+    EXPECT_EQ(pFail, pY);
+    AddNode(pY, "w");
+    EXPECT_TRUE(CompareNodeTrees(pRoot, pOther, &pFail));
+
+    const char* pOldName = pC->GetName();
+    pRoot->SetModel(&other);
+    EXPECT_STREQ(pC->GetName(), "C");
+    EXPECT_NE(pC->GetName(), pOldName);
+    EXPECT_EQ(pC->GetModel(), &other);
+    pRoot->SetModel(&model);
+    pRoot->Clear();
+    EXPECT_EQ(pRoot->CountNodes(), 1u);
+    EXPECT_EQ(pRoot->GetModel(), &model);
+}
+
+struct ListeningNode : ModelNode
+{
+    using ModelNode::ModelNode;
+    void OnVertexRemoved(ModelPieceLOD* pLOD, uint32_t iVert, uint32_t iReplacement) override
+    {
+        m_Heard.push_back(iVert * 1000 + iReplacement);
+        EXPECT_EQ(pLOD, GetModel()->GetPiece(0));
+    }
+    std::vector<uint32_t> m_Heard;
+};
+
+// A corner is told by the position that it shows: the removed vertex's corners must show the replacement's, all others
+// what they showed before.
+TEST(ModelPiece, RemoveVertex)
+{
+    for (uint32_t seed = 0; seed < 50; ++seed)
+    {
+        abc::Random random(seed);
+        Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+        ListeningNode* pRoot = new ListeningNode(&model);
+        model.SetRootNode(pRoot);
+        ModelPiece* pPiece = new ModelPiece(&model);
+        ASSERT_TRUE(model.m_Pieces.Append(pPiece) && model.Precalc(QZTRUE));
+        const uint32_t nVerts = 3 + random.Int(20);
+        ASSERT_TRUE(pPiece->m_Verts.SetSize(nVerts) && pPiece->m_Tris.SetSize(30));
+        for (uint32_t i = 0; i < nVerts; ++i)
+            pPiece->GetVert(i)->m_vPos.Set(static_cast<float>(i), 0, 0);
+        std::vector<float> shown;
+        for (uint32_t i = 0; i < 90; ++i)
+        {
+            pPiece->GetTri(i / 3)->m_Indices[i % 3] = static_cast<uint16_t>(random.Int(nVerts));
+            shown.push_back(pPiece->GetTri(i / 3)->m_Indices[i % 3]);
+        }
+        while (pPiece->NumVerts() > 2)
+        {
+            const uint32_t n = pPiece->NumVerts();
+            EXPECT_FALSE(pPiece->RemoveVertex(n, 0) || pPiece->RemoveVertex(0, n));
+            const uint32_t iVert = random.Int(n);
+            uint32_t iReplacement = random.Int(n);
+            if (iReplacement == iVert && iVert == n - 1)
+                --iReplacement;
+            // Replaced by itself, a vertex leaves its corners to its successor.
+            const uint32_t iNew = iReplacement == iVert ? iVert + 1 : iReplacement;
+            for (float& corner : shown)
+                if (corner == pPiece->GetVert(iVert)->m_vPos.x)
+                    corner = pPiece->GetVert(iNew)->m_vPos.x;
+            ASSERT_TRUE(pPiece->RemoveVertex(iVert, iReplacement));
+            ASSERT_EQ(pPiece->NumVerts(), n - 1);
+            for (uint32_t i = 0; i < 90; ++i)
+                ASSERT_EQ(pPiece->GetVert(pPiece->GetTri(i / 3)->m_Indices[i % 3])->m_vPos.x, shown[i]);
+            ASSERT_EQ(pRoot->m_Heard.back(), iVert * 1000 + iReplacement);
+        }
+        pPiece->SetName("0123456789012345678901234567890123456789");
+        EXPECT_STREQ(pPiece->GetName(), "0123456789012345678901234567890");
+    }
+}
