@@ -118,6 +118,7 @@ TEST(Model, LookUps)
     AssertionCatcher catcher; // two animations of one name meet in the bindings
     LoadedModel model(file);
     ASSERT_EQ(model.m_Result, RESULT_OK);
+    EXPECT_EQ(catcher.Caught(), Reports{"pInfo->m_pModel != this"});
 
     uint32_t i = 77;
     AnimInfo* pInfo = nullptr;

@@ -1,0 +1,393 @@
+#include "engine/model/src/transformmaker.h"
+#include "tests/engine/model/src/loadbytes.h"
+#include "tests/engine/model/src/referencepose.h"
+#include "tests/zoltshared/stdzolt/assertioncatcher.h"
+
+#include <gtest/gtest.h>
+
+using reference::Mat;
+
+// Translations here reach some hundreds. A relation near a half turn holds its rotation to five digits.
+static void ExpectNear(const Matrix4& actual, const Mat& expected)
+{
+    for (int i = 0; i < 16; ++i)
+        ASSERT_NEAR(actual.m[i], expected[i], i % 4 == 3 ? 2e-3 : 1e-4) << "element " << i;
+}
+
+// A model with random tracks, weight sets, sockets and weighted vertices, and one linked child that has other bind
+// poses and animations of its own.
+struct Rig
+{
+    explicit Rig(uint32_t seed) : random(seed)
+    {
+        const uint32_t nNodes = 1 + random.Int(14);
+        file.nodes = random.Tree(nNodes);
+        childFile.nodes = file.nodes;
+        for (abc::Node& node : childFile.nodes)
+            node.global = random.Matrix();
+        for (abc::Node& node : file.nodes)
+            node.flags = random.Int(4) ? 1 : 3;
+        for (int i = 0; i < 3; ++i)
+        {
+            file.anims.push_back(random.Animation("own" + std::to_string(i), nNodes, 1 + random.Int(5)));
+            childFile.anims.push_back(random.Animation("lent" + std::to_string(i), nNodes, 1 + random.Int(5)));
+        }
+        for (int i = 0; i < 3; ++i)
+        {
+            file.sets.push_back({"set", {}});
+            const float weights[] = {0, 1, 2, 1.9999f, 0.3f, -0.2f, 1.25f};
+            for (uint32_t n = 0; n < nNodes; ++n)
+                file.sets.back().values.push_back(weights[random.Int(7)]);
+        }
+        for (uint32_t n = 0; n < nNodes; ++n)
+            file.links[0].relations.push_back(random.Place());
+        for (int i = 0; i < 2; ++i)
+            file.sockets.push_back({random.Int(nNodes), "socket", random.Place()});
+        file.lodDistances = {100};
+        file.pieces.resize(2);
+        for (abc::Piece& piece : file.pieces)
+            piece.lods = {random.RandomMesh(9, 0, nNodes), random.RandomMesh(5, 0, nNodes)};
+        start = random.Matrix();
+
+        pChild = new LoadedModel(childFile);
+        pModel = new LoadedModel(file);
+        EXPECT_EQ(pChild->m_Result | pModel->m_Result, RESULT_OK);
+        char errStr[MODEL_ERRSTR_SIZE];
+        EXPECT_TRUE(pModel->AddChildModel(pChild, "child.abc", errStr, QZTRUE));
+        for (const abc::File* pFile : {&file, &childFile})
+            for (const abc::Anim& anim : pFile->anims)
+                rows.push_back(&anim);
+    }
+    // The parent takes the child along.
+    ~Rig() { Model::DeleteModel(pModel); }
+    Rig(const Rig&) = delete;
+    Rig& operator=(const Rig&) = delete;
+
+    Mat Start() const { return reference::Widened<Mat>(start); }
+    // Of the link that the base animation came through.
+    std::vector<Mat> Relations(uint32_t iRow) const
+    {
+        std::vector<Mat> relations;
+        for (size_t n = 0; n < file.nodes.size(); ++n)
+        {
+            const abc::Key& own = file.links[0].relations[n];
+            relations.push_back(
+                iRow < 3 ? reference::Matrix(reference::Widened<reference::Vec>(own.t),
+                                             reference::Widened<reference::Quat>(own.q))
+                         : reference::Product(reference::RigidInverse(reference::BindLocal(childFile.nodes, n)),
+                                              reference::BindLocal(file.nodes, n)));
+        }
+        return relations;
+    }
+    // Random positions, the same for the code and the reference.
+    void Choose(AnimTracker* pTrackers, uint32_t nPositions)
+    {
+        positions.clear();
+        for (uint32_t i = 0; i < nPositions; ++i)
+        {
+            const uint32_t iPrev = random.Int(6);
+            const uint32_t iCur = random.Int(3) ? iPrev : random.Int(6); // or a transition
+            const uint32_t iPrevKey = random.Int(static_cast<uint32_t>(rows[iPrev]->keys.size()));
+            const uint32_t iCurKey = random.Int(static_cast<uint32_t>(rows[iCur]->keys.size()));
+            const float percents[] = {0, 1, random.Float(0, 1), random.Float(0, 1)};
+            const float percent = percents[random.Int(4)];
+            const uint32_t iSet = random.Int(3);
+            pTrackers[i].Init(pModel, iPrev, iPrevKey, iCur, iCurKey, percent);
+            if (i != 0)
+                pTrackers[i].m_iWeightSet = iSet;
+            positions.push_back({rows[iPrev], rows[iCur], iPrevKey, iCurKey, percent, &file.sets[iSet].values});
+            if (i == 0)
+                relations = Relations(iPrev);
+        }
+    }
+    Mat Expected(size_t iNode, const Mat& from) const
+    {
+        return reference::Global(file.nodes, positions, relations, from, iNode);
+    }
+
+    abc::Random random;
+    abc::File file, childFile;
+    std::array<float, 16> start{};
+    LoadedModel* pChild = nullptr;
+    LoadedModel* pModel = nullptr;
+    std::vector<const abc::Anim*> rows;
+    std::vector<reference::Position> positions;
+    std::vector<Mat> relations;
+};
+
+struct CallLog
+{
+    std::vector<uint32_t> nodes;
+    std::vector<float> translations;
+    void* pUserB;
+};
+
+static void LogCall(void* pUserA, uint32_t iNode, Matrix4* pTransform, void* pUserB)
+{
+    CallLog* pLog = static_cast<CallLog*>(pUserA);
+    pLog->nodes.push_back(iNode);
+    pLog->translations.push_back(pTransform->m[3]);
+    pLog->pUserB = pUserB;
+}
+
+TEST(TransformMaker, AgainstTheDefinitions)
+{
+    for (uint32_t seed = 0; seed < 150; ++seed)
+    {
+        SCOPED_TRACE(seed);
+        Rig rig(seed);
+        Model& model = *rig.pModel;
+        const uint32_t nNodes = model.NumNodes();
+        TransformMaker maker;
+        maker.m_nAnims = 1 + seed % 8;
+        rig.Choose(maker.m_Anims, maker.m_nAnims);
+        Matrix4 start;
+        start.Set(rig.start.data());
+
+        // All nodes, into a table of the caller's.
+        std::vector<Matrix4> table(nNodes);
+        CallLog log{};
+        maker.m_pStartMat = &start, maker.m_pOutput = table.data();
+        maker.m_pCallback = LogCall, maker.m_pUserA = &log, maker.m_pUserB = &table;
+        const std::vector<Matrix4> untouched(model.m_Transforms.GetArray(), model.m_Transforms.GetArray() + nNodes);
+        ASSERT_TRUE(maker.SetupTransforms());
+        EXPECT_EQ(memcmp(untouched.data(), model.m_Transforms.GetArray(), nNodes * sizeof(Matrix4)), 0);
+        ASSERT_EQ(log.nodes.size(), nNodes);
+        EXPECT_EQ(log.pUserB, &table);
+        for (uint32_t i = 0; i < nNodes; ++i)
+        {
+            ExpectNear(table[i], rig.Expected(i, rig.Start()));
+            EXPECT_EQ(log.nodes[i], i); // pre-order
+            EXPECT_EQ(log.translations[i], table[i].m[3]);
+        }
+
+        // One path, into the model's table, from the identity.
+        TransformMaker path;
+        path.m_nAnims = maker.m_nAnims;
+        std::copy_n(maker.m_Anims, maker.m_nAnims, path.m_Anims);
+        const uint32_t iNode = rig.random.Int(nNodes);
+        Matrix4 mark;
+        mark.m[0] = 12345;
+        for (uint32_t i = 0; i < nNodes; ++i)
+            model.m_Transforms[i] = mark;
+        ASSERT_TRUE(path.SetupNodePath(iNode));
+        const Mat identity = Mat{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+        for (uint32_t i = 0; i < nNodes; ++i)
+        {
+            bool bOnPath = false;
+            for (int n = static_cast<int>(iNode); n >= 0; n = rig.file.nodes[n].parent)
+                bOnPath |= n == static_cast<int>(i);
+            if (bOnPath)
+                ExpectNear(model.GetTransform(i), rig.Expected(i, identity));
+            else
+                EXPECT_EQ(model.GetTransform(i).m[0], 12345);
+        }
+
+        // Sockets, by both calls.
+        Matrix4 socket, single;
+        const abc::Socket& place = rig.file.sockets[seed % 2];
+        const Mat inNode = reference::Matrix(reference::Widened<reference::Vec>(place.place.t),
+                                             reference::Widened<reference::Quat>(place.place.q));
+        TransformMaker again = path;
+        again.m_pStartMat = &start, again.m_pOutput = table.data();
+        ASSERT_TRUE(model.GetSocketTransform(&again, seed % 2, &socket));
+        ExpectNear(socket, reference::Product(rig.Expected(place.node, rig.Start()), inNode));
+        rig.positions.resize(1);
+        ASSERT_TRUE(model.GetSocketTransform(&maker.m_Anims[0], seed % 2, &start, &single));
+        ExpectNear(single, reference::Product(rig.Expected(place.node, rig.Start()), inNode));
+        ASSERT_TRUE(model.GetCurrentSocketTransform(model.GetSocket(seed % 2), &socket));
+        EXPECT_EQ(memcmp(&socket, &single, sizeof(socket)), 0);
+    }
+}
+
+TEST(TransformMaker, ExactCases)
+{
+    Rig rig(7);
+    Model& model = *rig.pModel;
+    TransformMaker maker;
+    maker.m_nAnims = 2;
+    const uint32_t iKey = model.GetAnim(0)->NumKeyFrames() - 1;
+    maker.m_Anims[0].Init(&model, 0, 0, 0, iKey, 1.0f);
+    maker.m_Anims[1].Init(&model, 1, 0, 1, 0, 0.5f);
+    maker.m_Anims[1].m_iWeightSet = 0;
+    for (uint32_t n = 0; n < model.NumNodes(); ++n)
+        model.GetNode(n)->m_Flags = 0;
+    model.m_SelfChildModel.m_Relations.Term(); // a missing relation is the identity
+    const auto offset = [&](uint32_t row) { return model.GetAnimInfo(row)->m_vTranslation; };
+    for (const float weight : {0.0f, 1.0f, 2.0f})
+    {
+        model.GetWeightSet(0)->m_Weights[0] = weight;
+        ASSERT_TRUE(maker.SetupNodePath(0));
+        // Nothing, all of it, and the motion since the first key, which at the first key is none.
+        const uint32_t row = weight == 1.0f ? 1 : 0;
+        const uint32_t key = weight == 1.0f ? 0 : iKey;
+        Vector3 at;
+        model.GetTransform(0).GetTranslation(at);
+        const Vector3 expected = model.GetAnim(row)->m_AnimNodes[0]->m_KeyFrames[key].m_vTranslation + offset(row);
+        EXPECT_TRUE(at.NearlyEquals(expected, 1e-5f)) << weight;
+    }
+    // A position whose weight is 0 isn't read.
+    model.GetWeightSet(0)->m_Weights[0] = 0.0f;
+    AnimNode* pTrack = model.GetAnim(1)->m_AnimNodes[0];
+    model.GetAnim(1)->m_AnimNodes[0] = nullptr;
+    EXPECT_TRUE(maker.SetupNodePath(0));
+    model.GetAnim(1)->m_AnimNodes[0] = pTrack;
+}
+
+TEST(TransformMaker, Refuses)
+{
+    AssertionCatcher catcher;
+    Rig rig(11);
+    Model& model = *rig.pModel;
+    const auto refused = [&](const std::function<void(TransformMaker&)>& change)
+    {
+        TransformMaker maker;
+        maker.m_nAnims = 8;
+        for (AnimTracker& tracker : maker.m_Anims)
+        {
+            tracker.Init(&model, 0, 0, 0, 0, 0);
+            tracker.m_iWeightSet = 0;
+        }
+        EXPECT_TRUE(maker.IsValid());
+        change(maker);
+        Matrix4 mark;
+        mark.m[3] = 4711;
+        model.m_Transforms[0] = mark;
+        const bool bRefused = !maker.SetupTransforms() && !maker.SetupNodePath(0);
+        return bRefused && model.GetTransform(0).m[3] == 4711 && !maker.m_pOutput;
+    };
+    EXPECT_TRUE(refused([](TransformMaker& m) { m.m_nAnims = 0; }));
+    EXPECT_TRUE(refused([](TransformMaker& m) { m.m_nAnims = 9; }));
+    for (const float percent : {1.0001f, -0.0001f, NAN})
+        EXPECT_TRUE(refused([&](TransformMaker& m) { m.m_Anims[3].m_Percent = percent; }));
+    EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[0].m_pModel = nullptr; }));
+    EXPECT_TRUE(refused([&](TransformMaker& m) { m.m_Anims[1].m_pModel = rig.pChild; }));
+    EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[7].m_iWeightSet = ANIMTRACKER_NO_WEIGHTSET; }));
+    EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[7].m_iWeightSet = 3; }));
+    EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[2].m_Cur.m_iAnim = 6; }));
+    EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[2].m_Prev.m_iFrame = 99; }));
+    // What IsValid doesn't see: a weight set that nobody sized, a child of another shape, no track list.
+    ASSERT_TRUE(model.AddWeightSet(new WeightSet(&model)));
+    EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[7].m_iWeightSet = 3; }));
+    rig.pChild->GetRootNode()->Clear();
+    EXPECT_TRUE(model.NumNodes() == 1 || (rig.pChild->m_Transforms.SetSize(1) &&
+                                          refused([](TransformMaker& m) { m.m_Anims[0].m_Cur.m_iAnim = 3; })));
+    AnimNode** pList = std::exchange(model.GetAnim(1)->m_AnimNodes, nullptr);
+    EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[1].m_Prev.m_iAnim = 1; }));
+    model.GetAnim(1)->m_AnimNodes = pList;
+    TransformMaker maker;
+    maker.m_nAnims = 1;
+    maker.m_Anims[0].Init(&model, 0, 0, 0, 0, 0);
+    EXPECT_FALSE(maker.SetupNodePath(model.NumNodes()));
+
+    EXPECT_EQ(catcher.Caught().size(), 0u);
+    Matrix4 out;
+    EXPECT_FALSE(model.GetSocketTransform(&maker, 2, &out) || model.GetSocketTransform(&maker, 0, nullptr));
+    EXPECT_FALSE(model.GetSocketTransform(&maker.m_Anims[0], 0, nullptr, &out));
+    EXPECT_EQ(catcher.Caught(),
+              (std::vector<std::string>{"pOutTransform", "pTime && pBaseTransform && pOutTransform"}));
+    model.GetSocket(0)->m_iNode = model.NumNodes();
+    EXPECT_FALSE(model.GetSocketTransform(&maker, 0, &out));
+    EXPECT_FALSE(model.GetCurrentSocketTransform(model.GetSocket(0), &out));
+}
+
+TEST(TransformMaker, PathOf64Nodes)
+{
+    abc::Random random(1);
+    abc::File file;
+    file.nodes.resize(65);
+    for (int i = 0; i < 65; ++i)
+        file.nodes[i].parent = i - 1;
+    file.anims = {random.Animation("a", 65, 1)};
+    LoadedModel model(file);
+    ASSERT_EQ(model.m_Result, RESULT_OK);
+    TransformMaker maker;
+    maker.m_nAnims = 1;
+    maker.m_Anims[0].Init(&model, 0, 0, 0, 0, 0);
+    EXPECT_TRUE(maker.SetupNodePath(63));
+    AssertionCatcher catcher;
+    EXPECT_FALSE(maker.SetupNodePath(64));
+    EXPECT_EQ(catcher.Caught().size(), 1u);
+    EXPECT_TRUE(maker.SetupTransforms());
+}
+
+TEST(VertexDeformation, AgainstTheDefinitions)
+{
+    for (uint32_t seed = 0; seed < 60; ++seed)
+    {
+        SCOPED_TRACE(seed);
+        Rig rig(seed + 1000);
+        VertexDeformRequest request;
+        request.m_nAnims = 1 + seed % 8;
+        request.m_iLOD = seed % 2;
+        rig.Choose(request.m_Anims, request.m_nAnims);
+        request.m_StartMat.Set(rig.start.data());
+        const uint32_t strides[] = {12, 13, 32};
+        request.m_VertStride = strides[seed % 3];
+        std::string out(request.m_VertStride * 20, 'x');
+        request.m_pVertOut = reinterpret_cast<Vector3*>(out.data());
+        ASSERT_TRUE(rig.pModel->GetVertexPositions(&request, QZTRUE));
+        size_t iOut = 0;
+        for (const abc::Piece& piece : rig.file.pieces)
+        {
+            for (const abc::Vert& vert : piece.lods[request.m_iLOD].verts)
+            {
+                double sum[4] = {};
+                for (const abc::Weight& weight : vert.weights)
+                {
+                    const Mat m = rig.Expected(weight.node, rig.Start());
+                    for (int r = 0; r < 4; ++r)
+                        sum[r] += m[4 * r] * weight.xyz[0] + m[4 * r + 1] * weight.xyz[1] +
+                                  m[4 * r + 2] * weight.xyz[2] + m[4 * r + 3] * weight.share;
+                }
+                float actual[3];
+                memcpy(actual, out.data() + iOut, 12);
+                for (int c = 0; c < 3; ++c)
+                {
+                    const double expected = vert.weights.empty() ? 0 : sum[c] / sum[3];
+                    ASSERT_NEAR(actual[c], expected, 1e-2 + 1e-5 * std::fabs(expected));
+                }
+                for (size_t k = iOut + 12; k < iOut + request.m_VertStride; ++k)
+                    ASSERT_EQ(out[k], 'x');
+                iOut += request.m_VertStride;
+            }
+        }
+        EXPECT_EQ(out.find_first_not_of('x', iOut), std::string::npos);
+    }
+}
+
+TEST(VertexDeformation, OddWeights)
+{
+    abc::Random random(1);
+    abc::File file;
+    file.anims = {random.Animation("a", 1, 1)};
+    file.pieces.resize(1);
+    std::vector<abc::Vert>& verts = file.pieces[0].lods[0].verts;
+    verts.resize(4);
+    verts[0].pos = {1, 1, 1}; // no weights
+    verts[1].weights = {{0, {1, 2, 3}, 1}};
+    verts[2].weights = {{0, {0.25f, 0.5f, 0.75f}, 0.25f}, {0, {0.25f, 0.5f, 0.75f}, 0.25f}};
+    verts[3].weights = {{0, {5, 5, 5}, 0}};
+    LoadedModel model(file);
+    ASSERT_EQ(model.m_Result, RESULT_OK);
+    Vector3 out[4];
+    VertexDeformRequest request;
+    request.m_nAnims = 1;
+    request.m_Anims[0].Init(&model, 0, 0, 0, 0, 0);
+    EXPECT_FALSE(model.GetVertexPositions(&request, QZFALSE));
+    request.m_pVertOut = out;
+    request.m_nAnims = 9;
+    EXPECT_FALSE(model.GetVertexPositions(&request, QZFALSE));
+    request.m_nAnims = 0; // not looked at when the matrices are taken as they stand
+    EXPECT_FALSE(model.GetVertexPositions(&request, QZTRUE));
+    ASSERT_TRUE(model.GetVertexPositions(&request, QZFALSE));
+    const Vector3 expected[] = {{0, 0, 0}, {1, 2, 3}, {1, 2, 3}, {0, 0, 0}};
+    for (int i = 0; i < 4; ++i)
+        EXPECT_TRUE(out[i].NearlyEquals(expected[i], 0)) << i;
+
+    AssertionCatcher catcher;
+    model.GetPiece(0)->GetVert(2)->m_Weights[0].m_iNode = 1;
+    ASSERT_TRUE(model.GetVertexPositions(&request, QZFALSE));
+    EXPECT_TRUE(out[2].NearlyEquals(expected[2], 0)); // by the record that is left
+    EXPECT_EQ(catcher.Caught(), std::vector<std::string>{"pWeight->m_iNode < NumNodes()"});
+}
