@@ -1,0 +1,522 @@
+#include "engine/model/src/modelallocations.h"
+#include "engine/model/src/transformmaker.h"
+#include "tests/engine/model/src/loadbytes.h"
+#include "tests/zoltshared/stdzolt/assertioncatcher.h"
+#include "tests/zoltshared/stdzolt/testallocator.h"
+#include "zoltshared/stdzolt/countingallocator.h"
+
+#include <chrono>
+#include <gtest/gtest.h>
+
+static bool IsEmpty(Model& model)
+{
+    return model.NumNodes() == 0 && model.GetRootNode()->NumChildren() == 0 && model.NumAnims() == 0 &&
+           model.NumPieces() == 0 && model.NumSockets() == 0 && model.NumWeightSets() == 0 &&
+           model.m_VertexWeights.GetSize() == 0 && model.m_Strings.NumStrings() == 0 && model.NumLODs() == 1 &&
+           model.NumChildModels() == 1;
+}
+
+static abc::Vec Plain(const Vector3& v)
+{
+    return {v.x, v.y, v.z};
+}
+
+static abc::Quat Plain(const Quaternion& q)
+{
+    return {q.x, q.y, q.z, q.w};
+}
+
+// Everything that the file holds, as the model must hold it.
+static void ExpectHolds(Model& m, const abc::File& f)
+{
+    EXPECT_EQ(m.GetFileVersion(), f.version);
+    EXPECT_EQ(m.m_CommandString, f.command);
+    EXPECT_EQ(m.m_HeaderFloat, f.headerFloat);
+    ASSERT_EQ(m.NumLODs(), f.lodDistances.size() + 1);
+    for (uint32_t i = 1; i < m.NumLODs(); ++i)
+        EXPECT_EQ(m.m_LODDistances[i - 1], f.lodDistances[i - 1]);
+    ASSERT_EQ(m.NumPieces(), f.pieces.size());
+    for (uint32_t i = 0; i < m.NumPieces(); ++i)
+    {
+        ModelPiece& piece = *m.GetPiece(i);
+        EXPECT_EQ(piece.GetName(), f.pieces[i].name.substr(0, 31));
+        EXPECT_EQ(piece.m_iTexture, f.pieces[i].texture);
+        EXPECT_EQ((abc::Vec{piece.m_PieceParamA, piece.m_PieceParamB, piece.m_PieceParamC}), f.pieces[i].params);
+        ASSERT_EQ(piece.NumLODs(), f.pieces[i].lods.size());
+        for (uint32_t lod = 0; lod < piece.NumLODs(); ++lod)
+        {
+            const abc::Mesh& mesh = f.pieces[i].lods[lod];
+            ModelPieceLOD& actual = *piece.GetLOD(lod);
+            ASSERT_EQ(actual.NumTris(), mesh.tris.size());
+            for (uint32_t t = 0; t < actual.NumTris(); ++t)
+                for (int c = 0; c < 3; ++c)
+                {
+                    EXPECT_EQ(actual.GetTri(t)->m_Indices[c], mesh.tris[t].indices[c]);
+                    EXPECT_EQ(actual.GetTri(t)->m_UVs[c].u, mesh.tris[t].uvs[2 * c]);
+                    EXPECT_EQ(actual.GetTri(t)->m_UVs[c].v, mesh.tris[t].uvs[2 * c + 1]);
+                }
+            ASSERT_EQ(actual.NumVerts(), mesh.verts.size());
+            for (uint32_t v = 0; v < actual.NumVerts(); ++v)
+            {
+                const ModelVert& vert = *actual.GetVert(v);
+                EXPECT_EQ(Plain(vert.m_vPos), mesh.verts[v].pos);
+                EXPECT_EQ(Plain(vert.m_vNormal), mesh.verts[v].normal);
+                EXPECT_EQ(vert.m_VertReserved, mesh.verts[v].reserved);
+                ASSERT_EQ(vert.m_nWeights, mesh.verts[v].weights.size());
+                EXPECT_EQ(vert.m_Weights == nullptr, vert.m_nWeights == 0);
+                for (uint32_t w = 0; w < vert.m_nWeights; ++w)
+                {
+                    const abc::Weight& weight = mesh.verts[v].weights[w];
+                    EXPECT_EQ(vert.m_Weights[w].m_iNode, weight.node);
+                    for (int k = 0; k < 3; ++k)
+                        EXPECT_EQ(vert.m_Weights[w].m_Vec[k], weight.xyz[k]);
+                    EXPECT_EQ(vert.m_Weights[w].m_Vec[3], weight.share);
+                }
+            }
+        }
+    }
+    ASSERT_EQ(m.NumNodes(), f.nodes.size());
+    for (uint32_t i = 0; i < m.NumNodes(); ++i)
+    {
+        EXPECT_EQ(m.GetNode(i)->GetName(), f.nodes[i].name);
+        EXPECT_EQ(m.GetNode(i)->m_Flags, f.nodes[i].flags);
+        EXPECT_EQ(static_cast<int>(m.GetNode(i)->GetParentIndex()), f.nodes[i].parent);
+        EXPECT_EQ(memcmp(m.GetNode(i)->m_mGlobal.m, f.nodes[i].global.data(), 64), 0);
+        const Matrix4 one = m.GetNode(i)->m_mGlobal * m.GetNode(i)->m_mGlobalInverse;
+        for (int k = 0; k < 16; ++k)
+            EXPECT_NEAR(one.m[k], k % 5 ? 0 : 1, 1e-4);
+    }
+    ASSERT_EQ(m.NumWeightSets(), f.sets.size());
+    for (uint32_t i = 0; i < m.NumWeightSets(); ++i)
+    {
+        EXPECT_EQ(m.GetWeightSet(i)->GetName(), f.sets[i].name.substr(0, 15));
+        ASSERT_EQ(m.GetWeightSet(i)->m_Weights.GetSize(), m.NumNodes());
+        for (uint32_t n = 0; n < m.NumNodes(); ++n)
+            EXPECT_EQ(m.GetWeightSet(i)->m_Weights[n], f.sets[i].values[n]);
+    }
+    ASSERT_EQ(m.NumChildModels(), f.links.size());
+    for (uint32_t i = 0; i < m.NumChildModels(); ++i)
+    {
+        ChildInfo& link = *m.GetChildModel(i);
+        EXPECT_EQ(link.m_pName, i == 0 ? "SELF" : f.links[i].name);
+        EXPECT_EQ(link.m_Stamp, f.links[i].stamp);
+        ASSERT_EQ(link.m_Relations.GetSize(), m.NumNodes());
+        for (uint32_t n = 0; n < m.NumNodes(); ++n)
+        {
+            const abc::Key key = n < f.links[i].relations.size() ? f.links[i].relations[n] : abc::Key();
+            EXPECT_EQ(Plain(link.m_Relations[n].m_vTranslation), key.t);
+            EXPECT_EQ(Plain(link.m_Relations[n].m_qRotation), key.q);
+        }
+    }
+    ASSERT_EQ(m.NumAnims(), f.anims.size());
+    for (uint32_t i = 0; i < m.NumAnims(); ++i)
+    {
+        ModelAnim& anim = *m.GetAnim(i);
+        EXPECT_EQ(anim.GetName(), f.anims[i].name);
+        EXPECT_EQ(anim.m_AnimParamA, f.anims[i].paramA);
+        EXPECT_EQ(anim.m_AnimParamB, f.anims[i].paramB);
+        EXPECT_EQ(Plain(m.GetAnimInfo(i)->m_vDims), f.anims[i].dims);
+        EXPECT_EQ(Plain(m.GetAnimInfo(i)->m_vTranslation), f.anims[i].translation);
+        ASSERT_EQ(anim.NumKeyFrames(), f.anims[i].keys.size());
+        for (uint32_t k = 0; k < anim.NumKeyFrames(); ++k)
+        {
+            EXPECT_EQ(anim.m_KeyFrames[k].m_Time, f.anims[i].keys[k].first);
+            EXPECT_EQ(anim.m_KeyFrames[k].m_pString, f.anims[i].keys[k].second);
+            for (uint32_t n = 0; n < m.NumNodes(); ++n)
+            {
+                ASSERT_EQ(anim.m_AnimNodes[n]->m_pNode, m.GetNode(n));
+                EXPECT_EQ(Plain(anim.m_AnimNodes[n]->m_KeyFrames[k].m_vTranslation), f.anims[i].tracks[n][k].t);
+                EXPECT_EQ(Plain(anim.m_AnimNodes[n]->m_KeyFrames[k].m_qRotation), f.anims[i].tracks[n][k].q);
+            }
+        }
+    }
+    ASSERT_EQ(m.NumSockets(), f.sockets.size());
+    for (uint32_t i = 0; i < m.NumSockets(); ++i)
+    {
+        EXPECT_EQ(m.GetSocket(i)->GetName(), f.sockets[i].name.substr(0, 15));
+        EXPECT_EQ(m.GetSocket(i)->m_iNode, f.sockets[i].node);
+        EXPECT_EQ(Plain(m.GetSocket(i)->m_vPos), f.sockets[i].place.t);
+        EXPECT_EQ(Plain(m.GetSocket(i)->m_qRotation), f.sockets[i].place.q);
+    }
+}
+
+// Uses everything that a loaded model promises to be in range: poses of every key, vertices, sockets.
+static void Walk(Model& model)
+{
+    std::vector<Vector3> out(model.CalcNumVerts() + 1);
+    for (uint32_t i = 0; i < model.NumAnims(); ++i)
+        for (uint32_t k = 0; k < model.GetAnim(i)->NumKeyFrames() && k < 65536; ++k)
+        {
+            VertexDeformRequest request;
+            request.m_nAnims = model.NumWeightSets() ? 2 : 1;
+            for (AnimTracker& tracker : request.m_Anims)
+            {
+                tracker.Init(&model, i, 0, i, k, 0.5f);
+                tracker.m_iWeightSet = 0;
+            }
+            request.m_pVertOut = out.data();
+            EXPECT_TRUE(model.GetVertexPositions(&request, QZTRUE));
+        }
+    Matrix4 matrix;
+    for (uint32_t i = 0; i < model.NumSockets(); ++i)
+        EXPECT_TRUE(model.GetCurrentSocketTransform(model.GetSocket(i), &matrix));
+}
+
+TEST(ModelLoad, SmallestFile)
+{
+    const std::string bytes = abc::File().Write();
+    ASSERT_EQ(bytes.size(), 357u);
+    EXPECT_EQ(bytes.substr(138 + 2, 6), "Pieces");
+    EXPECT_EQ(bytes.substr(335 + 2, 12), "AnimBindings");
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    ASSERT_EQ(LoadBytes(model, bytes), RESULT_OK);
+    ExpectHolds(model, abc::File());
+
+    FixedMemoryStream stream(const_cast<char*>(bytes.data()), 357);
+    ModelAllocations allocs;
+    uint32_t size = 0;
+    ASSERT_TRUE(model.LoadHeader(&stream, &allocs) && allocs.CalcAllocationSize(size));
+    EXPECT_EQ(size, 28 + 64 + sizeof(void*)); // a relation, a matrix, a pointer
+    allocs.m_nLODs = 0;
+    EXPECT_FALSE(allocs.CalcAllocationSize(size));
+    allocs.Clear();
+    EXPECT_EQ(allocs.m_nNodes + allocs.m_nChildModels, 0u);
+}
+
+TEST(ModelLoad, RandomModelsInEveryVersionAndOrder)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator); // each load replaces the one before
+    for (uint32_t seed = 0; seed < 150; ++seed)
+    {
+        SCOPED_TRACE(seed);
+        abc::Random random(seed);
+        abc::File file = random.Model();
+        for (abc::Piece& piece : file.pieces)
+            piece.params = {random.Float(0, 9), 2, file.version >= 10 ? 3.0f : 1.0f};
+        for (abc::Anim& anim : file.anims)
+        {
+            anim.paramA = file.version >= 11 ? -7 : -1;
+            anim.paramB = file.version >= 12 ? 77 : 200;
+        }
+        if (seed % 3 == 0)
+        {
+            file.order.insert(file.order.begin(), {"header", "Unknown"});
+            file.bodies["Unknown"] = std::string(100, 'u');
+            std::shuffle(file.order.begin(), file.order.end(), std::mt19937(seed));
+        }
+        if (!file.pieces.empty() && seed % 4 == 0)
+            file.pieces[0].name = std::string(40, 'p');
+        if (!file.sockets.empty())
+            file.sockets[0].name = std::string(20, 's');
+        if (!file.sets.empty())
+            file.sets[0].name = std::string(20, 'w');
+        ASSERT_EQ(LoadBytes(model, file.Write()), RESULT_OK);
+        ExpectHolds(model, file);
+        Walk(model);
+        if (!file.sets.empty()) // values beyond the nodes are dropped
+        {
+            abc::File more = file;
+            more.sets[0].values.insert(more.sets[0].values.end(), 1000, 1.0f);
+            ASSERT_EQ(LoadBytes(model, more.Write()), RESULT_OK);
+            ExpectHolds(model, file);
+        }
+    }
+    abc::File file;
+    for (const uint32_t version : {0u, 8u, 13u})
+    {
+        file.version = version;
+        EXPECT_EQ(LoadBytes(model, file.Write()), RESULT_ERROR);
+        EXPECT_TRUE(IsEmpty(model));
+        EXPECT_EQ(PrepareBlockBytes(model, file.Write(), &g_DefaultAllocator), RESULT_INVALID_MODEL_FILE);
+    }
+    // The 512th section is found, the 513th isn't.
+    abc::File chain;
+    chain.order.insert(chain.order.begin(), 505, "filler");
+    EXPECT_EQ(LoadBytes(model, chain.Write()), RESULT_OK);
+    chain.order.insert(chain.order.begin(), "filler");
+    EXPECT_EQ(LoadBytes(model, chain.Write()), RESULT_ERROR);
+    // A text keeps 4095 characters, the rest is skipped.
+    abc::File text;
+    text.nodes[0].name = std::string(5000, 'n');
+    ASSERT_EQ(LoadBytes(model, text.Write()), RESULT_OK);
+    EXPECT_EQ(strlen(model.GetNode(0)->GetName()), 4095u);
+}
+
+// A file with something of everything, small enough to be damaged at every byte.
+static std::string Sample()
+{
+    abc::Random random(17);
+    abc::File file;
+    file.nodes = random.Tree(3);
+    file.lodDistances = {10};
+    file.pieces.resize(1);
+    file.pieces[0].lods = {random.RandomMesh(3, 2, 3), random.RandomMesh(2, 1, 3)};
+    file.sets = {{"set", {1, 2, 0}}};
+    file.anims = {random.Animation("walk", 3, 2), random.Animation("run", 3, 1)};
+    file.sockets = {{2, "hand", random.Place()}};
+    file.links.push_back({"child", 5, {}});
+    file.command = "NormalRef node1 run";
+    return file.Write();
+}
+
+TEST(ModelLoad, DamageGivesAValidModelOrNone)
+{
+    AssertionCatcher catcher; // bindings that don't fit are reported
+    const std::string sample = Sample();
+    CountingAllocator counter(&g_DefaultAllocator);
+    Model model(&counter, &g_DefaultAllocator);
+    const auto check = [&](const std::string& bytes)
+    {
+        counter.m_TotalMemoryAllocated = 0;
+        const uint32_t result = LoadBytes(model, bytes);
+        if (result == RESULT_OK)
+            Walk(model);
+        else
+            EXPECT_TRUE(result == RESULT_ERROR && IsEmpty(model) && counter.m_nCurrentAllocations == 0);
+        // Tracks of animations without keys take no bytes; that is what the second part is for.
+        EXPECT_LE(counter.m_TotalMemoryAllocated, 16 * sample.size() + (65536 + 4) * 128);
+        return result;
+    };
+    ASSERT_EQ(check(sample), RESULT_OK);
+    for (size_t length = 0; length < sample.size(); ++length)
+        EXPECT_EQ(check(sample.substr(0, length)), RESULT_ERROR) << length;
+    for (size_t at = 0; at < sample.size(); ++at)
+        for (const uint32_t damage : {0u, 1u, 0xFFu, 0xFFFFu, 0xFFFFFFFFu})
+        {
+            std::string bytes = sample;
+            for (size_t k = 0; k < 4 && at + k < bytes.size(); ++k)
+                bytes[at + k] = static_cast<char>(damage == 1 ? bytes[at + k] + (k == 0) : damage >> (8 * k));
+            check(bytes);
+        }
+}
+
+TEST(ModelLoad, OutOfRangeIsRefused)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    abc::File good;
+    good.nodes.resize(2);
+    good.nodes[1].parent = 0;
+    good.pieces.resize(1);
+    good.pieces[0].lods[0].verts.resize(2);
+    good.pieces[0].lods[0].verts[0].weights = {{1, {1, 1, 1}, 1}};
+    good.pieces[0].lods[0].tris = {{{0, 1, 1}, {}}};
+    good.sets = {{"set", {1, 1}}};
+    good.sockets = {{1, "s", {}}};
+    ASSERT_EQ(LoadBytes(model, good.Write()), RESULT_OK);
+    const auto refused = [&](const std::function<void(abc::File&)>& change)
+    {
+        abc::File file = good;
+        change(file);
+        return LoadBytes(model, file.Write()) == RESULT_ERROR && IsEmpty(model);
+    };
+    EXPECT_TRUE(refused([](abc::File& f) { f.sockets[0].node = 2; }));
+    EXPECT_TRUE(refused([](abc::File& f) { f.pieces[0].lods[0].verts[0].weights[0].node = 2; }));
+    EXPECT_TRUE(refused([](abc::File& f) { f.pieces[0].lods[0].tris[0].indices[2] = 2; }));
+    EXPECT_TRUE(refused([](abc::File& f) { f.sets[0].values.pop_back(); }));
+    EXPECT_TRUE(refused(
+        [](abc::File& f)
+        {
+            f.bodies["Pieces"] = f.Body("Pieces");
+            f.bodies["Pieces"][0] = 0; // no room for the one weight
+        }));
+    for (const std::string& section : good.order)
+        EXPECT_TRUE(refused([&](abc::File& f) { std::erase(f.order, section); })) << section;
+
+    // Trees: 1024 levels and 65536 nodes, and no more.
+    for (const size_t size : {size_t(1024), size_t(65536)})
+    {
+        for (const size_t more : {0, 1})
+        {
+            abc::File file;
+            file.nodes.resize(size + more);
+            for (size_t i = 1; i < file.nodes.size(); ++i)
+                file.nodes[i].parent = size == 1024 ? static_cast<int>(i) - 1 : 0;
+            EXPECT_EQ(LoadBytes(model, file.Write()), more ? RESULT_ERROR : RESULT_OK) << size;
+            EXPECT_EQ(IsEmpty(model), more == 1);
+        }
+    }
+}
+
+// Each level of a deep tree announces what is left of the file as its children, and each count what it likes.
+TEST(ModelLoad, CountsAskForNoMemory)
+{
+    abc::Bytes body;
+    for (int level = 0; level < 1000; ++level)
+    {
+        const abc::Node node;
+        body.Str(""), body.U16(0), body.U8(0), body.Floats(node.global);
+        body.U32(10000);
+    }
+    body.data.append(10000 * 73, '\0');
+    abc::File file;
+    file.bodies["Nodes"] = body.data;
+    CountingAllocator counter(&g_DefaultAllocator);
+    Model model(&counter, &counter);
+    std::string bytes = file.Write();
+    EXPECT_EQ(LoadBytes(model, bytes), RESULT_ERROR);
+    EXPECT_LE(counter.m_TotalMemoryAllocated, 8 * bytes.size());
+
+    // Animations without keys, whose tracks take no bytes.
+    file = abc::File();
+    file.nodes.resize(1000);
+    for (int i = 1; i < 1000; ++i)
+        file.nodes[i].parent = 0;
+    file.anims.resize(1000);
+    counter.m_TotalMemoryAllocated = 0;
+    bytes = file.Write();
+    EXPECT_EQ(LoadBytes(model, bytes), RESULT_ERROR);
+    EXPECT_LE(counter.m_TotalMemoryAllocated, 16 * bytes.size() + (65536 << 7));
+    file.anims.resize(50);
+    EXPECT_EQ(LoadBytes(model, file.Write()), RESULT_OK);
+}
+
+TEST(ModelLoad, ManyStringsAndBindings)
+{
+    abc::File file;
+    const size_t n = 40000;
+    for (size_t i = 0; i < n; ++i)
+    {
+        abc::Anim anim;
+        anim.name = "animation " + std::to_string(n - i);
+        anim.translation = {static_cast<float>(i), 0, 0};
+        anim.keys = {{0, "key " + std::to_string(i)}};
+        anim.tracks = {{{}}};
+        file.anims.push_back(anim);
+    }
+    const std::string bytes = file.Write();
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(LoadBytes(model, bytes), RESULT_OK);
+    // Far from a measure of speed: searches along lists would take minutes.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_EQ(model.GetAnimInfo(n - 1)->m_vTranslation.x, n - 1);
+    EXPECT_EQ(model.m_Strings.NumStrings(), 2 * n);
+}
+
+TEST(ModelLoad, WithoutMemory)
+{
+    const std::string sample = Sample();
+    for (const bool bBlock : {false, true})
+    {
+        TestAllocator allocator;
+        uint32_t n = 0;
+        for (uint32_t result = RESULT_ERROR; result != RESULT_OK; ++n)
+        {
+            Model model(bBlock ? &g_DefaultAllocator : &allocator, &allocator);
+            allocator.m_nLeft = n;
+            const uint32_t prepared = bBlock ? PrepareBlockBytes(model, sample, &allocator) : RESULT_OK;
+            EXPECT_EQ(prepared, bBlock && n == 0 ? RESULT_OUT_OF_MEMORY : RESULT_OK);
+            result = prepared == RESULT_OK ? LoadBytes(model, sample) : RESULT_ERROR;
+            EXPECT_TRUE(result == RESULT_OK || (result == RESULT_ERROR && IsEmpty(model)));
+        }
+        EXPECT_GT(n, bBlock ? 2u : 30u);
+        EXPECT_EQ(allocator.m_nLive, 0);
+    }
+}
+
+TEST(OneBlock, TakesOneAllocationWithinTheBound)
+{
+    for (uint32_t seed = 0; seed < 200; ++seed)
+    {
+        SCOPED_TRACE(seed);
+        abc::Random random(seed);
+        const abc::File file = random.Model();
+        const std::string bytes = file.Write();
+        CountingAllocator scratch(&g_DefaultAllocator);
+        Model plain(&scratch, &g_DefaultAllocator);
+        ASSERT_EQ(LoadBytes(plain, bytes), RESULT_OK);
+
+        const uint32_t memory = g_ModelMemory;
+        CountingAllocator counter(&g_DefaultAllocator), tables(&g_DefaultAllocator);
+        {
+            Model model(&g_DefaultAllocator, &tables);
+            ASSERT_EQ(PrepareBlockBytes(model, bytes, &counter), RESULT_OK);
+            const uint32_t size = counter.m_TotalMemoryAllocated;
+            EXPECT_LE(scratch.m_TotalMemoryAllocated, size);
+            EXPECT_EQ(g_ModelMemory, memory + sizeof(Model) + size);
+            for (int round = 0; round < 2; ++round) // the second load reuses the block
+            {
+                ASSERT_EQ(LoadBytes(model, bytes), RESULT_OK);
+                ExpectHolds(model, file);
+                for (const ModelStringRecord* p = model.m_Strings.m_pHead; p; p = p->m_pNext)
+                    EXPECT_TRUE(model.m_BlockAllocator.Contains(p));
+                for (uint32_t i = 0; i < model.NumAnims(); ++i)
+                    EXPECT_TRUE(model.m_BlockAllocator.Contains(model.GetAnim(i)->m_AnimNodes));
+            }
+            Walk(model);
+            EXPECT_EQ(counter.m_nTotalAllocations, 1u);
+            EXPECT_EQ(tables.m_nTotalAllocations, file.anims.empty() ? 0u : 2u);
+        }
+        EXPECT_EQ(counter.m_nCurrentAllocations + tables.m_nCurrentAllocations, 0u);
+        EXPECT_EQ(g_ModelMemory, memory);
+    }
+}
+
+TEST(OneBlock, GrowsOnTheHeap)
+{
+    abc::Random random(3);
+    abc::File file;
+    file.nodes = random.Tree(4);
+    file.anims = {random.Animation("walk", 4, 3)};
+    file.sockets = {{0, "a", {}}, {1, "b", {}}};
+    file.pieces.resize(1);
+    file.pieces[0].lods = {random.RandomMesh(5, 4, 4)};
+    file.sets = {{"set", {1, 1, 1, 1}}};
+    const std::string bytes = file.Write();
+    LoadedModel* pChild = new LoadedModel(file);
+    CountingAllocator counter(&g_DefaultAllocator);
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    for (int round = 0; round < 2; ++round) // what was added goes with the next load
+    {
+        if (round == 0)
+        {
+            ASSERT_EQ(PrepareBlockBytes(model, bytes, &counter), RESULT_OK);
+        }
+        ASSERT_EQ(LoadBytes(model, bytes), RESULT_OK);
+        ModelSocket* pSocket = new ModelSocket;
+        EXPECT_TRUE(model.AddSocket(pSocket) && model.RemoveSocket(0) && model.RemoveSocket(1));
+        WeightSet* pSet = new WeightSet(&model);
+        EXPECT_TRUE(pSet->Init() && model.AddWeightSet(pSet));
+        model.RemoveWeightSet(0);
+        char errStr[MODEL_ERRSTR_SIZE];
+        EXPECT_TRUE(model.AddChildModel(pChild, "child.abc", errStr, QZTRUE));
+        EXPECT_TRUE(model.AddDefaultAnim("stand"));
+        EXPECT_TRUE(model.SetFilename("file.abc"));
+        const char* pAdded = model.AddString("a text that wasn't there");
+        EXPECT_STREQ(pAdded, "a text that wasn't there");
+        EXPECT_EQ(model.AddString(pAdded), pAdded);
+        EXPECT_STREQ(model.AddString("walk"), "walk");
+
+        ModelAnim* pWalk = model.FindAnim("walk", nullptr, nullptr);
+        ModelAnim* pKey = pWalk->CutKeyFrame(1);
+        ASSERT_TRUE(pKey);
+        EXPECT_TRUE(pWalk->PasteKeyFrame(pKey, 0) && pWalk->RemoveKeyFrame(2));
+        FreeObject(*model.GetGrowAllocator(), pKey);
+        EXPECT_TRUE(model.GetPiece(0)->RemoveVertex(0, 1));
+        EXPECT_TRUE(model.Precalc(QZTRUE));
+        Walk(model);
+        EXPECT_EQ(counter.m_nTotalAllocations, 1u);
+    }
+    // A file that doesn't fit fails cleanly, and the next one that does is loaded.
+    EXPECT_EQ(pChild->m_RefCount, 1);
+    abc::File large = file;
+    large.pieces[0].lods = {random.RandomMesh(500, 4, 4)};
+    EXPECT_EQ(LoadBytes(model, large.Write()), RESULT_ERROR);
+    EXPECT_TRUE(IsEmpty(model));
+    EXPECT_EQ(LoadBytes(model, bytes), RESULT_OK);
+    ExpectHolds(model, file);
+
+    // A filled model is emptied first, the old block goes back.
+    EXPECT_EQ(PrepareBlockBytes(model, large.Write(), &counter), RESULT_OK);
+    EXPECT_TRUE(IsEmpty(model));
+    EXPECT_EQ(counter.m_nCurrentAllocations, 1u);
+    EXPECT_EQ(LoadBytes(model, large.Write()), RESULT_OK);
+    ExpectHolds(model, large);
+    // A header that asks for more than any file of its length needs leaves everything as it is.
+    large.bodies["Header"] = large.Body("Header");
+    large.bodies["Header"][4 + 6 * 4 + 3] = 0x01; // 16 million vertices
+    EXPECT_EQ(PrepareBlockBytes(model, large.Write(), &counter), RESULT_INVALID_MODEL_FILE);
+    EXPECT_FALSE(IsEmpty(model));
+    EXPECT_EQ(pChild->m_RefCount, 0);
+    Model::DeleteModel(pChild);
+}
