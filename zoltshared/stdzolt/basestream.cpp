@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <cstring>
 
+// In pieces, and no further than to a failed read: a damaged file announces long texts beyond its end.
 static void Skip(ModelStream& stream, uint32_t count)
 {
-    for (uint32_t i = 0; i < count; i++)
+    uint8_t dropped[256];
+    while (count > 0)
     {
-        uint8_t dropped;
-        stream.ReadU8(dropped);
+        const uint32_t chunk = std::min<uint32_t>(count, sizeof(dropped));
+        if (stream.Read(dropped, chunk) != 0)
+            return;
+        count -= chunk;
     }
 }
 
