@@ -1,0 +1,53 @@
+#include "abctools/commands.h"
+#include "abctools/displaytext.h"
+#include "abctools/format.h"
+#include "abctools/modelfile.h"
+#include "abctools/modelfilecheck.h"
+
+// So many lines of a kind are printed for one file.
+constexpr uint32_t MAX_LINES = 200;
+
+static std::string TotalsText(const ModelFileTotals& totals)
+{
+    return Format("version %u, %u nodes, %u pieces, %u triangles, %u vertices, %u animations", totals.m_Version,
+                  totals.m_nNodes, totals.m_nPieces, totals.m_nTris, totals.m_nVerts, totals.m_nAnims);
+}
+
+static bool CheckFile(const std::string& path, bool bExport, bool bQuiet, std::ostream& out, std::ostream& err)
+{
+    std::vector<uint8_t> bytes;
+    std::string error;
+    if (!ReadModelBytes(path, bytes, error))
+    {
+        err << ErrorLine(path, error);
+        return false;
+    }
+    ModelFileTotals totals;
+    uint32_t nFaults = 0;
+    uint32_t nWarnings = 0;
+    const std::string prefix = TerminalText(path) + ": ";
+    for (const Finding& finding : CheckModelFile(bytes, &totals))
+    {
+        const bool bFault = finding.m_Kind == FindingKind::Fault || (bExport && finding.m_Kind == FindingKind::Export);
+        if (bFault && ++nFaults <= MAX_LINES)
+            out << prefix << TerminalText(finding.m_Text) << '\n';
+        else if (!bFault && !bQuiet && ++nWarnings <= MAX_LINES)
+            out << prefix << "warning: " << TerminalText(finding.m_Text) << '\n';
+    }
+    if (nFaults > MAX_LINES)
+        out << prefix << nFaults - MAX_LINES << " more faults\n";
+    if (nFaults == 0 && !bQuiet)
+        out << prefix << "ok (" << TotalsText(totals) << ")\n";
+    return nFaults == 0;
+}
+
+int RunCheck(const std::vector<std::string>& paths, bool bExport, bool bQuiet, std::ostream& out, std::ostream& err)
+{
+    int status = 0;
+    for (const std::string& path : paths)
+    {
+        if (!CheckFile(path, bExport, bQuiet, out, err))
+            status = 1;
+    }
+    return status;
+}

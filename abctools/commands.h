@@ -1,0 +1,21 @@
+// The commands of abctool. Each prints its result to `out` and sentences about failures to `err`, and returns the exit
+// status: 0, or 1 after a failure (or, for RunCheck, a fault).
+#pragma once
+
+#include "abctools/pose.h"
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+int RunInfo(const std::string& path, bool bJson, bool bMemory, std::ostream& out, std::ostream& err);
+
+// A line for each fault, "FILE: fault", and one for a file without any, unless quiet. What doesn't make a file invalid
+// is told as "FILE: warning: ..." (unless quiet); with bExport, what no export writes counts as a fault.
+int RunCheck(const std::vector<std::string>& paths, bool bExport, bool bQuiet, std::ostream& out, std::ostream& err);
+
+// Loads a model, with the child models of its folder, so that their bindings are kept, and saves it. The stamp moves on
+// as with any save. Both paths may name one file; on failure outPath isn't touched.
+int RunCopy(const std::string& inPath, const std::string& outPath, std::ostream& err);
+
+int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err);

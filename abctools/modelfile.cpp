@@ -1,0 +1,144 @@
+#include "abctools/modelfile.h"
+
+#include "abctools/displaytext.h"
+#include "abctools/format.h"
+#include "abctools/modelfilecheck.h"
+#include "engine/model/src/model.h"
+#include "engine/model/src/modelallocations.h"
+#include "engine/model/src/seektosection.h"
+#include "zoltshared/stdzolt/fixedmemorystream.h"
+#include "zoltshared/stdzolt/memorystream.h"
+#include "zoltshared/stdzolt/replacefilestream.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+constexpr uint32_t SAVE_CACHE_SIZE = 0x10000;
+
+static void IgnoreAssertion(const char* /*expression*/, const char* /*file*/, int /*line*/) {}
+
+QuietAssertions::QuietAssertions() : m_pOld(SetAssertionSink(IgnoreAssertion)) {}
+
+QuietAssertions::~QuietAssertions()
+{
+    SetAssertionSink(m_pOld);
+}
+
+bool ReadModelBytes(const std::string& path, std::vector<uint8_t>& bytes, std::string& error)
+{
+    std::error_code code;
+    const std::filesystem::file_status status = std::filesystem::status(path, code);
+    if (status.type() == std::filesystem::file_type::not_found)
+    {
+        error = "there is no such file";
+        return false;
+    }
+    if (std::filesystem::is_directory(status))
+    {
+        error = "it is a folder";
+        return false;
+    }
+    const uintmax_t length = std::filesystem::file_size(path, code);
+    if (code)
+    {
+        error = "it can't be read: " + code.message();
+        return false;
+    }
+    if (length > UINT32_MAX)
+    {
+        error = "it is not a model file: it is too long for one";
+        return false;
+    }
+    FILE* pFile = std::fopen(path.c_str(), "rb");
+    if (!pFile)
+    {
+        error = "it can't be read: " + std::generic_category().message(errno);
+        return false;
+    }
+    bytes.resize(length);
+    const size_t nRead = std::fread(bytes.data(), 1, bytes.size(), pFile);
+    std::fclose(pFile);
+    if (nRead != bytes.size())
+    {
+        error = "it can't be read to its end";
+        return false;
+    }
+    return true;
+}
+
+// Why a load failed, from the file itself.
+static std::string ReasonFor(std::span<const uint8_t> bytes, uint32_t result)
+{
+    FixedMemoryStream stream(const_cast<uint8_t*>(bytes.data()), static_cast<uint32_t>(bytes.size()));
+    uint32_t version = 0;
+    if (!SeekToSection(&stream, "Header"))
+        return "it is not a model file";
+    if (stream.ReadU32(version).ErrorStatus() == 0 && (version < 9 || version > 12))
+        return Format("it is a model file of version %u, and versions 9 to 12 can be read", version);
+    for (const Finding& finding : CheckModelFile(bytes))
+    {
+        if (finding.m_Kind == FindingKind::Fault)
+            return "it is damaged: " + finding.m_Text;
+    }
+    if (result == RESULT_INVALID_MODEL_FILE)
+        return "a child model has child models of its own";
+    return "a child model can't be loaded";
+}
+
+bool LoadModelBytes(std::span<const uint8_t> bytes, Model& model, LoadRequest& request, std::string& error)
+{
+    QuietAssertions quiet;
+    FixedMemoryStream stream(const_cast<uint8_t*>(bytes.data()), static_cast<uint32_t>(bytes.size()));
+    request.m_pStream = &stream;
+    const uint32_t result = model.Load(&request);
+    request.m_pStream = nullptr;
+    if (result != RESULT_OK)
+        error = ReasonFor(bytes, result);
+    return result == RESULT_OK;
+}
+
+bool WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes, std::string& error)
+{
+    ReplaceFileStream* pFile = OpenReplaceFileStream(path.c_str());
+    if (!pFile)
+    {
+        error = "it can't be opened for writing";
+        return false;
+    }
+    const bool bWritten = pFile->Write(bytes.data(), static_cast<uint32_t>(bytes.size())) == 0 && pFile->Commit() == 0;
+    pFile->Release();
+    if (!bWritten)
+        error = "it can't be written";
+    return bWritten;
+}
+
+bool SaveModelFile(const std::string& path, Model& model, std::string& error)
+{
+    // The file isn't even opened before the bytes are known to be a model.
+    const auto release = [](MemoryStream* pStream) { pStream->Release(); };
+    const std::unique_ptr<MemoryStream, decltype(release)> stream(new MemoryStream(SAVE_CACHE_SIZE), release);
+    Model proof(&g_DefaultAllocator, &g_DefaultAllocator);
+    LoadRequest request;
+    request.m_pStream = stream.get();
+    request.m_bLoadChildModels = QZFALSE;
+    if (!model.Save(stream.get()) || proof.Load(&request) != RESULT_OK)
+    {
+        error = "the model can't be saved";
+        return false;
+    }
+    return WriteWholeFile(path, std::span(stream->m_Data.GetArray(), stream->m_Data.GetSize()), error);
+}
+
+std::string FolderOf(const std::string& path)
+{
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
+}
+
+std::string ErrorLine(const std::string& path, const std::string& error)
+{
+    return "abctool: " + TerminalText(path) + ": " + TerminalText(error) + ".\n";
+}

@@ -1,0 +1,142 @@
+#include "abctools/displaytext.h"
+#include "abctools/format.h"
+#include "abctools/modelinfo.h"
+#include "engine/model/src/model.h"
+
+using nlohmann::ordered_json;
+
+static std::string TextOf(const ordered_json& value)
+{
+    return TerminalText(value.get_ref<const std::string&>());
+}
+
+// A number, a switch or a list of them, as one reads it: "1 2 3".
+static std::string ValueText(const ordered_json& value)
+{
+    if (value.is_array())
+    {
+        std::string text;
+        for (const ordered_json& element : value)
+            text += (text.empty() ? "" : " ") + ValueText(element);
+        return text;
+    }
+    if (value.is_number_float())
+        return FloatText(value.get<float>());
+    if (value.is_string())
+        return TextOf(value);
+    return value.dump(-1, ' ', true);
+}
+
+static std::string FlagsText(uint32_t flags)
+{
+    std::string text;
+    if (flags & MNODE_REMOVEABLE)
+        text += ", removable";
+    if (flags & MNODE_FIXEDOFFSET)
+        text += ", fixed offset";
+    if (const uint32_t others = flags & ~uint32_t{MNODE_REMOVEABLE | MNODE_FIXEDOFFSET})
+        text += Format(", 0x%02X", others);
+    return text;
+}
+
+static std::string NodesText(const ordered_json& nodes)
+{
+    std::string text = Format("nodes: %zu\n", nodes.size());
+    std::vector<int> levels;
+    for (size_t i = 0; i < nodes.size(); ++i)
+    {
+        const int64_t parent = nodes[i]["parent"];
+        levels.push_back(parent < 0 ? 0 : levels[static_cast<size_t>(parent)] + 1);
+        text += Format("  %*s%zu %s%s\n", 2 * levels.back(), "", i, TextOf(nodes[i]["name"]).c_str(),
+                       FlagsText(nodes[i]["flags"]).c_str());
+    }
+    return text;
+}
+
+static std::string PiecesText(const ordered_json& info)
+{
+    std::string text = Format("pieces: %zu\n", info["pieces"].size());
+    for (const ordered_json& piece : info["pieces"])
+    {
+        text += "  " + TextOf(piece["name"]) + ": texture " + ValueText(piece["texture"]) + "\n";
+        for (size_t iLOD = 0; iLOD < piece["lods"].size(); ++iLOD)
+        {
+            const ordered_json& mesh = piece["lods"][iLOD];
+            text += Format("    LOD %zu: %u vertices, %u triangles, %u weights\n", iLOD, mesh["verts"].get<uint32_t>(),
+                           mesh["tris"].get<uint32_t>(), mesh["weights"].get<uint32_t>());
+        }
+    }
+    return text;
+}
+
+static std::string AnimsText(const ordered_json& anims)
+{
+    std::string text = Format("animations: %zu\n", anims.size());
+    for (const ordered_json& anim : anims)
+    {
+        text += Format("  %s: %u keys, %u ms\n", TextOf(anim["name"]).c_str(), anim["keys"].get<uint32_t>(),
+                       anim["last"].get<uint32_t>());
+        for (const ordered_json& command : anim["commands"])
+            text += "    key " + ValueText(command["key"]) + ": " + TextOf(command["text"]) + "\n";
+    }
+    return text;
+}
+
+static std::string PlacesText(const ordered_json& info)
+{
+    std::string text = Format("sockets: %zu\n", info["sockets"].size());
+    for (const ordered_json& socket : info["sockets"])
+        text +=
+            Format("  %s on node %u, %s; position %s, rotation %s\n", TextOf(socket["name"]).c_str(),
+                   socket["node"].get<uint32_t>(), TextOf(info["nodes"][socket["node"].get<size_t>()]["name"]).c_str(),
+                   ValueText(socket["position"]).c_str(), ValueText(socket["rotation"]).c_str());
+    text += Format("weight sets: %zu\n", info["weight_sets"].size());
+    for (const ordered_json& set : info["weight_sets"])
+        text += "  " + TextOf(set["name"]) + ": " + ValueText(set["values"]) + "\n";
+    text += Format("child models: %zu\n", info["child_models"].size());
+    for (const ordered_json& child : info["child_models"])
+        text += "  " + TextOf(child["name"]) + ", stamp " + ValueText(child["stamp"]) + "\n";
+    return text;
+}
+
+static std::string SettingsText(const ordered_json& info)
+{
+    std::string text = "command string: " + TextOf(info["command"]) + "\n";
+    Model fresh(&g_DefaultAllocator, &g_DefaultAllocator);
+    const ordered_json defaults = ModelSettings(fresh);
+    for (const auto& [keyword, value] : info["settings"].items())
+    {
+        if (value == defaults[keyword])
+            continue;
+        text += "  " + keyword + ": ";
+        text += value.is_object() ? "node " + TextOf(value["node"]) + ", animation " + TextOf(value["animation"])
+                                  : ValueText(value);
+        text += "\n";
+    }
+    return text;
+}
+
+static std::string MemoryText(const ordered_json& memory)
+{
+    std::string text = "memory:\n";
+    for (const auto& [name, value] : memory.items())
+        text += "  " + name + ": " + ValueText(value) + "\n";
+    return text;
+}
+
+std::string ModelInfoText(const ordered_json& info)
+{
+    std::string text = Format("model file of version %u, %zu bytes, stamp %u\n", info["version"].get<uint32_t>(),
+                              info["bytes"].get<size_t>(), info["stamp"].get<uint32_t>());
+    text += "header: value " + ValueText(info["header_value"]) + "; counts";
+    for (const auto& [name, count] : info["counts"].items())
+        text += " " + name + "=" + ValueText(count);
+    text += "\nLODs: " + ValueText(info["lods"]);
+    if (!info["lod_distances"].empty())
+        text += ", distances " + ValueText(info["lod_distances"]);
+    text += "\n" + NodesText(info["nodes"]) + PiecesText(info) + AnimsText(info["anims"]) + PlacesText(info) +
+            SettingsText(info);
+    if (info.contains("memory"))
+        text += MemoryText(info["memory"]);
+    return text;
+}

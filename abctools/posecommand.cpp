@@ -1,0 +1,257 @@
+#include "abctools/commands.h"
+#include "abctools/displaytext.h"
+#include "abctools/format.h"
+#include "abctools/modelfile.h"
+#include "engine/model/src/model.h"
+#include "engine/model/src/modelfolder.h"
+#include "engine/model/src/transformmaker.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <bit>
+#include <filesystem>
+
+using nlohmann::ordered_json;
+
+// Links the files of --child behind the child models that the file names, with relations from the two bind poses.
+static bool LinkChildren(Model& model, const std::vector<std::string>& paths, std::string& error)
+{
+    for (const std::string& path : paths)
+    {
+        std::vector<uint8_t> bytes;
+        LoadRequest request;
+        request.m_bLoadChildModels = QZFALSE;
+        Model* pChild = Model::CreateModel();
+        char message[MODEL_ERRSTR_SIZE] = "Out of memory.";
+        std::string childError;
+        if (!pChild || !ReadModelBytes(path, bytes, childError) || !LoadModelBytes(bytes, *pChild, request, childError))
+        {
+            error = "child model " + path + ": " + childError;
+            Model::DeleteModel(pChild);
+            return false;
+        }
+        const std::string name = std::filesystem::path(path).filename().string();
+        const bool bAlone = pChild->NumChildModels() == 1;
+        if (!bAlone || !model.AddChildModel(pChild, name.c_str(), message, QZTRUE))
+        {
+            error = "child model " + path + ": " + (bAlone ? message : "it has child models of its own");
+            if (error.back() == '.')
+                error.pop_back();
+            if (pChild->IsUnreferenced())
+                Model::DeleteModel(pChild);
+            return false;
+        }
+    }
+    return true;
+}
+
+static ordered_json MatrixJson(const Matrix4& m)
+{
+    ordered_json rows = ordered_json::array();
+    for (int row = 0; row < 4; ++row)
+        rows.push_back({m(row, 0), m(row, 1), m(row, 2), m(row, 3)});
+    return rows;
+}
+
+static ordered_json PositionJson(Model& model, const AnimTracker& position)
+{
+    ordered_json json = {{"anim", ToUtf8(position.GetPrevAnim()->GetName())},
+                         {"row", position.m_Prev.m_iAnim},
+                         {"keys", {position.m_Prev.m_iFrame, position.m_Cur.m_iFrame}},
+                         {"fraction", position.m_Percent}};
+    if (position.m_iWeightSet != ANIMTRACKER_NO_WEIGHTSET)
+        json["weight_set"] = ToUtf8(model.GetWeightSet(position.m_iWeightSet)->GetName());
+    return json;
+}
+
+// The nodes and sockets that the options ask for, from the matrices in m_Transforms.
+static bool AddTransforms(Model& model, const PoseOptions& options, ordered_json& json, std::string& error)
+{
+    uint32_t iOnly = 0;
+    if (!options.m_Node.empty() && !model.FindNode(options.m_Node.c_str(), &iOnly))
+    {
+        error = "it has no node " + options.m_Node;
+        return false;
+    }
+    if (!options.m_Socket.empty() && !model.FindSocket(options.m_Socket.c_str(), &iOnly))
+    {
+        error = "it has no socket " + options.m_Socket;
+        return false;
+    }
+    json["nodes"] = ordered_json::array();
+    for (uint32_t i = 0; i < model.NumNodes() && options.m_Socket.empty(); ++i)
+    {
+        if (options.m_Node.empty() || i == iOnly)
+            json["nodes"].push_back({{"index", i},
+                                     {"name", ToUtf8(model.GetNode(i)->GetName())},
+                                     {"matrix", MatrixJson(model.GetTransform(i))}});
+    }
+    json["sockets"] = ordered_json::array();
+    for (uint32_t i = 0; i < model.NumSockets() && options.m_Node.empty(); ++i)
+    {
+        Matrix4 transform;
+        if ((options.m_Socket.empty() || i == iOnly) && model.GetCurrentSocketTransform(model.GetSocket(i), &transform))
+            json["sockets"].push_back({{"name", ToUtf8(model.GetSocket(i)->GetName())},
+                                       {"node", model.GetSocket(i)->m_iNode},
+                                       {"matrix", MatrixJson(transform)}});
+    }
+    return true;
+}
+
+static bool DeformVertices(Model& model, const std::vector<AnimTracker>& positions, uint32_t iLOD,
+                           std::vector<Vector3>& vertices)
+{
+    size_t nVerts = 0;
+    for (uint32_t i = 0; i < model.NumPieces(); ++i)
+        nVerts += model.GetPiece(i)->GetLOD(iLOD)->NumVerts();
+    vertices.assign(nVerts + 1, Vector3(0.0f, 0.0f, 0.0f)); // never without an address
+    VertexDeformRequest request;
+    std::copy(positions.begin(), positions.end(), request.m_Anims);
+    request.m_nAnims = static_cast<uint32_t>(positions.size());
+    request.m_pVertOut = vertices.data();
+    request.m_iLOD = iLOD;
+    const bool bDeformed = model.GetVertexPositions(&request, QZFALSE) != QZFALSE;
+    vertices.pop_back();
+    return bDeformed;
+}
+
+static std::vector<uint8_t> VerticesAsFloats(const std::vector<Vector3>& vertices)
+{
+    std::vector<uint8_t> bytes;
+    bytes.reserve(vertices.size() * sizeof(Vector3));
+    for (const Vector3& vertex : vertices)
+    {
+        for (const float value : {vertex.x, vertex.y, vertex.z})
+        {
+            const uint32_t bits = std::bit_cast<uint32_t>(value);
+            for (int shift = 0; shift < 32; shift += 8)
+                bytes.push_back(static_cast<uint8_t>(bits >> shift));
+        }
+    }
+    return bytes;
+}
+
+static std::vector<uint8_t> VerticesAsJson(const Model& model, uint32_t iLOD, const std::vector<Vector3>& vertices)
+{
+    ordered_json pieces = ordered_json::array();
+    size_t iVertex = 0;
+    for (uint32_t i = 0; i < model.NumPieces(); ++i)
+    {
+        ordered_json list = ordered_json::array();
+        for (uint32_t n = model.GetPiece(i)->GetLOD(iLOD)->NumVerts(); n > 0; --n, ++iVertex)
+            list.push_back({vertices[iVertex].x, vertices[iVertex].y, vertices[iVertex].z});
+        pieces.push_back({{"name", ToUtf8(model.GetPiece(i)->GetName())}, {"vertices", list}});
+    }
+    const std::string text = ordered_json{{"lod", iLOD}, {"pieces", pieces}}.dump(-1, ' ', true) + "\n";
+    return std::vector<uint8_t>(text.begin(), text.end());
+}
+
+static std::string PoseText(const ordered_json& pose)
+{
+    std::string text;
+    for (const ordered_json& position : pose["positions"])
+    {
+        text += (text.empty() ? "animation " : "layer ") + TerminalText(position["anim"].get<std::string>());
+        text += Format(": keys %u and %u, fraction %s", position["keys"][0].get<uint32_t>(),
+                       position["keys"][1].get<uint32_t>(), FloatText(position["fraction"].get<float>()).c_str());
+        if (position.contains("weight_set"))
+            text += ", weight set " + TerminalText(position["weight_set"].get<std::string>());
+        text += "\n";
+    }
+    const auto addMatrix = [&text](const ordered_json& rows)
+    {
+        for (const ordered_json& row : rows)
+        {
+            text += " ";
+            for (const ordered_json& value : row)
+                text += " " + FloatText(value.get<float>());
+            text += "\n";
+        }
+    };
+    for (const ordered_json& node : pose["nodes"])
+    {
+        text +=
+            Format("node %u ", node["index"].get<uint32_t>()) + TerminalText(node["name"].get<std::string>()) + "\n";
+        addMatrix(node["matrix"]);
+    }
+    for (const ordered_json& socket : pose["sockets"])
+    {
+        text += "socket " + TerminalText(socket["name"].get<std::string>()) +
+                Format(" on node %u\n", socket["node"].get<uint32_t>());
+        addMatrix(socket["matrix"]);
+    }
+    return text;
+}
+
+// Sentences that don't keep a pose from being made.
+static void WarnAboutChildren(const Model& model, const PoseOptions& options, const LoadRequest& request,
+                              std::ostream& err)
+{
+    for (uint32_t i = 1; i < model.NumChildModels(); ++i)
+    {
+        const ChildInfo* pInfo = model.GetChildModel(i);
+        if (!pInfo->m_pModel)
+            err << ErrorLine(options.m_Path, "child model " + std::string(pInfo->m_pName) + " isn't in its folder");
+    }
+    if (!request.m_bBindingsValid)
+        err << ErrorLine(options.m_Path, "a child model was saved since it was bound, so bindings may be out of date");
+}
+
+static bool EvaluatePose(const std::vector<AnimTracker>& positions)
+{
+    TransformMaker maker;
+    std::copy(positions.begin(), positions.end(), maker.m_Anims);
+    maker.m_nAnims = static_cast<uint32_t>(positions.size());
+    return maker.SetupTransforms() != QZFALSE;
+}
+
+int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err)
+{
+    QuietAssertions quiet;
+    std::string error;
+    const auto fail = [&](const std::string& text)
+    {
+        err << ErrorLine(options.m_Path, text);
+        return 1;
+    };
+    std::vector<uint8_t> bytes;
+    ModelFolder folder(FolderOf(options.m_Path).c_str());
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    LoadRequest request;
+    folder.Attach(&request);
+    if (!ReadModelBytes(options.m_Path, bytes, error) || !LoadModelBytes(bytes, model, request, error))
+        return fail(error);
+    WarnAboutChildren(model, options, request, err);
+    std::vector<AnimTracker> positions;
+    if (!LinkChildren(model, options.m_Children, error) || !MakePosePositions(model, options, positions, error))
+        return fail(error);
+    if (options.m_iLOD >= model.NumLODs())
+        return fail(Format("it has %u LODs, so there is no LOD %u", model.NumLODs(), options.m_iLOD));
+
+    std::vector<Vector3> vertices;
+    if (!EvaluatePose(positions) || !DeformVertices(model, positions, options.m_iLOD, vertices))
+        return fail("the pose can't be evaluated");
+    ordered_json pose = {{"positions", ordered_json::array()}};
+    for (const AnimTracker& position : positions)
+        pose["positions"].push_back(PositionJson(model, position));
+    if (!AddTransforms(model, options, pose, error))
+        return fail(error);
+
+    if (!options.m_VerticesPath.empty())
+    {
+        const bool bBinary = std::filesystem::path(options.m_VerticesPath).extension() == ".bin";
+        if (!WriteWholeFile(options.m_VerticesPath,
+                            bBinary ? VerticesAsFloats(vertices) : VerticesAsJson(model, options.m_iLOD, vertices),
+                            error))
+        {
+            err << ErrorLine(options.m_VerticesPath, error);
+            return 1;
+        }
+    }
+    if (options.m_bJson)
+        out << pose.dump(1, ' ', true) << '\n';
+    else
+        out << PoseText(pose);
+    return 0;
+}
