@@ -71,14 +71,14 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/zoltmodel.pc.in ${CMAKE_BINARY_DIR}/pac
 install(FILES ${CMAKE_BINARY_DIR}/package/zoltmodel.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-# The programs find the libraries by the RPATH that the top of the tree sets for all targets.
+# The programs look for the plug-in, and by their RPATH for the libraries, in the folder "lib" beside their own.
 foreach(target zoltexport abctool ZoltExport SAA zoltscene zoltwin32)
     if(TARGET ${target})
         get_target_property(type ${target} TYPE)
         if(NOT type STREQUAL "INTERFACE_LIBRARY")
             install(TARGETS ${target}
-                RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host
-                LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT host)
+                RUNTIME DESTINATION bin COMPONENT host
+                LIBRARY DESTINATION lib COMPONENT host)
         endif()
     endif()
 endforeach()

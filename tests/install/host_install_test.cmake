@@ -1,0 +1,34 @@
+# See CMakeLists.txt of this folder, which gives the variables.
+cmake_minimum_required(VERSION 3.25)
+
+function(run)
+    execute_process(COMMAND ${ARGV} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)
+    if(NOT result EQUAL 0)
+        list(JOIN ARGV " " command)
+        message(FATAL_ERROR "${command}\ngave ${result}:\n${output}${errors}")
+    endif()
+    set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+file(REMOVE_RECURSE ${WORK_DIR})
+run(${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${WORK_DIR}/first --component host)
+file(RENAME ${WORK_DIR}/first ${WORK_DIR}/prefix)
+
+# The libraries of ours that the programs and the plug-in load are the installed ones.
+if(LDD)
+    foreach(file bin/zoltexport bin/abctool lib/ZoltExport.so)
+        run(${LDD} ${WORK_DIR}/prefix/${file})
+        string(FIND "${output}" "not found" missing)
+        string(FIND "${output}" "${BINARY_DIR}/lib" built)
+        if(NOT missing EQUAL -1 OR NOT built EQUAL -1)
+            message(FATAL_ERROR "${file} loads\n${output}")
+        endif()
+    endforeach()
+endif()
+
+# Settings and log of the run stay out of the user's.
+set(ENV{XDG_CONFIG_HOME} ${WORK_DIR}/state)
+set(ENV{XDG_DATA_HOME} ${WORK_DIR}/state)
+set(ENV{XDG_STATE_HOME} ${WORK_DIR}/state)
+run(${WORK_DIR}/prefix/bin/zoltexport ${SOURCE_DIR}/examples/strider.gltf -o ${WORK_DIR}/strider.abc)
+run(${WORK_DIR}/prefix/bin/abctool check ${WORK_DIR}/strider.abc)
