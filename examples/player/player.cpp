@@ -7,10 +7,12 @@
 // its last node.
 
 #include "engine/model/src/model.h"
+#include "engine/model/src/modelfolder.h"
 #include "engine/model/src/transformmaker.h"
 #include "zoltshared/stdzolt/stdiostream.h"
 
 #include <cstdio>
+#include <string>
 
 constexpr uint32_t FRAME_TIME = 100;      // milliseconds
 constexpr uint32_t TRANSITION_TIME = 200; // milliseconds
@@ -24,10 +26,8 @@ static void SetTime(AnimTracker& tracker, Model& model, uint32_t iAnim, uint32_t
     while (iPrev + 1 < keys.GetSize() && keys[iPrev + 1].m_Time <= time)
         ++iPrev;
     const uint32_t iNext = iPrev + 1 < keys.GetSize() && time > keys[iPrev].m_Time ? iPrev + 1 : iPrev;
-    float percent = 0.0f;
-    if (iNext != iPrev)
-        percent =
-            static_cast<float>(time - keys[iPrev].m_Time) / static_cast<float>(keys[iNext].m_Time - keys[iPrev].m_Time);
+    const uint32_t span = keys[iNext].m_Time - keys[iPrev].m_Time;
+    const float percent = span ? static_cast<float>(time - keys[iPrev].m_Time) / static_cast<float>(span) : 0.0f;
     tracker.Init(&model, iAnim, iPrev, iAnim, iNext, percent);
 }
 
@@ -44,12 +44,15 @@ static bool LoadModel(Model& model, const char* pPath)
         return Fail(pPath, "can't be opened.");
     LoadRequest request;
     request.m_pStream = pStream;
+    const std::string path = pPath;
+    ModelFolder folder(path.substr(0, path.find_last_of('/') + 1).c_str());
+    folder.Attach(&request); // child models stand beside their parent
     const uint32_t result = model.Load(&request);
     pStream->Release();
     if (result != RESULT_OK)
         return Fail(pPath, "is no valid model file.");
     if (!request.m_bChildrenLoaded)
-        Fail(pPath, "child models are missing, and their animations with them.");
+        Fail(pPath, "child models are missing, and their animations with them."); // it plays all the same
     return true;
 }
 
