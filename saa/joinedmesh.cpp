@@ -1,6 +1,7 @@
 #include "saa/joinedmesh.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 // The influences of one vertex by joint, each joint once.
@@ -101,6 +102,13 @@ static void SortWeights(std::vector<JoinedWeight>& weights)
         }
     }
     weights.resize(kept);
+}
+
+float PercentAsFloat(double percent)
+{
+    constexpr float LIMIT = 5.0F;
+    const auto nearest = static_cast<float>(percent);
+    return percent > LIMIT && nearest <= LIMIT ? std::nextafter(LIMIT, 2.0F * LIMIT) : nearest;
 }
 
 JoinedMesh JoinVertices(const ScenePrimitive& primitive, const SceneSkin* skin)

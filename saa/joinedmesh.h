@@ -14,6 +14,10 @@ struct JoinedWeight
     double percent = 0.0;
 };
 
+// A percentage as the float that is handed out: the nearest one, but a share of more than 5 % never falls to 5, which
+// an exporter drops. A weight that a file holds as the float next to 0.05 is such a share.
+float PercentAsFloat(double percent);
+
 struct JoinedMesh
 {
     std::vector<std::uint32_t> vertexOf;   // for each vertex of the primitive its vertex here

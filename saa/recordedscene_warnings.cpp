@@ -44,7 +44,7 @@ void RecordedScene::WarnAboutWeights(int element, const std::vector<int>& elemen
     for (const JoinedWeight& weight : mesh.weights)
     {
         // As an exporter does it: the percentage as a float, and nothing up to 0.05.
-        const bool kept = static_cast<float>(static_cast<float>(weight.percent) / 100.0) > 0.05F;
+        const bool kept = PercentAsFloat(weight.percent) / 100.0 > 0.05F;
         const bool known = elementOfNode[weight.node] >= 0;
         strayJoint = strayJoint || (kept && !known);
         if (kept && known)

@@ -1,5 +1,6 @@
 // Operations on envelopes: which vertices of a mesh an element of the skeleton moves, and how far.
 #include "saa/arguments.h"
+#include "saa/joinedmesh.h"
 #include "saa/operations.h"
 
 #include <algorithm>
@@ -118,7 +119,7 @@ int SAA_ctrlVertexGetEnvelopeWeights(const SAA_Scene* scene, const SAA_Elem* ske
                                         {
                                             return SAA_STATUS_HANDLE;
                                         }
-                                        found[i] = static_cast<float>(weight->percent);
+                                        found[i] = PercentAsFloat(weight->percent);
                                     }
                                     std::copy(found.begin(), found.end(), weights);
                                     return 0;

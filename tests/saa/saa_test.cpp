@@ -526,6 +526,18 @@ TEST(Envelopes, PercentagesAddUpAndDeformedVerticesLandInTheWorld)
     EXPECT_EQ(open.Positions(mesh, SAA_GEOM_ORIGINAL)[7].v[2], primitive.positions[7].z);
 }
 
+TEST(Envelopes, ASmallShareStaysOnItsSideOfFivePercent)
+{
+    // The float next to 0.05 is a little more than 5 %, which is what counts; the float 5 would not be.
+    const double nearFivePercent = 100.0 * double(0.05F);
+    EXPECT_GT(PercentAsFloat(nearFivePercent) / 100.0, double(0.05F));
+    EXPECT_LT(PercentAsFloat(nearFivePercent), 5.000001F);
+    EXPECT_EQ(PercentAsFloat(5.0), 5.0F);
+    EXPECT_EQ(PercentAsFloat(4.99999999), 5.0F);
+    EXPECT_EQ(PercentAsFloat(5.01), 5.01F);
+    EXPECT_EQ(PercentAsFloat(100.0), 100.0F);
+}
+
 TEST(Envelopes, WordsForWeightsThatAreLostAndFinitePositionsWithoutAnInverse)
 {
     Scene scene = RandomSkin(4);
