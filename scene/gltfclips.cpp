@@ -139,7 +139,7 @@ bool ReadGltfClips(GltfReading& reading)
     reading.scene.clips.resize(sources.size());
     for (std::size_t i = 0; i < sources.size(); ++i)
     {
-        const std::string place = GltfPlace("animation", i, sources[i].name);
+        const std::string place = PlaceName("animation", i, sources[i].name);
         if (!ReadClip(reading, sources[i], place, reading.scene.clips[i]))
         {
             return false;

@@ -253,7 +253,7 @@ bool ReadGltfMeshes(GltfReading& reading)
         for (std::size_t p = 0; p < meshes[m].primitives.size(); ++p)
         {
             const tinygltf::Primitive& source = meshes[m].primitives[p];
-            const std::string place = GltfPlace("mesh", m, meshes[m].name) + ", primitive " + std::to_string(p);
+            const std::string place = PlaceName("mesh", m, meshes[m].name) + ", primitive " + std::to_string(p);
             if (source.mode >= TINYGLTF_MODE_POINTS && source.mode <= TINYGLTF_MODE_LINE_STRIP)
             {
                 reading.scene.warnings.push_back(place + ": points and lines are left out.");

@@ -96,7 +96,7 @@ static bool LinkChildren(GltfReading& reading)
     {
         for (const int child : sources[i].children)
         {
-            const std::string place = GltfPlace("node", i, nodes[i].name) + ": child " + std::to_string(child);
+            const std::string place = PlaceName("node", i, nodes[i].name) + ": child " + std::to_string(child);
             if (child < 0 || static_cast<std::size_t>(child) >= nodes.size())
             {
                 return reading.Fail(place + " of " + std::to_string(nodes.size()) + " nodes");
@@ -129,7 +129,7 @@ static bool LinkChildren(GltfReading& reading)
     {
         if (!seen[i])
         {
-            return reading.Fail(GltfPlace("node", i, nodes[i].name) + " is among its own ancestors");
+            return reading.Fail(PlaceName("node", i, nodes[i].name) + " is among its own ancestors");
         }
     }
     return true;
@@ -156,7 +156,7 @@ static bool ReadRoots(GltfReading& reading)
         return reading.Fail("scene " + std::to_string(shown) + " of " + std::to_string(model.scenes.size()));
     }
     scene.name = model.scenes[shown].name;
-    const std::string place = GltfPlace("scene", static_cast<std::size_t>(shown), scene.name) + ": ";
+    const std::string place = PlaceName("scene", static_cast<std::size_t>(shown), scene.name) + ": ";
     std::vector<bool> listed(scene.nodes.size(), false);
     for (const int root : model.scenes[shown].nodes)
     {
@@ -200,7 +200,7 @@ bool ReadGltfNodes(GltfReading& reading)
     {
         SceneNode& node = reading.scene.nodes[i];
         node.name = sources[i].name;
-        const std::string place = GltfPlace("node", i, node.name);
+        const std::string place = PlaceName("node", i, node.name);
         if (!ReadTransform(reading, sources[i], place, node) || !ReadMeshOfNode(reading, sources[i], node))
         {
             return reading.Fail(place + ": " + reading.error);

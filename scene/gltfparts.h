@@ -3,6 +3,7 @@
 #pragma once
 
 #include "scene/gltfdocument.h"
+#include "scene/placename.h"
 #include "scene/scene.h"
 
 #include <cstddef>
@@ -31,6 +32,3 @@ bool ReadGltfMeshes(GltfReading& reading);
 bool ReadGltfNodes(GltfReading& reading); // and the roots of the default scene; needs the meshes
 bool ReadGltfSkins(GltfReading& reading); // and which node's mesh uses which; needs the nodes
 bool ReadGltfClips(GltfReading& reading); // needs the nodes
-
-// "mesh 2", or "mesh 2 (body)" if it has a name.
-std::string GltfPlace(const char* kind, std::size_t index, const std::string& name);

@@ -25,12 +25,6 @@ bool GltfReading::Spend(std::size_t count)
     return true;
 }
 
-std::string GltfPlace(const char* kind, std::size_t index, const std::string& name)
-{
-    const std::string place = std::string(kind) + " " + std::to_string(index);
-    return name.empty() ? place : place + " (" + name + ")";
-}
-
 static bool ReadParts(const std::string& path, Scene& scene, std::string& error)
 {
     GltfDocument document;

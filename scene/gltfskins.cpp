@@ -84,14 +84,14 @@ bool ReadGltfSkins(GltfReading& reading)
     {
         if (!ReadSkin(reading, model.skins[i], reading.scene.skins[i]))
         {
-            return reading.Fail(GltfPlace("skin", i, model.skins[i].name) + ": " + reading.error);
+            return reading.Fail(PlaceName("skin", i, model.skins[i].name) + ": " + reading.error);
         }
     }
     for (std::size_t i = 0; i < model.nodes.size(); ++i)
     {
         if (!ApplySkin(reading, reading.scene.nodes[i], model.nodes[i].skin))
         {
-            return reading.Fail(GltfPlace("node", i, model.nodes[i].name) + ": " + reading.error);
+            return reading.Fail(PlaceName("node", i, model.nodes[i].name) + ": " + reading.error);
         }
     }
     return true;

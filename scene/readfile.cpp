@@ -7,7 +7,8 @@
 #include <fstream>
 #include <system_error>
 
-bool ReadFileBytes(const std::string& path, std::vector<unsigned char>& bytes, std::string& error)
+// Opens `file` for reading; as FindFileLength.
+static bool OpenFile(const std::string& path, std::ifstream& file, std::uintmax_t& length, std::string& error)
 {
     std::error_code code;
     const std::filesystem::file_status status = std::filesystem::status(path, code);
@@ -17,11 +18,28 @@ bool ReadFileBytes(const std::string& path, std::vector<unsigned char>& bytes, s
         return false;
     }
     errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    const std::uintmax_t length = std::filesystem::file_size(path, code);
+    file.open(path, std::ios::binary);
+    length = std::filesystem::file_size(path, code);
     if (!file || code)
     {
         error = std::string("can't be opened: ") + std::strerror(errno != 0 ? errno : code.value());
+        return false;
+    }
+    return true;
+}
+
+bool FindFileLength(const std::string& path, std::uintmax_t& length, std::string& error)
+{
+    std::ifstream file;
+    return OpenFile(path, file, length, error);
+}
+
+bool ReadFileBytes(const std::string& path, std::vector<unsigned char>& bytes, std::string& error)
+{
+    std::ifstream file;
+    std::uintmax_t length = 0;
+    if (!OpenFile(path, file, length, error))
+    {
         return false;
     }
     if (length > 0x7FFFFFFFU)
