@@ -32,7 +32,7 @@ bool ListAssimpNodes(const aiNode* root, std::vector<const aiNode*>& nodes)
 
 std::string AssimpNodeName(const aiNode& node)
 {
-    const std::string name = node.mName.C_Str();
+    std::string name = node.mName.C_Str();
     if (name.compare(0, 17, "$ColladaAutoName$") != 0)
     {
         return name;
