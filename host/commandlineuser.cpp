@@ -1,0 +1,95 @@
+#include "host/commandlineuser.h"
+
+#include "host/console.h"
+#include "host/exportdialog.h"
+#include "host/exportoptions.h"
+
+#include <filesystem>
+#include <system_error>
+
+std::string ReplaceAll(std::string text, const std::string& from, const std::string& to)
+{
+    if (from.empty())
+        return text;
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+    return text;
+}
+
+static bool EndsWith(const std::string& text, const std::string& end)
+{
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+// Decides which file is written. What the dialog offers may be relative, to a folder that nobody remembers: the name
+// is taken from here, and stored as it was taken.
+bool CommandLineUser::ChooseTarget(const std::string& offered)
+{
+    m_Target = m_Answers.file;
+    if (m_Target.empty() && !offered.empty())
+    {
+        std::error_code error;
+        m_Target = std::filesystem::absolute(offered, error).string();
+    }
+    if (m_Target.empty())
+        m_Console.Error("No file is named to write to; name one with -o.");
+    else if (m_Target.size() > MAX_DIALOG_TEXT)
+        m_Console.Error("The path of the output file is longer than 511 characters: " + m_Target);
+    else
+        m_Staged = m_Answers.stage ? m_Answers.stage(m_Target) : m_Target;
+    return !m_Staged.empty();
+}
+
+void CommandLineUser::OperateDialog(DialogWindow& dialog)
+{
+    if (!ChooseTarget(dialog.GetText(EXPORT_FILENAME_EDIT)))
+    {
+        dialog.Close();
+        return;
+    }
+    dialog.Type(EXPORT_FILENAME_EDIT, m_Staged);
+    if (m_Answers.animName)
+        dialog.Type(EXPORT_ANIMATION_EDIT, *m_Answers.animName);
+    m_AnimName = dialog.GetText(EXPORT_ANIMATION_EDIT);
+    if (m_Answers.debug)
+        dialog.SetCheck(EXPORT_DEBUG_CHECK, *m_Answers.debug);
+    dialog.SetCheck(EXPORT_OVERWRITE_CHECK, m_Answers.overwrite && !m_Answers.append);
+    m_PressedOk = dialog.Press(IDOK);
+}
+
+int CommandLineUser::AnswerQuestion(const std::string& text, const char* caption, unsigned type)
+{
+    const bool asksAppend = text == APPEND_QUESTION;
+    const bool asksOverwrite = EndsWith(text, OVERWRITE_QUESTION);
+    if (asksAppend && m_Answers.append)
+        return IDYES;
+    if (asksOverwrite && m_Answers.append && m_Answers.overwrite)
+        return IDYES;
+    if (m_Terminal && !m_Answers.append && !m_Answers.overwrite)
+    {
+        m_Console.ClearBar();
+        return m_Terminal->AnswerMessageBox(text.c_str(), caption, type);
+    }
+    if (asksAppend)
+        m_Console.Error(m_Target + " exists: --append adds the animation to it, --overwrite replaces it.");
+    else if (asksOverwrite)
+        m_Console.Error(m_Target + " is an invalid model file: --append --overwrite replaces it.");
+    else
+        m_Console.Error("Answered No: " + text);
+    return IDNO;
+}
+
+int CommandLineUser::AnswerMessageBox(const char* text, const char* caption, unsigned type)
+{
+    const std::string shown = ReplaceAll(text, m_Staged, m_Target);
+    if ((type & MB_YESNO) == MB_YESNO)
+        return AnswerQuestion(shown, caption, type);
+    m_Console.Error(shown);
+    return IDOK;
+}
+
+// Never opened from here: the name is typed.
+bool CommandLineUser::ChooseSaveFile(SaveFileQuestion&)
+{
+    return false;
+}

@@ -1,0 +1,60 @@
+// The user in front of the plug-in's dialog when the exporter is run from a command line.
+#pragma once
+
+#include "win32/dialoguser.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+class Console;
+
+// What that user types, ticks and answers.
+struct CommandLineAnswers
+{
+    std::string file;                    // absolute; empty: what the dialog offers, made absolute
+    std::optional<std::string> animName; // none: what the dialog offers
+    std::optional<bool> debug;           // none: as the dialog offers it
+    bool append = false;                 // Yes to the append question
+    bool overwrite = false;              // alone: Force Overwrite; with append: Yes to the overwrite question
+    // Which file the plug-in writes in place of the target; none: the target itself. An empty path cancels.
+    std::function<std::string(const std::string& target)> stage;
+};
+
+// Force Overwrite is never taken over from the dialog: it is ticked only if overwriting was asked for and appending
+// wasn't. Without either the questions go to the terminal; if there is none the answer is No, and the console says
+// which switch was missing. Message boxes become errors on the console, with the target's name in place of that of a
+// staged file.
+class CommandLineUser : public DialogUser
+{
+public:
+    // The terminal may be null. Nothing is owned.
+    CommandLineUser(CommandLineAnswers answers, Console& console, DialogUser* terminal)
+        : m_Answers(std::move(answers)), m_Console(console), m_Terminal(terminal)
+    {
+    }
+
+    void OperateDialog(DialogWindow& dialog) override;
+    int AnswerMessageBox(const char* text, const char* caption, unsigned type) override;
+    bool ChooseSaveFile(SaveFileQuestion& question) override;
+
+    // What the dialog ended with.
+    bool PressedOk() const { return m_PressedOk; }
+    const std::string& GetTarget() const { return m_Target; }     // absolute
+    const std::string& GetAnimName() const { return m_AnimName; } // as typed or offered
+
+private:
+    bool ChooseTarget(const std::string& offered);
+    int AnswerQuestion(const std::string& text, const char* caption, unsigned type);
+
+    CommandLineAnswers m_Answers;
+    Console& m_Console;
+    DialogUser* m_Terminal;
+    std::string m_Target;
+    std::string m_Staged; // what the plug-in writes
+    std::string m_AnimName;
+    bool m_PressedOk = false;
+};
+
+// The text with every `from` replaced by `to`.
+std::string ReplaceAll(std::string text, const std::string& from, const std::string& to);

@@ -1,0 +1,186 @@
+#include "host/exportoptions.h"
+
+#include <CLI/CLI.hpp>
+
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <set>
+#include <system_error>
+
+namespace
+{
+
+// Options whose text needs a look of its own before it counts.
+struct RawTexts
+{
+    std::string out, anim, clip, fps, start, end, log;
+};
+
+} // namespace
+
+static constexpr double MIN_FPS = 1.0;
+static constexpr double MAX_FPS = 1000.0;
+static constexpr int MAX_FRAME = 1000000000; // so that differences of frames stay within an int
+
+static const char* const VALUE_OPTIONS[] = {"-o", "--output", "-a", "--anim", "--clip", "--fps", "--start", "--end",
+                                            "--log"};
+static const char* const OTHER_OPTIONS[] = {"--all-clips", "--append", "--overwrite", "--debug", "--no-debug",
+                                            "--quiet",     "-q",       "--list",      "--json",  "--help",
+                                            "-h",          "--version"};
+
+static CommandLine WrongUsage(const std::string& sentence)
+{
+    return {false, 2, std::string(), sentence + " Try --help."};
+}
+
+// A number, or one divided by another: "30", "29.97", "30000/1001".
+static bool ParseNumber(const std::string& text, double& value)
+{
+    const char* last = text.data() + text.size();
+    auto [end, error] = std::from_chars(text.data(), last, value);
+    if (error != std::errc())
+        return false;
+    if (end != last)
+    {
+        double divisor = 0.0;
+        if (*end != '/' || std::from_chars(end + 1, last, divisor).ptr != last || divisor == 0.0)
+            return false;
+        value /= divisor;
+    }
+    return std::isfinite(value);
+}
+
+static bool ParseFrame(const std::string& text, std::optional<int>& frame)
+{
+    int value = 0;
+    const char* last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, value);
+    if (error != std::errc() || end != last || value < -MAX_FRAME || value > MAX_FRAME)
+        return false;
+    frame = value;
+    return true;
+}
+
+// Not normalised: a ".." behind a symbolic link means what the system makes of it.
+static bool MakeAbsolute(const std::string& path, std::string& absolute)
+{
+    std::error_code error;
+    absolute = std::filesystem::absolute(path, error).string();
+    return !error && !path.empty();
+}
+
+// An option that lacks its value would take the next option as one. A value that looks like an option can be given
+// with '='.
+static std::string FindSwallowedOption(int argc, const char* const* argv)
+{
+    const std::set<std::string> takesValue(std::begin(VALUE_OPTIONS), std::end(VALUE_OPTIONS));
+    std::set<std::string> all(std::begin(OTHER_OPTIONS), std::end(OTHER_OPTIONS));
+    all.insert(takesValue.begin(), takesValue.end());
+    for (int i = 1; i + 1 < argc; i++)
+    {
+        if (std::string(argv[i]) == "--")
+            break;
+        if (takesValue.count(argv[i]) == 0)
+            continue;
+        i++;
+        if (all.count(argv[i]) != 0)
+            return argv[i - 1];
+    }
+    return std::string();
+}
+
+static CommandLine TakeTexts(const CLI::App& app, const RawTexts& texts, ExportOptions& options)
+{
+    if (options.scenePath.empty())
+        return WrongUsage("The name of the scene file is empty.");
+    if (app.count("--output") > 0 && !MakeAbsolute(texts.out, options.outPath))
+        return WrongUsage("--output needs the name of a file.");
+    if (options.outPath.size() > MAX_DIALOG_TEXT)
+        return WrongUsage("The path of the output file is longer than 511 characters.");
+    if (app.count("--anim") > 0)
+        options.animName = texts.anim;
+    if (texts.anim.size() > MAX_DIALOG_TEXT)
+        return WrongUsage("The animation name is longer than 511 characters.");
+    if (app.count("--anim") > 0 && texts.anim.empty())
+        return WrongUsage("The animation name is empty.");
+    if (app.count("--clip") > 0)
+        options.clip = texts.clip;
+    if (options.allClips && options.animName)
+        return WrongUsage("--all-clips names each animation after its clip and doesn't go together with --anim.");
+    if (options.allClips && options.clip)
+        return WrongUsage("--all-clips doesn't go together with --clip.");
+    if (app.count("--fps") > 0 &&
+        (!ParseNumber(texts.fps, options.fps) || options.fps < MIN_FPS || options.fps > MAX_FPS))
+        return WrongUsage("--fps needs a number from 1 to 1000.");
+    if (app.count("--start") > 0 && !ParseFrame(texts.start, options.start))
+        return WrongUsage("--start needs a frame number.");
+    if (app.count("--end") > 0 && !ParseFrame(texts.end, options.end))
+        return WrongUsage("--end needs a frame number.");
+    if (app.count("--log") > 0 && !MakeAbsolute(texts.log, options.logPath))
+        return WrongUsage("--log needs the name of a file.");
+    if (options.json && !options.list)
+        return WrongUsage("--json goes together with --list.");
+    return {true, 0, std::string(), std::string()};
+}
+
+static CommandLine ParseWith(CLI::App& app, int argc, const char* const* argv, const RawTexts& texts,
+                             ExportOptions& options)
+{
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::CallForHelp&)
+    {
+        return {false, 0, app.help(), std::string()};
+    }
+    catch (const CLI::CallForVersion& version)
+    {
+        return {false, 0, std::string(version.what()) + "\n", std::string()};
+    }
+    catch (const CLI::ParseError& error)
+    {
+        const std::string sentence = error.what();
+        return WrongUsage(sentence.empty() || sentence.back() == '.' ? sentence : sentence + ".");
+    }
+    return TakeTexts(app, texts, options);
+}
+
+CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions& options)
+{
+    options = ExportOptions();
+    const std::string swallowed = FindSwallowedOption(argc, argv);
+    if (!swallowed.empty())
+        return WrongUsage(swallowed + " lacks its value.");
+
+    RawTexts texts;
+    bool debug = false;
+    bool noDebug = false;
+    CLI::App app("Exports the animated scene of a glTF, FBX, Collada, ... file to an .abc model file.", "zoltexport");
+    app.set_version_flag("--version", "zoltexport " ZOLT_VERSION);
+    app.add_option("scene", options.scenePath, "The scene file")->required()->type_name("SCENE");
+    app.add_option("-o,--output", texts.out, "The model file; without it, that of the last run")->type_name("FILE");
+    app.add_option("-a,--anim", texts.anim, "The animation's name in the model file; without it, the clip's")
+        ->type_name("NAME");
+    app.add_option("--clip", texts.clip, "The clip to export; without it, the first")->type_name("NAME|INDEX");
+    app.add_flag("--all-clips", options.allClips, "Export every clip into the one file");
+    app.add_option("--fps", texts.fps, "Frames per second, from 1 to 1000 (30)")->type_name("N");
+    app.add_option("--start", texts.start, "First frame, instead of that of the clip's first key")->type_name("F");
+    app.add_option("--end", texts.end, "Last frame, instead of that of the clip's last key")->type_name("F");
+    app.add_flag("--append", options.append, "Add the animation to the model file if it exists");
+    app.add_flag("--overwrite", options.overwrite,
+                 "Replace the model file; with --append, only if it is no valid model");
+    auto* debugFlag = app.add_flag("--debug", debug, "Show each call of the scene library that fails");
+    app.add_flag("--no-debug", noDebug, "Don't; without either, as in the last run")->excludes(debugFlag);
+    app.add_option("--log", texts.log, "Where the log goes")->type_name("FILE");
+    app.add_flag("-q,--quiet", options.quiet, "Print nothing but errors");
+    app.add_flag("--list", options.list, "Print what is in the scene and export nothing");
+    app.add_flag("--json", options.json, "With --list: print it as JSON");
+    app.footer("Exit status: 0 written, 1 not written, 2 wrong usage.");
+
+    CommandLine result = ParseWith(app, argc, argv, texts, options);
+    if (debug || noDebug)
+        options.debug = debug;
+    return result;
+}

@@ -1,0 +1,41 @@
+// What the command line of the exporter asks for.
+#pragma once
+
+#include <optional>
+#include <string>
+
+// The dialog takes this many characters of a file name or an animation name.
+constexpr int MAX_DIALOG_TEXT = 511;
+
+struct ExportOptions
+{
+    std::string scenePath;               // as it was given
+    std::string outPath;                 // absolute; empty: what the dialog offers
+    std::optional<std::string> animName; // none: what the dialog offers
+    std::optional<std::string> clip;     // a clip's name or index
+    bool allClips = false;
+    double fps = 30.0;
+    std::optional<int> start; // frames
+    std::optional<int> end;
+    bool append = false;
+    bool overwrite = false;
+    std::optional<bool> debug; // none: as the dialog offers it
+    std::string logPath;       // absolute; empty: the usual place
+    bool quiet = false;
+    bool list = false;
+    bool json = false;
+};
+
+// What came of the command line. Unless `run` is set, the program prints `output` to stdout and `problem` to stderr,
+// and ends with `status`.
+struct CommandLine
+{
+    bool run = false;
+    int status = 0;
+    std::string output;
+    std::string problem;
+};
+
+// Takes the program's arguments, the program's own name first. Wrong usage gives the status 2 and one sentence with a
+// hint.
+CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions& options);
