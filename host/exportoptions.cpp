@@ -23,11 +23,11 @@ static constexpr double MIN_FPS = 1.0;
 static constexpr double MAX_FPS = 1000.0;
 static constexpr int MAX_FRAME = 1000000000; // so that differences of frames stay within an int
 
-static const char* const VALUE_OPTIONS[] = {"-o", "--output", "-a", "--anim", "--clip", "--fps", "--start", "--end",
-                                            "--log"};
-static const char* const OTHER_OPTIONS[] = {"--all-clips", "--append", "--overwrite", "--debug", "--no-debug",
-                                            "--quiet",     "-q",       "--list",      "--json",  "--help",
-                                            "-h",          "--version"};
+static const char* const VALUE_OPTIONS[] = {"-o",    "--output", "-a",    "--anim", "--clip",
+                                            "--fps", "--start",  "--end", "--log"};
+static const char* const OTHER_OPTIONS[] = {"--all-clips", "--append", "--overwrite", "--debug",
+                                            "--no-debug",  "--quiet",  "-q",          "--list",
+                                            "--json",      "--help",   "-h",          "--version"};
 
 static CommandLine WrongUsage(const std::string& sentence)
 {

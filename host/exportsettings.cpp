@@ -9,7 +9,7 @@ static const char SETTINGS_KEY[] = "Software\\Varnish Hill Studios\\ZoltExport\\
 static const struct
 {
     const char* name;
-    ExportSettings::Text ExportSettings::* text;
+    ExportSettings::Text ExportSettings::*text;
 } VALUES[] = {{"Filename", &ExportSettings::filename},
               {"DebugMode", &ExportSettings::debugMode},
               {"ForceOverwrite", &ExportSettings::forceOverwrite}};

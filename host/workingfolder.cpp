@@ -1,0 +1,125 @@
+#include "host/workingfolder.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+static const size_t MAX_KEPT_NAME = 100; // bytes of the target's name in that of the folder
+
+// Signals that end the process unless somebody has chosen otherwise.
+static sigset_t EndingSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    {
+        struct sigaction action = {};
+        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_DFL)
+            sigaddset(&signals, number);
+    }
+    return signals;
+}
+
+// One of the set, 0 if it is empty.
+static int AnySignal(const sigset_t& signals)
+{
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    {
+        if (sigismember(&signals, number) == 1)
+            return number;
+    }
+    return 0;
+}
+
+// Another thread may still be creating files in it; it can't any more once the folder is gone.
+static void RemoveFolder(const std::string& path)
+{
+    std::error_code error;
+    for (int i = 0; i < 100; i++)
+    {
+        fs::remove_all(path, error);
+        if (!error && !fs::exists(path, error))
+            return;
+    }
+}
+
+bool WorkingFolder::CreateIn(const std::string& folder, const std::string& name)
+{
+    const std::string pattern = (fs::path(folder) / ("." + name.substr(0, MAX_KEPT_NAME) + ".zolt-XXXXXX")).string();
+    std::vector<char> path(pattern.begin(), pattern.end());
+    path.push_back(0);
+    if (!mkdtemp(path.data()))
+        return false;
+    m_Path = path.data();
+    m_File = (fs::path(m_Path) / name).string();
+    return true;
+}
+
+bool WorkingFolder::Create(const std::string& target, size_t maxPath)
+{
+    const fs::path path(target);
+    const std::string name = path.filename().string();
+    if (name.empty())
+        return false;
+    m_Signals = EndingSignals();
+    m_Masked = pthread_sigmask(SIG_BLOCK, &m_Signals, &m_MaskBefore) == 0;
+
+    std::error_code error;
+    const bool exists = fs::exists(path, error);
+    const std::string beside = path.parent_path().string();
+    const size_t longest = beside.size() + MAX_KEPT_NAME + name.size() + 20;
+    if ((!exists || fs::is_regular_file(path, error)) && longest <= maxPath)
+    {
+        if (!CreateIn(beside, name) && errno != EACCES && errno != EPERM && errno != EROFS && errno != ENAMETOOLONG)
+            return false;
+    }
+    if (m_Path.empty() && (!fs::is_directory(beside, error) ||
+                           !CreateIn(fs::temp_directory_path(error).string(), name) || m_File.size() > maxPath))
+        return false;
+    if (AnySignal(m_Signals) != 0)
+        m_Watcher = std::thread([this] { WatchSignals(); });
+    return true;
+}
+
+void WorkingFolder::WatchSignals()
+{
+    int number = 0;
+    if (sigwait(&m_Signals, &number) != 0)
+        return;
+    const auto lock = HoldEnd();
+    if (m_Stopping)
+        return;
+    RemoveFolder(m_Path);
+    sigset_t only;
+    sigemptyset(&only);
+    sigaddset(&only, number);
+    pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
+    raise(number);
+}
+
+void WorkingFolder::StopWatching()
+{
+    if (!m_Watcher.joinable())
+        return;
+    {
+        const auto lock = HoldEnd();
+        m_Stopping = true;
+    }
+    pthread_kill(m_Watcher.native_handle(), AnySignal(m_Signals)); // wakes it
+    m_Watcher.join();
+}
+
+WorkingFolder::~WorkingFolder()
+{
+    StopWatching();
+    if (!m_Path.empty())
+        RemoveFolder(m_Path);
+    if (m_Masked)
+        pthread_sigmask(SIG_SETMASK, &m_MaskBefore, nullptr);
+}

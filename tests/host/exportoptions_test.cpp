@@ -1,0 +1,104 @@
+// The command line, as tables.
+#include "host/exportoptions.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <vector>
+
+static CommandLine Parse(std::vector<const char*> arguments, ExportOptions& options)
+{
+    arguments.insert(arguments.begin(), "zoltexport");
+    return ParseExportOptions(static_cast<int>(arguments.size()), arguments.data(), options);
+}
+
+TEST(ExportOptionsTest, EverythingGiven)
+{
+    ExportOptions options;
+    ASSERT_TRUE(Parse({"s.gltf", "-o", "out.abc", "-a", "-run-", "--clip", "-1", "--fps", "30000/1001", "--start",
+                       "-3", "--end", "9", "--append", "--overwrite", "--debug", "--log", "/l.log", "--quiet"},
+                      options)
+                    .run);
+    EXPECT_EQ(options.scenePath, "s.gltf");
+    EXPECT_EQ(options.outPath, std::filesystem::current_path() / "out.abc");
+    EXPECT_EQ(options.animName, "-run-");
+    EXPECT_EQ(options.clip, "-1");
+    EXPECT_NEAR(options.fps, 29.97002997, 1e-8);
+    EXPECT_EQ(options.start, -3);
+    EXPECT_EQ(options.end, 9);
+    EXPECT_TRUE(options.append && options.overwrite && options.quiet);
+    EXPECT_EQ(options.debug, true);
+    EXPECT_EQ(options.logPath, "/l.log");
+
+    ASSERT_TRUE(Parse({"--no-debug", "--all-clips", "--fps=23.976", "--", "-s.gltf"}, options).run);
+    EXPECT_EQ(options.scenePath, "-s.gltf");
+    EXPECT_EQ(options.debug, false);
+    EXPECT_EQ(options.outPath, "");
+    EXPECT_FALSE(options.animName || options.clip || options.start || options.end || options.append);
+
+    ASSERT_TRUE(Parse({"s.gltf"}, options).run);
+    EXPECT_EQ(options.fps, 30.0);
+    EXPECT_FALSE(options.debug.has_value());
+    ASSERT_TRUE(Parse({"s.gltf", "--anim=--append", "--list", "--json"}, options).run);
+    EXPECT_EQ(options.animName, "--append");
+    EXPECT_TRUE(options.list && options.json);
+}
+
+TEST(ExportOptionsTest, WrongUsage)
+{
+    const std::string path511 = "/" + std::string(510, 'p');
+    const std::string path512 = "/" + std::string(511, 'p');
+    const std::string name512(512, 'n');
+    ExportOptions options;
+    EXPECT_TRUE(Parse({"s", "-o", path511.c_str()}, options).run);
+    EXPECT_TRUE(Parse({"s", "-a", path511.c_str()}, options).run);
+    const std::vector<std::vector<const char*>> lines = {
+        {},
+        {""},
+        {"a", "b"},
+        {"s", "--bogus"},
+        {"s", "-o"},
+        {"s", "-o", ""},
+        {"s", "-o", "--append"},
+        {"s", "-o", "a", "-o", "b"},
+        {"s", "-o", path512.c_str()},
+        {"s", "-a", name512.c_str()},
+        {"s", "--anim", ""},
+        {"s", "--all-clips", "--anim", "x"},
+        {"s", "--all-clips", "--clip", "0"},
+        {"s", "--debug", "--no-debug"},
+        {"s", "--json"},
+        {"s", "--log", ""},
+        {"s", "--start", "1.5"},
+        {"s", "--end", "99999999999"},
+        {"s", "--fps", "0.99"},
+        {"s", "--fps", "1000.5"},
+        {"s", "--fps", "-30"},
+        {"s", "--fps", "nan"},
+        {"s", "--fps", "30x"},
+        {"s", "--fps", "30/0"},
+        {"s", "--fps", "30/"},
+    };
+    for (const auto& line : lines)
+    {
+        const CommandLine result = Parse(line, options);
+        const char* last = line.empty() ? "nothing" : line.back();
+        EXPECT_FALSE(result.run) << last;
+        EXPECT_EQ(result.status, 2) << last;
+        EXPECT_TRUE(result.output.empty()) << last;
+        EXPECT_NE(result.problem.find(". Try --help."), std::string::npos) << last << ": " << result.problem;
+    }
+}
+
+TEST(ExportOptionsTest, HelpAndVersion)
+{
+    ExportOptions options;
+    CommandLine result = Parse({"--help"}, options);
+    EXPECT_FALSE(result.run);
+    EXPECT_EQ(result.status, 0);
+    for (const char* name : {"--output", "--anim", "--clip", "--all-clips", "--fps", "--start", "--end", "--append",
+                             "--overwrite", "--debug", "--no-debug", "--log", "--quiet", "--list", "--json"})
+        EXPECT_NE(result.output.find(name), std::string::npos) << name;
+    result = Parse({"--version"}, options);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output.compare(0, 11, "zoltexport "), 0);
+}

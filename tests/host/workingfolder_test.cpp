@@ -1,0 +1,100 @@
+// The working folder: where it is, and that it goes, however the process ends.
+#include "host/workingfolder.h"
+
+#include "host/placefile.h"
+#include "tests/win32/temporaryfolder.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+static size_t CountEntries(const std::string& folder)
+{
+    return static_cast<size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+}
+
+TEST(WorkingFolderTest, BesideTheTargetOrElsewhere)
+{
+    const TemporaryFolder base;
+    std::string path;
+    {
+        WorkingFolder folder;
+        ASSERT_TRUE(folder.Create(base / "m.abc", 511));
+        path = folder.GetPath();
+        EXPECT_EQ(fs::path(path).parent_path(), base.Path());
+        EXPECT_EQ(fs::path(folder.GetFile()).filename(), "m.abc");
+        std::ofstream(folder.GetFile()) << "x";
+    }
+    EXPECT_FALSE(fs::exists(path));
+
+    const ScopedVariable temporary("TMPDIR", (base / "tmp").c_str());
+    fs::create_directory(base / "tmp");
+    ASSERT_EQ(mkfifo((base / "fifo").c_str(), 0600), 0);
+    {
+        WorkingFolder forPipe;
+        ASSERT_TRUE(forPipe.Create(base / "fifo", 511));
+        EXPECT_EQ(fs::path(forPipe.GetPath()).parent_path(), base / "tmp");
+        const std::string deep = base / std::string(200, 'd');
+        fs::create_directory(deep);
+        WorkingFolder forDeep;
+        ASSERT_TRUE(forDeep.Create(deep + "/m.abc", 200)); // too long beside the target
+        EXPECT_EQ(fs::path(forDeep.GetPath()).parent_path(), base / "tmp");
+    }
+    EXPECT_EQ(CountEntries(base / "tmp"), 0U);
+    EXPECT_FALSE(WorkingFolder().Create(base / "missing/m.abc", 511));
+}
+
+TEST(WorkingFolderTest, SignalsTakeTheFolderAlong)
+{
+    const TemporaryFolder base;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0)
+        {
+            std::signal(signal, SIG_DFL);
+            WorkingFolder folder;
+            if (!folder.Create(base / "m.abc", 511))
+                _exit(1);
+            for (int i = 0; i < 1000000; i++) // files keep coming
+            {
+                if (i == 3)
+                    kill(getpid(), signal);
+                std::ofstream(folder.GetPath() + "/" + std::to_string(i)) << "x";
+            }
+            _exit(2);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << signal << " " << status;
+        EXPECT_EQ(CountEntries(base.Path()), 0U) << signal;
+    }
+}
+
+TEST(PlaceFileTest, KeepsLinksAndPermissionsOrTheOldFile)
+{
+    const TemporaryFolder base;
+    std::ofstream(base / "new") << "new bytes";
+    std::ofstream(base / "real") << "old";
+    fs::permissions(base / "real", fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    fs::create_symlink("real", base / "link");
+    std::string error;
+    ASSERT_TRUE(PlaceFile(base / "new", base / "link", error)) << error;
+    EXPECT_TRUE(fs::is_symlink(base / "link"));
+    std::string text;
+    std::ifstream(base / "real") >> text;
+    EXPECT_EQ(text, "new");
+    EXPECT_EQ(fs::status(base / "real").permissions(),
+              fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    EXPECT_FALSE(PlaceFile(base / "gone", base / "real", error));
+    EXPECT_EQ(error, "Unable to write " + (base / "real") + ".");
+    EXPECT_EQ(fs::file_size(base / "real"), 9U);
+    EXPECT_FALSE(PlaceFile(base / "new", base / "no/m.abc", error));
+    EXPECT_EQ(error, "Unable to open " + (base / "no/m.abc") + " for writing.");
+}
