@@ -14,8 +14,8 @@ static CommandLine Parse(std::vector<const char*> arguments, ExportOptions& opti
 TEST(ExportOptionsTest, EverythingGiven)
 {
     ExportOptions options;
-    ASSERT_TRUE(Parse({"s.gltf", "-o", "out.abc", "-a", "-run-", "--clip", "-1", "--fps", "30000/1001", "--start",
-                       "-3", "--end", "9", "--append", "--overwrite", "--debug", "--log", "/l.log", "--quiet"},
+    ASSERT_TRUE(Parse({"s.gltf", "-o", "out.abc", "-a", "-run-", "--clip", "-1", "--fps", "30000/1001", "--start", "-3",
+                       "--end", "9", "--append", "--overwrite", "--debug", "--log", "/l.log", "--quiet"},
                       options)
                     .run);
     EXPECT_EQ(options.scenePath, "s.gltf");

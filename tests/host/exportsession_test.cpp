@@ -1,0 +1,294 @@
+// Whole runs of the exporter on a small scene, through the plug-in, up to what is on disk afterwards.
+#include "host/exportsession.h"
+
+#include "engine/model/src/loadrequest.h"
+#include "engine/model/src/model.h"
+#include "host/console.h"
+#include "host/exportsettings.h"
+#include "saa/saahost.h"
+#include "tests/scene/gltftext.h"
+#include "tests/win32/temporaryfolder.h"
+#include "win32/registrystore.h"
+#include "win32/scripteduser.h"
+#include "win32/zoltwin32.h"
+#include "zoltshared/stdzolt/stdiostream.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace fs = std::filesystem;
+
+// A triangle under a node that moves along x, in three clips, one without a name.
+static std::string MakeSceneText(bool twoNodes = false)
+{
+    GltfText text;
+    const int positions = text.Floats("VEC3", {0, 0, 0, 4, 0, 0, 0, 4, 1}, R"("min": [0, 0, 0], "max": [4, 4, 1])");
+    const int times = text.Floats("SCALAR", {0, 0.5, 1}, R"("min": [0], "max": [1])");
+    const int moves = text.Floats("VEC3", {0, 0, 0, 1, 0, 0, 0, 2, 0});
+    text.Item("meshes", R"({"primitives": [{"attributes": {"POSITION": )" + std::to_string(positions) + "}}]}");
+    text.Item("nodes",
+              twoNodes ? R"({"name": "top", "mesh": 0, "children": [1, 2]})" : R"({"name": "top", "mesh": 0})");
+    for (int i = 0; twoNodes && i < 2; i++)
+        text.Item("nodes", R"({"mesh": 0})");
+    text.Item("scenes", R"({"nodes": [0]})");
+    text.Member(R"("scene": 0)");
+    for (const char* name : {R"("name": "walk", )", R"("name": "run", )", ""})
+        text.Item("animations",
+                  std::string("{") + name + R"("samplers": [{"input": )" + std::to_string(times) + R"(, "output": )" +
+                      std::to_string(moves) +
+                      R"(}], "channels": [{"sampler": 0, "target": {"node": 0, "path": "translation"}}]})");
+    return text.Text();
+}
+
+static std::string ReadFile(const std::string& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+class ExportSessionTest : public testing::Test
+{
+protected:
+    ExportSessionTest() : m_State("XDG_STATE_HOME", (m_Folder / "state").c_str())
+    {
+        SetRegistryFile((m_Folder / "registry.db").c_str());
+        fs::create_directory(m_Folder / "out");
+        m_Options.scenePath = m_Folder / "scene.gltf";
+        m_Options.outPath = m_Folder / "out/m.abc";
+        m_Options.logPath = m_Folder / "log";
+        std::ofstream(m_Options.scenePath) << MakeSceneText();
+    }
+    ~ExportSessionTest() override
+    {
+        ClearFaults();
+        SetRegistryFile(nullptr);
+    }
+
+    // The exit status; what was said on stderr is in m_Said.
+    int Run(DialogUser* terminal = nullptr)
+    {
+        char* said = nullptr;
+        size_t size = 0;
+        FILE* err = open_memstream(&said, &size);
+        int status = -1;
+        {
+            Console console(err, m_Options.quiet, false);
+            ExportSurroundings surroundings;
+            surroundings.console = &console;
+            surroundings.terminal = terminal;
+            surroundings.plugin = ZOLT_PLUGIN;
+            status = RunExport(m_Options, surroundings);
+        }
+        std::fclose(err);
+        m_Said = said;
+        std::free(said); // NOLINT(cppcoreguidelines-no-malloc): open_memstream's
+        EXPECT_EQ(GetDialogUser(), nullptr);
+        return status;
+    }
+
+    bool Said(const std::string& text) const { return m_Said.find(text) != std::string::npos; }
+
+    // The names of the file's animations, with blanks between; "none" if it doesn't load.
+    static std::string Animations(const std::string& path)
+    {
+        ModelStream* stream = OpenStdioStream(path.c_str(), "rb");
+        if (!stream)
+            return "none";
+        Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+        LoadRequest request;
+        request.m_pStream = stream;
+        std::string names = model.Load(&request) == RESULT_OK ? "" : "none";
+        stream->Release();
+        for (uint32_t i = 0; i < model.NumAnims(); i++)
+            names += (i ? " " : "") + std::string(model.GetAnim(i)->GetName());
+        return names;
+    }
+
+    // The only entries of the output folder are those.
+    void ExpectOnly(const std::vector<std::string>& names) const
+    {
+        std::vector<std::string> there;
+        for (const auto& entry : fs::directory_iterator(m_Folder / "out"))
+            there.push_back(entry.path().filename());
+        EXPECT_EQ(there, names);
+    }
+
+    TemporaryFolder m_Folder;
+    ScopedVariable m_State;
+    ExportOptions m_Options;
+    std::string m_Said;
+};
+
+TEST_F(ExportSessionTest, OneClipFreshAppendedAndReplaced)
+{
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(Animations(m_Options.outPath), "walk");
+    EXPECT_TRUE(Said("the others are \"run\", clip 2")) << m_Said;
+    EXPECT_TRUE(Said("Reading animation...\n"));
+    EXPECT_EQ(ReadExportSettings().filename.text, m_Options.outPath);
+    const std::string first = ReadFile(m_Options.outPath);
+
+    EXPECT_EQ(Run(), 1); // nobody to ask
+    EXPECT_TRUE(Said("exists: --append adds the animation to it, --overwrite replaces it.")) << m_Said;
+    EXPECT_EQ(ReadFile(m_Options.outPath), first);
+
+    m_Options.clip = "run";
+    m_Options.append = true;
+    m_Options.outPath.clear(); // as stored
+    m_Options.quiet = true;
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(m_Said, "");
+    const std::string stored = m_Folder / "out/m.abc";
+    EXPECT_EQ(Animations(stored), "walk run");
+
+    m_Options.append = false;
+    m_Options.overwrite = true;
+    m_Options.animName = "sprint";
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(Animations(stored), "sprint");
+    EXPECT_EQ(ReadExportSettings().forceOverwrite.text, "1");
+
+    m_Options.overwrite = false; // not taken over from the run before
+    EXPECT_EQ(Run(), 1);
+    EXPECT_EQ(Animations(stored), "sprint");
+    ExpectOnly({"m.abc"});
+}
+
+TEST_F(ExportSessionTest, FileThatIsNoModel)
+{
+    for (const bool all : {false, true})
+    {
+        m_Options.allClips = all;
+        std::ofstream(m_Options.outPath) << "no model";
+        m_Options.append = true;
+        m_Options.overwrite = false;
+        EXPECT_EQ(Run(), 1);
+        EXPECT_TRUE(Said(m_Options.outPath + " is an invalid model file: --append --overwrite replaces it.")) << m_Said;
+        EXPECT_EQ(ReadFile(m_Options.outPath), "no model");
+        m_Options.overwrite = true;
+        EXPECT_EQ(Run(), 0) << m_Said;
+        EXPECT_EQ(Animations(m_Options.outPath), all ? "walk run scene_2" : "walk");
+        fs::remove(m_Options.outPath);
+    }
+}
+
+TEST_F(ExportSessionTest, QuestionsAtTheTerminal)
+{
+    for (const bool all : {false, true})
+    {
+        m_Options.allClips = all;
+        std::ofstream(m_Options.outPath) << "no model";
+        ScriptedUser terminal;
+        terminal.Answer(IDYES).Answer(IDNO).Answer(IDYES).Answer(IDYES).Answer(IDNO);
+        EXPECT_EQ(Run(&terminal), 1); // Yes to append, No to overwrite
+        EXPECT_EQ(terminal.m_Boxes.size(), 2U);
+        EXPECT_EQ(terminal.m_Boxes[1].text, m_Options.outPath + " is an invalid model file, overwrite?");
+        EXPECT_EQ(ReadFile(m_Options.outPath), "no model");
+        EXPECT_EQ(Run(&terminal), 0) << m_Said;
+        const std::string names = all ? "walk run scene_2" : "walk";
+        EXPECT_EQ(Animations(m_Options.outPath), names);
+        EXPECT_EQ(Run(&terminal), 1); // No to append
+        EXPECT_EQ(Animations(m_Options.outPath), names);
+        EXPECT_TRUE(terminal.IsDone());
+    }
+}
+
+TEST_F(ExportSessionTest, AllClipsInOneFile)
+{
+    m_Options.allClips = true;
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(Animations(m_Options.outPath), "walk run scene_2");
+    EXPECT_EQ(ReadExportSettings().filename.text, m_Options.outPath);
+    const std::string log = ReadFile(m_Options.logPath);
+    size_t written = 0;
+    for (size_t at = log.find("Writing file..."); at != std::string::npos; at = log.find("Writing file...", at + 1))
+        written++;
+    EXPECT_EQ(written, 3U) << log;
+    EXPECT_EQ(log.find(".zolt-"), std::string::npos);
+
+    const std::string before = ReadFile(m_Options.outPath);
+    EXPECT_EQ(Run(), 1);
+    EXPECT_TRUE(Said("--append adds the animation to it")) << m_Said;
+    EXPECT_EQ(ReadFile(m_Options.outPath), before);
+    m_Options.append = true;
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(Animations(m_Options.outPath), "walk run scene_2 walk0 run0 scene_20");
+    m_Options.append = false;
+    m_Options.overwrite = true;
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(Animations(m_Options.outPath), "walk run scene_2");
+    ExpectOnly({"m.abc"});
+}
+
+TEST_F(ExportSessionTest, AllClipsOrNone)
+{
+    m_Options.allClips = true;
+    for (const bool exists : {false, true})
+    {
+        std::string before;
+        if (exists)
+        {
+            ClearFaults();
+            EXPECT_EQ(Run(), 0) << m_Said;
+            before = ReadFile(m_Options.outPath);
+            m_Options.append = true;
+        }
+        for (int clip = 1; clip <= 3; clip++)
+        {
+            ClearFaults();
+            FailOperation("SAA_sceneGetModels", clip, 9);
+            EXPECT_EQ(Run(), 1) << clip;
+            EXPECT_TRUE(Said("error: Unable to get elements in scene.\n")) << m_Said;
+            EXPECT_TRUE(Said("m.abc was not written.")) << m_Said;
+            EXPECT_EQ(ReadFile(m_Options.outPath), before) << clip;
+            EXPECT_EQ(ReadExportSettings().filename.text, m_Options.outPath);
+            exists ? ExpectOnly({"m.abc"}) : ExpectOnly({});
+        }
+    }
+    // A model of another shape.
+    std::ofstream(m_Options.scenePath) << MakeSceneText(true);
+    const std::string before = ReadFile(m_Options.outPath);
+    EXPECT_EQ(Run(), 1);
+    EXPECT_TRUE(Said("Geometry in " + m_Options.outPath + " is different.")) << m_Said;
+    EXPECT_EQ(ReadFile(m_Options.outPath), before);
+    m_Options.outPath = m_Folder / "out/missing/m.abc";
+    EXPECT_EQ(Run(), 1);
+    EXPECT_TRUE(Said("Unable to open " + m_Options.outPath + " for writing.")) << m_Said;
+    ExpectOnly({"m.abc"});
+}
+
+TEST_F(ExportSessionTest, WhatCannotBeExported)
+{
+    struct Case
+    {
+        const char* name;
+        std::function<void()> prepare;
+        const char* sentence;
+    };
+    const std::vector<Case> cases = {
+        {"clip", [&] { m_Options.clip = "fly"; }, "The scene has no clip \"fly\"; its clips are"},
+        {"range", [&] { m_Options.end = 70000; }, "the limit is 65535"},
+        {"end", [&] { m_Options.end = -1; }, "Invalid play range: 0 to -1."},
+        {"itself", [&] { m_Options.outPath = m_Options.scenePath; }, "The output file is the scene file itself."},
+        {"damaged", [&] { std::ofstream(m_Options.scenePath) << "{"; }, "scene.gltf"},
+        {"no triangles",
+         [&]
+         {
+             std::ofstream(m_Options.scenePath) << R"({"asset": {"version": "2.0"}, "scene": 0,
+            "scenes": [{"nodes": [0]}], "nodes": [{}]})";
+         },
+         "There are no triangles in "},
+        {"missing", [&] { m_Options.scenePath += "x"; }, "scene.gltfx"},
+    };
+    const ExportOptions good = m_Options;
+    for (const Case& bad : cases)
+    {
+        m_Options = good;
+        std::ofstream(m_Options.scenePath) << MakeSceneText();
+        bad.prepare();
+        EXPECT_EQ(Run(), 1) << bad.name;
+        EXPECT_TRUE(Said(bad.sentence)) << bad.name << ": " << m_Said;
+        ExpectOnly({});
+    }
+}
