@@ -1,11 +1,15 @@
 #include "host/commandlineuser.h"
 
 #include "host/console.h"
-#include "host/exportdialog.h"
 #include "host/exportoptions.h"
+#include "tools/model/kelpexport/exportdialog.h"
 
 #include <filesystem>
 #include <system_error>
+
+// The plug-in's Yes/No questions: the first as it is, the second behind the file's name.
+static const char APPEND_QUESTION[] = "Filename exists - append current animation to this file?";
+static const char OVERWRITE_QUESTION[] = " is an invalid model file, overwrite?";
 
 std::string ReplaceAll(std::string text, const std::string& from, const std::string& to)
 {
@@ -42,18 +46,18 @@ bool CommandLineUser::ChooseTarget(const std::string& offered)
 
 void CommandLineUser::OperateDialog(DialogWindow& dialog)
 {
-    if (!ChooseTarget(dialog.GetText(EXPORT_FILENAME_EDIT)))
+    if (!ChooseTarget(dialog.GetText(IDC_FILENAME)))
     {
         dialog.Close();
         return;
     }
-    dialog.Type(EXPORT_FILENAME_EDIT, m_Staged);
+    dialog.Type(IDC_FILENAME, m_Staged);
     if (m_Answers.animName)
-        dialog.Type(EXPORT_ANIMATION_EDIT, *m_Answers.animName);
-    m_AnimName = dialog.GetText(EXPORT_ANIMATION_EDIT);
+        dialog.Type(IDC_ANIMNAME, *m_Answers.animName);
+    m_AnimName = dialog.GetText(IDC_ANIMNAME);
     if (m_Answers.debug)
-        dialog.SetCheck(EXPORT_DEBUG_CHECK, *m_Answers.debug);
-    dialog.SetCheck(EXPORT_OVERWRITE_CHECK, m_Answers.overwrite && !m_Answers.append);
+        dialog.SetCheck(IDC_DEBUGMODE, *m_Answers.debug);
+    dialog.SetCheck(IDC_FORCEOVERWRITE, m_Answers.overwrite && !m_Answers.append);
     m_PressedOk = dialog.Press(IDOK);
 }
 
