@@ -27,7 +27,7 @@ static bool LinkChildren(Model& model, const std::vector<std::string>& paths, st
         std::string childError;
         if (!pChild || !ReadModelBytes(path, bytes, childError) || !LoadModelBytes(bytes, *pChild, request, childError))
         {
-            error = "child model " + path + ": " + childError;
+            error = Format("child model %s: %s", path.c_str(), childError.c_str());
             Model::DeleteModel(pChild);
             return false;
         }
@@ -35,7 +35,7 @@ static bool LinkChildren(Model& model, const std::vector<std::string>& paths, st
         const bool bAlone = pChild->NumChildModels() == 1;
         if (!bAlone || !model.AddChildModel(pChild, name.c_str(), message, QZTRUE))
         {
-            error = "child model " + path + ": " + (bAlone ? message : "it has child models of its own");
+            error = Format("child model %s: %s", path.c_str(), bAlone ? message : "it has child models of its own");
             if (error.back() == '.')
                 error.pop_back();
             if (pChild->IsUnreferenced())

@@ -50,7 +50,7 @@ static void AddPose(CLI::App& app, PoseOptions& options, std::vector<std::string
                       "Link these model files as further child models, fitted by the bind poses");
 }
 
-int main(int argc, char** argv)
+static int Run(int argc, char** argv)
 {
     CLI::App app("Looks into model files (.abc).", "abctool");
     app.require_subcommand(1);
@@ -103,4 +103,21 @@ int main(int argc, char** argv)
         ParsePoseLayer(text, pose.m_Layers.back());
     }
     return RunPose(pose, std::cout, std::cerr);
+}
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        return Run(argc, argv);
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "abctool: " << error.what() << '\n';
+    }
+    catch (...)
+    {
+        std::cerr << "abctool: unknown error\n";
+    }
+    return 1;
 }

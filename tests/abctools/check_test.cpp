@@ -79,7 +79,7 @@ TEST(Check, FindsEachPlantedFault)
     // Behind an animation's name: two values and the key count, then times and commands, then tracks. Only the first
     // key has a command, of 5 characters.
     const auto keyCount = [](const DamagedFile& f) { return f.Behind("run") + 8; };
-    const auto firstKey = [](const DamagedFile& f) { return f.Behind("run") + 12 + 4 * 6 + 5; };
+    const auto firstKey = [](const DamagedFile& f) { return f.Behind("run") + 12 + 24 + 5; };
     struct Case
     {
         const char* m_pWord;
