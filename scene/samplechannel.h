@@ -1,4 +1,4 @@
-// The value of an animated property at a time, as glTF 2.0 defines it (specification, appendix C: step, linear,
+// The value of an animated property at a time, as glTF 2.0 defines it (its appendix C: step, linear,
 // spherical linear and cubic spline interpolation).
 #pragma once
 
