@@ -33,8 +33,9 @@ QZBOOL ConvModel_Soft::ReadAnimation(const char* pAnimName)
     }
     pAnim->SetName(pAnimName);
     ConvAnimNode* pRootTrack = new ConvAnimNode(pAnim, nullptr);
-    if (!pRootTrack)
+    if (!pRootTrack || (pAnimName[0] && !pAnim->GetName()[0]))
     {
+        delete pRootTrack;
         ShowOutOfMemory();
         return QZFALSE;
     }

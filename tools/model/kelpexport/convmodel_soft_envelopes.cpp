@@ -158,11 +158,10 @@ static QZBOOL BindPiece(SoftNode* pNode, uint32_t iPiece, const ModelPiece* pPie
 
 QZBOOL ConvModel_Soft::WeightUnenvelopedPieces()
 {
-    // What IsPieceEnveloped says of each piece, in one walk.
+    // What IsPieceEnveloped says of each piece, in one walk; without memory it is asked each time.
     DynArray<uint8_t, DefaultCache> isEnveloped;
-    if (!isEnveloped.SetSizeInit(NumPieces(), 0))
-        return QZFALSE;
-    for (uint32_t iNode = 0; iNode < m_FlatNodeList.GetSize(); ++iNode)
+    const QZBOOL bHasTable = isEnveloped.SetSizeInit(NumPieces(), 0);
+    for (uint32_t iNode = 0; bHasTable && iNode < m_FlatNodeList.GetSize(); ++iNode)
     {
         const SoftNode* pNode = GetSoftNode(iNode);
         for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
@@ -170,7 +169,7 @@ QZBOOL ConvModel_Soft::WeightUnenvelopedPieces()
     }
     for (uint32_t i = 0; i < NumPieces(); ++i)
     {
-        if (isEnveloped[i])
+        if (bHasTable ? isEnveloped[i] != 0 : IsPieceEnveloped(i))
             continue;
         const ModelPiece* pPiece = GetPiece(i);
         SoftNode* pNode = static_cast<SoftNode*>(FindPieceNode(i));

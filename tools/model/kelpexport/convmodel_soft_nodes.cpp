@@ -128,6 +128,11 @@ QZBOOL ConvModel_Soft::BuildNode(const SAA_Elem* pElem, SoftNode* pNode, uint32_
     tempName[sizeof(tempName) - 1] = 0;
     pNode->SetName(tempName);
     pNode->m_Flags = 0;
+    if (tempName[0] && !pNode->GetName()[0])
+    {
+        ShowOutOfMemory();
+        return QZFALSE;
+    }
     if (nDepth >= MODEL_MAX_LEVELS)
     {
         ShowMessage(MESSAGE_OK, "Node %s: deeper than %u levels.", pNode->GetName(), MODEL_MAX_LEVELS);

@@ -1,0 +1,387 @@
+// Cases of the conversion that a whole export of the test scene doesn't show.
+
+#include "tests/tools/model/kelpexport/exporttest.h"
+#include "tests/tools/model/kelpexport/lyinghost.h"
+#include "tools/model/kelpexport/convmodel_soft.h"
+#include "tools/model/orthonormalise.h"
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+class ConversionTest : public ExportTest
+{
+protected:
+    ConversionTest()
+    {
+        m_pModel = std::make_unique<ConvModel_Soft>();
+        m_pModel->SetRootNode(new SoftNode(m_pModel.get()));
+    }
+    ~ConversionTest() override { g_LyingHost = LyingHost(); }
+
+    // Converts the open scene with a new model.
+    bool Convert(bool bAppend = false)
+    {
+        m_pModel = std::make_unique<ConvModel_Soft>();
+        m_pModel->SetRootNode(new SoftNode(m_pModel.get()));
+        EXPECT_EQ(SAA_sceneInitInternal("SDKv1.70.3") & ~3, 0);
+        EXPECT_EQ(SAA_sceneGetCurrent(&m_Record), 0);
+        return m_pModel->ConvertScene(&m_Record, bAppend, "anim") != QZFALSE;
+    }
+    SoftNode* Node(const char* pName)
+    {
+        ModelNode* pNode = m_pModel->FindNode(pName, nullptr);
+        EXPECT_NE(pNode, nullptr) << pName;
+        return static_cast<SoftNode*>(pNode);
+    }
+    const NodeKeyFrame& Key(const char* pName, uint32_t iKey)
+    {
+        return m_pModel->GetAnim(0)->m_AnimNodes[Node(pName)->GetNodeIndex()]->m_KeyFrames[iKey];
+    }
+    std::vector<uint32_t> Times()
+    {
+        std::vector<uint32_t> times;
+        for (uint32_t i = 0; i < m_pModel->GetAnim(0)->NumKeyFrames(); ++i)
+            times.push_back(m_pModel->GetAnim(0)->m_KeyFrames[i].m_Time);
+        return times;
+    }
+
+    std::unique_ptr<ConvModel_Soft> m_pModel;
+    SAA_Scene m_Record = {};
+};
+
+TEST_F(ConversionTest, KeysComeFromEveryCurveAndStayInTheRange)
+{
+    Scene scene = MakeTestScene();
+    SceneChannel channel;
+    channel.node = 3; // the hat
+    channel.path = ScenePath::Rotation;
+    channel.times = {0.2, 0.5, 0.9};
+    channel.values = {0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1};
+    scene.clips[0].channels.push_back(channel);
+    channel.path = ScenePath::Scale; // makes no key
+    channel.times = {0.3, 0.6};
+    channel.values = {1, 1, 1, 1, 1, 1};
+    scene.clips[0].channels.push_back(channel);
+    RecordedSceneOptions options;
+    options.clip = 0;
+    options.fps = 10.0;
+    OpenScene(scene, options);
+    ASSERT_TRUE(Convert());
+    EXPECT_EQ(Times(), (std::vector<uint32_t>{0, 300, 499, 699}));
+    // Keys outside the range count for its ends.
+    options.start = 3;
+    options.end = 6;
+    OpenScene(scene, options);
+    ASSERT_TRUE(Convert());
+    EXPECT_EQ(Times(), (std::vector<uint32_t>{0, 200, 300}));
+    EXPECT_NEAR(Key("bone", 0).m_vTranslation.z, -2 * 0.8f, 1e-5f);
+    options.end = 3;
+    OpenScene(scene, options);
+    ASSERT_TRUE(Convert());
+    EXPECT_EQ(Times(), (std::vector<uint32_t>{0}));
+    // Before the host's time 0.
+    options.start = -5;
+    options.extraKeys = {-20};
+    OpenScene(scene, options);
+    ASSERT_TRUE(Convert());
+    EXPECT_EQ(Times(), (std::vector<uint32_t>{0, 700, 800})) << "-500, 200 and 300";
+    // Without any curve the start frame has the one key.
+    options = RecordedSceneOptions();
+    options.start = 4;
+    options.end = 9;
+    OpenScene(scene, options);
+    ASSERT_TRUE(Convert());
+    EXPECT_EQ(Times(), (std::vector<uint32_t>{0}));
+    EXPECT_EQ(m_pRecorded->CurrentFrame(), 4);
+    options.end = 3;
+    OpenScene(scene, options);
+    EXPECT_FALSE(Convert());
+    EXPECT_EQ(Boxes(), "Invalid play range: 4 to 3.|");
+}
+
+TEST_F(ConversionTest, NameTokens)
+{
+    const struct
+    {
+        const char* pName;
+        uint32_t iTexture;
+        bool bStays;
+    } cases[] = {
+        {"a_zTex1", 1, false},
+        {"b_ztex1", 0, false},
+        {"c_zTEX7", 1, false},
+        {"d_zTex0", 0, false},
+        {"e_zTexA", 0, false},
+        {"f_zTex", 0, false},
+        {"g_ZTex1", 0, false},
+        {"h_zNeck_zTex1", 1, true},
+        {"i_ZN", 0, false},
+        {"j_zn", 0, true},
+        {"_z_zN", 0, true},
+        {"k_zTexN", 0, false},
+        {"a2345678901234567890123456_zTex1", 0, false}, // only 31 characters reach the piece
+    };
+    Scene scene = MakeTestScene({.hat = false});
+    for (const auto& item : cases)
+    {
+        const int node = AddTestNode(scene, item.pName, 0);
+        scene.nodes[static_cast<size_t>(node)].meshes.push_back({0, -1});
+    }
+    scene.primitives[0].influenceStarts.clear();
+    scene.primitives[0].influences.clear();
+    scene.nodes[2].meshes[0].skin = -1;
+    OpenScene(scene);
+    ASSERT_TRUE(Convert(true)); // without weights, so that all nodes are marked but those with the token
+    for (const auto& item : cases)
+    {
+        const SoftNode* pNode = Node(item.pName);
+        const bool bTexture = item.pName == std::string("b_ztex1") || item.iTexture == 1;
+        EXPECT_EQ(m_pModel->GetPiece(static_cast<uint32_t>(pNode->m_PieceIndex))->m_iTexture, bTexture ? 1u : 0u)
+            << item.pName;
+        EXPECT_EQ(pNode->m_Flags, item.bStays ? 0 : MNODE_REMOVEABLE) << item.pName;
+    }
+}
+
+TEST_F(ConversionTest, SharesOfFivePercentAreDropped)
+{
+    Scene scene = MakeTestScene();
+    OpenScene(scene);
+    const auto convert = [&](float first)
+    {
+        g_LyingHost.weights = [first](float* pWeights, int nWeights)
+        {
+            for (int i = 0; i < nWeights; ++i)
+                pWeights[i] = first;
+        };
+        ASSERT_TRUE(Convert());
+    };
+    convert(5.01f);
+    ASSERT_EQ(Node("root")->m_Envelopes.GetSize(), 1u);
+    ASSERT_EQ(Node("bone")->m_Envelopes.GetSize(), 1u);
+    const Envelope* pEnvelope = Node("bone")->m_Envelopes[0];
+    ASSERT_EQ(pEnvelope->m_Weights.GetSize(), 3u);
+    EXPECT_EQ(pEnvelope->m_iPiece, 1u);
+    EXPECT_FLOAT_EQ(pEnvelope->m_Weights[0].m_Weight, 0.0501f);
+    EXPECT_TRUE(m_pModel->IsPieceEnveloped(1));
+    EXPECT_FALSE(m_pModel->IsPieceEnveloped(2));
+    // Of a mesh that loses all its weights the node itself moves the vertices.
+    convert(5.0f);
+    EXPECT_EQ(Node("root")->m_Envelopes.GetSize(), 0u);
+    ASSERT_EQ(Node("skin_zTex1")->m_Envelopes.GetSize(), 1u);
+    EXPECT_EQ(Node("skin_zTex1")->m_Envelopes[0]->m_Weights[2].m_Weight, 1.0f);
+    // A vertex of an enveloped mesh that loses its weights gets no other.
+    g_LyingHost.weights = [](float* pWeights, int) { pWeights[0] = 0.0f; };
+    ASSERT_TRUE(Convert());
+    ASSERT_TRUE(m_pModel->ConvertVertexWeights());
+    ModelPiece* pPiece = m_pModel->GetPiece(1);
+    EXPECT_EQ(pPiece->GetVert(0)->m_nWeights, 0);
+    EXPECT_EQ(pPiece->GetVert(1)->m_nWeights, 1);
+    EXPECT_EQ(pPiece->GetVert(0)->m_Weights, pPiece->GetVert(1)->m_Weights);
+}
+
+TEST_F(ConversionTest, WeightListsAsTheNestedSearchGivesThem)
+{
+    std::mt19937 random(99); // NOLINT(cert-msc51-cpp): the same numbers in every run
+    ConvModel_Soft& model = *m_pModel;
+    for (const uint32_t nVerts : {40u, 0u, 25u})
+    {
+        ModelPiece* pPiece = new ModelPiece(&model);
+        ASSERT_TRUE(model.m_Pieces.Append(pPiece, model.GetAllocator()));
+        ASSERT_TRUE(pPiece->m_Verts.SetSize(nVerts, model.GetAllocator()));
+    }
+    ASSERT_TRUE(model.CreateChildNodes(model.GetRootNode()->m_Children, 6));
+    ASSERT_TRUE(model.Precalc(QZTRUE));
+    for (uint32_t n = 0; n < 7; ++n)
+    {
+        SoftNode* pNode = static_cast<SoftNode*>(model.GetNode(n));
+        for (unsigned e = random() % 4; e > 0; --e)
+        {
+            Envelope* pEnvelope = new Envelope(random() % 2 * 2);
+            ASSERT_TRUE(pNode->m_Envelopes.Append(pEnvelope));
+            for (unsigned w = random() % 60; w > 0; --w)
+            {
+                EnvelopeWeight weight;
+                weight.m_iVert = random() % model.GetPiece(pEnvelope->m_iPiece)->NumVerts(); // may repeat
+                weight.m_Weight = static_cast<float>(random() % 100) / 100.0f;
+                weight.m_vOffset.Set(static_cast<float>(random() % 9), 1.0f, -2.0f);
+                ASSERT_TRUE(pEnvelope->m_Weights.Append(weight));
+            }
+        }
+    }
+    ASSERT_TRUE(model.ConvertVertexWeights());
+    const ModelVertWeight* pEntry = model.m_VertexWeights.GetArray();
+    for (uint32_t i = 0; i < model.NumPieces(); ++i)
+    {
+        for (uint32_t v = 0; v < model.GetPiece(i)->NumVerts(); ++v)
+        {
+            const ModelVert* pVert = model.GetPiece(i)->GetVert(v);
+            ASSERT_EQ(pVert->m_Weights, pEntry);
+            uint32_t nWeights = 0;
+            for (uint32_t n = 0; n < model.NumNodes(); ++n)
+            {
+                const SoftNode* pNode = static_cast<SoftNode*>(model.GetNode(n));
+                for (uint32_t e = 0; e < pNode->m_Envelopes.GetSize(); ++e)
+                {
+                    const Envelope* pEnvelope = pNode->m_Envelopes[e];
+                    for (uint32_t w = 0; pEnvelope->m_iPiece == i && w < pEnvelope->m_Weights.GetSize(); ++w)
+                    {
+                        const EnvelopeWeight& weight = pEnvelope->m_Weights[w];
+                        if (weight.m_iVert != v)
+                            continue;
+                        ASSERT_EQ(pEntry->m_iNode, n);
+                        ASSERT_EQ(pEntry->m_Vec[0], weight.m_vOffset.x * weight.m_Weight);
+                        ASSERT_EQ(pEntry->m_Vec[2], -2.0f * weight.m_Weight);
+                        ASSERT_EQ(pEntry->m_Vec[3], weight.m_Weight);
+                        ++pEntry;
+                        ++nWeights;
+                    }
+                }
+            }
+            ASSERT_EQ(pVert->m_nWeights, nWeights);
+        }
+    }
+    EXPECT_EQ(pEntry, model.m_VertexWeights.GetArray() + model.m_VertexWeights.GetSize());
+
+    // As many weights on a vertex as its count can hold, and one more.
+    Envelope* pEnvelope = new Envelope(2);
+    ASSERT_TRUE(static_cast<SoftNode*>(model.GetRootNode())->m_Envelopes.Append(pEnvelope));
+    ASSERT_TRUE(pEnvelope->m_Weights.SetSize(65535u - model.GetPiece(2)->GetVert(0)->m_nWeights));
+    EXPECT_TRUE(model.ConvertVertexWeights());
+    EXPECT_EQ(model.GetPiece(2)->GetVert(0)->m_nWeights, 65535);
+    ASSERT_TRUE(pEnvelope->m_Weights.NiceSetSize(pEnvelope->m_Weights.GetSize() + 1));
+    EXPECT_FALSE(model.ConvertVertexWeights());
+}
+
+TEST_F(ConversionTest, WeightsFollowRemovedVertices)
+{
+    ConvModel_Soft& model = *m_pModel;
+    for (int i = 0; i < 2; ++i)
+        ASSERT_TRUE(model.m_Pieces.Append(new ModelPiece(&model), model.GetAllocator()));
+    SoftNode* pNode = static_cast<SoftNode*>(model.GetRootNode());
+    for (uint32_t i = 0; i < 2; ++i)
+    {
+        Envelope* pEnvelope = new Envelope(i);
+        ASSERT_TRUE(pNode->m_Envelopes.Append(pEnvelope));
+        ASSERT_TRUE(pEnvelope->m_Weights.SetSize(6));
+        for (uint32_t k = 0; k < 6; ++k)
+            pEnvelope->m_Weights[k].m_iVert = k;
+    }
+    const auto indices = [&](uint32_t iEnvelope)
+    {
+        std::vector<uint32_t> result;
+        for (uint32_t k = 0; k < pNode->m_Envelopes[iEnvelope]->m_Weights.GetSize(); ++k)
+            result.push_back(pNode->m_Envelopes[iEnvelope]->m_Weights[k].m_iVert);
+        return result;
+    };
+    ModelPieceLOD other;
+    pNode->OnVertexRemoved(&other, 2, 5);
+    pNode->OnVertexRemoved(model.GetPiece(1), 2, 5);
+    EXPECT_EQ(indices(0), (std::vector<uint32_t>{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(indices(1), (std::vector<uint32_t>{0, 1, 4, 2, 3, 4}));
+    const uint32_t remap[] = {0, 1, 4, 2, 3, 4};
+    pNode->OnVerticesRemapped(model.GetPiece(0), remap);
+    EXPECT_EQ(indices(0), indices(1));
+    const uint32_t drop[] = {NO_VERTEX, 0, 1, NO_VERTEX, 2};
+    pNode->OnVerticesRemapped(model.GetPiece(0), drop);
+    EXPECT_EQ(indices(0), (std::vector<uint32_t>{0, 2, 1, 2}));
+    EXPECT_EQ(indices(1), (std::vector<uint32_t>{0, 1, 4, 2, 3, 4}));
+}
+
+TEST_F(ConversionTest, ScaleOfZeroOrBelow)
+{
+    OpenScene(MakeTestScene());
+    ASSERT_TRUE(Convert());
+    const Quaternion bone = Key("bone", 1).m_qRotation;
+    // What a scale takes away comes from the rotations: keys turn as they do without it.
+    for (const Double3& scale : {Double3{0, 0, 0}, Double3{0, 1, 1}, Double3{2, 0, 1}, Double3{1, 1, 0}})
+    {
+        Scene scene = MakeTestScene();
+        scene.nodes[0].local.scale = scale;
+        OpenScene(scene);
+        ASSERT_EQ(Export("walk", true), 0);
+        const auto pFile = LoadModelFile(m_Path);
+        ASSERT_TRUE(pFile);
+        const Quaternion& q = pFile->GetAnim(0)->m_AnimNodes[1]->m_KeyFrames[1].m_qRotation;
+        EXPECT_NEAR(std::fabs(q.x * bone.x + q.y * bone.y + q.z * bone.z + q.w * bone.w), 1.0f, 1e-5f);
+        const bool bLost = scale.x == 0.0 || scale.y == 0.0;
+        const char* const names[] = {"root", "bone", "hat", "skin_zTex1"};
+        for (const char* pName : names)
+        {
+            const std::string text = std::string("WARNING: Node ") + pName + " has lost a direction to a scale of 0";
+            const size_t place = Log().find(text);
+            EXPECT_EQ(place != std::string::npos, bLost) << pName;
+            EXPECT_EQ(Log().find(text, place + 1) != std::string::npos, false) << "once for each node";
+        }
+    }
+    // A mirrored axis isn't kept, but the key is a rotation.
+    Scene scene = MakeTestScene();
+    scene.nodes[0].local.scale = {1, 1, -1};
+    OpenScene(scene);
+    ASSERT_TRUE(Convert());
+    const Quaternion& q = Key("root", 0).m_qRotation;
+    EXPECT_NEAR(std::fabs(q.z), 1.0f, 1e-5f);
+}
+
+TEST_F(ConversionTest, Orthonormalise)
+{
+    const auto matrix = [](std::initializer_list<float> values)
+    {
+        Matrix4 m;
+        std::copy(values.begin(), values.end(), m.m);
+        return m;
+    };
+    const Matrix4 turned = matrix({0, -1, 0, 5, 1, 0, 0, 6, 0, 0, 1, 7, 0, 0, 0, 1});
+    const auto expectTurned = [&](Matrix4 m, const Matrix4& unscaled, bool bReplaced)
+    {
+        EXPECT_EQ(Orthonormalise(m, unscaled) != QZFALSE, bReplaced);
+        for (int i = 0; i < 16; ++i)
+            EXPECT_FLOAT_EQ(m.m[i], turned.m[i]) << i;
+    };
+    const float inf = std::numeric_limits<float>::infinity();
+    expectTurned(matrix({0, -3, 9, 5, 2, 0, 9, 6, 0, 0, 9, 7, 0, 0, 0, 1}), Matrix4(), false);
+    expectTurned(matrix({0, -3, 0, 5, 0, 0, 0, 6, 0, 0, 0, 7, 0, 0, 0, 1}), turned, true);
+    expectTurned(matrix({0, 0, 0, 5, 2, 0, 0, 6, 0, 0, 0, 7, 0, 0, 0, 1}), turned, true);
+    expectTurned(matrix({0, inf, 0, 5, 2, 0, 0, 6, 0, 0, 0, 7, 0, 0, 0, 1}), turned, true);
+    expectTurned(matrix({1, 2, 0, 5, 1, 2, 0, 6, 1, 2, 0, 7, 0, 0, 0, 1}), turned, true); // parallel
+    // Neither has a direction.
+    Matrix4 nothing = matrix({0, 0, 0, 5, 0, 0, 0, 6, 0, 0, 0, 7, 0, 0, 0, 1});
+    EXPECT_TRUE(Orthonormalise(nothing, Matrix4(nothing)));
+    EXPECT_EQ(nothing(0, 0) + nothing(1, 1) + nothing(2, 2), 3.0f);
+}
+
+TEST_F(ConversionTest, CustomValues)
+{
+    SAA_CusvalSet values;
+    values.strings["text"] = "a value of some length";
+    OwnedString text;
+    EXPECT_TRUE(ConvModel_Soft::GetCustomString(&values, "text", text));
+    EXPECT_STREQ(text.GetString(), "a value of some length");
+    EXPECT_FALSE(ConvModel_Soft::GetCustomString(&values, "other", text));
+    EXPECT_STREQ(text.GetString(), "a value of some length");
+    for (const int length : {-1, std::numeric_limits<int>::max()})
+    {
+        g_LyingHost.counts = {{"SAA_cusvalGetStringLength", length}};
+        EXPECT_FALSE(ConvModel_Soft::GetCustomString(&values, "text", text));
+    }
+    g_LyingHost.counts.clear();
+    FailOperation("SAA_cusvalGetStringValue", 1, 5);
+    EXPECT_TRUE(ConvModel_Soft::GetCustomString(&values, "text", text)) << "whose result doesn't count";
+    EXPECT_STREQ(text.GetString(), "");
+}
+
+TEST_F(ConversionTest, DeepAndBareScenes)
+{
+    // 1024 levels are the most; a chain of removable nodes collapses to its root.
+    Scene scene;
+    int parent = -1;
+    for (int i = 0; i < 1024; ++i)
+        parent = AddTestNode(scene, ("n" + std::to_string(i)).c_str(), parent);
+    OpenScene(scene);
+    EXPECT_TRUE(Convert());
+    EXPECT_EQ(m_pModel->NumNodes(), 1u);
+    AddTestNode(scene, "straw", parent);
+    OpenScene(scene);
+    EXPECT_FALSE(Convert());
+    EXPECT_EQ(Boxes(), "Node straw: deeper than 1024 levels.|");
+}

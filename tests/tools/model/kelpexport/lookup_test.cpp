@@ -1,0 +1,120 @@
+// The fast look-ups against their plain definitions.
+
+#include "tools/model/kelpexport/closestvertexfinder.h"
+#include "tools/model/kelpexport/convmodel_soft.h"
+#include "tools/model/kelpexport/ctrlvertexlookup.h"
+
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+#include <vector>
+
+typedef DynArray<SAA_Position, DefaultCache> Positions;
+
+static void Append(Positions& positions, double x, double y, double z)
+{
+    ASSERT_TRUE(positions.Append(SAA_Position{{x, y, z, 1.0}}));
+}
+
+static void ExpectSame(const Positions& positions, const std::vector<SAA_Position>& questions)
+{
+    ClosestVertexFinder finder;
+    ASSERT_TRUE(finder.Build(positions));
+    for (const SAA_Position& question : questions)
+    {
+        ASSERT_EQ(finder.Find(question.v), ConvModel_Soft::FindClosestVertex(question.v, positions))
+            << question.v[0] << " " << question.v[1] << " " << question.v[2];
+    }
+}
+
+TEST(ClosestVertex, PlainDefinition)
+{
+    Positions positions;
+    const double at[3] = {0, 0, 0};
+    EXPECT_EQ(ConvModel_Soft::FindClosestVertex(at, positions), 0u);
+    Append(positions, 1000.5, 0, 0);
+    Append(positions, 1000, 0, 0);
+    EXPECT_EQ(ConvModel_Soft::FindClosestVertex(at, positions), 0u) << "a squared distance of 1000000 is too far";
+    Append(positions, 0, -999.5, 0);
+    Append(positions, 0, 0, 3);
+    Append(positions, 3, 0, 0);
+    Append(positions, 0, 0, 3);
+    EXPECT_EQ(ConvModel_Soft::FindClosestVertex(at, positions), 3u) << "the first of three";
+    ExpectSame(positions, {{{0, 0, 0, 1}}, {{1000, 0, 0, 1}}, {{2000.5, 0, 0, 1}}, {{5, 5, 5, 1}}});
+}
+
+TEST(ClosestVertex, FastWayGivesTheSame)
+{
+    std::mt19937 random(20240501); // NOLINT(cert-msc51-cpp): the same numbers in every run
+    for (int round = 0; round < 60; ++round)
+    {
+        // Coordinates from a small lattice make ties and duplicates; wide ones reach beyond the limit.
+        const int lattice = round % 3 == 0 ? 3 : round % 3 == 1 ? 12 : 1000000;
+        const double size = round % 4 == 3 ? 1500.0 : 1.0;
+        const bool bFlat = round % 5 == 4;
+        const auto coordinate = [&]
+        { return size * static_cast<double>(random() % static_cast<unsigned>(lattice)) / lattice; };
+        Positions positions;
+        std::vector<SAA_Position> questions;
+        for (unsigned n = random() % 400 + 1; n > 0; --n)
+        {
+            Append(positions, coordinate(), coordinate(), bFlat ? 0.0 : coordinate());
+            questions.push_back(positions.Last());
+            questions.push_back({{coordinate(), coordinate(), coordinate(), 1.0}});
+            questions.push_back({{2 * coordinate() - 0.5 * size, -coordinate(), 2 * coordinate(), 1.0}});
+        }
+        ExpectSame(positions, questions);
+    }
+}
+
+TEST(ClosestVertex, FastWayGivesTheSameForOddNumbers)
+{
+    const double inf = std::numeric_limits<double>::infinity();
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    Positions positions;
+    Append(positions, nan, 0, 0);
+    Append(positions, 1e-200, 0, 0); // at a squared distance of 0 from the next one
+    Append(positions, 0, 0, 0);
+    Append(positions, -0.0, 0, 0);
+    Append(positions, inf, inf, inf);
+    Append(positions, 1e300, -1e300, 0);
+    for (int i = 0; i < 20; ++i)
+        Append(positions, 0.001 * i, 1e-150 * i, -1e-170 * i);
+    ExpectSame(positions, {{{0, 0, 0, 1}},
+                           {{-0.0, 0, 0, 1}},
+                           {{1e-200, 1e-200, 0, 1}},
+                           {{0.0005, 3e-150, 0, 1}},
+                           {{nan, 0, 0, 1}},
+                           {{inf, inf, inf, 1}},
+                           {{1e300, -1e300, 0, 1}},
+                           {{0.001, 1e-150, -1e-170, 1}}});
+    ExpectSame(Positions(), {{{0, 0, 0, 1}}});
+}
+
+TEST(CtrlVertexLookup, FindsTheFirstOfEqualHandles)
+{
+    std::mt19937 random(7); // NOLINT(cert-msc51-cpp): the same numbers in every run
+    const auto handle = [&]
+    {
+        SAA_SubHandle result = {};
+        result.bytes[0] = static_cast<unsigned char>(random() % 16);
+        result.bytes[35] = static_cast<unsigned char>(random() % 16);
+        return result;
+    };
+    for (unsigned n = 0; n < 200; n += 7)
+    {
+        SoftNode node(nullptr);
+        for (unsigned i = 0; i < n; ++i)
+            ASSERT_TRUE(node.m_CtrlVertices.Append(handle()));
+        CtrlVertexLookup lookup;
+        ASSERT_TRUE(lookup.Build(node.m_CtrlVertices));
+        for (int i = 0; i < 300; ++i)
+        {
+            const SAA_SubHandle question = handle();
+            uint32_t plain = 99999;
+            uint32_t fast = 99999;
+            ASSERT_EQ(node.FindCtrlVertex(question, &plain), lookup.Find(question, &fast));
+            ASSERT_EQ(plain, fast);
+        }
+    }
+}

@@ -1,0 +1,60 @@
+// The plug-in as the host loads it.
+
+#include "tests/tools/model/kelpexport/exporttest.h"
+#include "win32/dialogtemplate.h"
+
+#include <dlfcn.h>
+#include <elf.h>
+#include <link.h>
+#include <set>
+
+// The names of all symbols that the file exports, from its dynamic symbol table.
+static std::set<std::string> ExportedNames(const std::string& bytes)
+{
+    std::set<std::string> names;
+    ElfW(Ehdr) header;
+    memcpy(&header, bytes.data(), sizeof(header));
+    std::vector<ElfW(Shdr)> sections(header.e_shnum);
+    memcpy(sections.data(), bytes.data() + header.e_shoff, sections.size() * sizeof(sections[0]));
+    for (const ElfW(Shdr) & section : sections)
+    {
+        if (section.sh_type != SHT_DYNSYM)
+            continue;
+        const char* pNames = bytes.data() + sections[section.sh_link].sh_offset;
+        for (size_t i = 0; i < section.sh_size / sizeof(ElfW(Sym)); ++i)
+        {
+            ElfW(Sym) symbol;
+            memcpy(&symbol, bytes.data() + section.sh_offset + i * sizeof(symbol), sizeof(symbol));
+            if (symbol.st_shndx != SHN_UNDEF && symbol.st_shndx != SHN_ABS)
+                names.insert(pNames + symbol.st_name);
+        }
+    }
+    return names;
+}
+
+TEST_F(ExportTest, PluginExportsInitAndCleanupAndRuns)
+{
+    EXPECT_EQ(ExportedNames(ReadWholeFile(PLUGIN_PATH)), (std::set<std::string>{"init", "cleanup"}));
+
+    void* pLibrary = dlopen(PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(pLibrary, nullptr) << dlerror();
+    const auto pInit = reinterpret_cast<int32_t (*)()>(dlsym(pLibrary, "init"));
+    const auto pCleanup = reinterpret_cast<int32_t (*)()>(dlsym(pLibrary, "cleanup"));
+    ASSERT_TRUE(pInit && pCleanup);
+    OpenScene(MakeTestScene());
+    m_User.Type(IDC_FILENAME, m_Path).Press(IDOK);
+    EXPECT_EQ(pInit(), 0);
+    EXPECT_EQ(pCleanup(), 0);
+    EXPECT_TRUE(LoadModelFile(m_Path));
+    m_User = ScriptedUser();
+    EXPECT_EQ(pInit(), 124);
+    dlclose(pLibrary);
+
+    // The template went with the library, and the one that is linked into this program comes back.
+    m_User = ScriptedUser();
+    m_User.Press(IDOK);
+    EXPECT_EQ(init(), 124);
+    EXPECT_TRUE(m_User.m_Dialogs.empty());
+    RegisterDialogTemplate(&g_ExportDialogTemplate);
+    EXPECT_EQ(Export("a", true), 0);
+}
