@@ -119,6 +119,9 @@ TEST(Model, LookUps)
     LoadedModel model(file);
     ASSERT_EQ(model.m_Result, RESULT_OK);
     EXPECT_EQ(catcher.Caught(), Reports{"pInfo->m_pModel != this"});
+    // Both bindings went to the first of the two.
+    EXPECT_EQ(model.GetAnimInfo(0)->m_vTranslation.x, file.anims[1].translation[0]);
+    EXPECT_EQ(model.GetAnimInfo(1)->m_vTranslation.x, 0.0f);
 
     uint32_t i = 77;
     AnimInfo* pInfo = nullptr;
