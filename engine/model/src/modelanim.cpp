@@ -69,7 +69,8 @@ QZBOOL ModelAnim::PrecalcNodeLists(QZBOOL bForce)
     Allocator* pAllocator = m_pModel->GetGrowAllocator();
     const uint32_t nNodes = m_pModel->NumNodes();
     pAllocator->Free(m_AnimNodes);
-    m_AnimNodes = static_cast<AnimNode**>(pAllocator->Alloc(nNodes * static_cast<uint32_t>(sizeof(AnimNode*))));
+    constexpr uint32_t pointerSize = sizeof(void*);
+    m_AnimNodes = static_cast<AnimNode**>(pAllocator->Alloc(nNodes * pointerSize));
     if (!m_AnimNodes)
         return QZFALSE;
     for (uint32_t i = 0; i < nNodes; ++i)

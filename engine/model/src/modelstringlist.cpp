@@ -3,6 +3,7 @@
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/emptystring.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -82,7 +83,7 @@ void ModelStringList::Term()
     }
     if (m_pIndex)
     {
-        memset(m_pIndex, 0, m_nIndexSize * sizeof(m_pIndex[0]));
+        std::fill_n(m_pIndex, m_nIndexSize, nullptr);
         m_nIndexed = 0;
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -191,13 +192,13 @@ struct File
                 b.U16(p.texture), b.F32(p.params[0]), b.F32(p.params[1]);
                 if (version >= 10)
                     b.F32(p.params[2]);
-                b.U16(p.nSkipped), b.data.append(4 * p.nSkipped, 'x');
+                b.U16(p.nSkipped), b.data.append(size_t{4} * p.nSkipped, 'x');
                 b.Str(p.name);
                 for (const Mesh& m : p.lods)
                 {
                     b.U32(static_cast<uint32_t>(m.tris.size()));
                     for (const Tri& t : m.tris)
-                        for (int c = 0; c < 3; ++c)
+                        for (size_t c = 0; c < 3; ++c)
                             b.F32(t.uvs[2 * c]), b.F32(t.uvs[2 * c + 1]), b.U16(t.indices[c]);
                     b.U32(static_cast<uint32_t>(m.verts.size()));
                     for (const Vert& v : m.verts)

@@ -105,7 +105,7 @@ TEST(ChildModels, MessagesAndLimits)
     EXPECT_STREQ(errStr, "Node trees differ at node n2.");
     EXPECT_EQ(differs.m_RefCount, 0);
     // A name longer than the message has room for is cut.
-    model.GetNode(2)->SetName(std::string(2 * MODEL_ERRSTR_SIZE, 'x').c_str());
+    model.GetNode(2)->SetName(std::string(size_t{2} * MODEL_ERRSTR_SIZE, 'x').c_str());
     EXPECT_FALSE(model.AddChildModel(&differs, "differs", errStr, QZFALSE));
     EXPECT_EQ(strlen(errStr), MODEL_ERRSTR_SIZE - 1);
 

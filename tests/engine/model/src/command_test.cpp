@@ -95,7 +95,7 @@ TEST(CommandString, EveryKeyword)
             if (m.m_iNormalRefNode == 0)
                 EXPECT_NEAR(at.m[7], walk.tracks[0][0].t[1] + walk.translation[1], 1e-5f);
             else
-                EXPECT_EQ(memcmp(&at, &m.GetTransform(1), sizeof(at)), 0);
+                EXPECT_TRUE(std::equal(at.m, at.m + 16, m.GetTransform(1).m));
             // Another file without that line: no index into the old tables is left.
             EXPECT_EQ(LoadBytes(m, abc::File().Write()), RESULT_OK);
             EXPECT_EQ(m.m_iNormalRefNode, -1);

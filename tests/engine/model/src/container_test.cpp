@@ -83,6 +83,7 @@ TEST(Model, Strings)
     // The index gives what the list gives, also for texts from before, and when it grows.
     model.m_Strings.BeginIndex();
     std::vector<const char*> stored;
+    stored.reserve(1000);
     for (int i = 0; i < 1000; ++i)
         stored.push_back(model.AddString(std::to_string(i).c_str()));
     EXPECT_EQ(model.AddString("walk"), pWalk);
@@ -334,8 +335,9 @@ TEST(ModelPiece, RemoveVertex)
         std::vector<float> shown;
         for (uint32_t i = 0; i < 90; ++i)
         {
-            pPiece->GetTri(i / 3)->m_Indices[i % 3] = static_cast<uint16_t>(random.Int(nVerts));
-            shown.push_back(pPiece->GetTri(i / 3)->m_Indices[i % 3]);
+            const uint32_t iVert = random.Int(nVerts);
+            pPiece->GetTri(i / 3)->m_Indices[i % 3] = static_cast<uint16_t>(iVert);
+            shown.push_back(static_cast<float>(iVert));
         }
         while (pPiece->NumVerts() > 2)
         {

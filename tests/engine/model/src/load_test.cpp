@@ -271,7 +271,7 @@ TEST(ModelLoad, DamageGivesAValidModelOrNone)
         else
             EXPECT_TRUE(result == RESULT_ERROR && IsEmpty(model) && counter.m_nCurrentAllocations == 0);
         // Tracks of animations without keys take no bytes; that is what the second part is for.
-        EXPECT_LE(counter.m_TotalMemoryAllocated, 16 * sample.size() + (65536 + 4) * 128);
+        EXPECT_LE(counter.m_TotalMemoryAllocated, 16 * sample.size() + size_t{65536 + 4} * 128);
         return result;
     };
     ASSERT_EQ(check(sample), RESULT_OK);
@@ -344,7 +344,7 @@ TEST(ModelLoad, CountsAskForNoMemory)
         body.Str(""), body.U16(0), body.U8(0), body.Floats(node.global);
         body.U32(10000);
     }
-    body.data.append(10000 * 73, '\0');
+    body.data.append(size_t{10000} * 73, '\0');
     abc::File file;
     file.bodies["Nodes"] = body.data;
     CountingAllocator counter(&g_DefaultAllocator);

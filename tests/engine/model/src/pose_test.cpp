@@ -196,7 +196,7 @@ TEST(TransformMaker, AgainstTheDefinitions)
         ASSERT_TRUE(model.GetSocketTransform(&maker.m_Anims[0], seed % 2, &start, &single));
         ExpectNear(single, reference::Product(rig.Expected(place.node, rig.Start()), inNode));
         ASSERT_TRUE(model.GetCurrentSocketTransform(model.GetSocket(seed % 2), &socket));
-        EXPECT_EQ(memcmp(&socket, &single, sizeof(socket)), 0);
+        EXPECT_TRUE(std::equal(socket.m, socket.m + 16, single.m));
     }
 }
 
@@ -324,7 +324,7 @@ TEST(VertexDeformation, AgainstTheDefinitions)
         request.m_StartMat.Set(rig.start.data());
         const uint32_t strides[] = {12, 13, 32};
         request.m_VertStride = strides[seed % 3];
-        std::string out(request.m_VertStride * 20, 'x');
+        std::string out(size_t{20} * request.m_VertStride, 'x');
         request.m_pVertOut = reinterpret_cast<Vector3*>(out.data());
         ASSERT_TRUE(rig.pModel->GetVertexPositions(&request, QZTRUE));
         size_t iOut = 0;
@@ -336,7 +336,7 @@ TEST(VertexDeformation, AgainstTheDefinitions)
                 for (const abc::Weight& weight : vert.weights)
                 {
                     const Mat m = rig.Expected(weight.node, rig.Start());
-                    for (int r = 0; r < 4; ++r)
+                    for (size_t r = 0; r < 4; ++r)
                         sum[r] += m[4 * r] * weight.xyz[0] + m[4 * r + 1] * weight.xyz[1] +
                                   m[4 * r + 2] * weight.xyz[2] + m[4 * r + 3] * weight.share;
                 }
