@@ -151,10 +151,11 @@ void FaultTest::FailEachCall(bool bAppend)
                 message = "Geometry in " + m_Path + " is different.";
             const int result = Run(bAppend);
             EXPECT_EQ(result, message.empty() ? 0 : 124);
-            const std::string asked = bAppend ? "Filename exists - append current animation to this file?|" : "";
-            std::string boxes = asked + (message.empty() ? "" : message + "|");
-            if (name == "SAA_sceneInitInternal" || name == "SAA_sceneGetCurrent")
-                boxes = message == "-" ? "" : message + "|"; // ahead of the question
+            // These two come ahead of the question.
+            const bool bAsked = bAppend && name != "SAA_sceneInitInternal" && name != "SAA_sceneGetCurrent";
+            std::string boxes = bAsked ? "Filename exists - append current animation to this file?|" : "";
+            if (!message.empty() && message != "-")
+                boxes.append(message).append("|");
             EXPECT_EQ(Boxes(), boxes);
             if (result == 0)
                 ExpectSoundFile(bAppend ? 2 : 1);
