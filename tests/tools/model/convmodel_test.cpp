@@ -1,0 +1,173 @@
+#include "tests/tools/model/testmodel.h"
+
+#include "tests/zoltshared/stdzolt/testallocator.h"
+#include "tools/model/convmodel.h"
+#include "tools/model/evaluatenodetransforms.h"
+
+namespace
+{
+ConvNode* NodeAt(Model& model, uint32_t i)
+{
+    return dynamic_cast<ConvNode*>(model.GetNode(i));
+}
+
+void ExpectMatrix(const Matrix4& matrix, std::initializer_list<float> expected, float tolerance = 1e-6f)
+{
+    int i = 0;
+    for (const float value : expected)
+    {
+        EXPECT_NEAR(matrix.m[i], value, tolerance) << i;
+        ++i;
+    }
+}
+} // namespace
+
+TEST(EvaluateNodeTransforms, KeepsOrDropsTheScale)
+{
+    ConvModel model;
+    BuildTree<ConvNode>(model, "r(a)");
+    ModelAnim* pAnim = AddRandomAnim(model, "walk", 2, 1);
+    for (uint32_t i = 0; i < 2; ++i)
+        pAnim->m_AnimNodes[i]->m_KeyFrames[1].SetIdentity();
+    pAnim->m_AnimNodes[1]->m_KeyFrames[1].m_vTranslation.Set(1, 0, 0);
+    NodeAt(model, 0)->m_Scale.Set(2, 3, -4);
+    NodeAt(model, 1)->m_Scale.Set(5, 1, 1);
+    Matrix4 parent;
+    parent.SetTranslation(0, 0, 7);
+
+    EvaluateNodeTransforms(pAnim->GetRootNode(), 1, parent, QZTRUE);
+    ExpectMatrix(model.GetNode(0)->m_mGlobal, {2, 0, 0, 0, 0, 3, 0, 0, 0, 0, -4, 7, 0, 0, 0, 1});
+    ExpectMatrix(model.GetNode(1)->m_mGlobal, {10, 0, 0, 2, 0, 3, 0, 0, 0, 0, -4, 7, 0, 0, 0, 1});
+    ExpectMatrix(NodeAt(model, 1)->m_mLocal, {1, 0, 0, 1, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1});
+
+    // What goes down is the orthonormal matrix, without the mirror.
+    EvaluateNodeTransforms(pAnim->GetRootNode(), 1, parent, QZFALSE);
+    ExpectMatrix(model.GetNode(0)->m_mGlobal, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 7, 0, 0, 0, 1});
+    ExpectMatrix(model.GetNode(1)->m_mGlobal, {1, 0, 0, 1, 0, 1, 0, 0, 0, 0, 1, 7, 0, 0, 0, 1});
+    ExpectMatrix(model.GetNode(1)->m_mGlobalInverse, {1, 0, 0, -1, 0, 1, 0, 0, 0, 0, 1, -7, 0, 0, 0, 1});
+}
+
+TEST(ConvertCoordinates, MirrorsPlacesAndTurnsFrames)
+{
+    ConvModel model;
+    BuildTree<ConvNode>(model, "r(a(b),c)");
+    ModelAnim* pAnim = AddRandomAnim(model, "walk", 4, 1);
+    AddRandomAnim(model, "run", 2, 2);
+    NodeKeyFrame& rootKey = pAnim->GetRootNode()->m_KeyFrames[0];
+    rootKey.SetIdentity();
+    rootKey.m_vTranslation.Set(1, 2, 3);
+    std::vector<std::vector<Poses>> expected = {AllPoses(pAnim), AllPoses(model.GetAnim(1))};
+    for (std::vector<Poses>& anim : expected)
+    {
+        for (Poses& atKey : anim)
+        {
+            for (auto& [name, pose] : atKey)
+            {
+                for (int c = 0; c < 3; ++c)
+                {
+                    pose.m[0][c] = -pose.m[0][c];
+                    pose.m[1][c] = -pose.m[1][c];
+                }
+                pose.m[2][3] = -pose.m[2][3];
+            }
+        }
+    }
+    model.ConvertCoordinates();
+    for (uint32_t i = 0; i < 2; ++i)
+        ExpectSamePoses(expected[i], AllPoses(model.GetAnim(i)), 1e-5);
+    Matrix4 root;
+    rootKey.ToMatrix(root);
+    ExpectMatrix(root, {-1, 0, 0, 1, 0, -1, 0, 2, 0, 0, 1, -3, 0, 0, 0, 1});
+    // The nodes keep the last key.
+    for (int i = 0; i < 12; ++i)
+        EXPECT_NEAR(model.FindNode("b", nullptr)->m_mGlobal.m[i], expected[1][1]["b"].m[i / 4][i % 4], 1e-5);
+}
+
+TEST(FinishAnim, TheFirstKeyStandsAtZero)
+{
+    ConvModel model;
+    BuildTree<ConvNode>(model, "r(a)");
+    AddRandomAnim(model, "walk", 3, 1);
+    AddRandomAnim(model, "still", 1, 2);
+    AddRandomAnim(model, "none", 0, 3);
+    model.GetAnim(0)->m_KeyFrames[2].m_Time = 1007;
+    AnimNode* pTrack = model.GetAnim(1)->m_AnimNodes[1];
+    for (uint32_t i = 0; i < 3; ++i)
+        ASSERT_TRUE(model.FinishAnim(i));
+    for (uint32_t i = 0; i < 3; ++i)
+        EXPECT_EQ(model.GetAnim(0)->m_KeyFrames[i].m_Time, (std::vector<uint32_t>{0, 100, 907})[i]);
+    EXPECT_EQ(model.GetAnim(1)->m_KeyFrames[0].m_Time, 0u);
+    EXPECT_EQ(model.GetAnim(1)->m_AnimNodes[1], pTrack);
+    EXPECT_EQ(model.GetSelfChildModel()->m_Relations.GetSize(), 2u);
+}
+
+TEST(ConvModel, ListsOfChildrenAreMadeWholeOrNotAtAll)
+{
+    TestAllocator allocator;
+    {
+        ConvModel model;
+        model.m_pAllocator = &allocator;
+        ModelAnim anim(&model);
+        DynArray<ModelNode*, NoCache> nodes;
+        DynArray<AnimNode*, NoCache> tracks;
+        for (uint32_t n = 0; n < 4; ++n)
+        {
+            allocator.m_nLeft = n;
+            EXPECT_FALSE(model.CreateChildNodes(nodes, 3));
+            allocator.m_nLeft = n;
+            EXPECT_FALSE(model.CreateChildAnimNodes(tracks, 3, &anim, anim.GetRootNode()));
+            EXPECT_EQ(nodes.GetSize() + tracks.GetSize(), 0u);
+            EXPECT_EQ(allocator.m_nLive, 0);
+        }
+        allocator.m_nLeft = 20;
+        ASSERT_TRUE(model.CreateChildNodes(nodes, 3));
+        ASSERT_TRUE(model.CreateChildAnimNodes(tracks, 3, &anim, anim.GetRootNode()));
+        const ConvNode* pNode = dynamic_cast<ConvNode*>(nodes[2]);
+        ASSERT_TRUE(pNode);
+        EXPECT_EQ(pNode->m_PieceIndex, -1);
+        EXPECT_EQ(pNode->m_Scale.y, 1.0f);
+        EXPECT_EQ(pNode->GetModel(), &model);
+        AnimNode* pGrandchild = tracks[1]->CreateAnimNode(&anim, tracks[1]);
+        EXPECT_TRUE(dynamic_cast<ConvAnimNode*>(pGrandchild));
+        EXPECT_EQ(tracks[1]->m_pParent, anim.GetRootNode());
+        FreeObject(allocator, pGrandchild);
+        DeleteAndClearArray(nodes, &allocator);
+        DeleteAndClearArray(tracks, &allocator);
+    }
+    EXPECT_EQ(allocator.m_nLive, 0);
+}
+
+TEST(ConvModel, FindsTheFirstNodeOfAPiece)
+{
+    ConvModel model;
+    EXPECT_EQ(model.FindPieceNodeIndex(0), 0xFFFFFFFFu);
+    ASSERT_TRUE(model.Precalc(QZTRUE)); // the built-in root is no ConvNode
+    EXPECT_EQ(model.FindPieceNodeIndex(0), 0xFFFFFFFFu);
+    BuildTree<ConvNode>(model, "r(a(b),c)");
+    NodeAt(model, 2)->m_PieceIndex = 1;
+    NodeAt(model, 3)->m_PieceIndex = 1;
+    EXPECT_EQ(model.FindPieceNodeIndex(1), 2u);
+    EXPECT_EQ(model.FindPieceNode(1), model.GetNode(2));
+    EXPECT_EQ(model.FindPieceNodeIndex(0), 0xFFFFFFFFu);
+    EXPECT_EQ(model.FindPieceNode(0), nullptr);
+}
+
+TEST(ConvModel, FinishRunsAllSteps)
+{
+    for (const bool bAll : {true, false})
+    {
+        ConvModel model;
+        BuildTree<ConvNode>(model, "r*(a*(b),c)");
+        ModelAnim* pAnim = AddRandomAnim(model, "walk", 2, 1);
+        const std::vector<Poses> before = AllPoses(pAnim);
+        ModelPiece* pPiece = AddPiece(model, {{0, 0, 0}, {256, 0, 0}, {256.01f, 0, 0}, {0, 256, 0}, {5, 5, 5}},
+                                      {{0, 1, 3}, {0, 2, 3}, {0, 1, 2}});
+        ASSERT_TRUE(model.Finish(bAll, bAll));
+        EXPECT_EQ(model.NumNodes(), bAll ? 3u : 4u);
+        EXPECT_EQ(pAnim->m_KeyFrames[1].m_Time, 100u);
+        ExpectSamePoses(before, AllPoses(pAnim), 1e-5);
+        EXPECT_EQ(pPiece->NumVerts(), bAll ? 3u : 5u);
+        EXPECT_EQ(pPiece->NumTris(), bAll ? 2u : 3u);
+        EXPECT_FLOAT_EQ(pPiece->GetVert(1)->m_vNormal.z, 1.0f);
+    }
+}

@@ -1,0 +1,222 @@
+#include "tests/tools/model/testmodel.h"
+
+#include "tests/zoltshared/stdzolt/testallocator.h"
+
+namespace
+{
+// The tree as BuildTree takes it, without stars.
+std::string TextOf(ModelNode* pNode)
+{
+    std::string text = pNode->GetName();
+    for (uint32_t i = 0; i < pNode->NumChildren(); ++i)
+        text += (i == 0 ? "(" : ",") + TextOf(pNode->GetChild(i));
+    return pNode->NumChildren() ? text + ")" : text;
+}
+
+// One vertex for each node name, with one weight on that node.
+void AddWeightedPiece(Model& model, const std::vector<std::string>& names)
+{
+    ModelPiece* pPiece = AddPiece(model, std::vector<Vector3>(names.size(), Vector3(0, 0, 0)), {});
+    model.m_VertexWeights.SetSize(static_cast<uint32_t>(names.size()), model.m_pAllocator);
+    for (uint32_t i = 0; i < names.size(); ++i)
+    {
+        pPiece->m_Verts[i].m_Weights = &model.m_VertexWeights[i];
+        pPiece->m_Verts[i].m_nWeights = 1;
+        ASSERT_TRUE(model.FindNode(names[i].c_str(), &model.m_VertexWeights[i].m_iNode));
+    }
+}
+
+// All tables and the two trees agree.
+void ExpectConsistent(Model& model)
+{
+    ASSERT_EQ(model.NumNodes(), model.GetRootNode()->CountNodes());
+    ASSERT_EQ(model.m_FlatNodeList.GetSize(), model.NumNodes());
+    EXPECT_EQ(model.m_nDWordNodes, (model.NumNodes() + 3) / 4);
+    EXPECT_EQ(model.GetSelfChildModel()->m_Relations.GetSize(), model.NumNodes());
+    for (uint32_t i = 0; i < model.NumNodes(); ++i)
+    {
+        ModelNode* pNode = model.GetNode(i);
+        EXPECT_EQ(pNode->GetNodeIndex(), i);
+        EXPECT_EQ(model.GetSelfChildModel()->m_Relations[i].m_qRotation.w, 1.0f);
+        for (uint32_t k = 0; k < pNode->NumChildren(); ++k)
+            EXPECT_EQ(pNode->GetChild(k)->GetParentIndex(), i);
+        for (uint32_t iAnim = 0; iAnim < model.NumAnims(); ++iAnim)
+        {
+            AnimNode* pTrack = model.GetAnim(iAnim)->m_AnimNodes[i];
+            ASSERT_EQ(pTrack->m_pNode, pNode);
+            ASSERT_EQ(pTrack->NumChildren(), pNode->NumChildren());
+            for (uint32_t k = 0; k < pTrack->NumChildren(); ++k)
+                EXPECT_EQ(pTrack->GetChild(k)->m_pParent, pTrack);
+        }
+    }
+}
+} // namespace
+
+TEST(RemoveNode, ChildrenGoBehindAndEveryIndexFollows)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    BuildTree(model, "P(A,X*(C(E),D),B(leaf*),F)");
+    AddWeightedPiece(model, {"A", "E", "B", "F", "P", "F"});
+    ModelAnim* pWalk = AddRandomAnim(model, "walk", 3, 1);
+    ModelAnim* pStill = AddRandomAnim(model, "still", 1, 2);
+    const std::vector<Poses> walk = AllPoses(pWalk), still = AllPoses(pStill);
+    model.GetNode(2)->m_mGlobal(0, 3) = 5.0f;
+
+    ASSERT_TRUE(model.RemoveNode(model.FindNode("X", nullptr)));
+    EXPECT_EQ(TextOf(model.GetRootNode()), "P(A,B(leaf),F,C(E),D)");
+    ExpectConsistent(model);
+    ASSERT_TRUE(model.RemoveNode(model.FindNode("leaf", nullptr)));
+    EXPECT_EQ(TextOf(model.GetRootNode()), "P(A,B,F,C(E),D)");
+    ExpectConsistent(model);
+    ExpectSamePoses(walk, AllPoses(pWalk), 1e-5);
+    ExpectSamePoses(still, AllPoses(pStill), 1e-5);
+    const uint32_t expected[] = {1, 5, 2, 3, 0, 3};
+    for (uint32_t i = 0; i < 6; ++i)
+        EXPECT_EQ(model.m_VertexWeights[i].m_iNode, expected[i]);
+    EXPECT_EQ(pWalk->m_KeyFrames[2].m_Time, 300u);
+}
+
+TEST(RemoveNode, RefusalsChangeNothing)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator), other(&g_DefaultAllocator, &g_DefaultAllocator);
+    BuildTree(model, "r*(a*(b),c)");
+    BuildTree(other, "r(a(b),foreign*)");
+    AddRandomAnim(model, "walk", 2, 1);
+    AddWeightedPiece(model, {"b", "a"});
+    const Bytes before = Snapshot(model);
+    EXPECT_FALSE(model.RemoveNode(nullptr));
+    EXPECT_FALSE(model.RemoveNode(model.GetRootNode()));
+    EXPECT_FALSE(model.RemoveNode(model.FindNode("a", nullptr))); // weighted
+    EXPECT_FALSE(model.RemoveNode(model.FindNode("c", nullptr))); // not marked
+    EXPECT_FALSE(model.RemoveNode(other.FindNode("foreign", nullptr)));
+    EXPECT_FALSE(model.RemoveRemovableNodes());
+    EXPECT_EQ(Snapshot(model), before);
+}
+
+TEST(RemoveNode, WideTreesKeepTheirPoses)
+{
+    // A list of node numbers under each node stands for the tree.
+    const uint32_t nNodes = 300;
+    for (uint32_t seed = 1; seed <= 3; ++seed)
+    {
+        std::mt19937 rng(seed);
+        Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+        std::vector<std::vector<uint32_t>> children(nNodes);
+        std::vector<ModelNode*> nodes = {AddNode(model, nullptr, "0")};
+        for (uint32_t i = 1; i < nNodes; ++i)
+        {
+            const uint32_t iParent = seed == 1 ? i - 1 - std::min<uint32_t>(i - 1, rng() % 3) : rng() % i;
+            children[iParent].push_back(i);
+            nodes.push_back(AddNode(model, nodes[iParent], std::to_string(i)));
+            nodes[i]->m_Flags = rng() % 4 != 0 ? MNODE_REMOVEABLE : 0;
+        }
+        ASSERT_TRUE(model.Precalc(QZTRUE));
+        std::vector<std::string> weighted;
+        for (uint32_t i = 0; i < nNodes; ++i)
+        {
+            if (!(nodes[i]->m_Flags & MNODE_REMOVEABLE))
+                weighted.push_back(std::to_string(i));
+        }
+        AddWeightedPiece(model, weighted);
+        ModelAnim* pAnim = AddRandomAnim(model, "walk", 2, seed);
+        const std::vector<Poses> before = AllPoses(pAnim);
+
+        // The first marked node in pre-order goes, until there is none.
+        const auto removeOne = [&](auto&& self, uint32_t i) -> bool
+        {
+            for (size_t k = 0; k < children[i].size(); ++k)
+            {
+                const uint32_t iChild = children[i][k];
+                if (nodes[iChild]->m_Flags & MNODE_REMOVEABLE)
+                {
+                    children[i].erase(children[i].begin() + static_cast<std::ptrdiff_t>(k));
+                    children[i].insert(children[i].end(), children[iChild].begin(), children[iChild].end());
+                    return true;
+                }
+                if (self(self, iChild))
+                    return true;
+            }
+            return false;
+        };
+        while (removeOne(removeOne, 0))
+        {
+        }
+        const auto text = [&](auto&& self, uint32_t i) -> std::string
+        {
+            std::string out = std::to_string(i);
+            for (size_t k = 0; k < children[i].size(); ++k)
+                out += (k == 0 ? "(" : ",") + self(self, children[i][k]);
+            return children[i].empty() ? out : out + ")";
+        };
+        const std::string expected = text(text, 0);
+
+        EXPECT_TRUE(model.RemoveRemovableNodes());
+        EXPECT_EQ(TextOf(model.GetRootNode()), expected);
+        ExpectConsistent(model);
+        ExpectSamePoses(before, AllPoses(pAnim), 2e-3);
+        for (uint32_t i = 0; i < weighted.size(); ++i)
+            EXPECT_EQ(model.GetNode(model.m_VertexWeights[i].m_iNode)->GetName(), weighted[i]);
+    }
+}
+
+TEST(RemoveNode, AChainCollapsesToItsRoot)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    ModelNode* pNode = AddNode(model, nullptr, "root");
+    for (int i = 0; i < 400; ++i)
+    {
+        pNode->m_Flags = MNODE_REMOVEABLE;
+        pNode = AddNode(model, pNode, std::to_string(i));
+    }
+    ASSERT_TRUE(model.Precalc(QZTRUE));
+    ModelAnim* pAnim = AddRandomAnim(model, "walk", 2, 1);
+    const std::vector<Poses> before = AllPoses(pAnim);
+    EXPECT_FALSE(model.RemoveRemovableNodes()); // the root is refused
+    EXPECT_EQ(TextOf(model.GetRootNode()), "root(399)");
+    ExpectSamePoses(before, AllPoses(pAnim), 5e-3);
+    pNode->m_Flags = MNODE_REMOVEABLE;
+    EXPECT_FALSE(model.RemoveRemovableNodes());
+    EXPECT_EQ(TextOf(model.GetRootNode()), "root");
+    ExpectConsistent(model);
+    ExpectSamePoses(before, AllPoses(pAnim), 1e-5);
+}
+
+TEST(RemoveNode, AFailedRequestForMemoryChangesNothing)
+{
+    for (const bool bRelations : {false, true})
+    {
+        TestAllocator allocator;
+        {
+            Model model(&allocator, &allocator);
+            BuildTree(model, "r(a,x*(b,c(e),d),f)");
+            AddWeightedPiece(model, {"c", "f"});
+            ModelAnim* pWalk = AddRandomAnim(model, "walk", 2, 1);
+            AddRandomAnim(model, "run", 3, 2);
+            if (bRelations)
+            {
+                ASSERT_TRUE(model.SetupChildModelRelation(model.GetSelfChildModel(), &model, QZFALSE));
+            }
+            const std::vector<Poses> poses = AllPoses(pWalk);
+            const Bytes before = Snapshot(model);
+            uint32_t nFailures = 0;
+            for (;; ++nFailures)
+            {
+                allocator.m_nLeft = nFailures;
+                const QZBOOL bRemoved = model.RemoveNode(model.FindNode("x", nullptr));
+                allocator.m_nLeft = 0xFFFFFFFF;
+                if (bRemoved)
+                    break;
+                ASSERT_EQ(Snapshot(model), before) << nFailures;
+                ASSERT_EQ(TextOf(model.GetRootNode()), "r(a,x(b,c(e),d),f)");
+            }
+            // Relations, which keep the room of a failed attempt, and a list of children for each of three trees.
+            EXPECT_EQ(nFailures, 3u);
+            EXPECT_EQ(TextOf(model.GetRootNode()), "r(a,f,b,c(e),d)");
+            ExpectConsistent(model);
+            ExpectSamePoses(poses, AllPoses(pWalk), 1e-5);
+            ASSERT_TRUE(model.Precalc(QZTRUE));
+            ExpectConsistent(model);
+        }
+        EXPECT_EQ(allocator.m_nLive, 0);
+    }
+}
