@@ -114,7 +114,7 @@ void Save(benchmark::State& state)
 {
     ConvModel model;
     BuildFigure(model);
-    for (auto _ : state)
+    while (state.KeepRunning())
     {
         MemoryStream stream(0x100000);
         if (!model.Save(&stream))
@@ -128,7 +128,7 @@ void Load(benchmark::State& state)
     BuildFigure(model);
     MemoryStream stream(0x100000);
     model.Save(&stream);
-    for (auto _ : state)
+    while (state.KeepRunning())
     {
         Model loaded(&g_DefaultAllocator, &g_DefaultAllocator);
         LoadRequest request;
@@ -143,7 +143,7 @@ void Append(benchmark::State& state)
     ConvModel source, dest;
     BuildSkeleton(source, 60, 2, 300);
     BuildSkeleton(dest, 60, 2, 1);
-    for (auto _ : state)
+    while (state.KeepRunning())
     {
         if (dest.AddAnims(&source) != 0)
             state.SkipWithError("not added");
@@ -155,7 +155,7 @@ void Append(benchmark::State& state)
 
 void MergeSheet(benchmark::State& state)
 {
-    for (auto _ : state)
+    while (state.KeepRunning())
     {
         state.PauseTiming();
         ConvModel model;
@@ -169,7 +169,7 @@ void MergeSheet(benchmark::State& state)
 
 void FinishSheet(benchmark::State& state)
 {
-    for (auto _ : state)
+    while (state.KeepRunning())
     {
         state.PauseTiming();
         ConvModel model;
@@ -188,7 +188,7 @@ void SetupTransforms(benchmark::State& state)
     TransformMaker maker;
     maker.m_nAnims = 1;
     maker.m_Anims[0].Init(&model, 0, 10, 0, 11, 0.3f);
-    for (auto _ : state)
+    while (state.KeepRunning())
     {
         if (!maker.SetupTransforms())
             state.SkipWithError("not valid");
@@ -205,7 +205,7 @@ void GetVertexPositions(benchmark::State& state)
     request.m_nAnims = 1;
     request.m_Anims[0].Init(&model, 0, 10, 0, 11, 0.3f);
     request.m_pVertOut = positions.data();
-    for (auto _ : state)
+    while (state.KeepRunning())
     {
         if (!model.GetVertexPositions(&request, QZTRUE))
             state.SkipWithError("not valid");
@@ -215,7 +215,7 @@ void GetVertexPositions(benchmark::State& state)
 // All nodes but the root go: nodes, children of each, keys.
 void RemoveNodes(benchmark::State& state)
 {
-    for (auto _ : state)
+    while (state.KeepRunning())
     {
         state.PauseTiming();
         ConvModel model;

@@ -45,6 +45,12 @@ TEST(EvaluateNodeTransforms, KeepsOrDropsTheScale)
     ExpectMatrix(model.GetNode(0)->m_mGlobal, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 7, 0, 0, 0, 1});
     ExpectMatrix(model.GetNode(1)->m_mGlobal, {1, 0, 0, 1, 0, 1, 0, 0, 0, 0, 1, 7, 0, 0, 0, 1});
     ExpectMatrix(model.GetNode(1)->m_mGlobalInverse, {1, 0, 0, -1, 0, 1, 0, 0, 0, 0, 1, -7, 0, 0, 0, 1});
+
+    // A scale of 0 leaves the directions of the rotations, here a quarter turn about z.
+    NodeAt(model, 1)->m_Scale.Set(0, 0, 0);
+    pAnim->m_AnimNodes[1]->m_KeyFrames[1].m_qRotation.Set(0, 0, std::sqrt(0.5f), std::sqrt(0.5f));
+    EvaluateNodeTransforms(pAnim->GetRootNode(), 1, parent, QZFALSE);
+    ExpectMatrix(model.GetNode(1)->m_mGlobal, {0, -1, 0, 1, 1, 0, 0, 0, 0, 0, 1, 7, 0, 0, 0, 1});
 }
 
 TEST(ConvertCoordinates, MirrorsPlacesAndTurnsFrames)

@@ -271,15 +271,15 @@ TEST(ModelSave, CountsAndSizeByHand)
     ModelAllocations allocs;
     uint32_t size = 0;
     ASSERT_TRUE(allocs.InitFromModel(&model) && allocs.CalcAllocationSize(size));
-    const uint32_t p = sizeof(void*);
+    const size_t p = sizeof(void*), key = 28;
     // The fixed part of a string record is that of a size, a pointer and one character.
-    const uint32_t record = p == 8 ? 24 : 12;
-    uint32_t expected = record * 5 + 48; // 31 characters and 15, rounded up
-    expected += 28 * 2 * 2 + p + sizeof(AnimNode) + sizeof(AnimKeyFrame) * 2 + p * 2;
-    expected += p + sizeof(ModelNode) + 28 * 2 * 2;
+    const size_t record = p == 8 ? 24 : 12;
+    size_t expected = record * 5 + 48; // 31 characters and 15, rounded up
+    expected += key * 2 * 2 + p + sizeof(AnimNode) + sizeof(AnimKeyFrame) * 2 + p * 2;
+    expected += p + sizeof(ModelNode) + key * 2 * 2;
     expected += sizeof(ModelTri) * 2 + sizeof(ModelVert) * 6 + sizeof(ModelPieceLOD) + p + sizeof(ModelPiece);
-    expected += 4 * 2 + p + sizeof(WeightSet) + p + sizeof(ModelSocket) + 4 + 20 * 3;
-    expected += 64 * 2 + p * 2 + sizeof(ChildInfo) + sizeof(ModelAnim);
+    expected += sizeof(float) * 2 + p + sizeof(WeightSet) + p + sizeof(ModelSocket) + sizeof(float);
+    expected += sizeof(ModelVertWeight) * 3 + sizeof(Matrix4) * 2 + p * 2 + sizeof(ChildInfo) + sizeof(ModelAnim);
     EXPECT_EQ(size, expected);
     EXPECT_LE(counting.m_TotalMemoryAllocated, size);
 

@@ -33,7 +33,7 @@ template <class T = ModelNode> void BuildTree(Model& model, const std::string& t
     ModelNode* pLast = nullptr;
     for (size_t i = 0; i < text.size(); ++i)
     {
-        if (text[i] == '*')
+        if (text[i] == '*' && pLast)
             pLast->m_Flags |= MNODE_REMOVEABLE;
         else if (text[i] == '(')
             parents.push_back(pLast);
