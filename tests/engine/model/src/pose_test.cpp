@@ -2,6 +2,7 @@
 #include "tests/engine/model/src/loadbytes.h"
 #include "tests/engine/model/src/referencepose.h"
 #include "tests/zoltshared/stdzolt/assertioncatcher.h"
+#include "zoltshared/stdzolt/countingallocator.h"
 
 #include <gtest/gtest.h>
 
@@ -354,6 +355,29 @@ TEST(VertexDeformation, AgainstTheDefinitions)
         }
         EXPECT_EQ(out.find_first_not_of('x', iOut), std::string::npos);
     }
+}
+
+TEST(VertexDeformation, TakesNoMemory)
+{
+    abc::Random random(3);
+    abc::File file;
+    file.nodes = random.Tree(9);
+    file.links[0].relations.assign(9, random.Place());
+    file.anims = {random.Animation("a", 9, 3)};
+    file.pieces.resize(1);
+    file.pieces[0].lods = {random.RandomMesh(40, 0, 9)};
+    CountingAllocator counting(&g_DefaultAllocator);
+    Model model(&counting, &counting);
+    ASSERT_EQ(LoadBytes(model, file.Write()), RESULT_OK);
+    Vector3 out[40];
+    VertexDeformRequest request;
+    request.m_nAnims = 1;
+    request.m_Anims[0].Init(&model, 0, 0, 0, 1, 0.5f);
+    request.m_pVertOut = out;
+    const uint32_t nBefore = counting.m_nTotalAllocations;
+    const QZBOOL bDone = model.GetVertexPositions(&request, QZTRUE);
+    EXPECT_EQ(counting.m_nTotalAllocations, nBefore);
+    EXPECT_TRUE(bDone);
 }
 
 TEST(VertexDeformation, OddWeights)
