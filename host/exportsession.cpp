@@ -93,7 +93,7 @@ void ExportSession::NameOtherClips(int clip)
             others += (others.empty() ? "" : ", ") + DescribeClip(m_Scene, i);
     }
     if (!others.empty())
-        m_Console.Say("Exporting the first clip, " + DescribeClip(m_Scene, clip) + "; the others are " + others +
+        m_Console.Say("Exporting the first clip, " + DescribeClip(m_Scene, clip) + "; not exported: " + others +
                       " (--clip NAME for one of them, --all-clips for all).");
 }
 
