@@ -57,11 +57,16 @@ static float MagScaleOfName(const char* pName, float fDefault)
     return value != 0 ? static_cast<float>(value) : fDefault;
 }
 
-QZBOOL CleanGeometry(Model* pModel)
+float CalcMagScale(Model* pModel)
 {
     const float radius = CalcModelRadius(pModel);
     const float magScale = radius < SMALL_RADIUS ? 1.0f : MAG_SCALE_OF_RADIUS / radius;
-    if (!MergeCloseVertices(pModel, MagScaleOfName(pModel->GetRootNode()->GetName(), magScale)))
+    return MagScaleOfName(pModel->GetRootNode()->GetName(), magScale);
+}
+
+QZBOOL CleanGeometry(Model* pModel)
+{
+    if (!MergeCloseVertices(pModel, CalcMagScale(pModel)))
         return QZFALSE;
     RemoveDegenerateTris(pModel);
     return RemoveUnusedVerts(pModel);

@@ -2,8 +2,9 @@
 
 #include "engine/model/src/model.h"
 
-// Merges close vertices, drops degenerate triangles and unused vertices. The merge limit is 0.1 / mag scale; the mag
-// scale is 256 / radius, or what the token "MagScale" in the root node's name says.
+// 256 / radius (1 for a radius below 0.001), or what the token "MagScale" in the root node's name says.
+float CalcMagScale(Model* pModel);
+// Merges vertices closer than 0.1 / mag scale, drops degenerate triangles and unused vertices.
 // False without memory, as the functions below; what was done until then stays.
 QZBOOL CleanGeometry(Model* pModel);
 // Half the diagonal of the bounding box of all LOD 0 vertices.
