@@ -1,0 +1,88 @@
+// How far a model that was written strays from its scene when it plays.
+#pragma once
+
+#include "engine/model/src/model.h"
+#include "host/playedclip.h"
+#include "host/scenevertices.h"
+
+#include <string>
+#include <vector>
+
+// The largest distance between a vertex of the model and that of the scene.
+struct ModelDistance
+{
+    double units = 0.0;
+    double part = 0.0; // of the radius
+    int frame = 0;
+    std::string node; // the scene's element
+};
+
+// One animation of the model against its clip.
+struct AnimationDistance
+{
+    ModelDistance worst;        // at all whole frames of the play range
+    ModelDistance atKeys;       // at those that keys lie on
+    ModelDistance atFirst;      // at the first of them
+    ModelDistance keptWeights;  // as the worst, from the scene with the weights alone that a model keeps
+    double lostWeights = 0.0;   // how far these two scenes are apart at keys, as a part of the radius: what a model
+                                // strays there even if its skin is taken at the bind pose
+    std::vector<int> keyFrames; // where the keys lie
+};
+
+// A vertex of the model is held against the vertices of the scene that it stands for: those of its piece's mesh within
+// the merge limit, at the pose in which the skin was taken; at each frame the nearest one of them counts. A model
+// without vertices is compared by the places of its nodes.
+class ModelComparison
+{
+public:
+    // The model must be loaded and is evaluated in place. `recorded` gives elements and meshes. Both, and the scenes of
+    // the places, must outlive this.
+    ModelComparison(Model& model, RecordedScene& recorded);
+
+    // Finds out which vertices belong together. `places` are the poses in which the skin may have been taken; the one
+    // that fits best counts, the earlier one if two do. If none fits, the model at the first key of an animation (a row
+    // of m_Anims) is held against the scene there.
+    void Match(const std::vector<ScenePlace>& places, std::uint32_t row, const PlayedClip& played);
+
+    // Half the diagonal of the box around the scene's vertices at the pose of the skin, 1 for no box at all.
+    double Radius() const { return m_Radius; }
+    // The pose that counts.
+    const ScenePlace& SkinPlace() const { return m_SkinPlace; }
+
+    // Plays a row of the model's animations against its clip. False if the model can't be evaluated.
+    bool Compare(std::uint32_t row, const PlayedClip& played, AnimationDistance& distance);
+
+private:
+    void FindPointsOfNodes(RecordedScene& recorded);
+    void PlaceScene(const ScenePlace& place, std::vector<Double3>& positions) const;
+    void MatchPiece(const std::vector<std::uint32_t>& sceneVertices, std::size_t first, std::size_t count,
+                    const std::vector<Double3>& model, const std::vector<Double3>& scene);
+    std::vector<std::uint32_t> VerticesFor(std::uint32_t piece) const;
+    double Misfit(const std::vector<Double3>& model, const std::vector<Double3>& scene) const;
+    void MatchAll(const std::vector<Double3>& model, const std::vector<Double3>& scene);
+    bool Evaluate(std::uint32_t row, std::uint32_t key, std::uint32_t next, double fraction);
+    ModelDistance MeasureFrame(int frame, const std::vector<Double3>& scene) const;
+    void MeasureAt(const PlayedClip& played, int frame, bool isKey, AnimationDistance& distance);
+    void ReduceScene(const Scene* scene);
+    const std::string& NameOf(std::uint32_t scenePoint) const;
+
+    Model& m_Model;
+    SceneVertices m_Vertices;
+    std::size_t m_nPoints = 0;               // vertices of the model, or nodes of one without
+    std::vector<std::uint32_t> m_ModelNodes; // without vertices: the model's nodes that are compared
+    std::vector<int> m_SceneNodes;           // and the scene's node of each, -1 for the null at the top
+    std::vector<std::string> m_NodeNames;
+    double m_Radius = 1.0;
+    ScenePlace m_SkinPlace;
+    std::vector<std::uint32_t> m_CandidateStarts; // m_nPoints + 1
+    std::vector<std::uint32_t> m_Candidates;      // scene points of model point i from entry i of the starts on
+    std::vector<Vector3> m_ModelAt;               // of the frame being looked at
+    std::vector<Double3> m_SceneAt;
+    std::vector<Double3> m_ReducedAt;
+    const Scene* m_ReducedOf = nullptr; // the scene that m_Reduced was made from
+    Scene m_Reduced;                    // without the weights that a model drops
+    bool m_IsReduced = false;           // whether there are any
+};
+
+// The frame of each key of an animation: times are truncated milliseconds from the first key on.
+std::vector<int> FramesOfKeys(const ModelAnim& anim, const PlayedClip& played);

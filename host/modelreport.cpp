@@ -1,0 +1,187 @@
+#include "host/modelreport.h"
+
+#include "engine/model/src/loadrequest.h"
+#include "host/sceneclips.h"
+#include "scene/cliprange.h"
+#include "zoltshared/stdzolt/stdiostream.h"
+
+#include <algorithm>
+#include <cmath>
+
+static bool LoadModelFile(const std::string& file, Model& model)
+{
+    ModelStream* stream = OpenStdioStream(file.c_str(), "rb");
+    if (!stream)
+        return false;
+    LoadRequest request;
+    request.m_pStream = stream;
+    const bool loaded = model.Load(&request) == RESULT_OK;
+    stream->Release();
+    return loaded;
+}
+
+// The millisecond that a frame may be off is that of key times in a model.
+static bool HasKeysBetweenFrames(const PlayedClip& played)
+{
+    if (played.clip < 0)
+        return false;
+    for (const SceneChannel& channel : played.scene->clips[static_cast<std::size_t>(played.clip)].channels)
+    {
+        for (const double time : channel.times)
+        {
+            const double frame = std::floor(time * played.fps + 0.5);
+            if (std::fabs(frame / played.fps - time) > 1e-3)
+                return true;
+        }
+    }
+    return false;
+}
+
+static bool MovesMorphs(const PlayedClip& played)
+{
+    if (played.clip < 0)
+        return false;
+    const std::vector<SceneChannel>& channels = played.scene->clips[static_cast<std::size_t>(played.clip)].channels;
+    return std::any_of(channels.begin(), channels.end(),
+                       [](const SceneChannel& channel) { return channel.path == ScenePath::Weights; });
+}
+
+// The poses from which the skin may be: of a model that was made here that of its first clip; in a file from before,
+// any that the scene offers.
+static std::vector<ScenePlace> FindSkinPlaces(const std::vector<PlayedClip>& clips, bool fresh)
+{
+    const PlayedClip& first = clips.front();
+    std::vector<ScenePlace> places{{first.scene, first.clip, first.Seconds(first.start)}};
+    if (fresh)
+        return places;
+    places.push_back({first.scene, -1, 0.0});
+    for (int clip = 0; clip < static_cast<int>(first.scene->clips.size()); clip++)
+        places.push_back({first.scene, clip, first.Seconds(FindClipRange(*first.scene, clip, first.fps).start)});
+    return places;
+}
+
+bool MakeModelReport(const std::string& file, const std::string& target, const std::vector<PlayedClip>& clips,
+                     const std::vector<std::string>& warnings, ModelReport& report, std::string& error)
+{
+    report = ModelReport();
+    report.file = target;
+    report.warnings = warnings;
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    if (!LoadModelFile(file, model))
+    {
+        error = "Unable to read " + target + " back.";
+        return false;
+    }
+    const std::uint32_t nOwn = model.CalcNumOwnAnims();
+    if (clips.empty() || nOwn < clips.size())
+    {
+        error = target + " doesn't hold the animations that were exported.";
+        return false;
+    }
+    const std::uint32_t firstRow = nOwn - static_cast<std::uint32_t>(clips.size());
+    const bool fresh = firstRow == 0;
+
+    RecordedSceneOptions options;
+    options.clip = clips.front().clip;
+    options.fps = clips.front().fps;
+    RecordedScene recorded(*clips.front().scene, options);
+    ModelComparison comparison(model, recorded);
+    comparison.Match(FindSkinPlaces(clips, fresh), firstRow, clips.front());
+    report.radius = comparison.Radius();
+    report.skinAtRest = comparison.SkinPlace().clip < 0;
+    for (std::size_t i = 0; i < clips.size(); i++)
+    {
+        ClipReport clip;
+        clip.played = clips[i];
+        if (clips[i].clip >= 0)
+            clip.clip = clips[i].scene->clips[static_cast<std::size_t>(clips[i].clip)].name;
+        const std::uint32_t row = firstRow + static_cast<std::uint32_t>(i);
+        clip.animation = model.GetAnim(row)->GetName();
+        clip.animatesScale = AnimatesScale(*clips[i].scene, clips[i].clip);
+        clip.movesMorphs = MovesMorphs(clips[i]);
+        clip.keysBetweenFrames = HasKeysBetweenFrames(clips[i]);
+        if (!comparison.Compare(row, clips[i], clip.distance))
+        {
+            error = target + ": animation \"" + clip.animation + "\" can't be played.";
+            return false;
+        }
+        report.clips.push_back(std::move(clip));
+    }
+    report.leftOut = FindLeftOut(model, recorded, clips, fresh, warnings);
+    return true;
+}
+
+const ModelDistance& JudgedDistance(const ClipReport& clip)
+{
+    return clip.distance.worst;
+}
+
+const ClipReport* FindWorstClip(const ModelReport& report)
+{
+    const auto worst = std::max_element(report.clips.begin(), report.clips.end(),
+                                        [](const ClipReport& a, const ClipReport& b)
+                                        { return JudgedDistance(a).part < JudgedDistance(b).part; });
+    return worst == report.clips.end() ? nullptr : &*worst;
+}
+
+static std::string FormatNumber(double value)
+{
+    char text[40];
+    std::snprintf(text, sizeof(text), "%.4g", value);
+    return text;
+}
+
+// Why it strays, or what may help. What is wrong between keys is told apart from what is wrong at the keys already.
+static std::string AdviceFor(const ModelReport& report, const ClipReport& clip)
+{
+    const AnimationDistance& distance = clip.distance;
+    std::string causes;
+    std::string switches;
+    if (clip.animatesScale)
+        causes += "; the clip animates scale, which a model doesn't keep";
+    if (clip.movesMorphs)
+        causes += "; the clip moves morph targets, which a model doesn't keep";
+    const bool isSimple = causes.empty();
+    const bool isFarAtKeys = distance.atKeys.part > REPORT_LIMIT;
+    if (isSimple && isFarAtKeys && !report.skinAtRest && distance.lostWeights < 0.7 * distance.atKeys.part)
+        switches = "--rest";
+    if (distance.lostWeights > REPORT_LIMIT)
+        causes += "; without the weights of 5 % and below, which are dropped, " +
+                  FormatNumber(100.0 * distance.keptWeights.part) + " %";
+    // With a single key there is no curve in between that a key could bring closer.
+    const bool isFarBetween = distance.worst.part > std::max(1.5 * distance.atKeys.part, REPORT_LIMIT);
+    if (isFarBetween && (isSimple || distance.keyFrames.size() > 1))
+    {
+        switches += switches.empty() ? "--keys" : " and --keys";
+        if (clip.keysBetweenFrames)
+            switches += " or --fps";
+    }
+    return causes + (switches.empty() ? "" : "; " + switches + " may help");
+}
+
+std::string DescribeDistance(const ModelReport& report, const ClipReport& clip)
+{
+    const ModelDistance& worst = JudgedDistance(clip);
+    std::string text = "animation \"" + clip.animation + "\" differs from the scene by up to " +
+                       FormatNumber(worst.units) + " units, " + FormatNumber(100.0 * worst.part) +
+                       " % of the radius, frame " + std::to_string(worst.frame) + ", node " + worst.node;
+    if (worst.part > REPORT_LIMIT)
+        text += AdviceFor(report, clip);
+    return text;
+}
+
+std::string PrintModelReport(const ModelReport& report)
+{
+    std::string text = report.file + ": radius " + FormatNumber(report.radius) + "\n";
+    for (const ClipReport& clip : report.clips)
+    {
+        text += DescribeDistance(report, clip) + " (at keys " + FormatNumber(100.0 * clip.distance.atKeys.part) +
+                " %); frames " + std::to_string(clip.played.start) + " to " + std::to_string(clip.played.end) + " at " +
+                FormatNumber(clip.played.fps) + " per second, " + std::to_string(clip.distance.keyFrames.size()) +
+                " keys\n";
+    }
+    const std::vector<std::string> leftOut = DescribeLeftOut(report.leftOut);
+    for (const std::string& line : leftOut)
+        text += "left out, " + line + "\n";
+    return leftOut.empty() ? text + "nothing was left out\n" : text;
+}

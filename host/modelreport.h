@@ -1,0 +1,55 @@
+// What an export made of a scene: how far the model strays from it, and what was left out.
+#pragma once
+
+#include "host/leftout.h"
+#include "host/modelcomparison.h"
+
+#include <string>
+#include <vector>
+
+// A distance above this part of the radius is worth a word.
+constexpr double REPORT_LIMIT = 0.01;
+
+struct ClipReport
+{
+    PlayedClip played;
+    std::string clip;      // its name in the scene, empty without one
+    std::string animation; // its name in the file
+    AnimationDistance distance;
+    bool animatesScale = false;
+    bool movesMorphs = false;
+    bool keysBetweenFrames = false; // of the file, by more than a millisecond
+};
+
+struct ModelReport
+{
+    std::string file;
+    double radius = 0.0;
+    bool skinAtRest = false; // taken from the scene without a clip
+    std::vector<ClipReport> clips;
+    LeftOut leftOut;
+    std::vector<std::string> warnings;
+};
+
+// Loads the model file and holds it against what was exported; the newest animations of the file are those of
+// `clips`, in their order. `file` is what is loaded, `target` what it is called. False with a sentence in `error` if
+// the file can't be loaded or doesn't hold the animations.
+bool MakeModelReport(const std::string& file, const std::string& target, const std::vector<PlayedClip>& clips,
+                     const std::vector<std::string>& warnings, ModelReport& report, std::string& error);
+
+// The distance that a clip is judged by: against the limits, and as the worst of a report. That from the scene with all
+// its weights, whatever a model can keep of them.
+const ModelDistance& JudgedDistance(const ClipReport& clip);
+
+// The clip that strays furthest; null without clips.
+const ClipReport* FindWorstClip(const ModelReport& report);
+
+// One line: how far an animation strays, where, and what may help.
+std::string DescribeDistance(const ModelReport& report, const ClipReport& clip);
+
+// A line for each animation and for each thing that was left out.
+std::string PrintModelReport(const ModelReport& report);
+
+// The same for a script. The members "fps", "worst" (a part of the radius), "units", "frame", "node", "clip" and
+// "animation" are those of the clip that strays furthest. `written` says whether the file is in its place.
+std::string ModelReportAsJson(const ModelReport& report, bool written);

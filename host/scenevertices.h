@@ -1,0 +1,59 @@
+// The vertices of a scene that an exporter is shown, in the order in which it makes pieces of them.
+#pragma once
+
+#include "saa/recordedscene.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// A moment of a scene.
+struct ScenePlace
+{
+    const Scene* scene = nullptr; // must outlive this
+    int clip = -1;                // -1 for the scene at rest
+    double seconds = 0.0;
+};
+
+class SceneVertices
+{
+public:
+    // One mesh, for one piece.
+    struct Mesh
+    {
+        int element = -1;
+        int node = -1;
+        int use = -1;
+        std::string name;
+        std::uint32_t first = 0; // of its vertices among all
+        std::vector<std::uint32_t> fileVertex;
+        std::size_t nTriangles = 0;
+    };
+
+    // Elements and joined vertices are taken over; the scene isn't needed any longer.
+    explicit SceneVertices(RecordedScene& recorded);
+
+    const std::vector<Mesh>& Meshes() const { return m_Meshes; }
+    std::uint32_t Count() const { return m_nVertices; }
+    // The mesh that a vertex belongs to.
+    const Mesh& MeshOf(std::uint32_t vertex) const;
+
+    // Where all vertices are, mirrored in z as a model has them: with all weights and the morph targets. Another
+    // scene than the first one must have the same nodes and meshes. A number that a float can't hold becomes 0.
+    void Place(const ScenePlace& place, std::vector<Double3>& positions) const;
+    // The scene without the weights that an exporter drops. False if there are none, and both are the same.
+    bool DropSmallWeights(const Scene& scene, Scene& reduced) const;
+
+private:
+    std::vector<Mesh> m_Meshes;
+    std::uint32_t m_nVertices = 0;
+};
+
+// A position as a model has it: with z mirrored, and 0 for what a float can't hold.
+Double3 ModelPosition(const Double3& position);
+
+// Whether an exporter keeps a weight: one that is above 5 % as a float.
+bool IsKeptPercent(double percent);
+
+// The elements from the top down, children in order: the order of a model's nodes.
+std::vector<int> ElementsInPreOrder(const RecordedScene& recorded);
