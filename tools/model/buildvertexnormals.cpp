@@ -19,6 +19,8 @@ QZBOOL CalcTriNormals(ModelPieceLOD* pMesh, DynArray<Vector3, DefaultCache>& nor
 
 QZBOOL AverageVertexNormals(ModelPieceLOD* pMesh, DynArray<Vector3, DefaultCache>& normals)
 {
+    if (pMesh->NumVerts() == 0)
+        return QZTRUE;
     // Summing up triangle by triangle adds to each vertex in the order of its triangles.
     DynArray<uint32_t, DefaultCache> counts;
     if (!counts.SetSizeInit(pMesh->NumVerts(), 0))

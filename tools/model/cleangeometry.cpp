@@ -110,6 +110,8 @@ QZBOOL RemoveUnusedVerts(Model* pModel)
     {
         // One pass over the triangles in place of one IsVertexUsed for each vertex.
         ModelPiece* pPiece = pModel->GetPiece(iPiece);
+        if (pPiece->NumVerts() == 0)
+            continue;
         DynArray<uint32_t, DefaultCache> targets;
         if (!targets.SetSizeInit(pPiece->NumVerts(), NO_VERTEX))
             return QZFALSE;
