@@ -83,11 +83,15 @@ static AnimNode* TrackOf(ModelAnim* pAnim, const ModelNode* pNode)
     return pAnim->m_AnimNodes[pNode->GetNodeIndex()];
 }
 
-QZBOOL Model::RemoveNode(ModelNode* pNode)
+static bool MayRemove(Model* pModel, const ModelNode* pNode)
 {
-    if (!pNode || pNode == GetRootNode() || !(pNode->m_Flags & MNODE_REMOVEABLE) ||
-        IsNodeWeighted(pNode->GetNodeIndex()))
-        return QZFALSE;
+    return pNode && pNode != pModel->GetRootNode() && (pNode->m_Flags & MNODE_REMOVEABLE) &&
+           !pModel->IsNodeWeighted(pNode->GetNodeIndex());
+}
+
+// Takes the node out of all trees and tables. Keys that are global already stay so; others are local afterwards too.
+QZBOOL Model::DetachNode(ModelNode* pNode, bool bKeysAreGlobal)
+{
     ModelNode* pParent = FindParent(pNode, GetRootNode(), nullptr);
     if (!pParent)
         return QZFALSE;
@@ -120,7 +124,8 @@ QZBOOL Model::RemoveNode(ModelNode* pNode)
     }
 
     // From here on a key doesn't depend on the tree, so the tree can change.
-    ConvertOwnKeys(this, KeysToGlobal);
+    if (!bKeysAreGlobal)
+        ConvertOwnKeys(this, KeysToGlobal);
 
     for (uint32_t i = 0; i < NumNodes(); ++i)
     {
@@ -140,7 +145,8 @@ QZBOOL Model::RemoveNode(ModelNode* pNode)
     }
     Dissolve(pParent, pNode, pAllocator);
     RebuildTables(this);
-    ConvertOwnKeys(this, KeysToLocal);
+    if (!bKeysAreGlobal)
+        ConvertOwnKeys(this, KeysToLocal);
 
     for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
         newIndices[m_FlatNodeList[i]->m_iRemapIndex] = i;
@@ -158,17 +164,32 @@ QZBOOL Model::RemoveNode(ModelNode* pNode)
     return SetupChildModelRelation(&m_SelfChildModel, this, QZFALSE);
 }
 
+QZBOOL Model::RemoveNode(ModelNode* pNode)
+{
+    return MayRemove(this, pNode) && DetachNode(pNode, false);
+}
+
+// One RemoveNode after the other, except that the keys stay global in between: a round trip for each node would cost
+// time, and precision with each.
 QZBOOL Model::RemoveRemovableNodes()
 {
     QZBOOL bAllRemoved = QZTRUE;
+    bool bKeysAreGlobal = false;
     for (uint32_t i = 0; i < NumNodes();)
     {
         ModelNode* pNode = GetNode(i);
         if (!(pNode->m_Flags & MNODE_REMOVEABLE))
         {
             ++i;
+            continue;
         }
-        else if (RemoveNode(pNode))
+        const bool bMayRemove = MayRemove(this, pNode);
+        if (bMayRemove && !bKeysAreGlobal)
+        {
+            ConvertOwnKeys(this, KeysToGlobal);
+            bKeysAreGlobal = true;
+        }
+        if (bMayRemove && DetachNode(pNode, true))
         {
             i = 0; // all indices have changed
         }
@@ -178,5 +199,7 @@ QZBOOL Model::RemoveRemovableNodes()
             ++i;
         }
     }
+    if (bKeysAreGlobal)
+        ConvertOwnKeys(this, KeysToLocal);
     return bAllRemoved;
 }

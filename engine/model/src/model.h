@@ -313,6 +313,7 @@ private:
     QZBOOL LoadAnimBindings(LoadRequest* pRequest, ModelStream* pStream);
     QZBOOL LoadSockets(ModelStream* pStream);
 
+    QZBOOL DetachNode(ModelNode* pNode, bool bKeysAreGlobal); // tool side, like the next ones
     QZBOOL SavePiece(ModelStream* pStream, ModelPiece* pPiece);
     QZBOOL SaveWeightSets(ModelStream* pStream);
     QZBOOL SaveSockets(ModelStream* pStream);
