@@ -1,5 +1,6 @@
 #include "zoltshared/stdzolt/stdiostream.h"
 
+#include <cerrno>
 #include <cstring>
 #include <new>
 
@@ -65,8 +66,11 @@ ModelStream* OpenStdioStream(const char* pFilename, const char* pMode)
         return nullptr;
     StdioStream* pStream = new (std::nothrow) StdioStream;
     if (pStream)
+    {
         pStream->SetFile(pFile);
-    else
-        std::fclose(pFile);
-    return pStream;
+        return pStream;
+    }
+    std::fclose(pFile);
+    errno = ENOMEM;
+    return nullptr;
 }

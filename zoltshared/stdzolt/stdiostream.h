@@ -27,5 +27,5 @@ protected:
     QZBOOL m_bError = QZFALSE;
 };
 
-// `fopen` with that mode; null if the file can't be opened.
+// `fopen` with that mode; null if the file can't be opened. errno tells why, ENOMEM if there was no memory.
 ModelStream* OpenStdioStream(const char* pFilename, const char* pMode);

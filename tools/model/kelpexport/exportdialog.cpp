@@ -1,6 +1,7 @@
 #include "tools/model/kelpexport/exportdialog.h"
 
 #include "tools/model/kelpexport/libraryentry.h"
+#include "tools/model/kelpexport/messages.h"
 
 #include <cstring>
 
@@ -22,11 +23,13 @@ static int32_t GetCheck(HWND dialog, int id)
     return static_cast<int32_t>(SendMessageA(GetDlgItem(dialog, id), BM_GETCHECK, 0, 0));
 }
 
-static void TakeText(HWND dialog, int id, OwnedString* pText)
+// False if the text is lost for want of memory.
+static bool TakeText(HWND dialog, int id, OwnedString* pText)
 {
     char text[TEXT_SIZE] = "";
     GetWindowTextA(GetDlgItem(dialog, id), text, TEXT_SIZE);
     pText->Set(text);
+    return !*text || *pText->GetString();
 }
 
 static void BrowseForFile(HWND dialog)
@@ -64,8 +67,12 @@ INT_PTR CALLBACK ExportDlgProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
         switch (LOWORD(wParam))
         {
         case IDOK:
-            TakeText(dialog, IDC_FILENAME, s_pFilename);
-            TakeText(dialog, IDC_ANIMNAME, s_pAnimName);
+            if (!TakeText(dialog, IDC_FILENAME, s_pFilename) || !TakeText(dialog, IDC_ANIMNAME, s_pAnimName))
+            {
+                ShowOutOfMemory();
+                EndDialog(dialog, IDCANCEL);
+                break;
+            }
             *s_pDebugMode = GetCheck(dialog, IDC_DEBUGMODE);
             *s_pForceOverwrite = GetCheck(dialog, IDC_FORCEOVERWRITE);
             EndDialog(dialog, IDOK);

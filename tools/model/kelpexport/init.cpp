@@ -10,6 +10,7 @@
 #include "zoltshared/stdzolt/replacefilestream.h"
 #include "zoltshared/stdzolt/stdiostream.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -110,7 +111,13 @@ bool ExportRun::LoadOldFile()
         return true;
     ModelStream* pStream = OpenStdioStream(m_Filename.GetString(), "rb");
     if (!pStream)
-        return true;
+    {
+        // Without memory nobody knows whether there is a file that the user wants to append to.
+        const bool bOutOfMemory = errno == ENOMEM;
+        if (bOutOfMemory)
+            ShowOutOfMemory();
+        return !bOutOfMemory;
+    }
     const bool bGoOn = AskAndLoad(pStream);
     m_LoadRequest.m_pStream = nullptr;
     pStream->Release();

@@ -15,6 +15,8 @@ HKEY OpenSettingsKey()
 {
     const char* const components[] = {"Software", "Varnish Hill Studios", s_Application.GetString(),
                                       s_Version.GetString()};
+    if (!*s_Application.GetString() || !*s_Version.GetString())
+        return nullptr; // no path, for want of memory
     HKEY key = HKEY_LOCAL_MACHINE;
     for (const char* pComponent : components)
     {
