@@ -7,6 +7,7 @@
 #include "tools/model/kelpexport/log.h"
 #include "tools/model/kelpexport/messages.h"
 
+#include <algorithm>
 #include <cfloat>
 
 // A share has to be above this; one of exactly 5 % isn't.
@@ -71,7 +72,7 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, const Ctrl
         if (!(share > LEAST_SHARE) || share > FLT_MAX)
             continue;
         pEnvelope->m_Weights[nKept].m_iVert = iVert;
-        pEnvelope->m_Weights[nKept].m_Weight = static_cast<float>(share);
+        pEnvelope->m_Weights[nKept].m_Weight = static_cast<float>(std::min(share, 1.0)); // 100 % is all there is
         ++nKept;
     }
     pEnvelope->m_Weights.NiceSetSize(nKept);
