@@ -5,6 +5,7 @@
 #include "tools/model/kelpexport/convmodel_soft.h"
 #include "tools/model/orthonormalise.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -17,7 +18,7 @@ protected:
         m_pModel = std::make_unique<ConvModel_Soft>();
         m_pModel->SetRootNode(new SoftNode(m_pModel.get()));
     }
-    ~ConversionTest() override { g_LyingHost = LyingHost(); }
+    ~ConversionTest() override { g_HostLies.clear(); }
 
     // Converts the open scene with a new model.
     bool Convert(bool bAppend = false)
@@ -149,11 +150,8 @@ TEST_F(ConversionTest, SharesOfFivePercentAreDropped)
     OpenScene(scene);
     const auto convert = [&](float first)
     {
-        g_LyingHost.weights = [first](float* pWeights, int nWeights)
-        {
-            for (int i = 0; i < nWeights; ++i)
-                pWeights[i] = first;
-        };
+        g_HostLies["SAA_ctrlVertexGetEnvelopeWeights"] = [first](HostAnswer& answer)
+        { std::fill_n(answer.floats[0], answer.lastNumber, first); };
         ASSERT_TRUE(Convert());
     };
     convert(5.01f);
@@ -171,7 +169,7 @@ TEST_F(ConversionTest, SharesOfFivePercentAreDropped)
     ASSERT_EQ(Node("skin_zTex1")->m_Envelopes.GetSize(), 1u);
     EXPECT_EQ(Node("skin_zTex1")->m_Envelopes[0]->m_Weights[2].m_Weight, 1.0f);
     // A vertex of an enveloped mesh that loses its weights gets no other.
-    g_LyingHost.weights = [](float* pWeights, int) { pWeights[0] = 0.0f; };
+    g_HostLies["SAA_ctrlVertexGetEnvelopeWeights"] = [](HostAnswer& answer) { *answer.floats[0] = 0.0f; };
     ASSERT_TRUE(Convert());
     ASSERT_TRUE(m_pModel->ConvertVertexWeights());
     ModelPiece* pPiece = m_pModel->GetPiece(1);
@@ -361,10 +359,10 @@ TEST_F(ConversionTest, CustomValues)
     EXPECT_STREQ(text.GetString(), "a value of some length");
     for (const int length : {-1, std::numeric_limits<int>::max()})
     {
-        g_LyingHost.counts = {{"SAA_cusvalGetStringLength", length}};
+        LieCount("SAA_cusvalGetStringLength", length);
         EXPECT_FALSE(ConvModel_Soft::GetCustomString(&values, "text", text));
     }
-    g_LyingHost.counts.clear();
+    g_HostLies.clear();
     FailOperation("SAA_cusvalGetStringValue", 1, 5);
     EXPECT_TRUE(ConvModel_Soft::GetCustomString(&values, "text", text)) << "whose result doesn't count";
     EXPECT_STREQ(text.GetString(), "");

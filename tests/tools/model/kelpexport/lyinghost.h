@@ -1,4 +1,4 @@
-// Operations of the scene library with answers of the test's own in place of, or after, the true ones.
+// A host that lies: answers of the scene library that a test alters before they reach the plug-in.
 #pragma once
 
 #include "saa/SAA.h"
@@ -6,20 +6,27 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
-struct LyingHost
+// What an operation has answered. Each list has the addresses of the out-arguments of its type, in their order; where
+// one is a list of the host's, it is the address of its first entry, and there is one at least.
+struct HostAnswer
 {
-    std::map<std::string, int> counts; // by operation: what its count or frame answers, with status 0
-    std::function<void(SAA_Elem* pChildren, const SAA_Elem* pParent)> children;
-    std::function<void(float* pX)> scaling;
-    std::function<void(float* pX)> translation;
-    std::function<void(float* pMatrix)> rotationMatrix;
-    std::function<void(SAA_Position* pPositions)> vertices;
-    std::function<void(int* pIndices)> indices;
-    std::function<void(float* pU)> texCoords;
-    std::function<void(float* pWeights, int nWeights)> weights;
-    std::function<void(SAA_SubHandle* pVertices)> envelopeVertices;
-    std::function<void(float* pSeconds)> seconds;
+    int status = 0;
+    int lastNumber = 0;              // that was handed in: the places of a text, most often those of a list
+    const SAA_Elem* pElem = nullptr; // the last element that was handed in
+    std::vector<int*> ints;
+    std::vector<short*> shorts;
+    std::vector<float*> floats;
+    std::vector<SAA_Position*> positions;
+    std::vector<char*> texts;
+    std::vector<SAA_Elem*> elems;
+    std::vector<SAA_SubHandle*> subHandles;
+    std::vector<SAA_Scene*> scenes;
 };
 
-extern LyingHost g_LyingHost;
+// By the operation's name: what is called with each of its answers. Works for all 47.
+extern std::map<std::string, std::function<void(HostAnswer&)>> g_HostLies;
+
+// Lets an operation answer with success and this count (or frame, or type, or first number).
+void LieCount(const char* pOperation, int count);

@@ -1,0 +1,132 @@
+// Each operation on a whole model, with memory refused at each of its requests.
+
+#ifndef _WIN32
+
+#include "tests/faults/memoryfault.h"
+#include "tests/tools/model/testmodel.h"
+#include "tools/model/convmodel.h"
+#include "zoltshared/stdzolt/assertion.h"
+#include "zoltshared/stdzolt/fixedmemorystream.h"
+
+namespace
+{
+// What a failed operation leaves of the model that it worked on.
+enum class Leaves
+{
+    Nothing, // an empty model
+    AllAsItWas,
+    SoundModel // not all that was asked for, but a model that can be written
+};
+
+struct Operation
+{
+    const char* name;
+    Leaves leaves;
+    bool bNeedsModel; // works on a model that is there
+    std::function<bool(ConvModel&, const Bytes&)> run;
+};
+
+bool LoadFrom(Model& model, const Bytes& bytes)
+{
+    FixedMemoryStream stream(const_cast<uint8_t*>(bytes.data()), static_cast<uint32_t>(bytes.size()));
+    LoadRequest request;
+    request.m_pStream = &stream;
+    return model.Load(&request) == RESULT_OK;
+}
+
+bool LoadIntoBlock(Model& model, const Bytes& bytes)
+{
+    FixedMemoryStream stream(const_cast<uint8_t*>(bytes.data()), static_cast<uint32_t>(bytes.size()));
+    return model.PrepareBlock(&stream, &g_DefaultAllocator) == RESULT_OK && LoadFrom(model, bytes);
+}
+
+bool CopyFromAnother(ConvModel& model, const Bytes& bytes)
+{
+    ConvModel source;
+    return LoadFrom(source, bytes) && model.CopyModelFrom(&source);
+}
+
+bool SaveToMemory(Model& model)
+{
+    MemoryStream stream(0);
+    return model.Save(&stream);
+}
+
+// From a model with a node more, so that a copy of it is pruned first.
+bool AppendPruned(ConvModel& model, const Bytes& bytes)
+{
+    ConvModel source;
+    return LoadFrom(source, bytes) && model.RemoveNode(model.GetNode(2)) && model.AddAnims(&source) == 0;
+}
+
+bool AppendSame(ConvModel& model, const Bytes& bytes)
+{
+    ConvModel source;
+    return LoadFrom(source, bytes) && model.AddAnims(&source) == 0;
+}
+
+// One line for each.
+const Operation OPERATIONS[] = {
+    {"load", Leaves::Nothing, false, LoadFrom},
+    {"load into one block", Leaves::Nothing, false, LoadIntoBlock},
+    {"copy", Leaves::Nothing, false, CopyFromAnother},
+    {"save", Leaves::AllAsItWas, true, [](ConvModel& model, const Bytes&) { return SaveToMemory(model); }},
+    {"append", Leaves::SoundModel, true, AppendSame},
+    {"append pruned", Leaves::SoundModel, true, AppendPruned},
+    {"remove a node", Leaves::AllAsItWas, true,
+     [](ConvModel& model, const Bytes&) { return model.RemoveNode(model.GetNode(2)) != QZFALSE; }},
+    {"remove nodes", Leaves::SoundModel, true,
+     [](ConvModel& model, const Bytes&) { return model.RemoveRemovableNodes() != QZFALSE; }},
+};
+
+Bytes SampleBytes()
+{
+    ConvModel model;
+    BuildTree(model, "root(hip(leg*(foot,toe*),tail*(tip)),hat*)");
+    AddPiece(model, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 1, 0}}, {{0, 1, 2}, {0, 1, 3}});
+    AddRandomAnim(model, "walk", 3, 1);
+    AddRandomAnim(model, "run", 2, 2);
+    EXPECT_TRUE(model.Precalc(QZTRUE));
+    return Snapshot(model);
+}
+} // namespace
+
+TEST(Memory, EachOperationWithoutEachOfItsRequests)
+{
+    const Bytes sample = SampleBytes();
+    for (const Operation& operation : OPERATIONS)
+    {
+        SCOPED_TRACE(operation.name);
+        const uint32_t memory = g_ModelMemory;
+        const AssertionSink sink = SetAssertionSink([](const char*, const char*, int) {}); // the writer's proof
+        long nFailed = 0;
+        const auto run = [&]
+        {
+            ConvModel model;
+            ASSERT_TRUE(!operation.bNeedsModel || LoadFrom(model, sample));
+            const Bytes before = operation.bNeedsModel ? Snapshot(model) : Bytes();
+            bool bDone = false;
+            {
+                const MemoryFault fault;
+                bDone = operation.run(model, sample);
+            }
+            nFailed += bDone ? 0 : 1;
+            if (!bDone && operation.leaves == Leaves::Nothing)
+            {
+                EXPECT_EQ(model.NumNodes() + model.NumPieces() + model.NumAnims(), 0u);
+                return;
+            }
+            const Bytes after = Snapshot(model);
+            EXPECT_TRUE(bDone || operation.leaves == Leaves::SoundModel || after == before);
+            ConvModel again;
+            EXPECT_TRUE(LoadFrom(again, after));
+            EXPECT_EQ(Snapshot(again), after);
+        };
+        EXPECT_GT(RefuseEachRequest(run), 0);
+        EXPECT_GT(nFailed, 0);
+        SetAssertionSink(sink);
+        EXPECT_EQ(g_ModelMemory, memory);
+    }
+}
+
+#endif
