@@ -14,9 +14,10 @@
 constexpr uint64_t DISK_NODEKEY = 28;
 constexpr uint64_t DISK_SOCKET = 34;
 
-// A header may ask for a block of this many bytes, and this many times its file's length on top.
+// A header may ask for a block of this many bytes, and this many times its file's length on top. No record of a valid
+// file takes more than 10 times its bytes, but for tracks of animations without keys, which the base has room for.
 constexpr uint64_t BLOCK_BASE_LIMIT = 16u << 20;
-constexpr uint64_t BLOCK_LENGTH_FACTOR = 32;
+constexpr uint64_t BLOCK_LENGTH_FACTOR = 16;
 
 // Animations without keys may have this many tracks in all, and one more for each so many bytes of the file.
 constexpr uint64_t EMPTY_TRACKS_BASE = 65536;

@@ -1,7 +1,6 @@
 #include "engine/model/src/modelallocations.h"
 #include "engine/model/src/transformmaker.h"
 #include "tests/engine/model/src/loadbytes.h"
-#include "tests/zoltshared/stdzolt/assertioncatcher.h"
 #include "tests/zoltshared/stdzolt/testallocator.h"
 #include "zoltshared/stdzolt/countingallocator.h"
 
@@ -254,37 +253,6 @@ static std::string Sample()
     file.links.push_back({"child", 5, {}});
     file.command = "NormalRef node1 run";
     return file.Write();
-}
-
-TEST(ModelLoad, DamageGivesAValidModelOrNone)
-{
-    AssertionCatcher catcher; // bindings that don't fit are reported
-    const std::string sample = Sample();
-    CountingAllocator counter(&g_DefaultAllocator);
-    Model model(&counter, &g_DefaultAllocator);
-    const auto check = [&](const std::string& bytes)
-    {
-        counter.m_TotalMemoryAllocated = 0;
-        const uint32_t result = LoadBytes(model, bytes);
-        if (result == RESULT_OK)
-            Walk(model);
-        else
-            EXPECT_TRUE(result == RESULT_ERROR && IsEmpty(model) && counter.m_nCurrentAllocations == 0);
-        // Tracks of animations without keys take no bytes; that is what the second part is for.
-        EXPECT_LE(counter.m_TotalMemoryAllocated, 16 * sample.size() + size_t{65536 + 4} * 128);
-        return result;
-    };
-    ASSERT_EQ(check(sample), RESULT_OK);
-    for (size_t length = 0; length < sample.size(); ++length)
-        EXPECT_EQ(check(sample.substr(0, length)), RESULT_ERROR) << length;
-    for (size_t at = 0; at < sample.size(); ++at)
-        for (const uint32_t damage : {0u, 1u, 0xFFu, 0xFFFFu, 0xFFFFFFFFu})
-        {
-            std::string bytes = sample;
-            for (size_t k = 0; k < 4 && at + k < bytes.size(); ++k)
-                bytes[at + k] = static_cast<char>(damage == 1 ? bytes[at + k] + (k == 0) : damage >> (8 * k));
-            check(bytes);
-        }
 }
 
 TEST(ModelLoad, OutOfRangeIsRefused)
