@@ -246,7 +246,7 @@ TEST(Damage, TreesAndTracks)
         []
         {
             abc::Random random(2);
-            for (const size_t nNodes : {size_t(1024), size_t(20000)})
+            for (const size_t nNodes : {size_t(1024), size_t(3000)})
             {
                 const bool bDeep = nNodes == 1024;
                 abc::File file;
