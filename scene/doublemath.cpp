@@ -12,6 +12,12 @@ DoubleQuat NormalizeQuat(const DoubleQuat& q)
     return {q.x / length, q.y / length, q.z / length, q.w / length};
 }
 
+DoubleQuat MultiplyQuats(const DoubleQuat& a, const DoubleQuat& b)
+{
+    return {a.w * b.x + a.x * b.w + a.y * b.z - a.z * b.y, a.w * b.y - a.x * b.z + a.y * b.w + a.z * b.x,
+            a.w * b.z + a.x * b.y - a.y * b.x + a.z * b.w, a.w * b.w - a.x * b.x - a.y * b.y - a.z * b.z};
+}
+
 DoubleQuat Slerp(const DoubleQuat& a, const DoubleQuat& b, double t)
 {
     const double cosine = a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;

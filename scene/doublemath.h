@@ -35,6 +35,9 @@ struct DoubleTransform
 // The same rotation with length 1; a quaternion of length 0 or without a finite length gives the identity.
 DoubleQuat NormalizeQuat(const DoubleQuat& q);
 
+// The turn b, then the turn a.
+DoubleQuat MultiplyQuats(const DoubleQuat& a, const DoubleQuat& b);
+
 // From a to b on the shorter arc, t from 0 to 1; both of length 1, and so is the result.
 DoubleQuat Slerp(const DoubleQuat& a, const DoubleQuat& b, double t);
 

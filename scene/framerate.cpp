@@ -1,0 +1,50 @@
+#include "scene/framerate.h"
+
+#include <cmath>
+
+static const double USUAL_RATES[] = {24.0, 25.0, 30.0, 48.0, 50.0, 60.0, 120.0};
+static const double ROUNDING = 1e-9; // of times that are KEY_ON_FRAME away on paper
+
+static bool LiesOnFrame(double seconds, double fps)
+{
+    return std::fabs(std::round(seconds * fps) / fps - seconds) <= KEY_ON_FRAME + ROUNDING;
+}
+
+static bool FitsAllKeys(const Scene& scene, const std::vector<int>& clips, double fps)
+{
+    for (const int clip : clips)
+    {
+        for (const SceneChannel& channel : scene.clips[clip].channels)
+        {
+            for (const double time : channel.times)
+            {
+                if (!LiesOnFrame(time, fps))
+                {
+                    return false;
+                }
+            }
+        }
+    }
+    return true;
+}
+
+FrameRateChoice ChooseFrameRate(const Scene& scene, const std::vector<int>& clips)
+{
+    bool hasKeys = false;
+    for (const int clip : clips)
+    {
+        hasKeys = hasKeys || !scene.clips[clip].channels.empty();
+    }
+    for (const double fps : USUAL_RATES)
+    {
+        if (hasKeys && FitsAllKeys(scene, clips, fps))
+        {
+            return {fps, FrameRateReason::FitsKeys};
+        }
+    }
+    if (scene.statedFps >= 1.0 && scene.statedFps <= 1000.0)
+    {
+        return {scene.statedFps, FrameRateReason::StatedRate};
+    }
+    return {};
+}

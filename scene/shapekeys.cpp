@@ -1,0 +1,362 @@
+#include "scene/shapekeys.h"
+
+#include "scene/cliprange.h"
+#include "scene/meshpositions.h"
+#include "scene/rigidtransform.h"
+#include "scene/scenepose.h"
+#include "scene/sceneradius.h"
+#include "scene/shownnodes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace
+{
+
+// The motion of one node as seen from another one above it (or from the world: -1).
+struct Track
+{
+    int node = -1;
+    int ancestor = -1;
+    bool moves = false; // whether it can differ from frame to frame
+    int slot = -1;      // its place among the moving tracks
+};
+
+// The vertices that a node moves, as a box in the node's own space.
+struct Reach
+{
+    int node = -1;
+    bool any = false;
+    Double3 low;
+    Double3 high;
+};
+
+// One frame of a segment: the moving tracks, and the nodes with vertices as they stand in the world.
+struct FramePose
+{
+    std::vector<RigidTransform> tracks;
+    std::vector<RigidTransform> reached;
+};
+
+class ShapeKeySearch
+{
+public:
+    ShapeKeySearch(const Scene& scene, int clip, double fps, int start);
+
+    // Adds the frames between the keys at `first` and `last` that need one.
+    void SearchSegment(int first, int last, std::vector<int>& found);
+
+private:
+    void FindMovedNodes();
+    void MeasureReaches();
+    void ExtendReach(int node, const Double3& position);
+    void MakeTracks();
+    void AddTrack(int node, int ancestor);
+    int KeptAbove(int node) const;
+    void Evaluate(int frame, FramePose& pose);
+    void EvaluateRigid(double seconds);
+    double ErrorBetween(const FramePose& a, const FramePose& b, double t, const FramePose& actual);
+    double TrackError(const RigidTransform& played, const RigidTransform& actual) const;
+    double ReachError(const Reach& reach, const RigidTransform& played, const RigidTransform& actual) const;
+
+    const Scene& m_Scene;
+    int m_Clip;
+    double m_Fps;
+    std::vector<int> m_Shown;      // parents first
+    std::vector<bool> m_IsMoved;   // by node: a channel of the clip moves it
+    std::vector<bool> m_IsKept;    // by node: a model keeps it for the vertices that it moves
+    std::vector<Double3> m_Scales; // by node: at the start frame
+    bool m_bEvenScales = true;     // no scale differs from axis to axis, so none changes a rotation below it
+    double m_Radius = 0.0;
+    std::vector<Track> m_Tracks;
+    std::vector<int> m_MovingTracks;
+    std::vector<int> m_TrackToKept; // by node: the track to the next kept node above, -1 for a node without
+    std::vector<Reach> m_Reaches;   // of the kept nodes that have vertices, parents first
+    ScenePose m_Pose;
+    std::vector<DoubleMatrix> m_Globals;  // by node, at m_Scales
+    std::vector<RigidTransform> m_Rigid;  // by node, in the world
+    std::vector<RigidTransform> m_Still;  // by track, for those that don't move
+    std::vector<RigidTransform> m_Played; // by node, in the world, as it plays between keys
+};
+
+} // namespace
+
+ShapeKeySearch::ShapeKeySearch(const Scene& scene, int clip, double fps, int start)
+    : m_Scene(scene), m_Clip(clip), m_Fps(fps), m_Shown(FindShownNodes(scene)), m_IsMoved(scene.nodes.size(), false),
+      m_IsKept(scene.nodes.size(), false), m_Scales(scene.nodes.size()), m_TrackToKept(scene.nodes.size(), -1),
+      m_Globals(scene.nodes.size()), m_Rigid(scene.nodes.size()), m_Played(scene.nodes.size())
+{
+    EvaluatePose(scene, clip, start / fps, m_Pose);
+    m_Radius = FindSceneRadius(scene, m_Pose);
+    for (std::size_t i = 0; i < scene.nodes.size(); ++i)
+    {
+        m_Scales[i] = m_Pose.locals[i].scale;
+        const double allowed = 1e-9 * std::fabs(m_Scales[i].x);
+        m_bEvenScales = m_bEvenScales && m_Scales[i].x > 0.0 && std::fabs(m_Scales[i].y - m_Scales[i].x) <= allowed &&
+                        std::fabs(m_Scales[i].z - m_Scales[i].x) <= allowed;
+    }
+    EvaluateRigid(start / fps);
+    FindMovedNodes();
+    MeasureReaches();
+    MakeTracks();
+}
+
+void ShapeKeySearch::FindMovedNodes()
+{
+    for (const SceneChannel& channel : m_Scene.clips[m_Clip].channels)
+    {
+        if (channel.path == ScenePath::Translation || channel.path == ScenePath::Rotation)
+        {
+            m_IsMoved[channel.node] = true;
+        }
+    }
+}
+
+void ShapeKeySearch::ExtendReach(int node, const Double3& position)
+{
+    Reach& reach = m_Reaches[node];
+    const Double3 p = RelativeTo(m_Rigid[node], {position, {}}).translation;
+    reach.low =
+        reach.any ? Double3{std::min(reach.low.x, p.x), std::min(reach.low.y, p.y), std::min(reach.low.z, p.z)} : p;
+    reach.high =
+        reach.any ? Double3{std::max(reach.high.x, p.x), std::max(reach.high.y, p.y), std::max(reach.high.z, p.z)} : p;
+    reach.any = true;
+}
+
+// Which nodes move vertices, and how far these stand from them.
+void ShapeKeySearch::MeasureReaches()
+{
+    m_Reaches.resize(m_Scene.nodes.size());
+    for (const int node : m_Shown)
+    {
+        for (const SceneMeshUse& use : m_Scene.nodes[node].meshes)
+        {
+            const ScenePrimitive& primitive = m_Scene.primitives[use.primitive];
+            const std::vector<Double3> positions = WorldPositions(m_Scene, node, use, m_Pose);
+            for (std::size_t v = 0; v < positions.size(); ++v)
+            {
+                if (use.skin < 0)
+                {
+                    ExtendReach(node, positions[v]);
+                    continue;
+                }
+                for (std::uint32_t i = primitive.influenceStarts[v]; i < primitive.influenceStarts[v + 1]; ++i)
+                {
+                    ExtendReach(m_Scene.skins[use.skin].joints[primitive.influences[i].joint], positions[v]);
+                }
+            }
+        }
+    }
+    std::vector<Reach> reached;
+    for (const int node : m_Shown)
+    {
+        m_IsKept[node] = m_Reaches[node].any;
+        if (m_IsKept[node])
+        {
+            reached.push_back(m_Reaches[node]);
+            reached.back().node = node;
+        }
+    }
+    m_Reaches = std::move(reached);
+}
+
+void ShapeKeySearch::AddTrack(int node, int ancestor)
+{
+    Track track = {node, ancestor, !m_bEvenScales, -1};
+    for (int at = node; at != ancestor && !track.moves; at = m_Scene.nodes[at].parent)
+    {
+        track.moves = m_IsMoved[at];
+    }
+    if (track.moves)
+    {
+        track.slot = static_cast<int>(m_MovingTracks.size());
+        m_MovingTracks.push_back(static_cast<int>(m_Tracks.size()));
+    }
+    m_Still.push_back(ancestor < 0 ? m_Rigid[node] : RelativeTo(m_Rigid[ancestor], m_Rigid[node]));
+    m_Tracks.push_back(track);
+}
+
+// A model also keeps its root.
+int ShapeKeySearch::KeptAbove(int node) const
+{
+    int above = m_Scene.nodes[node].parent;
+    while (above >= 0 && !m_IsKept[above] && m_Scene.nodes[above].parent >= 0)
+    {
+        above = m_Scene.nodes[above].parent;
+    }
+    return above;
+}
+
+void ShapeKeySearch::MakeTracks()
+{
+    for (const int node : m_Shown)
+    {
+        const int parent = m_Scene.nodes[node].parent;
+        m_TrackToKept[node] = static_cast<int>(m_Tracks.size());
+        AddTrack(node, parent);
+        const int above = KeptAbove(node);
+        if (m_IsKept[node] && above != parent)
+        {
+            m_TrackToKept[node] = static_cast<int>(m_Tracks.size());
+            AddTrack(node, above);
+        }
+    }
+}
+
+// Every node without scale in the world, as the model's keys are made from it.
+void ShapeKeySearch::EvaluateRigid(double seconds)
+{
+    EvaluatePose(m_Scene, m_Clip, seconds, m_Pose);
+    for (const int node : m_Shown)
+    {
+        m_Pose.locals[node].scale = m_Scales[node];
+        const DoubleMatrix local = MatrixFromTransform(m_Pose.locals[node]);
+        const int parent = m_Scene.nodes[node].parent;
+        m_Globals[node] = parent < 0 ? local : MultiplyAffine(m_Globals[parent], local);
+        m_Rigid[node] = RigidFromMatrix(m_Globals[node]);
+    }
+}
+
+void ShapeKeySearch::Evaluate(int frame, FramePose& pose)
+{
+    EvaluateRigid(frame / m_Fps);
+    pose.tracks.clear();
+    for (const int index : m_MovingTracks)
+    {
+        const Track& track = m_Tracks[index];
+        pose.tracks.push_back(track.ancestor < 0 ? m_Rigid[track.node]
+                                                 : RelativeTo(m_Rigid[track.ancestor], m_Rigid[track.node]));
+    }
+    pose.reached.clear();
+    for (const Reach& reach : m_Reaches)
+    {
+        pose.reached.push_back(m_Rigid[reach.node]);
+    }
+}
+
+static double Distance(const Double3& a, const Double3& b)
+{
+    return std::hypot(a.x - b.x, a.y - b.y, a.z - b.z);
+}
+
+// The angle of the turn between two rotations, in degrees.
+static double AngleBetween(const DoubleQuat& a, const DoubleQuat& b)
+{
+    const DoubleQuat turn = MultiplyQuats({-a.x, -a.y, -a.z, a.w}, b);
+    return 2.0 * std::atan2(std::hypot(turn.x, turn.y, turn.z), std::fabs(turn.w)) * (180.0 / 3.14159265358979323846);
+}
+
+// Parts of the limit; a scene without extent has no limit of distance.
+double ShapeKeySearch::TrackError(const RigidTransform& played, const RigidTransform& actual) const
+{
+    const double angle = AngleBetween(played.rotation, actual.rotation) / SHAPE_ANGLE;
+    const double limit = SHAPE_DISTANCE * m_Radius;
+    return limit > 0.0 ? std::max(angle, Distance(played.translation, actual.translation) / limit) : angle;
+}
+
+double ShapeKeySearch::ReachError(const Reach& reach, const RigidTransform& played, const RigidTransform& actual) const
+{
+    double worst = 0.0;
+    for (int corner = 0; corner < 8; ++corner)
+    {
+        const Double3 point = {(corner & 1) != 0 ? reach.high.x : reach.low.x,
+                               (corner & 2) != 0 ? reach.high.y : reach.low.y,
+                               (corner & 4) != 0 ? reach.high.z : reach.low.z};
+        worst = std::max(worst, Distance(TransformPoint(played, point), TransformPoint(actual, point)));
+    }
+    const double limit = SHAPE_REACH * m_Radius;
+    return limit > 0.0 ? worst / limit : 0.0;
+}
+
+// Neither arc is clearly the shorter one, so rounding decides which one plays.
+static bool IsHalfTurn(const DoubleQuat& a, const DoubleQuat& b)
+{
+    return std::fabs(a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w) < 1e-3;
+}
+
+// How far what plays between the keys `a` and `b` is off, in parts of the limit.
+double ShapeKeySearch::ErrorBetween(const FramePose& a, const FramePose& b, double t, const FramePose& actual)
+{
+    double worst = 0.0;
+    for (const int node : m_Shown)
+    {
+        const int last = m_TrackToKept[node];
+        for (int index = m_Tracks[last].ancestor == m_Scene.nodes[node].parent ? last : last - 1; index <= last;
+             ++index)
+        {
+            const Track& track = m_Tracks[index];
+            RigidTransform played = m_Still[index];
+            if (track.moves)
+            {
+                played = Interpolate(a.tracks[track.slot], b.tracks[track.slot], t);
+                worst = std::max(worst, TrackError(played, actual.tracks[track.slot]));
+                if (IsHalfTurn(a.tracks[track.slot].rotation, b.tracks[track.slot].rotation))
+                {
+                    worst = std::max(worst, std::min(t, 1.0 - t) * 360.0 / SHAPE_ANGLE); // of the other arc
+                }
+            }
+            // The last of a node's tracks is the one that a model keeps.
+            m_Played[node] = track.ancestor < 0 ? played : Multiply(m_Played[track.ancestor], played);
+        }
+    }
+    for (std::size_t i = 0; i < m_Reaches.size(); ++i)
+    {
+        worst = std::max(worst, ReachError(m_Reaches[i], m_Played[m_Reaches[i].node], actual.reached[i]));
+    }
+    return worst;
+}
+
+void ShapeKeySearch::SearchSegment(int first, int last, std::vector<int>& found)
+{
+    std::vector<FramePose> poses(static_cast<std::size_t>(last - first + 1));
+    for (std::size_t i = 0; i < poses.size(); ++i)
+    {
+        Evaluate(first + static_cast<int>(i), poses[i]);
+    }
+    std::vector<std::pair<std::size_t, std::size_t>> todo = {{0, poses.size() - 1}};
+    while (!todo.empty())
+    {
+        const auto [a, b] = todo.back();
+        todo.pop_back();
+        double worst = 1.0;
+        std::size_t at = a;
+        for (std::size_t i = a + 1; i < b; ++i)
+        {
+            const double t = static_cast<double>(i - a) / static_cast<double>(b - a);
+            const double error = ErrorBetween(poses[a], poses[b], t, poses[i]);
+            at = error > worst ? i : at;
+            worst = std::max(worst, error);
+        }
+        if (at != a)
+        {
+            found.push_back(first + static_cast<int>(at));
+            todo.emplace_back(a, at);
+            todo.emplace_back(at, b);
+        }
+    }
+}
+
+std::vector<int> FindShapeKeys(const Scene& scene, int clip, double fps, int start, int end)
+{
+    std::vector<int> keys = FindKeyFrames(scene, clip, fps);
+    std::vector<int> found;
+    if (keys.empty() || end <= start)
+    {
+        return found;
+    }
+    for (int& key : keys)
+    {
+        key = std::clamp(key, start, end); // as keys beyond the play range count
+    }
+    ShapeKeySearch search(scene, clip, fps, start);
+    for (std::size_t i = 0; i + 1 < keys.size(); ++i)
+    {
+        if (keys[i + 1] - keys[i] > 1)
+        {
+            search.SearchSegment(keys[i], keys[i + 1], found);
+        }
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+}
