@@ -1,0 +1,170 @@
+#include "scene/bindpose.h"
+
+#include "scene/decompose.h"
+#include "scene/scenepose.h"
+#include "scene/shownnodes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <set>
+
+using OptionalMatrix = std::optional<DoubleMatrix>;
+
+static const double SAME_MATRIX = 1e-4; // of the columns' lengths, or of how far things stand apart
+static const double SAME_SCALE = 1e-2;
+
+static double ColumnLength(const DoubleMatrix& matrix, int column)
+{
+    return std::hypot(matrix.m[0][column], matrix.m[1][column], matrix.m[2][column]);
+}
+
+// Within SAME_MATRIX; `extent` is how large what they move is.
+static bool IsSame(const DoubleMatrix& a, const DoubleMatrix& b, double extent)
+{
+    const double scale = std::max({ColumnLength(a, 0), ColumnLength(a, 1), ColumnLength(a, 2)});
+    for (int row = 0; row < 3; ++row)
+    {
+        for (int column = 0; column < 4; ++column)
+        {
+            const double allowed = SAME_MATRIX * scale * (column < 3 ? 1.0 : extent);
+            if (!(std::fabs(a.m[row][column] - b.m[row][column]) <= allowed))
+            {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+static bool HasSameScale(const DoubleMatrix& a, const DoubleMatrix& b)
+{
+    for (int column = 0; column < 3; ++column)
+    {
+        const double length = ColumnLength(a, column);
+        if (!(std::fabs(ColumnLength(b, column) - length) <= SAME_SCALE * length))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The largest distance of a vertex from the origin of the mesh's own space.
+static double FindExtent(const ScenePrimitive& primitive)
+{
+    double extent = 0.0;
+    for (const Double3& p : primitive.positions)
+    {
+        extent = std::max(extent, std::hypot(p.x, p.y, p.z));
+    }
+    return extent;
+}
+
+// The mesh's space in the world, as the header says.
+static DoubleMatrix FindMeshSpace(const SceneSkin& skin, const std::vector<int>& depths, const ScenePose& rest,
+                                  const DoubleMatrix& ofNode, double extent)
+{
+    std::vector<DoubleMatrix> spaces;
+    std::size_t topmost = 0;
+    for (std::size_t i = 0; i < skin.joints.size(); ++i)
+    {
+        spaces.push_back(MultiplyAffine(rest.globals[skin.joints[i]], skin.inverseBinds[i]));
+        topmost = depths[skin.joints[i]] < depths[skin.joints[topmost]] ? i : topmost;
+    }
+    std::size_t best = 0;
+    std::ptrdiff_t bestCount = 0;
+    for (std::size_t i = 0; i < spaces.size(); ++i)
+    {
+        const auto count = std::count_if(spaces.begin(), spaces.end(),
+                                         [&](const DoubleMatrix& space) { return IsSame(spaces[i], space, extent); });
+        best = count > bestCount ? i : best;
+        bestCount = std::max(bestCount, count);
+    }
+    if (bestCount > 1 || spaces.size() == 1)
+    {
+        return spaces[best];
+    }
+    return HasSameScale(spaces[topmost], ofNode) ? ofNode : spaces[topmost];
+}
+
+static void WarnOnce(Scene& scene, std::set<int>& warned, int node, const std::string& sentence)
+{
+    if (warned.insert(node).second)
+    {
+        scene.warnings.push_back("Joint " + scene.nodes[node].name + " " + sentence);
+    }
+}
+
+// Where each joint was bound, in the world.
+static std::vector<OptionalMatrix> FindBinds(Scene& scene, const std::vector<int>& shown, const ScenePose& rest)
+{
+    std::vector<OptionalMatrix> binds(scene.nodes.size());
+    std::vector<int> depths(scene.nodes.size(), 0);
+    std::set<int> warned;
+    for (const int node : shown)
+    {
+        const int parent = scene.nodes[node].parent;
+        depths[node] = parent < 0 ? 0 : depths[parent] + 1;
+    }
+    for (const int node : shown)
+    {
+        for (const SceneMeshUse& use : scene.nodes[node].meshes)
+        {
+            if (use.skin < 0 || scene.skins[use.skin].joints.empty())
+            {
+                continue;
+            }
+            const SceneSkin& skin = scene.skins[use.skin];
+            const double extent = FindExtent(scene.primitives[use.primitive]);
+            const DoubleMatrix space = FindMeshSpace(skin, depths, rest, rest.globals[node], extent);
+            for (std::size_t i = 0; i < skin.joints.size(); ++i)
+            {
+                DoubleMatrix inverse;
+                OptionalMatrix& bind = binds[skin.joints[i]];
+                if (!InvertAffine(skin.inverseBinds[i], inverse))
+                {
+                    WarnOnce(scene, warned, skin.joints[i], "has a bind pose without extent; it stays at rest.");
+                    continue;
+                }
+                const DoubleMatrix placed = MultiplyAffine(space, inverse);
+                // How far the vertices reach as the joint sees them.
+                if (bind && !IsSame(*bind, placed, extent * ColumnLength(skin.inverseBinds[i], 0)))
+                {
+                    WarnOnce(scene, warned, skin.joints[i], "is bound in two ways; that of the first skin counts.");
+                }
+                bind = bind ? bind : placed;
+            }
+        }
+    }
+    return binds;
+}
+
+void PoseAtBind(Scene& scene)
+{
+    const std::vector<int> shown = FindShownNodes(scene);
+    ScenePose rest;
+    EvaluatePose(scene, -1, 0.0, rest);
+    const std::vector<OptionalMatrix> binds = FindBinds(scene, shown, rest);
+    std::vector<DoubleMatrix> globals(scene.nodes.size());
+    for (const int node : shown)
+    {
+        DoubleTransform& local = scene.nodes[node].local;
+        const int parent = scene.nodes[node].parent;
+        const DoubleMatrix above = parent < 0 ? DoubleMatrix() : globals[parent];
+        globals[node] = MultiplyAffine(above, MatrixFromTransform(local));
+        DoubleMatrix toParent;
+        if (!binds[node] || !InvertAffine(above, toParent))
+        {
+            continue;
+        }
+        const DoubleMatrix wanted = MultiplyAffine(toParent, *binds[node]);
+        // What is the same but for rounding stays as the file has it.
+        const double reach = std::hypot(wanted.m[0][3], wanted.m[1][3], wanted.m[2][3]);
+        if (!IsSame(wanted, MatrixFromTransform(local), 0.01 * reach))
+        {
+            DecomposeMatrix(wanted, local);
+            globals[node] = MultiplyAffine(above, MatrixFromTransform(local));
+        }
+    }
+}
