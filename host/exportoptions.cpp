@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <set>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -14,20 +16,36 @@ namespace
 // Options whose text needs a look of its own before it counts.
 struct RawTexts
 {
-    std::string out, anim, clip, fps, start, end, log;
+    std::string out, anim, clip, fps, keys, start, end, rest, scale, up, log;
 };
 
 } // namespace
 
 static constexpr double MIN_FPS = 1.0;
 static constexpr double MAX_FPS = 1000.0;
+static constexpr double MIN_SCALE = 1e-6;
+static constexpr double MAX_SCALE = 1e6;
 static constexpr int MAX_FRAME = 1000000000; // so that differences of frames stay within an int
 
-static const char* const VALUE_OPTIONS[] = {"-o",    "--output", "-a",    "--anim", "--clip",
-                                            "--fps", "--start",  "--end", "--log"};
-static const char* const OTHER_OPTIONS[] = {"--all-clips", "--append", "--overwrite", "--debug",
-                                            "--no-debug",  "--quiet",  "-q",          "--list",
-                                            "--json",      "--help",   "-h",          "--version"};
+static const char* const VALUE_OPTIONS[] = {"-o",     "--output", "-a",    "--anim", "--clip",  "--fps",
+                                            "--keys", "--start",  "--end", "--log",  "--scale", "--up"};
+static const char* const OTHER_OPTIONS[] = {"--all-clips", "--append",  "--overwrite", "--debug", "--no-debug",
+                                            "--quiet",     "-q",        "--list",      "--json",  "--help",
+                                            "-h",          "--version", "--rest",      "--flip-v"};
+
+namespace
+{
+
+struct OptionalValue
+{
+    const char* option;
+    const char* value; // what stands for one that isn't given
+};
+
+} // namespace
+
+// Options whose value may be left out.
+static const OptionalValue OPTIONAL_VALUES[] = {{"--rest", "rest"}};
 
 static CommandLine WrongUsage(const std::string& sentence)
 {
@@ -90,6 +108,96 @@ static std::string FindSwallowedOption(int argc, const char* const* argv)
     return std::string();
 }
 
+static const OptionalValue* FindOptionalValue(const std::string& argument)
+{
+    for (const OptionalValue& optional : OPTIONAL_VALUES)
+    {
+        if (argument == optional.option)
+            return &optional;
+    }
+    return nullptr;
+}
+
+// Gives each option whose value may be left out one with '='. What stands behind such an option is its value, unless it
+// is an option itself, or the command line would be left without a scene.
+static std::vector<std::string> CompleteOptionalValues(int argc, const char* const* argv)
+{
+    const std::set<std::string> takesValue(std::begin(VALUE_OPTIONS), std::end(VALUE_OPTIONS));
+    std::vector<std::string> arguments(argv, argv + argc);
+    std::vector<size_t> open; // options with a word behind them
+    bool hasScene = false;
+    for (size_t i = 1; i < arguments.size(); i++)
+    {
+        const bool hasNext = i + 1 < arguments.size();
+        const OptionalValue* optional = FindOptionalValue(arguments[i]);
+        if (arguments[i] == "--")
+        {
+            hasScene = hasScene || hasNext;
+            break;
+        }
+        if (optional && hasNext && !arguments[i + 1].empty() && arguments[i + 1][0] != '-')
+            open.push_back(i++);
+        else if (optional)
+            arguments[i] += std::string("=") + optional->value;
+        else if (takesValue.count(arguments[i]) > 0)
+            i++;
+        else if (arguments[i].empty() || arguments[i][0] != '-')
+            hasScene = true;
+    }
+    for (size_t k = open.size(); k > 0; k--)
+    {
+        const size_t i = open[k - 1];
+        if (!hasScene)
+        {
+            arguments[i] += std::string("=") + FindOptionalValue(arguments[i])->value;
+            hasScene = true;
+            continue;
+        }
+        arguments[i] += "=" + arguments[i + 1];
+        arguments.erase(arguments.begin() + static_cast<std::ptrdiff_t>(i) + 1);
+    }
+    return arguments;
+}
+
+static bool TakeKeys(const std::string& text, KeyChoice& keys)
+{
+    static const std::pair<const char*, KeyChoice> choices[] = {
+        {"shape", KeyChoice::Shape}, {"authored", KeyChoice::Authored}, {"every", KeyChoice::Every}};
+    for (const auto& [name, choice] : choices)
+    {
+        if (text == name)
+        {
+            keys = choice;
+            return true;
+        }
+    }
+    return false;
+}
+
+// What turns, scales and times the scene. Empty if all of it makes sense.
+static std::string TakeSceneTexts(const CLI::App& app, const RawTexts& texts, ExportOptions& options)
+{
+    if (app.count("--fps") > 0 && texts.fps != "auto")
+    {
+        options.autoFps = false;
+        if (!ParseNumber(texts.fps, options.fps) || options.fps < MIN_FPS || options.fps > MAX_FPS)
+            return "--fps needs a number from 1 to 1000, or auto.";
+    }
+    if (app.count("--keys") > 0 && !TakeKeys(texts.keys, options.keys))
+        return "--keys needs shape, authored or every.";
+    if (app.count("--rest") > 0)
+        options.rest = texts.rest;
+    if (options.rest && (options.rest->empty() || options.rest->size() > MAX_DIALOG_TEXT))
+        return "--rest needs a name of 1 to 511 characters.";
+    if (app.count("--scale") > 0 &&
+        (!ParseNumber(texts.scale, options.scale) || options.scale < MIN_SCALE || options.scale > MAX_SCALE))
+        return "--scale needs a number from 0.000001 to 1000000.";
+    if (app.count("--up") > 0 && texts.up != "y" && texts.up != "z")
+        return "--up needs y or z.";
+    options.up = texts.up.empty() ? '\0' : texts.up[0];
+    return std::string();
+}
+
 static CommandLine TakeTexts(const CLI::App& app, const RawTexts& texts, ExportOptions& options)
 {
     if (options.scenePath.empty())
@@ -110,9 +218,9 @@ static CommandLine TakeTexts(const CLI::App& app, const RawTexts& texts, ExportO
         return WrongUsage("--all-clips names each animation after its clip and doesn't go together with --anim.");
     if (options.allClips && options.clip)
         return WrongUsage("--all-clips doesn't go together with --clip.");
-    if (app.count("--fps") > 0 &&
-        (!ParseNumber(texts.fps, options.fps) || options.fps < MIN_FPS || options.fps > MAX_FPS))
-        return WrongUsage("--fps needs a number from 1 to 1000.");
+    const std::string problem = TakeSceneTexts(app, texts, options);
+    if (!problem.empty())
+        return WrongUsage(problem);
     if (app.count("--start") > 0 && !ParseFrame(texts.start, options.start))
         return WrongUsage("--start needs a frame number.");
     if (app.count("--end") > 0 && !ParseFrame(texts.end, options.end))
@@ -165,9 +273,29 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
         ->type_name("NAME");
     app.add_option("--clip", texts.clip, "The clip to export; without it, the first")->type_name("NAME|INDEX");
     app.add_flag("--all-clips", options.allClips, "Export every clip into the one file");
-    app.add_option("--fps", texts.fps, "Frames per second, from 1 to 1000 (30)")->type_name("N");
+    app.add_option("--fps", texts.fps,
+                   "Frames per second, from 1 to 1000; auto, the default: the lowest of 24, 25, 30, 48, 50, 60 and 120 "
+                   "at which every key of the exported clips lies on a frame, else what the file states, else 30")
+        ->type_name("N|auto");
+    app.add_option("--keys", texts.keys,
+                   "Which frames get keys: shape, the default: those of the file and as few more as it takes to follow "
+                   "its curves; authored: those of the file alone; every: all")
+        ->type_name("shape|authored|every");
     app.add_option("--start", texts.start, "First frame, instead of that of the clip's first key")->type_name("F");
     app.add_option("--end", texts.end, "Last frame, instead of that of the clip's last key")->type_name("F");
+    app.add_option("--rest", texts.rest,
+                   "Export the pose at rest first, skins as they were bound, as an animation of one frame (rest), and "
+                   "add the clips to that, all or nothing; with --append, all of it is added to the model file, which "
+                   "keeps its skin if it exists. NAME may be left out")
+        ->type_name("[NAME]");
+    app.add_option("--scale", texts.scale,
+                   "Scale the scene as a whole; files that state their unit (FBX, Collada) are in metres by then")
+        ->type_name("S");
+    app.add_option("--up", texts.up,
+                   "Which axis of the model points up, if not y; files that state their up axis (FBX, Collada) are "
+                   "turned to y up without this, other files are taken to be")
+        ->type_name("y|z");
+    app.add_flag("--flip-v", options.flipV, "Texture coordinates v become 1 - v");
     app.add_flag("--append", options.append, "Add the animation to the model file if it exists");
     app.add_flag("--overwrite", options.overwrite,
                  "Replace the model file; with --append, only if it is no valid model");
@@ -179,7 +307,11 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
     app.add_flag("--json", options.json, "With --list: print it as JSON");
     app.footer("Exit status: 0 written, 1 not written, 2 wrong usage.");
 
-    CommandLine result = ParseWith(app, argc, argv, texts, options);
+    const std::vector<std::string> arguments = CompleteOptionalValues(argc, argv);
+    std::vector<const char*> words;
+    for (const std::string& argument : arguments)
+        words.push_back(argument.c_str());
+    CommandLine result = ParseWith(app, static_cast<int>(words.size()), words.data(), texts, options);
     if (debug || noDebug)
         options.debug = debug;
     return result;

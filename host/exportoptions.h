@@ -7,6 +7,14 @@
 // The dialog takes this many characters of a file name or an animation name.
 constexpr int MAX_DIALOG_TEXT = 511;
 
+// Which frames of a clip get keys.
+enum class KeyChoice
+{
+    Shape,    // those of the file, and as few more as its curves need
+    Authored, // those of the file alone
+    Every     // each frame of the play range
+};
+
 struct ExportOptions
 {
     std::string scenePath;               // as it was given
@@ -14,7 +22,13 @@ struct ExportOptions
     std::optional<std::string> animName; // none: what the dialog offers
     std::optional<std::string> clip;     // a clip's name or index
     bool allClips = false;
+    bool autoFps = true; // the rate that suits the keys, in place of fps
     double fps = 30.0;
+    KeyChoice keys = KeyChoice::Shape;
+    std::optional<std::string> rest; // the name of the animation that holds the rest pose; none: no such animation
+    double scale = 1.0;              // of the scene as a whole
+    char up = 0;                     // which axis of the model points up, 'y' or 'z'; 0: y, as the scene has it
+    bool flipV = false;
     std::optional<int> start; // frames
     std::optional<int> end;
     bool append = false;

@@ -5,7 +5,10 @@
 #include "host/sceneclips.h"
 #include "host/scenelisting.h"
 #include "saa/saahost.h"
+#include "scene/framerate.h"
 #include "scene/readscene.h"
+#include "scene/shapekeys.h"
+#include "scene/transformscene.h"
 #include "win32/stateplaces.h"
 
 #include <filesystem>
@@ -43,22 +46,28 @@ void ExportSession::WarnOnce(const std::string& sentence)
         m_Console.Warning(sentence);
 }
 
+// What of the clip is recorded, and on which frames it has further keys. The scene at rest is one frame, whatever part
+// of the clips is exported.
+static RecordedSceneOptions MakeRecordedOptions(const Scene& scene, int clip, const ExportOptions& options)
+{
+    RecordedSceneOptions recorded;
+    recorded.clip = clip;
+    recorded.fps = options.fps;
+    const ClipRange range = FindPlayRange(scene, clip, options);
+    recorded.start = range.start;
+    recorded.end = range.end;
+    if (clip >= 0 && options.keys == KeyChoice::Shape)
+        recorded.extraKeys = FindShapeKeys(scene, clip, options.fps, range.start, range.end);
+    for (int frame = range.start; options.keys == KeyChoice::Every && frame <= range.end; frame++)
+        recorded.extraKeys.push_back(frame);
+    return recorded;
+}
+
 // Opens the clip as the host's current scene and lets the plug-in export it. The log is looked at only if this run
 // has written it: a dialog that ends without OK leaves the one of the run before.
-bool ExportSession::RunPlugin(int clip, CommandLineUser& user, const std::string& logPath)
+bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, const std::string& logPath)
 {
-    const std::string problem = PlayRangeProblem(m_Scene, clip, m_Options);
-    if (!problem.empty())
-    {
-        m_Console.Error(problem);
-        return false;
-    }
-    RecordedSceneOptions recordedOptions;
-    recordedOptions.clip = clip;
-    recordedOptions.fps = m_Options.fps;
-    recordedOptions.start = m_Options.start;
-    recordedOptions.end = m_Options.end;
-    RecordedScene recorded(m_Scene, recordedOptions);
+    RecordedScene recorded(*job.scene, MakeRecordedOptions(*job.scene, job.clip, m_Options));
     for (const std::string& warning : recorded.Warnings())
         WarnOnce(warning);
 
@@ -84,6 +93,20 @@ bool ExportSession::RunPlugin(int clip, CommandLineUser& user, const std::string
     return written;
 }
 
+bool ExportSession::HasPlayRanges(const std::vector<ExportJob>& jobs)
+{
+    for (const ExportJob& job : jobs)
+    {
+        const std::string problem = PlayRangeProblem(*job.scene, job.clip, m_Options);
+        if (!problem.empty())
+        {
+            m_Console.Error(problem);
+            return false;
+        }
+    }
+    return true;
+}
+
 void ExportSession::NameOtherClips(int clip)
 {
     std::string others;
@@ -99,10 +122,13 @@ void ExportSession::NameOtherClips(int clip)
 
 bool ExportSession::ExportOne(int clip)
 {
+    const ExportJob job = {&m_Scene, clip, m_Options.animName, DescribeClip(m_Scene, clip)};
     if (!m_Options.clip)
         NameOtherClips(clip);
+    if (!HasPlayRanges({job}))
+        return false;
     CommandLineUser user(MakeAnswers(), m_Console, m_Surroundings.terminal);
-    const bool written = RunPlugin(clip, user, m_Options.logPath);
+    const bool written = RunPlugin(job, user, m_Options.logPath);
     const std::string target = user.GetTarget().empty() ? "The model file" : user.GetTarget();
     if (written)
         m_Console.Say(target + ": animation \"" + user.GetAnimName() + "\" written.");
@@ -127,6 +153,68 @@ static bool IsSameFile(const std::string& one, const std::string& other)
     return !one.empty() && std::filesystem::equivalent(one, other, error) && !error;
 }
 
+// The rate that suits the keys of the clips that are exported: `clip`, or all of them.
+static FrameRateChoice ChooseRate(const Scene& scene, int clip, const ExportOptions& options)
+{
+    std::vector<int> clips;
+    for (int i = 0; i < static_cast<int>(scene.clips.size()); i++)
+    {
+        if (options.allClips || i == clip)
+            clips.push_back(i);
+    }
+    return ChooseFrameRate(scene, clips);
+}
+
+static std::string DescribeRate(const FrameRateChoice& choice)
+{
+    std::string text = FormatFps(choice.fps) + " frames per second";
+    switch (choice.reason)
+    {
+    case FrameRateReason::FitsKeys:
+        return text + ": every key lies on a frame.";
+    case FrameRateReason::StatedRate:
+        return text + ", as the file states.";
+    case FrameRateReason::NoneFits:
+        break;
+    }
+    return text + ".";
+}
+
+// Brings the scene to the unit, the axes and the texture coordinates that the model gets.
+static void TransformAsAsked(Scene& scene, const ExportOptions& options, Console& console)
+{
+    const std::string done = ConvertStatedUnits(scene);
+    if (!done.empty() && !options.list)
+        console.Say(done);
+    SceneTransform transform;
+    transform.scale = options.scale;
+    transform.toUp = options.up ? options.up : transform.toUp;
+    transform.flipV = options.flipV;
+    TransformScene(scene, transform);
+}
+
+static int ExportScene(const Scene& scene, int clip, const ExportOptions& options,
+                       const ExportSurroundings& surroundings)
+{
+    Console& console = *surroundings.console;
+    if (!HasTriangles(scene))
+    {
+        console.Error("There are no triangles in " + options.scenePath + ".");
+        return 1;
+    }
+    if (IsSameFile(options.outPath, options.scenePath))
+    {
+        console.Error("The output file is the scene file itself.");
+        return 1;
+    }
+    ExportSession session(scene, options, surroundings);
+    if (!session.LoadPlugin())
+        return 1;
+    const bool all = options.allClips && !scene.clips.empty();
+    const bool written = all || options.rest ? session.ExportSeveral(all ? -1 : clip) : session.ExportOne(clip);
+    return written ? 0 : 1;
+}
+
 int RunExport(const ExportOptions& options, const ExportSurroundings& surroundings)
 {
     Console& console = *surroundings.console;
@@ -147,21 +235,15 @@ int RunExport(const ExportOptions& options, const ExportSurroundings& surroundin
             return 1;
         }
     }
-    if (options.list)
-        return ListAndPrint(scene, clip, options, surroundings);
-    if (!HasTriangles(scene))
+    TransformAsAsked(scene, options, console);
+    ExportOptions settled = options;
+    if (options.autoFps)
     {
-        console.Error("There are no triangles in " + options.scenePath + ".");
-        return 1;
+        const FrameRateChoice choice = ChooseRate(scene, clip, options);
+        settled.fps = choice.fps;
+        if (!options.list && clip >= 0)
+            console.Say(DescribeRate(choice));
     }
-    if (IsSameFile(options.outPath, options.scenePath))
-    {
-        console.Error("The output file is the scene file itself.");
-        return 1;
-    }
-    ExportSession session(scene, options, surroundings);
-    if (!session.LoadPlugin())
-        return 1;
-    const bool all = options.allClips && !scene.clips.empty();
-    return (all ? session.ExportAll() : session.ExportOne(clip)) ? 0 : 1;
+    return options.list ? ListAndPrint(scene, clip, settled, surroundings)
+                        : ExportScene(scene, clip, settled, surroundings);
 }

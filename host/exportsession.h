@@ -7,8 +7,10 @@
 #include "scene/scene.h"
 
 #include <cstdio>
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 class Console;
 
@@ -25,22 +27,35 @@ struct ExportSurroundings
 // console.
 int RunExport(const ExportOptions& options, const ExportSurroundings& surroundings);
 
+// One animation of the model file.
+struct ExportJob
+{
+    const Scene* scene = nullptr;        // not owned
+    int clip = -1;                       // -1 for the scene at rest
+    std::optional<std::string> animName; // none: what the dialog offers
+    std::string title;                   // what it is called in messages
+};
+
 class ExportSession
 {
 public:
-    // The scene is as a reader gives it; both must outlive this.
+    // The scene is as it is to be exported, the frame rate of the options is settled; both must outlive this.
     ExportSession(const Scene& scene, const ExportOptions& options, const ExportSurroundings& surroundings);
 
     // Loads the plug-in. False if it can't be loaded.
     bool LoadPlugin();
 
-    // Export one clip (-1 for the scene at rest), or all of them, all or nothing. True if the file was written.
+    // Exports one clip (-1 for the scene at rest). True if the file was written.
     bool ExportOne(int clip);
-    bool ExportAll();
+
+    // Exports the clips (each if `clip` is -1) and before them the rest pose if the options ask for it, all or nothing.
+    bool ExportSeveral(int clip);
 
 private:
     CommandLineAnswers MakeAnswers() const;
-    bool RunPlugin(int clip, CommandLineUser& user, const std::string& logPath);
+    std::vector<ExportJob> ListJobs(int clip);
+    bool HasPlayRanges(const std::vector<ExportJob>& jobs);
+    bool RunPlugin(const ExportJob& job, CommandLineUser& user, const std::string& logPath);
     void WarnOnce(const std::string& sentence);
     void NameOtherClips(int clip);
 
@@ -50,4 +65,5 @@ private:
     Console& m_Console;
     PluginLibrary m_Plugin;
     std::set<std::string> m_Warned;
+    Scene m_RestScene; // a copy that rests as its skins were bound, if the options ask for it
 };

@@ -1,5 +1,5 @@
-// All clips of a scene into one file, all or nothing: the plug-in works on a copy beside the target, which takes the
-// target's place after the last clip.
+// Several animations into one file, all or nothing: the plug-in works on a copy beside the target, which takes the
+// target's place after the last one.
 #include "host/exportsession.h"
 
 #include "host/console.h"
@@ -8,6 +8,7 @@
 #include "host/placefile.h"
 #include "host/sceneclips.h"
 #include "host/workingfolder.h"
+#include "scene/bindpose.h"
 #include "win32/registrystore.h"
 #include "win32/stateplaces.h"
 
@@ -73,20 +74,35 @@ static bool CopyTarget(const std::string& target, const std::string& copy)
     return CopyFileBytes(target, copy);
 }
 
-bool ExportSession::ExportAll()
+std::vector<ExportJob> ExportSession::ListJobs(int clip)
 {
-    for (int i = 0; i < static_cast<int>(m_Scene.clips.size()); i++)
+    std::vector<ExportJob> jobs;
+    if (m_Options.rest)
     {
-        const std::string problem = PlayRangeProblem(m_Scene, i, m_Options);
-        if (!problem.empty())
-        {
-            m_Console.Error(problem);
-            return false;
-        }
+        m_RestScene = m_Scene;
+        PoseAtBind(m_RestScene);
+        jobs.push_back({&m_RestScene, -1, m_Options.rest, "the scene at rest"});
     }
+    const std::vector<std::string> names = NameAnimations(m_Scene);
+    for (int i = 0; i < static_cast<int>(names.size()); i++)
+    {
+        if (clip < 0 || i == clip)
+            jobs.push_back({&m_Scene, i, m_Options.animName.value_or(names[static_cast<size_t>(i)]),
+                            "clip " + std::to_string(jobs.size() + (m_Options.rest ? 0 : 1)) + " of " +
+                                std::to_string(clip < 0 ? names.size() : 1) + ", " + DescribeClip(m_Scene, i)});
+    }
+    return jobs;
+}
+
+bool ExportSession::ExportSeveral(int clip)
+{
+    const std::vector<ExportJob> jobs = ListJobs(clip);
+    if (clip >= 0 && !m_Options.clip)
+        NameOtherClips(clip);
+    if (!HasPlayRanges(jobs))
+        return false;
     SetLogPath(m_Options.logPath.empty() ? nullptr : m_Options.logPath.c_str());
     const std::string joinedLog = GetLogPath();
-    const std::vector<std::string> names = NameAnimations(m_Scene);
     WorkingFolder folder;
     std::string partLog;
     ExportSettings settings;
@@ -109,13 +125,12 @@ bool ExportSession::ExportAll()
 
     std::string target;
     bool written = true;
-    for (int i = 0; written && i < static_cast<int>(names.size()); i++)
+    for (size_t i = 0; written && i < jobs.size(); i++)
     {
-        m_Console.Say("Clip " + std::to_string(i + 1) + " of " + std::to_string(names.size()) + ", " +
-                      DescribeClip(m_Scene, i) + ":");
-        answers.animName = names[static_cast<size_t>(i)];
+        m_Console.Say("Exporting " + jobs[i].title + ":");
+        answers.animName = jobs[i].animName;
         CommandLineUser user(answers, m_Console, m_Surroundings.terminal);
-        written = RunPlugin(i, user, partLog);
+        written = RunPlugin(jobs[i], user, partLog);
         if (i == 0)
         {
             target = user.GetTarget();
@@ -128,8 +143,7 @@ bool ExportSession::ExportAll()
             answers.stage = [&](const std::string&) { return folder.GetFile(); };
         }
         if (user.PressedOk())
-            JoinLog(partLog, joinedLog, i == 0, "Clip: " + PrintableText(names[static_cast<size_t>(i)]),
-                    folder.GetFile(), target);
+            JoinLog(partLog, joinedLog, i == 0, "Clip: " + PrintableText(user.GetAnimName()), folder.GetFile(), target);
     }
     if (written)
     {
@@ -146,7 +160,8 @@ bool ExportSession::ExportAll()
         WriteExportSettings(settings);
     }
     if (written)
-        m_Console.Say(target + ": " + std::to_string(names.size()) + " animations written.");
+        m_Console.Say(target + ": " + std::to_string(jobs.size()) + (jobs.size() == 1 ? " animation" : " animations") +
+                      " written.");
     else
         m_Console.Error((target.empty() ? "The model file" : target) + " was not written.");
     return written;

@@ -1,20 +1,10 @@
 #include "host/sceneclips.h"
 
 #include "host/exportoptions.h"
+#include "scene/shownnodes.h"
 
 #include <algorithm>
 #include <charconv>
-
-std::vector<int> FindShownNodes(const Scene& scene)
-{
-    std::vector<int> shown = scene.roots;
-    for (size_t i = 0; i < shown.size(); i++)
-    {
-        const std::vector<int>& children = scene.nodes[static_cast<size_t>(shown[i])].children;
-        shown.insert(shown.end(), children.begin(), children.end());
-    }
-    return shown;
-}
 
 bool HasTriangles(const Scene& scene)
 {
@@ -83,6 +73,8 @@ std::vector<std::string> NameAnimations(const Scene& scene)
 ClipRange FindPlayRange(const Scene& scene, int clip, const ExportOptions& options)
 {
     ClipRange range = FindClipRange(scene, clip, options.fps);
+    if (clip < 0 && options.rest)
+        return range;
     range.start = options.start.value_or(range.start);
     range.end = options.end.value_or(range.end);
     return range;

@@ -12,9 +12,6 @@ struct ExportOptions;
 // A play range of more frames is refused.
 constexpr long long MAX_PLAY_RANGE = 65535;
 
-// The nodes at and below the scene's roots.
-std::vector<int> FindShownNodes(const Scene& scene);
-
 // Whether a node that is shown has a triangle.
 bool HasTriangles(const Scene& scene);
 
@@ -27,7 +24,7 @@ int FindClip(const Scene& scene, const std::string& nameOrIndex, std::string& er
 // A name for the animation of each clip: the clip's own, else one that is made from the scene's and the clip's index.
 std::vector<std::string> NameAnimations(const Scene& scene);
 
-// The frames that are exported of a clip (-1 for the scene at rest).
+// The frames that are exported of a clip (-1 for the scene at rest, one frame where the options ask for a rest pose).
 ClipRange FindPlayRange(const Scene& scene, int clip, const ExportOptions& options);
 
 // Why the clip can't be exported over its range, as a sentence; empty if it can.

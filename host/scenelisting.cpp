@@ -3,6 +3,7 @@
 #include "host/console.h"
 #include "host/exportoptions.h"
 #include "host/sceneclips.h"
+#include "scene/shownnodes.h"
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -30,7 +31,7 @@ static SceneCounts CountParts(const Scene& scene)
     return counts;
 }
 
-static std::string FormatFps(double fps)
+std::string FormatFps(double fps)
 {
     char text[40];
     std::snprintf(text, sizeof(text), "%.10g", fps);

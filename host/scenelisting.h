@@ -13,3 +13,6 @@ std::string ListScene(const Scene& scene, int clip, const ExportOptions& options
 
 // The same as one JSON object: {"clips": [{"name", "start", "end", "keys"}], "meshes", "joints", "fps"}.
 std::string ListSceneAsJson(const Scene& scene, const ExportOptions& options);
+
+// A frame rate with as many digits as it needs.
+std::string FormatFps(double fps);

@@ -36,11 +36,46 @@ TEST(ExportOptionsTest, EverythingGiven)
     EXPECT_FALSE(options.animName || options.clip || options.start || options.end || options.append);
 
     ASSERT_TRUE(Parse({"s.gltf"}, options).run);
-    EXPECT_EQ(options.fps, 30.0);
+    EXPECT_TRUE(options.autoFps && options.keys == KeyChoice::Shape);
+    EXPECT_FALSE(options.rest || options.flipV || options.up);
+    EXPECT_EQ(options.scale, 1.0);
+    ASSERT_TRUE(
+        Parse({"s", "--fps", "auto", "--keys", "every", "--scale", "1/100", "--up", "z", "--flip-v"}, options).run);
+    EXPECT_TRUE(options.autoFps && options.keys == KeyChoice::Every && options.flipV && options.up == 'z');
+    EXPECT_EQ(options.scale, 0.01);
+    ASSERT_TRUE(Parse({"s", "--fps", "24", "--keys=authored", "--up=y"}, options).run);
+    EXPECT_TRUE(!options.autoFps && options.fps == 24.0 && options.keys == KeyChoice::Authored && options.up == 'y');
     EXPECT_FALSE(options.debug.has_value());
     ASSERT_TRUE(Parse({"s.gltf", "--anim=--append", "--list", "--json"}, options).run);
     EXPECT_EQ(options.animName, "--append");
     EXPECT_TRUE(options.list && options.json);
+}
+
+// The name may be left out; then the word behind --rest may be the scene.
+TEST(ExportOptionsTest, RestPoseWithAndWithoutAName)
+{
+    const struct
+    {
+        std::vector<const char*> line;
+        const char* scene;
+        const char* name;
+    } rows[] = {{{"s.gltf", "--rest"}, "s.gltf", "rest"},
+                {{"s.gltf", "--rest", "-q"}, "s.gltf", "rest"},
+                {{"--rest", "s.gltf"}, "s.gltf", "rest"},
+                {{"--rest", "s.gltf", "-o", "x.abc"}, "s.gltf", "rest"},
+                {{"s.gltf", "--rest", "bind"}, "s.gltf", "bind"},
+                {{"--rest", "bind", "s.gltf"}, "s.gltf", "bind"},
+                {{"--rest", "bind", "-o", "x.abc", "s.gltf"}, "s.gltf", "bind"},
+                {{"--clip", "run", "--rest", "bind", "--", "s.gltf"}, "s.gltf", "bind"},
+                {{"--rest=bind", "s.gltf"}, "s.gltf", "bind"},
+                {{"--rest=-b-", "s.gltf"}, "s.gltf", "-b-"}};
+    for (const auto& row : rows)
+    {
+        ExportOptions options;
+        EXPECT_TRUE(Parse(row.line, options).run) << row.line[0] << " " << row.line[1];
+        EXPECT_EQ(options.scenePath, row.scene);
+        EXPECT_EQ(options.rest, row.name);
+    }
 }
 
 TEST(ExportOptionsTest, WrongUsage)
@@ -77,6 +112,18 @@ TEST(ExportOptionsTest, WrongUsage)
         {"s", "--fps", "30x"},
         {"s", "--fps", "30/0"},
         {"s", "--fps", "30/"},
+        {"s", "--fps", "Auto"},
+        {"s", "--keys", "some"},
+        {"s", "--keys", "--rest"},
+        {"s", "--rest="},
+        {"s", "--rest", name512.c_str()},
+        {"s", "--rest", "a", "--rest", "b"},
+        {"--rest"},
+        {"s", "--scale", "0"},
+        {"s", "--scale", "-1"},
+        {"s", "--scale", "1e9"},
+        {"s", "--up", "x"},
+        {"s", "--up", "zz"},
     };
     for (const auto& line : lines)
     {
@@ -95,8 +142,9 @@ TEST(ExportOptionsTest, HelpAndVersion)
     CommandLine result = Parse({"--help"}, options);
     EXPECT_FALSE(result.run);
     EXPECT_EQ(result.status, 0);
-    for (const char* name : {"--output", "--anim", "--clip", "--all-clips", "--fps", "--start", "--end", "--append",
-                             "--overwrite", "--debug", "--no-debug", "--log", "--quiet", "--list", "--json"})
+    for (const char* name : {"--output", "--anim",      "--clip",  "--all-clips", "--fps", "--start", "--end",
+                             "--append", "--overwrite", "--debug", "--no-debug",  "--log", "--quiet", "--list",
+                             "--json",   "--keys",      "--rest",  "--scale",     "--up",  "--flip-v"})
         EXPECT_NE(result.output.find(name), std::string::npos) << name;
     result = Parse({"--version"}, options);
     EXPECT_EQ(result.status, 0);

@@ -13,6 +13,8 @@
 #include "win32/zoltwin32.h"
 #include "zoltshared/stdzolt/stdiostream.h"
 
+#include <cmath>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sstream>
 
@@ -89,20 +91,51 @@ protected:
 
     bool Said(const std::string& text) const { return m_Said.find(text) != std::string::npos; }
 
-    // The names of the file's animations, with blanks between; "none" if it doesn't load.
-    static std::string Animations(const std::string& path)
+    // Lets `look` see the model; false if it doesn't load.
+    static bool LoadModel(const std::string& path, const std::function<void(Model&)>& look)
     {
         ModelStream* stream = OpenStdioStream(path.c_str(), "rb");
         if (!stream)
-            return "none";
+            return false;
         Model model(&g_DefaultAllocator, &g_DefaultAllocator);
         LoadRequest request;
         request.m_pStream = stream;
-        std::string names = model.Load(&request) == RESULT_OK ? "" : "none";
+        const bool loaded = model.Load(&request) == RESULT_OK;
         stream->Release();
-        for (uint32_t i = 0; i < model.NumAnims(); i++)
-            names += (i ? " " : "") + std::string(model.GetAnim(i)->GetName());
-        return names;
+        if (loaded)
+            look(model);
+        return loaded;
+    }
+
+    // The names of the file's animations, with blanks between; "none" if it doesn't load.
+    static std::string Animations(const std::string& path)
+    {
+        std::string names;
+        const bool loaded = LoadModel(path,
+                                      [&names](Model& model)
+                                      {
+                                          for (uint32_t i = 0; i < model.NumAnims(); i++)
+                                              names += (i ? " " : "") + std::string(model.GetAnim(i)->GetName());
+                                      });
+        return loaded ? names : "none";
+    }
+
+    // "walk 0 500 1000; ": each animation and the times of its keys, in milliseconds.
+    static std::string KeyTimes(const std::string& path)
+    {
+        std::string times;
+        LoadModel(path,
+                  [&times](Model& model)
+                  {
+                      for (uint32_t i = 0; i < model.NumAnims(); i++)
+                      {
+                          times += model.GetAnim(i)->GetName();
+                          for (uint32_t k = 0; k < model.GetAnim(i)->NumKeyFrames(); k++)
+                              times += " " + std::to_string(model.GetAnim(i)->m_KeyFrames[k].m_Time);
+                          times += "; ";
+                      }
+                  });
+        return times;
     }
 
     // The only entries of the output folder are those.
@@ -288,6 +321,80 @@ TEST_F(ExportSessionTest, AllClipsOrNone)
     EXPECT_EQ(Run(), 1);
     EXPECT_TRUE(Said("Unable to open " + m_Options.outPath + " for writing.")) << m_Said;
     ExpectOnly({"m.abc"});
+}
+
+// The scene's keys stand at 0, 0.5 and 1 s; the curve is straight between them.
+TEST_F(ExportSessionTest, FrameRateAndKeys)
+{
+    const auto keyTimes = [this]
+    {
+        fs::remove(m_Options.outPath);
+        EXPECT_EQ(Run(), 0) << m_Said;
+        return KeyTimes(m_Options.outPath);
+    };
+    EXPECT_EQ(keyTimes(), "walk 0 500 1000; ");
+    EXPECT_TRUE(Said("24 frames per second: every key lies on a frame.\n")) << m_Said;
+    m_Options.autoFps = false;
+    m_Options.fps = 5; // frames 0, 3 (at 0.6 s) and 5; the corner at 0.5 s is cut
+    EXPECT_EQ(keyTimes(), "walk 0 400 600 1000; ");
+    m_Options.keys = KeyChoice::Authored;
+    EXPECT_EQ(keyTimes(), "walk 0 600 1000; ");
+    m_Options.keys = KeyChoice::Every;
+    EXPECT_EQ(keyTimes(), "walk 0 200 400 600 800 1000; ");
+    m_Options.start = 1;
+    m_Options.end = 3;
+    m_Options.rest = "bind"; // one frame, whatever part of the clip is exported
+    EXPECT_EQ(keyTimes(), "bind 0; walk 0 200 400; ");
+}
+
+TEST_F(ExportSessionTest, RestPoseFirst)
+{
+    m_Options.rest = "rest";
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(Animations(m_Options.outPath), "rest walk");
+    EXPECT_TRUE(Said("not exported: \"run\", clip 2")) << m_Said;
+    m_Options.append = true;
+    m_Options.clip = "run";
+    m_Options.animName = "sprint";
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(Animations(m_Options.outPath), "rest walk rest0 sprint");
+    m_Options.clip.reset();
+    m_Options.animName.reset();
+    m_Options.append = false;
+    m_Options.overwrite = m_Options.allClips = true;
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(Animations(m_Options.outPath), "rest walk run scene_2");
+
+    const std::string before = ReadFile(m_Options.outPath);
+    for (int part = 1; part <= 4; part++)
+    {
+        ClearFaults();
+        FailOperation("SAA_sceneGetModels", part, 9);
+        EXPECT_EQ(Run(), 1) << part;
+        EXPECT_TRUE(ReadFile(m_Options.outPath) == before) << part;
+    }
+    ExpectOnly({"m.abc"});
+}
+
+// The third corner at (0, 4, 1) becomes (0, -2, 8) with z up at twice the size; a model's z points the other way.
+TEST_F(ExportSessionTest, SceneTurnedAndScaled)
+{
+    m_Options.scale = 2;
+    m_Options.up = 'z';
+    EXPECT_EQ(Run(), 0) << m_Said;
+    bool found = false;
+    EXPECT_TRUE(LoadModel(m_Options.outPath,
+                          [&found](Model& model)
+                          {
+                              ModelPiece* piece = model.GetPiece(0);
+                              for (uint32_t i = 0; i < piece->m_Verts.GetSize(); i++)
+                              {
+                                  const Vector3 p = piece->m_Verts[i].m_vPos;
+                                  found = found || (std::fabs(p.x) < 1e-5F && std::fabs(p.y + 2) < 1e-5F &&
+                                                    std::fabs(p.z + 8) < 1e-5F);
+                              }
+                          }));
+    EXPECT_TRUE(found);
 }
 
 TEST_F(ExportSessionTest, WhatCannotBeExported)
