@@ -16,7 +16,7 @@ namespace
 // Options whose text needs a look of its own before it counts.
 struct RawTexts
 {
-    std::string out, anim, clip, fps, keys, start, end, rest, scale, up, log;
+    std::string out, anim, clip, fps, keys, start, end, rest, scale, up, log, report, strict;
 };
 
 } // namespace
@@ -27,11 +27,12 @@ static constexpr double MIN_SCALE = 1e-6;
 static constexpr double MAX_SCALE = 1e6;
 static constexpr int MAX_FRAME = 1000000000; // so that differences of frames stay within an int
 
-static const char* const VALUE_OPTIONS[] = {"-o",     "--output", "-a",    "--anim", "--clip",  "--fps",
-                                            "--keys", "--start",  "--end", "--log",  "--scale", "--up"};
-static const char* const OTHER_OPTIONS[] = {"--all-clips", "--append",  "--overwrite", "--debug", "--no-debug",
-                                            "--quiet",     "-q",        "--list",      "--json",  "--help",
-                                            "-h",          "--version", "--rest",      "--flip-v"};
+static const char* const VALUE_OPTIONS[] = {"-o",      "--output", "-a",           "--anim", "--clip",
+                                            "--fps",   "--keys",   "--start",      "--end",  "--log",
+                                            "--scale", "--up",     "--report-json"};
+static const char* const OTHER_OPTIONS[] = {
+    "--all-clips", "--append", "--overwrite", "--debug",   "--no-debug", "--quiet",  "-q",       "--list",
+    "--json",      "--help",   "-h",          "--version", "--rest",     "--flip-v", "--report", "--strict"};
 
 namespace
 {
@@ -45,7 +46,7 @@ struct OptionalValue
 } // namespace
 
 // Options whose value may be left out.
-static const OptionalValue OPTIONAL_VALUES[] = {{"--rest", "rest"}};
+static const OptionalValue OPTIONAL_VALUES[] = {{"--rest", "rest"}, {"--strict", "1"}};
 
 static CommandLine WrongUsage(const std::string& sentence)
 {
@@ -198,6 +199,23 @@ static std::string TakeSceneTexts(const CLI::App& app, const RawTexts& texts, Ex
     return std::string();
 }
 
+// What is said of the model. Empty if all of it makes sense.
+static std::string TakeReportTexts(const CLI::App& app, const RawTexts& texts, ExportOptions& options)
+{
+    if (app.count("--report-json") > 0 && !MakeAbsolute(texts.report, options.reportPath))
+        return "--report-json needs the name of a file.";
+    if (app.count("--strict") > 0)
+    {
+        double limit = 0.0;
+        if (!ParseNumber(texts.strict, limit) || limit < 0.0)
+            return "--strict needs a percentage from 0 up.";
+        options.strict = limit;
+    }
+    if (options.list && (options.report || options.strict || !options.reportPath.empty()))
+        return "--list exports nothing that --report, --report-json or --strict could look at.";
+    return std::string();
+}
+
 static CommandLine TakeTexts(const CLI::App& app, const RawTexts& texts, ExportOptions& options)
 {
     if (options.scenePath.empty())
@@ -218,7 +236,9 @@ static CommandLine TakeTexts(const CLI::App& app, const RawTexts& texts, ExportO
         return WrongUsage("--all-clips names each animation after its clip and doesn't go together with --anim.");
     if (options.allClips && options.clip)
         return WrongUsage("--all-clips doesn't go together with --clip.");
-    const std::string problem = TakeSceneTexts(app, texts, options);
+    std::string problem = TakeSceneTexts(app, texts, options);
+    if (problem.empty())
+        problem = TakeReportTexts(app, texts, options);
     if (!problem.empty())
         return WrongUsage(problem);
     if (app.count("--start") > 0 && !ParseFrame(texts.start, options.start))
@@ -302,6 +322,12 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
     auto* debugFlag = app.add_flag("--debug", debug, "Show each call of the scene library that fails");
     app.add_flag("--no-debug", noDebug, "Don't; without either, as in the last run")->excludes(debugFlag);
     app.add_option("--log", texts.log, "Where the log goes")->type_name("FILE");
+    app.add_flag("--report", options.report, "Print how far the model strays from the scene, and what it lacks");
+    app.add_option("--report-json", texts.report, "Write the same as JSON")->type_name("FILE");
+    app.add_option("--strict", texts.strict,
+                   "Write no file if the model strays by more than LIMIT percent of its radius (1). LIMIT may be left "
+                   "out")
+        ->type_name("[LIMIT]");
     app.add_flag("-q,--quiet", options.quiet, "Print nothing but errors");
     app.add_flag("--list", options.list, "Print what is in the scene and export nothing");
     app.add_flag("--json", options.json, "With --list: print it as JSON");

@@ -33,8 +33,11 @@ struct ExportOptions
     std::optional<int> end;
     bool append = false;
     bool overwrite = false;
-    std::optional<bool> debug; // none: as the dialog offers it
-    std::string logPath;       // absolute; empty: the usual place
+    std::optional<bool> debug;    // none: as the dialog offers it
+    std::string logPath;          // absolute; empty: the usual place
+    bool report = false;          // print what the model made of the scene
+    std::string reportPath;       // absolute; empty: no file for a script
+    std::optional<double> strict; // percent of the radius; none: no limit
     bool quiet = false;
     bool list = false;
     bool json = false;

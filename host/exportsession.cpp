@@ -78,6 +78,8 @@ bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, const
     SetCurrentScene(&recorded);
     DialogUser* before = SetDialogUser(&user);
     const bool written = m_Plugin.Init() == 0;
+    if (written)
+        m_Played.push_back(RecordPlayedClip(recorded, user.GetAnimName()));
     SetDialogUser(before);
     SetCurrentScene(nullptr);
     SetStatusSink(nullptr, nullptr);
@@ -134,7 +136,11 @@ bool ExportSession::ExportOne(int clip)
         m_Console.Say(target + ": animation \"" + user.GetAnimName() + "\" written.");
     else
         m_Console.Error(target + " was not written.");
-    return written;
+    // Of what isn't a file nothing can be read back.
+    std::error_code error;
+    if (written && std::filesystem::is_regular_file(target, error))
+        HoldAgainstScene(target, target);
+    return PublishReport(written) && written;
 }
 
 static int ListAndPrint(const Scene& scene, int clip, const ExportOptions& options,
@@ -202,6 +208,12 @@ static int ExportScene(const Scene& scene, int clip, const ExportOptions& option
         console.Error("There are no triangles in " + options.scenePath + ".");
         return 1;
     }
+    if (IsSameFile(options.reportPath, options.scenePath) || IsSameFile(options.reportPath, options.outPath) ||
+        (!options.reportPath.empty() && options.reportPath == options.outPath))
+    {
+        console.Error("The report's file is the scene file or the output file.");
+        return 1;
+    }
     if (IsSameFile(options.outPath, options.scenePath))
     {
         console.Error("The output file is the scene file itself.");
@@ -211,7 +223,8 @@ static int ExportScene(const Scene& scene, int clip, const ExportOptions& option
     if (!session.LoadPlugin())
         return 1;
     const bool all = options.allClips && !scene.clips.empty();
-    const bool written = all || options.rest ? session.ExportSeveral(all ? -1 : clip) : session.ExportOne(clip);
+    const bool several = all || options.rest || options.strict;
+    const bool written = several ? session.ExportSeveral(all ? -1 : clip) : session.ExportOne(clip);
     return written ? 0 : 1;
 }
 

@@ -3,6 +3,8 @@
 
 #include "host/commandlineuser.h"
 #include "host/exportoptions.h"
+#include "host/modelreport.h"
+#include "host/playedclip.h"
 #include "host/pluginlibrary.h"
 #include "scene/scene.h"
 
@@ -17,7 +19,7 @@ class Console;
 // What the run is surrounded by. Nothing is owned.
 struct ExportSurroundings
 {
-    FILE* out = stdout;             // for --list
+    FILE* out = stdout;             // for --list and --report
     Console* console = nullptr;     // for all that is said on the way
     DialogUser* terminal = nullptr; // who answers questions, null if nobody is there
     std::string plugin;             // path of the plug-in
@@ -48,7 +50,8 @@ public:
     // Exports one clip (-1 for the scene at rest). True if the file was written.
     bool ExportOne(int clip);
 
-    // Exports the clips (each if `clip` is -1) and before them the rest pose if the options ask for it, all or nothing.
+    // Exports the clips (each if `clip` is -1) and before them the rest pose if the options ask for it, all or nothing,
+    // and nothing if the options are strict and the model strays too far.
     bool ExportSeveral(int clip);
 
 private:
@@ -56,6 +59,8 @@ private:
     std::vector<ExportJob> ListJobs(int clip);
     bool HasPlayRanges(const std::vector<ExportJob>& jobs);
     bool RunPlugin(const ExportJob& job, CommandLineUser& user, const std::string& logPath);
+    bool HoldAgainstScene(const std::string& file, const std::string& target);
+    bool PublishReport(bool written);
     void WarnOnce(const std::string& sentence);
     void NameOtherClips(int clip);
 
@@ -65,5 +70,7 @@ private:
     Console& m_Console;
     PluginLibrary m_Plugin;
     std::set<std::string> m_Warned;
-    Scene m_RestScene; // a copy that rests as its skins were bound, if the options ask for it
+    std::vector<PlayedClip> m_Played;    // what was exported so far
+    std::optional<ModelReport> m_Report; // what came of it
+    Scene m_RestScene;                   // a copy that rests as its skins were bound, if the options ask for it
 };

@@ -1,5 +1,5 @@
 // Several animations into one file, all or nothing: the plug-in works on a copy beside the target, which takes the
-// target's place after the last one.
+// target's place after the last one, if it passes.
 #include "host/exportsession.h"
 
 #include "host/console.h"
@@ -91,6 +91,8 @@ std::vector<ExportJob> ExportSession::ListJobs(int clip)
                             "clip " + std::to_string(jobs.size() + (m_Options.rest ? 0 : 1)) + " of " +
                                 std::to_string(clip < 0 ? names.size() : 1) + ", " + DescribeClip(m_Scene, i)});
     }
+    if (jobs.empty())
+        jobs.push_back({&m_Scene, -1, m_Options.animName, DescribeClip(m_Scene, -1)});
     return jobs;
 }
 
@@ -145,6 +147,7 @@ bool ExportSession::ExportSeveral(int clip)
         if (user.PressedOk())
             JoinLog(partLog, joinedLog, i == 0, "Clip: " + PrintableText(user.GetAnimName()), folder.GetFile(), target);
     }
+    written = written && HoldAgainstScene(folder.GetFile(), target);
     if (written)
     {
         const auto held = folder.HoldEnd();
@@ -164,5 +167,5 @@ bool ExportSession::ExportSeveral(int clip)
                       " written.");
     else
         m_Console.Error((target.empty() ? "The model file" : target) + " was not written.");
-    return written;
+    return PublishReport(written) && written;
 }
