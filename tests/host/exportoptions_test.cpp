@@ -78,6 +78,23 @@ TEST(ExportOptionsTest, RestPoseWithAndWithoutAName)
     }
 }
 
+// The limit may be left away without taking what follows for it.
+TEST(ExportOptionsTest, StrictWithAndWithoutLimit)
+{
+    ExportOptions options;
+    ASSERT_TRUE(Parse({"--strict", "s.gltf", "--report", "--report-json", "/r.json"}, options).run);
+    EXPECT_EQ(options.strict, 1.0);
+    EXPECT_EQ(options.scenePath, "s.gltf");
+    EXPECT_EQ(options.reportPath, "/r.json");
+    EXPECT_TRUE(options.report);
+    ASSERT_TRUE(Parse({"--strict", "2.5", "s.gltf"}, options).run);
+    EXPECT_EQ(options.strict, 2.5);
+    ASSERT_TRUE(Parse({"s.gltf", "--strict=0"}, options).run);
+    EXPECT_EQ(options.strict, 0.0);
+    ASSERT_TRUE(Parse({"s.gltf"}, options).run);
+    EXPECT_FALSE(options.strict || options.report);
+}
+
 TEST(ExportOptionsTest, WrongUsage)
 {
     const std::string path511 = "/" + std::string(510, 'p');
@@ -91,6 +108,10 @@ TEST(ExportOptionsTest, WrongUsage)
         {""},
         {"a", "b"},
         {"s", "--bogus"},
+        {"s", "--strict", "-1"},
+        {"s", "--strict=much"},
+        {"s", "--report-json", ""},
+        {"s", "--list", "--strict"},
         {"s", "-o"},
         {"s", "-o", ""},
         {"s", "-o", "--append"},

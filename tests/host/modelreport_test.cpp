@@ -1,0 +1,306 @@
+// What the exporter says of the model that it wrote, on scenes whose distances can be worked out by hand.
+#include "host/modelreport.h"
+
+#include "host/console.h"
+#include "host/exportsession.h"
+#include "tests/scene/gltftext.h"
+#include "tests/win32/temporaryfolder.h"
+#include "win32/registrystore.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace fs = std::filesystem;
+
+static int AddTriangle(GltfText& text)
+{
+    return text.Floats("VEC3", {0, 0, 0, 4, 0, 0, 0, 4, 1}, R"("min": [0, 0, 0], "max": [4, 4, 1])");
+}
+
+// The radius of that triangle.
+static const double RADIUS = 0.5 * std::sqrt(33.0);
+
+static std::string Animation(const std::string& name, int times, int values, const std::string& interpolation,
+                             int node = 0, const std::string& path = "translation")
+{
+    return R"({"name": ")" + name + R"(", "samplers": [{"input": )" + std::to_string(times) + R"(, "output": )" +
+           std::to_string(values) + R"(, "interpolation": ")" + interpolation +
+           R"("}], "channels": [{"sampler": 0, "target": {"node": )" + std::to_string(node) + R"(, "path": ")" + path +
+           R"("}}]})";
+}
+
+// A triangle that two clips move along x, with keys on the frames 0, 15 and 30: "walk" on straight lines, "run" in
+// steps from 5 to 6 to 8. With `indices` that name a vertex twice it loses all that can be seen.
+static std::string MovingTriangle(const std::string& indices = "")
+{
+    GltfText text;
+    const int positions = AddTriangle(text);
+    std::string primitive = R"({"attributes": {"POSITION": )" + std::to_string(positions) + "}";
+    if (!indices.empty())
+        primitive += R"(, "indices": )" + std::to_string(text.Bytes("SCALAR", {0, 1, 1}));
+    const int times = text.Floats("SCALAR", {0, 0.5, 1}, R"("min": [0], "max": [1])");
+    const int walk = text.Floats("VEC3", {0, 0, 0, 1, 0, 0, 3, 0, 0});
+    const int run = text.Floats("VEC3", {5, 0, 0, 6, 0, 0, 8, 0, 0});
+    text.Item("meshes", R"({"primitives": [)" + primitive + "}]}");
+    text.Item("nodes", R"({"name": "top", "mesh": 0})");
+    text.Item("scenes", R"({"nodes": [0]})");
+    text.Member(R"("scene": 0)");
+    text.Item("animations", Animation("walk", times, walk, "LINEAR"));
+    text.Item("animations", Animation("run", times, run, "STEP"));
+    return text.Text();
+}
+
+// A triangle on the joints "a" and "b", of which b moves from the first of the values to the second in 30 frames.
+static std::string SkinnedTriangle(const std::vector<float>& points, float shareOfB, const std::string& path,
+                                   const std::string& type, const std::vector<float>& values)
+{
+    GltfText text;
+    const int positions = text.Floats("VEC3", points, R"("min": [0, 0, 0], "max": [4, 4, 1])");
+    const int joints = text.Bytes("VEC4", {0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0});
+    std::vector<float> shares;
+    for (int i = 0; i < 3; i++)
+        shares.insert(shares.end(), {1.0F - shareOfB, shareOfB, 0.0F, 0.0F});
+    const int weights = text.Floats("VEC4", shares);
+    const int times = text.Floats("SCALAR", {0, 1}, R"("min": [0], "max": [1])");
+    const int moves = text.Floats(type.c_str(), values);
+    text.Item("meshes", R"({"primitives": [{"attributes": {"POSITION": )" + std::to_string(positions) +
+                            R"(, "JOINTS_0": )" + std::to_string(joints) + R"(, "WEIGHTS_0": )" +
+                            std::to_string(weights) + "}}]}");
+    text.Item("nodes", R"({"name": "top", "children": [1, 2, 3]})");
+    text.Item("nodes", R"({"name": "body", "mesh": 0, "skin": 0})");
+    text.Item("nodes", R"({"name": "a"})");
+    text.Item("nodes", R"({"name": "b"})");
+    text.Item("skins", R"({"joints": [2, 3]})");
+    text.Item("scenes", R"({"nodes": [0]})");
+    text.Member(R"("scene": 0)");
+    text.Item("animations", Animation("move", times, moves, "LINEAR", 3, path));
+    return text.Text();
+}
+
+static std::string ReadFile(const std::string& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+class ModelReportTest : public testing::Test
+{
+protected:
+    ModelReportTest() : m_State("XDG_STATE_HOME", (m_Folder / "state").c_str())
+    {
+        SetRegistryFile((m_Folder / "registry.db").c_str());
+        m_Options.scenePath = m_Folder / "scene.gltf";
+        m_Options.outPath = m_Folder / "m.abc";
+        m_Options.logPath = m_Folder / "log";
+        m_Options.reportPath = m_Folder / "report.json";
+        m_Options.autoFps = false;
+        m_Options.keys = KeyChoice::Authored;
+        m_Options.overwrite = true;
+    }
+    ~ModelReportTest() override { SetRegistryFile(nullptr); }
+
+    // The exit status; what was said is in m_Said, what was printed in m_Printed, the report in m_Json.
+    int Run(const std::string& sceneText)
+    {
+        std::ofstream(m_Options.scenePath) << sceneText;
+        fs::remove(m_Options.reportPath);
+        char* texts[2] = {};
+        size_t sizes[2] = {};
+        FILE* err = open_memstream(&texts[0], &sizes[0]);
+        FILE* out = open_memstream(&texts[1], &sizes[1]);
+        int status = -1;
+        {
+            Console console(err, false, false);
+            ExportSurroundings surroundings;
+            surroundings.out = out;
+            surroundings.console = &console;
+            surroundings.plugin = ZOLT_PLUGIN;
+            status = RunExport(m_Options, surroundings);
+        }
+        std::fclose(err);
+        std::fclose(out);
+        m_Said = texts[0];
+        m_Printed = texts[1];
+        std::free(texts[0]); // NOLINT(cppcoreguidelines-no-malloc): open_memstream's
+        std::free(texts[1]); // NOLINT(cppcoreguidelines-no-malloc)
+        m_Json = nlohmann::json::parse(ReadFile(m_Options.reportPath), nullptr, false);
+        return status;
+    }
+
+    bool Said(const std::string& text) const { return m_Said.find(text) != std::string::npos; }
+    bool Printed(const std::string& text) const { return m_Printed.find(text) != std::string::npos; }
+
+    void ExpectWorst(double units, double radius, int frame, const std::string& node) const
+    {
+        EXPECT_NEAR(m_Json["units"], units, 1e-5);
+        EXPECT_NEAR(m_Json["worst"], units / radius, 1e-5);
+        EXPECT_NEAR(m_Json["radius"], radius, 1e-5);
+        EXPECT_EQ(m_Json["frame"], frame);
+        EXPECT_EQ(m_Json["node"], node);
+        EXPECT_EQ(m_Json["fps"], 30.0);
+    }
+
+    TemporaryFolder m_Folder;
+    ScopedVariable m_State;
+    ExportOptions m_Options;
+    std::string m_Said;
+    std::string m_Printed;
+    nlohmann::json m_Json;
+};
+
+TEST_F(ModelReportTest, StraightMotionIsExact)
+{
+    m_Options.report = true;
+    m_Options.strict = 0.001;
+    EXPECT_EQ(Run(MovingTriangle()), 0) << m_Said;
+    EXPECT_LT(m_Json["worst"], 1e-6);
+    EXPECT_NEAR(m_Json["radius"], RADIUS, 1e-5);
+    EXPECT_EQ(m_Json["written"], true);
+    EXPECT_EQ(m_Json["clips"][0]["keys"], nlohmann::json({0, 15, 30}));
+    EXPECT_TRUE(Printed("nothing was left out\n")) << m_Printed;
+    EXPECT_FALSE(Said("differs")) << m_Said;
+}
+
+// Played straight, a step is furthest off at the frame before it: frame 29 stands at 6 + 2 * 14 / 15 instead of 6.
+TEST_F(ModelReportTest, StepsPlayedStraight)
+{
+    m_Options.clip = "run";
+    EXPECT_EQ(Run(MovingTriangle()), 0) << m_Said;
+    ExpectWorst(28.0 / 15.0, RADIUS, 29, "top");
+    EXPECT_LT(m_Json["clips"][0]["worstAtKeys"], 1e-6);
+    EXPECT_TRUE(Said("animation \"run\" differs from the scene by up to 1.867 units, 64.99 % of the radius, frame 29, "
+                     "node top; --keys may help."))
+        << m_Said;
+    EXPECT_EQ(m_Printed, "");
+}
+
+// The new animation is the last one, under a name with a number; the skin is the one in the file, taken where the other
+// clip starts.
+TEST_F(ModelReportTest, AppendedUnderATakenName)
+{
+    EXPECT_EQ(Run(MovingTriangle()), 0) << m_Said;
+    m_Options.overwrite = false;
+    m_Options.append = true;
+    m_Options.clip = "run";
+    m_Options.animName = "walk";
+    EXPECT_EQ(Run(MovingTriangle()), 0) << m_Said;
+    ExpectWorst(28.0 / 15.0, RADIUS, 29, "top");
+    EXPECT_EQ(m_Json["animation"], "walk0");
+    EXPECT_EQ(m_Json["clip"], "run");
+    EXPECT_EQ(m_Json["clips"].size(), 1U);
+    m_Options.start = 15; // a step of 2 at frame 30, in a range of its own
+    EXPECT_EQ(Run(MovingTriangle()), 0) << m_Said;
+    ExpectWorst(28.0 / 15.0, RADIUS, 29, "top");
+    EXPECT_EQ(m_Json["clips"][0]["keys"], nlohmann::json({15, 30}));
+}
+
+TEST_F(ModelReportTest, StrictLeavesTheOldFile)
+{
+    std::ofstream(m_Options.outPath) << "old";
+    for (const bool all : {false, true})
+    {
+        m_Options.allClips = all;
+        m_Options.clip = all ? std::nullopt : std::optional<std::string>("run");
+        m_Options.strict = 64.9;
+        EXPECT_EQ(Run(MovingTriangle()), 1);
+        EXPECT_TRUE(Said("error: animation \"run\" differs")) << m_Said;
+        EXPECT_FALSE(Said("error: animation \"walk\"")) << m_Said;
+        EXPECT_TRUE(Said("m.abc was not written.")) << m_Said;
+        EXPECT_EQ(ReadFile(m_Options.outPath), "old");
+        EXPECT_EQ(m_Json["written"], false);
+        EXPECT_EQ(m_Json["clips"].size(), all ? 2U : 1U);
+        EXPECT_EQ(m_Json["animation"], "run");
+        ExpectWorst(28.0 / 15.0, RADIUS, 29, "top");
+    }
+    for (const bool all : {false, true})
+    {
+        m_Options.allClips = all;
+        m_Options.clip = all ? std::nullopt : std::optional<std::string>("run");
+        m_Options.strict = 65.1;
+        EXPECT_EQ(Run(MovingTriangle()), 0) << m_Said;
+        EXPECT_NE(ReadFile(m_Options.outPath), "old");
+        EXPECT_EQ(m_Json["written"], true);
+        std::ofstream(m_Options.outPath) << "old";
+    }
+}
+
+// 4 % of a motion over 10 units are missing at its end.
+TEST_F(ModelReportTest, DroppedWeights)
+{
+    m_Options.report = true;
+    const std::vector<float> points = {0, 0, 0, 4, 0, 0, 0, 4, 1};
+    EXPECT_EQ(Run(SkinnedTriangle(points, 0.04F, "translation", "VEC3", {0, 0, 0, 0, 10, 0})), 0) << m_Said;
+    ExpectWorst(0.4, RADIUS, 30, "body");
+    EXPECT_NEAR(m_Json["clips"][0]["worstAtKeys"], 0.4 / RADIUS, 1e-5);
+    EXPECT_NEAR(m_Json["clips"][0]["lostWeightsAtKeys"], 0.4 / RADIUS, 1e-5);
+    EXPECT_LT(m_Json["clips"][0]["worstOfKeptWeights"], 1e-5);
+    EXPECT_EQ(m_Json["leftOut"]["weights"], 3);
+    EXPECT_TRUE(Printed("left out, weights of 5 % and below: 3 on 3 vertices\n")) << m_Printed;
+    EXPECT_TRUE(Printed("; without the weights of 5 % and below, which are dropped, ")) << m_Printed;
+    EXPECT_FALSE(Said("differs")) << m_Said;
+    // Nothing is lost at 6 %.
+    EXPECT_EQ(Run(SkinnedTriangle(points, 0.06F, "translation", "VEC3", {0, 0, 0, 0, 10, 0})), 0) << m_Said;
+    EXPECT_LT(m_Json["worst"], 1e-5);
+    EXPECT_EQ(m_Json["leftOut"]["weights"], 0);
+}
+
+// Half of the skin turns from 90 degrees about z to 0. Taken at the first frame, p stands at (p + Rp) / 2 and ends at
+// (p + R⁻¹Rp + Rp + R⁻¹p) / 4 = p / 2 instead of p; the furthest p is (2, 1, 0).
+TEST_F(ModelReportTest, SkinOfTheFirstFrame)
+{
+    const float half = std::sqrt(0.5F);
+    EXPECT_EQ(
+        Run(SkinnedTriangle({1, 0, 0, 2, 0, 0, 2, 1, 0}, 0.5F, "rotation", "VEC4", {0, 0, half, half, 0, 0, 0, 1})), 0)
+        << m_Said;
+    ExpectWorst(0.5 * std::sqrt(5.0), 0.5 * std::sqrt(1.25), 30, "body");
+    EXPECT_TRUE(Said("--rest may help.")) << m_Said;
+}
+
+TEST_F(ModelReportTest, ModelWithoutVertices)
+{
+    m_Options.clip = "run";
+    EXPECT_EQ(Run(MovingTriangle("indices")), 0) << m_Said;
+    ExpectWorst(28.0 / 15.0, 1.0, 29, "top");
+    EXPECT_EQ(m_Json["leftOut"]["trianglesDropped"], 1);
+}
+
+TEST_F(ModelReportTest, ReportThatCannotBeWritten)
+{
+    m_Options.reportPath = m_Folder / "missing/report.json";
+    EXPECT_EQ(Run(MovingTriangle()), 1);
+    EXPECT_TRUE(Said("The report can't be written.")) << m_Said;
+    m_Options.reportPath = m_Options.scenePath;
+    EXPECT_EQ(Run(MovingTriangle()), 1);
+    m_Options.reportPath = m_Options.outPath;
+    EXPECT_EQ(Run(MovingTriangle()), 1);
+}
+
+// Truncated times, at rates at which no two frames share a millisecond.
+TEST(FramesOfKeysTest, FollowTheTimes)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    for (const double fps : {24.0, 30000.0 / 1001.0, 30.0, 59.94, 120.0, 499.0})
+    {
+        for (const int first : {-1000, 0, 7})
+        {
+            PlayedClip played;
+            played.fps = fps;
+            played.firstKey = first;
+            ModelAnim anim(&model);
+            std::vector<int> frames;
+            for (int frame = first; frame < first + 3000; frame += 1 + (frame & 3))
+            {
+                const auto time = [&](int f) { return static_cast<int>(double(static_cast<float>(f / fps)) * 1000.0); };
+                AnimKeyFrame key;
+                key.m_Time = static_cast<std::uint32_t>(time(frame) - time(first));
+                ASSERT_TRUE(anim.m_KeyFrames.Append(key, model.GetAllocator()));
+                frames.push_back(frame);
+            }
+            EXPECT_EQ(FramesOfKeys(anim, played), frames) << fps << " " << first;
+            anim.Term();
+        }
+    }
+}
