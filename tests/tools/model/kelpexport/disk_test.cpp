@@ -30,10 +30,10 @@ protected:
         // Some thousand bytes, so that a save isn't over at once.
         Scene scene = MakeTestScene();
         SceneChannel& channel = scene.clips[0].channels[0];
-        for (double i = 8; i < 120; ++i)
+        for (int i = 8; i < 120; ++i)
         {
-            channel.times.push_back(i / 10);
-            channel.values.insert(channel.values.end(), {i, 0.0, 4.0});
+            channel.times.push_back(i / 10.0);
+            channel.values.insert(channel.values.end(), {static_cast<double>(i), 0.0, 4.0});
         }
         OpenScene(scene);
     }

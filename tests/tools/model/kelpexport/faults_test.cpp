@@ -380,7 +380,7 @@ static bool Lie(HostAnswer& answer, size_t k)
         if (k == 0)
             std::memset(p, 'x', static_cast<size_t>(answer.lastNumber)); // without an end
         else if (k < std::size(texts))
-            std::strcpy(p, texts[k]);
+            std::memcpy(p, texts[k], std::strlen(texts[k]) + 1);
         bLied |= k < std::size(texts);
     }
     answer.status = bLied ? 0 : answer.status;

@@ -68,6 +68,7 @@ template <Operation OP, class... Arguments> struct Interposed<OP, int(Arguments.
 
 // The program's own symbol of an operation goes before that of the library. The loader asks for its address before
 // anything else runs, so the sanitizers have to keep out.
+// NOLINTBEGIN(bugprone-macro-parentheses): names that are declared
 #define INTERPOSE(name)                                                                                                \
     extern "C" __attribute__((no_sanitize("address", "undefined"))) decltype(&name) Resolve_##name()                   \
     {                                                                                                                  \
@@ -75,3 +76,4 @@ template <Operation OP, class... Arguments> struct Interposed<OP, int(Arguments.
     }                                                                                                                  \
     extern "C" decltype(name) name __attribute__((ifunc("Resolve_" #name)));
 SAA_OPERATIONS(INTERPOSE)
+// NOLINTEND(bugprone-macro-parentheses)
