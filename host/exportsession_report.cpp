@@ -3,6 +3,7 @@
 
 #include "host/console.h"
 
+#include <algorithm>
 #include <fstream>
 
 // Holds the file against all that was exported into it. False if that forbids to keep the file.
@@ -26,7 +27,7 @@ bool ExportSession::HoldAgainstScene(const std::string& file, const std::string&
             m_Console.Error(DescribeDistance(*m_Report, clip) + ". --strict forbids it.");
             passes = false;
         }
-        else if (part > REPORT_LIMIT && !m_Options.report)
+        else if (std::max(part, clip.distance.worst.part) > REPORT_LIMIT && !m_Options.report)
             m_Console.Warning(DescribeDistance(*m_Report, clip) + ".");
     }
     return passes;

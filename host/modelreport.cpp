@@ -113,7 +113,8 @@ bool MakeModelReport(const std::string& file, const std::string& target, const s
 
 const ModelDistance& JudgedDistance(const ClipReport& clip)
 {
-    return clip.distance.worst;
+    const AnimationDistance& distance = clip.distance;
+    return distance.keptWeights.part < distance.worst.part ? distance.keptWeights : distance.worst;
 }
 
 const ClipReport* FindWorstClip(const ModelReport& report)
@@ -145,9 +146,6 @@ static std::string AdviceFor(const ModelReport& report, const ClipReport& clip)
     const bool isFarAtKeys = distance.atKeys.part > REPORT_LIMIT;
     if (isSimple && isFarAtKeys && !report.skinAtRest && distance.lostWeights < 0.7 * distance.atKeys.part)
         switches = "--rest";
-    if (distance.lostWeights > REPORT_LIMIT)
-        causes += "; without the weights of 5 % and below, which are dropped, " +
-                  FormatNumber(100.0 * distance.keptWeights.part) + " %";
     // With a single key there is no curve in between that a key could bring closer.
     const bool isFarBetween = distance.worst.part > std::max(1.5 * distance.atKeys.part, REPORT_LIMIT);
     if (isFarBetween && (isSimple || distance.keyFrames.size() > 1))
@@ -167,6 +165,9 @@ std::string DescribeDistance(const ModelReport& report, const ClipReport& clip)
                        " % of the radius, frame " + std::to_string(worst.frame) + ", node " + worst.node;
     if (worst.part > REPORT_LIMIT)
         text += AdviceFor(report, clip);
+    const double withAll = clip.distance.worst.part;
+    if (withAll > REPORT_LIMIT && withAll > worst.part)
+        text += "; with the weights of 5 % and below, which a model drops, " + FormatNumber(100.0 * withAll) + " %";
     return text;
 }
 

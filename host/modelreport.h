@@ -37,8 +37,8 @@ struct ModelReport
 bool MakeModelReport(const std::string& file, const std::string& target, const std::vector<PlayedClip>& clips,
                      const std::vector<std::string>& warnings, ModelReport& report, std::string& error);
 
-// The distance that a clip is judged by: against the limits, and as the worst of a report. That from the scene with all
-// its weights, whatever a model can keep of them.
+// The distance that a clip is judged by, against the limits and as the worst of a report: that from the scene as the
+// weights move it that a model keeps. What the weights of 5 % and below would add is told beside it.
 const ModelDistance& JudgedDistance(const ClipReport& clip);
 
 // The clip that strays furthest; null without clips.

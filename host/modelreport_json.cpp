@@ -22,7 +22,7 @@ static Json ClipAsJson(const ClipReport& clip)
     entry["node"] = worst.node;
     entry["worstAtKeys"] = distance.atKeys.part;
     entry["worstAtFirst"] = distance.atFirst.part;
-    entry["worstOfKeptWeights"] = distance.keptWeights.part;
+    entry["worstOfAllWeights"] = distance.worst.part;
     entry["lostWeightsAtKeys"] = distance.lostWeights;
     return entry;
 }
