@@ -11,6 +11,8 @@
 #include <cmath>
 #include <utility>
 
+static const double DEGREE = 3.14159265358979323846 / 180.0;
+
 namespace
 {
 
@@ -237,34 +239,32 @@ void ShapeKeySearch::Evaluate(int frame, FramePose& pose)
 
 static double Distance(const Double3& a, const Double3& b)
 {
-    return std::hypot(a.x - b.x, a.y - b.y, a.z - b.z);
+    const Double3 d = {a.x - b.x, a.y - b.y, a.z - b.z};
+    return std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
 }
 
-// The angle of the turn between two rotations, in degrees.
-static double AngleBetween(const DoubleQuat& a, const DoubleQuat& b)
+// The angle of the turn between two rotations in radians as the chord of the unit circle, which rises with it.
+static double ChordBetween(const DoubleQuat& a, const DoubleQuat& b)
 {
     const DoubleQuat turn = MultiplyQuats({-a.x, -a.y, -a.z, a.w}, b);
-    return 2.0 * std::atan2(std::hypot(turn.x, turn.y, turn.z), std::fabs(turn.w)) * (180.0 / 3.14159265358979323846);
+    return 2.0 * std::sqrt(turn.x * turn.x + turn.y * turn.y + turn.z * turn.z);
 }
 
 // Parts of the limit; a scene without extent has no limit of distance.
 double ShapeKeySearch::TrackError(const RigidTransform& played, const RigidTransform& actual) const
 {
-    const double angle = AngleBetween(played.rotation, actual.rotation) / SHAPE_ANGLE;
+    const double angle = ChordBetween(played.rotation, actual.rotation) / (SHAPE_ANGLE * DEGREE);
     const double limit = SHAPE_DISTANCE * m_Radius;
     return limit > 0.0 ? std::max(angle, Distance(played.translation, actual.translation) / limit) : angle;
 }
 
+// No vertex is farther off than the middle of the box, and what the turn between the two moves a corner by.
 double ShapeKeySearch::ReachError(const Reach& reach, const RigidTransform& played, const RigidTransform& actual) const
 {
-    double worst = 0.0;
-    for (int corner = 0; corner < 8; ++corner)
-    {
-        const Double3 point = {(corner & 1) != 0 ? reach.high.x : reach.low.x,
-                               (corner & 2) != 0 ? reach.high.y : reach.low.y,
-                               (corner & 4) != 0 ? reach.high.z : reach.low.z};
-        worst = std::max(worst, Distance(TransformPoint(played, point), TransformPoint(actual, point)));
-    }
+    const Double3 middle = {0.5 * (reach.low.x + reach.high.x), 0.5 * (reach.low.y + reach.high.y),
+                            0.5 * (reach.low.z + reach.high.z)};
+    const double worst = Distance(TransformPoint(played, middle), TransformPoint(actual, middle)) +
+                         ChordBetween(played.rotation, actual.rotation) * 0.5 * Distance(reach.low, reach.high);
     const double limit = SHAPE_REACH * m_Radius;
     return limit > 0.0 ? worst / limit : 0.0;
 }
