@@ -335,6 +335,7 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
 
     const std::vector<std::string> arguments = CompleteOptionalValues(argc, argv);
     std::vector<const char*> words;
+    words.reserve(arguments.size());
     for (const std::string& argument : arguments)
         words.push_back(argument.c_str());
     CommandLine result = ParseWith(app, static_cast<int>(words.size()), words.data(), texts, options);

@@ -88,6 +88,7 @@ public:
     void Remove(uint32_t index) { Remove(index, &g_DefaultAllocator); }
     void Remove(uint32_t index, Allocator* pAllocator);
 
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): an index in range has its element.
     T& operator[](uint32_t index) { return m_pArray[CheckIndex(index)]; }
     const T& operator[](uint32_t index) const { return m_pArray[CheckIndex(index)]; }
     T& Get(uint32_t index) { return m_pArray[CheckIndex(index)]; }
@@ -278,10 +279,11 @@ template <class T, class C> void DynArray<T, C>::Remove(uint32_t index, Allocato
         T* pStorage = NewStorage(nAllocated, pAllocator);
         if (pStorage || nAllocated == 0)
         {
+            // Null only where nothing is left to copy.
             for (uint32_t i = 0; i < index; i++)
-                pStorage[i] = m_pArray[i];
+                pStorage[i] = m_pArray[i]; // NOLINT(clang-analyzer-core.NullDereference)
             for (uint32_t i = index + 1; i < m_nElements; i++)
-                pStorage[i - 1] = m_pArray[i];
+                pStorage[i - 1] = m_pArray[i]; // NOLINT(clang-analyzer-core.NullDereference)
             DeleteStorage(pAllocator);
             m_pArray = pStorage;
             m_nElements--;

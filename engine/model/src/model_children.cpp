@@ -136,7 +136,7 @@ QZBOOL Model::SetupChildModelRelation(ChildInfo* pInfo, Model* pChild, QZBOOL bC
 {
     if (!pInfo->m_Relations.SetSize(NumNodes(), GetGrowAllocator()))
         return QZFALSE;
-    if (bCalc)
+    if (bCalc && pChild)
     {
         const Matrix4 identity;
         CalcNodeRelations(pInfo, identity, identity, GetRootNode(), pChild->GetRootNode());
