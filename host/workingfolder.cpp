@@ -37,14 +37,18 @@ static int AnySignal(const sigset_t& signals)
     return 0;
 }
 
-// Another thread may still be creating files in it; it can't any more once the folder is gone.
+// Another thread may still be creating files in it; under another name it is out of that thread's reach, save for what
+// is on its way already.
 static void RemoveFolder(const std::string& path)
 {
     std::error_code error;
+    const std::string aside = path + "~";
+    fs::rename(path, aside, error);
+    const std::string& doomed = error ? path : aside;
     for (int i = 0; i < 100; i++)
     {
-        fs::remove_all(path, error);
-        if (!error && !fs::exists(path, error))
+        fs::remove_all(doomed, error);
+        if (!error && !fs::exists(doomed, error))
             return;
     }
 }
