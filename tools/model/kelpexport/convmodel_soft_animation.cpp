@@ -12,14 +12,14 @@
 // Rotation x, y, z; translation x, y, z; shape interpolation.
 static constexpr int NUM_CURVES = 7;
 
-// Milliseconds, truncated; times before 0 in two's complement.
-static uint32_t KeyTime(float seconds)
+// Milliseconds, truncated.
+static int64_t KeyTime(float seconds)
 {
     const double time = double(seconds) * 1000.0;
     // What fits neither a signed nor an unsigned 32-bit number is no time.
     if (!(time > -2147483649.0 && time < 4294967296.0))
         return 0;
-    return static_cast<uint32_t>(static_cast<int64_t>(time));
+    return static_cast<int64_t>(time);
 }
 
 QZBOOL ConvModel_Soft::ReadAnimation(const char* pAnimName)
@@ -77,6 +77,8 @@ QZBOOL ConvModel_Soft::ReadAnimation(const char* pAnimName)
         return QZFALSE;
 
     uint32_t iKey = 0;
+    int64_t firstTime = 0;
+    int64_t lastTime = 0;
     for (uint32_t i = 0; i < mask.GetSize(); ++i)
     {
         if (!mask[i])
@@ -84,7 +86,17 @@ QZBOOL ConvModel_Soft::ReadAnimation(const char* pAnimName)
         const int nFrame = nStartFrame + static_cast<int>(i);
         float seconds = 0.0f;
         SAA_frame2Seconds(m_pScene, nFrame, &seconds);
-        pAnim->m_KeyFrames[iKey].m_Time = KeyTime(seconds);
+        int64_t time = KeyTime(seconds);
+        if (iKey == 0)
+            firstTime = time;
+        else if (time < lastTime || time - firstTime > UINT32_MAX)
+        {
+            LogWrite("WARNING: Frame %d isn't later than the frame before, its key gets the same time.\n", nFrame);
+            time = lastTime;
+        }
+        lastTime = time;
+        // Times before 0 in two's complement.
+        pAnim->m_KeyFrames[iKey].m_Time = static_cast<uint32_t>(time);
         SAA_sceneSetPlayCtrlCurrentFrame(m_pScene, nFrame);
         if (!SampleKeyFrame(pRootTrack, GetSoftRoot(), iKey))
             return QZFALSE;
