@@ -6,6 +6,9 @@
 #include <system_error>
 #include <vector>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -53,16 +56,83 @@ static void RemoveFolder(const std::string& path)
     }
 }
 
+static std::string NamePrefix(const std::string& name)
+{
+    return "." + name.substr(0, MAX_KEPT_NAME) + ".zolt-";
+}
+
+// The folder, open and locked; -1 if it can't be, with EWOULDBLOCK if another one has the lock.
+static int OpenLocked(const std::string& path)
+{
+    const int file = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (file < 0 || flock(file, LOCK_EX | LOCK_NB) == 0)
+        return file;
+    const int error = errno;
+    close(file);
+    errno = error;
+    return -1;
+}
+
+// Our own folders for a target of that name in which nobody is at work any more.
+static void RemoveAbandoned(const std::string& folder, const std::string& name)
+{
+    const std::string prefix = NamePrefix(name);
+    std::vector<std::string> found;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+         entry.increment(error))
+    {
+        const std::string fileName = entry->path().filename().string();
+        const size_t length = fileName.size() - (fileName.back() == '~' ? 1 : 0);
+        if (length == prefix.size() + 6 && fileName.compare(0, prefix.size(), prefix) == 0)
+            found.push_back(entry->path().string());
+    }
+    for (const std::string& path : found)
+    {
+        const int file = OpenLocked(path);
+        struct stat status = {};
+        if (file >= 0 && fstat(file, &status) == 0 && status.st_uid == geteuid())
+            fs::remove_all(path, error);
+        if (file >= 0)
+            close(file);
+    }
+}
+
+// False if the folder has been taken for an abandoned one in the meantime.
+bool WorkingFolder::Lock()
+{
+    m_Lock = OpenLocked(m_Path);
+    struct stat locked = {};
+    struct stat there = {};
+    if (m_Lock < 0)
+        return errno != EWOULDBLOCK && stat(m_Path.c_str(), &there) == 0;
+    if (fstat(m_Lock, &locked) == 0 && stat(m_Path.c_str(), &there) == 0 && locked.st_ino == there.st_ino)
+        return true;
+    close(m_Lock);
+    m_Lock = -1;
+    return false;
+}
+
 bool WorkingFolder::CreateIn(const std::string& folder, const std::string& name)
 {
-    const std::string pattern = (fs::path(folder) / ("." + name.substr(0, MAX_KEPT_NAME) + ".zolt-XXXXXX")).string();
-    std::vector<char> path(pattern.begin(), pattern.end());
-    path.push_back(0);
-    if (!mkdtemp(path.data()))
-        return false;
-    m_Path = path.data();
-    m_File = (fs::path(m_Path) / name).string();
-    return true;
+    RemoveAbandoned(folder, name);
+    const std::string pattern = (fs::path(folder) / (NamePrefix(name) + "XXXXXX")).string();
+    for (int i = 0; i < 100; i++)
+    {
+        std::vector<char> path(pattern.begin(), pattern.end());
+        path.push_back(0);
+        if (!mkdtemp(path.data()))
+            return false;
+        m_Path = path.data();
+        if (Lock())
+        {
+            m_File = (fs::path(m_Path) / name).string();
+            return true;
+        }
+    }
+    m_Path.clear();
+    errno = EAGAIN;
+    return false;
 }
 
 bool WorkingFolder::Create(const std::string& target, size_t maxPath)
@@ -124,6 +194,8 @@ WorkingFolder::~WorkingFolder()
     StopWatching();
     if (!m_Path.empty())
         RemoveFolder(m_Path);
+    if (m_Lock >= 0)
+        close(m_Lock);
     if (m_Masked)
         pthread_sigmask(SIG_SETMASK, &m_MaskBefore, nullptr);
 }

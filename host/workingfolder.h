@@ -1,5 +1,6 @@
 // A private folder beside a file that is to be written in several steps. It is gone when the object is, and also when
-// the process is told to end (SIGINT, SIGTERM, SIGHUP), which it then does.
+// the process is told to end (SIGINT, SIGTERM, SIGHUP), which it then does. What a killed process leaves goes with the
+// next Create for the same target.
 #pragma once
 
 #include <mutex>
@@ -30,11 +31,13 @@ public:
 
 private:
     bool CreateIn(const std::string& folder, const std::string& name);
+    bool Lock();
     void WatchSignals();
     void StopWatching();
 
     std::string m_Path; // empty: no folder
     std::string m_File;
+    int m_Lock = -1; // the folder, locked: somebody is at work in it; -1 where nothing can be locked
     std::mutex m_Ending;
     std::thread m_Watcher;
     sigset_t m_Signals = {};

@@ -77,6 +77,37 @@ TEST(WorkingFolderTest, SignalsTakeTheFolderAlong)
     }
 }
 
+// What killed processes leave goes with the next run for the same target; folders in use and those of others stay.
+TEST(WorkingFolderTest, AbandonedFolders)
+{
+    const TemporaryFolder base;
+    for (int i = 0; i < 2; ++i)
+    {
+        const pid_t child = fork();
+        if (child == 0)
+        {
+            WorkingFolder folder;
+            if (folder.Create(base / "m.abc", 511))
+                std::ofstream(folder.GetFile()) << "x";
+            raise(SIGKILL);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(CountEntries(base.Path()), 1U) << "the second clears up after the first";
+    }
+    {
+        WorkingFolder other;
+        ASSERT_TRUE(other.Create(base / "other.abc", 511));
+        EXPECT_EQ(CountEntries(base.Path()), 2U);
+        WorkingFolder one;
+        WorkingFolder another;
+        ASSERT_TRUE(one.Create(base / "m.abc", 511) && another.Create(base / "m.abc", 511));
+        EXPECT_EQ(CountEntries(base.Path()), 3U);
+        EXPECT_TRUE(fs::exists(one.GetPath()));
+    }
+    EXPECT_EQ(CountEntries(base.Path()), 0U);
+}
+
 TEST(PlaceFileTest, KeepsLinksAndPermissionsOrTheOldFile)
 {
     const TemporaryFolder base;
