@@ -4,12 +4,11 @@
 #include "scene/assimpparts.h"
 #include "scene/foldpivots.h"
 #include "scene/readfile.h"
+#include "scene/wholescene.h"
 
 #include <assimp/commonMetaData.h>
 
 #include <algorithm>
-#include <exception>
-#include <new>
 
 static const std::size_t MAX_REASON_LENGTH = 300;
 static const unsigned TRIAL_SECONDS = 10; // what the trial of every file may take, and what more for each MiB of it
@@ -182,24 +181,5 @@ static bool ReadParts(const std::string& path, Scene& scene, std::string& error)
 
 bool ReadAssimpScene(const char* path, Scene& scene, std::string& error)
 {
-    bool read = false;
-    try
-    {
-        scene = Scene();
-        error.clear();
-        read = ReadParts(path, scene, error);
-    }
-    catch (const std::bad_alloc&)
-    {
-        error = std::string(path) + ": out of memory.";
-    }
-    catch (const std::exception& exception)
-    {
-        error = FileNameOf(path) + " can't be read: " + CleanReason(exception.what()) + ".";
-    }
-    if (!read)
-    {
-        scene = Scene();
-    }
-    return read;
+    return ReadWholeScene(path, scene, error, ReadParts);
 }

@@ -2,9 +2,7 @@
 
 #include "scene/gltfparts.h"
 #include "scene/readfile.h"
-
-#include <exception>
-#include <new>
+#include "scene/wholescene.h"
 
 static const std::size_t FREE_NUMBERS = std::size_t(8) << 20U; // what every file may store
 static const std::size_t NUMBERS_PER_BYTE = 16;                // and what more for each byte of input
@@ -45,24 +43,5 @@ static bool ReadParts(const std::string& path, Scene& scene, std::string& error)
 
 bool ReadGltfScene(const char* path, Scene& scene, std::string& error)
 {
-    bool read = false;
-    try
-    {
-        scene = Scene();
-        error.clear();
-        read = ReadParts(path, scene, error);
-    }
-    catch (const std::bad_alloc&)
-    {
-        error = std::string(path) + ": out of memory.";
-    }
-    catch (const std::exception& exception)
-    {
-        error = std::string(path) + ": can't be read as glTF: " + exception.what() + ".";
-    }
-    if (!read)
-    {
-        scene = Scene();
-    }
-    return read;
+    return ReadWholeScene(path, scene, error, ReadParts);
 }

@@ -16,6 +16,31 @@ bool ReplaceFileStream::OpenDirect(const char* pFilename)
     return m_pFile != nullptr;
 }
 
+int ReplaceFileStream::Commit()
+{
+    if (!m_pFile)
+        return 1;
+    bool bDone = CloseSynced();
+    if (bDone && !m_bDirect)
+    {
+        bDone = PutInPlace();
+        if (bDone)
+            m_Temporary.Clear();
+    }
+    Discard();
+    return bDone ? 0 : 1;
+}
+
+void ReplaceFileStream::Discard()
+{
+    if (m_pFile)
+        std::fclose(m_pFile);
+    m_pFile = nullptr;
+    if (*m_Temporary.GetString())
+        RemoveFile(m_Temporary.GetString());
+    m_Temporary.Clear();
+}
+
 ReplaceFileStream* OpenReplaceFileStream(const char* pFilename)
 {
     ReplaceFileStream* pStream = new (std::nothrow) ReplaceFileStream;

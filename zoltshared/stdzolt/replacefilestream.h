@@ -27,7 +27,9 @@ private:
     bool Open(const char* pFilename);
     bool OpenDirect(const char* pFilename);
     bool CloseSynced();
+    bool PutInPlace();
     void Discard();
+    static void RemoveFile(const char* pFilename);
 
     OwnedString m_Target;    // the end of all links
     OwnedString m_Temporary; // empty in direct mode, and once the file is gone

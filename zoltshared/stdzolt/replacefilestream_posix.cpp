@@ -226,32 +226,17 @@ static void SyncAndSweepFolder(const char* pTarget)
     closedir(pFolder);
 }
 
-int ReplaceFileStream::Commit()
+bool ReplaceFileStream::PutInPlace()
 {
-    if (!m_pFile)
-        return 1;
-    bool bDone = CloseSynced();
-    if (bDone && !m_bDirect)
-    {
-        bDone = std::rename(m_Temporary.GetString(), m_Target.GetString()) == 0;
-        if (bDone)
-        {
-            m_Temporary.Clear();
-            SyncAndSweepFolder(m_Target.GetString());
-        }
-    }
-    Discard();
-    return bDone ? 0 : 1;
+    if (std::rename(m_Temporary.GetString(), m_Target.GetString()) != 0)
+        return false;
+    SyncAndSweepFolder(m_Target.GetString());
+    return true;
 }
 
-void ReplaceFileStream::Discard()
+void ReplaceFileStream::RemoveFile(const char* pFilename)
 {
-    if (m_pFile)
-        std::fclose(m_pFile);
-    m_pFile = nullptr;
-    if (*m_Temporary.GetString())
-        unlink(m_Temporary.GetString());
-    m_Temporary.Clear();
+    unlink(pFilename);
 }
 
 #endif

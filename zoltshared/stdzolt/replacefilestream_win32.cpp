@@ -37,30 +37,15 @@ bool ReplaceFileStream::CloseSynced()
     return bDone;
 }
 
-int ReplaceFileStream::Commit()
+bool ReplaceFileStream::PutInPlace()
 {
-    if (!m_pFile)
-        return 1;
-    bool bDone = CloseSynced();
-    if (bDone && !m_bDirect)
-    {
-        bDone = MoveFileExA(m_Temporary.GetString(), m_Target.GetString(),
-                            MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
-        if (bDone)
-            m_Temporary.Clear();
-    }
-    Discard();
-    return bDone ? 0 : 1;
+    return MoveFileExA(m_Temporary.GetString(), m_Target.GetString(),
+                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
 }
 
-void ReplaceFileStream::Discard()
+void ReplaceFileStream::RemoveFile(const char* pFilename)
 {
-    if (m_pFile)
-        std::fclose(m_pFile);
-    m_pFile = nullptr;
-    if (*m_Temporary.GetString())
-        DeleteFileA(m_Temporary.GetString());
-    m_Temporary.Clear();
+    DeleteFileA(pFilename);
 }
 
 #endif
