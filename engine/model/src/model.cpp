@@ -331,8 +331,15 @@ QZBOOL Model::MakeUniqueAnimName(const char* pBase, char* pOut, uint32_t outSize
 
 QZBOOL Model::Precalc(QZBOOL bForce)
 {
-    if (!PrecalcTransforms(bForce) || !PrecalcFlatNodeList(bForce))
+    if (!PrecalcTransforms(bForce))
         return QZFALSE;
+    if (!PrecalcFlatNodeList(bForce))
+    {
+        // Without the list there are no nodes to count.
+        m_Transforms.Term(m_pAllocator);
+        m_FlatNodeList.Term(m_pAllocator);
+        return QZFALSE;
+    }
 
     uint32_t iFirstVert = 0;
     for (uint32_t i = 0; i < NumPieces(); ++i)

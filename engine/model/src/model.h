@@ -81,7 +81,8 @@ public:
     int32_t Release();
     bool IsUnreferenced() const { return m_RefCount == 0; }
     // Empties the model and keeps it usable. Child models are released, and with bDeleteChildren deleted once nothing
-    // refers to them.
+    // refers to them. The stamp, the file version, m_HeaderFloat and what the command string set (but for NormalRef)
+    // stay as they were. Link 0 has no model until the next load: GetOwnAnim gives null for every row until then.
     void Term(QZBOOL bDeleteChildren);
 
     // Plain access; none of it allocates. NumNodes is 0 until Precalc has run.
@@ -142,8 +143,8 @@ public:
     // The base name if it is free, else the base name and the lowest free number from 0 to 32767. False if there is
     // none or if it doesn't fit outSize bytes.
     QZBOOL MakeUniqueAnimName(const char* pBase, char* pOut, uint32_t outSize);
-    // All derived tables. Without bForce, tables of the right size stay. False without memory, or if a track tree has
-    // more tracks than there are nodes.
+    // All derived tables. Without bForce, tables of the right size stay. False without memory, for more than
+    // MODEL_MAX_NODES nodes, or if a track tree has more tracks than there are nodes.
     QZBOOL Precalc(QZBOOL bForce);
     // m_vOffsetFromParent of every node, from the bind pose; needs Precalc.
     void PrecalcNodeOffsets();
@@ -166,19 +167,22 @@ public:
     ChildInfo* FindChildModel(const Model* pModel) const;
     ChildInfo* FindChildModelByName(const char* pName, uint32_t* pIndex) const; // case-sensitive
     // Links pChild (which may be null: a link without a model) and copies its rows. The trees must have one shape.
-    // Null on failure, with an English message in pErrStr, which has room for MODEL_ERRSTR_SIZE bytes.
+    // Null on failure, with an English message in pErrStr, which has room for MODEL_ERRSTR_SIZE bytes. bCalcRelation
+    // needs Precalc of this model.
     ChildInfo* AddChildModel(Model* pChild, const char* pName, char* pErrStr, QZBOOL bCalcRelation);
     // Removes the link and its rows; later rows move up. False for link 0 and an index out of range. The child model is
     // released, not deleted.
     QZBOOL RemoveChildModel(uint32_t iIndex);
     // Ties a link to a slot, for the reader: pName isn't interned, m_nChildModels isn't touched.
     QZBOOL SetChildModel(uint32_t iIndex, ChildInfo* pInfo, Model* pChild, const char* pName);
-    // Fills the relations: the identity, or with bCalc what makes the child's bind pose land on this model's.
+    // Fills the relations: the identity, or with bCalc what makes the child's bind pose land on this model's. False
+    // without memory, and with bCalc if this model isn't precalculated.
     QZBOOL SetupChildModelRelation(ChildInfo* pInfo, Model* pChild, QZBOOL bCalc);
 
     // Animation table. model_anims.cpp
     // Adds an animation behind the own ones, or behind those of a link, and takes ownership of an own one. The row,
-    // valid until the table changes; null without memory. Rows behind it move.
+    // valid until the table changes; null without memory. Rows behind it move. The place behind a link's rows is
+    // counted from the own animations that the link's model has now: call this before that model's own AddAnim.
     AnimInfo* AddAnim(ModelAnim* pAnim);
     AnimInfo* AddAnimToChildInfo(ModelAnim* pAnim, ChildInfo* pInfo);
     // A one-key animation of the identity at every node.
@@ -197,7 +201,8 @@ public:
     // The same after evaluating the path to the socket's node, at most MAX_NODE_PATH nodes, into m_Transforms: the
     // other matrices there keep what they hold. The first form takes one position and the transform of the model as a
     // whole; the second all that the caller's maker holds but its output, which is set to m_Transforms. False for an
-    // index out of range and where TransformMaker::SetupNodePath is; null pointers are reported.
+    // index out of range, for a position of another model and where TransformMaker::SetupNodePath is; null pointers are
+    // reported.
     QZBOOL GetSocketTransform(AnimTracker* pTime, uint32_t iSocket, Matrix4* pBaseTransform, Matrix4* pOutTransform);
     QZBOOL GetSocketTransform(TransformMaker* pMaker, uint32_t iSocket, Matrix4* pOutTransform);
 
@@ -209,8 +214,8 @@ public:
     // so that shares which don't add up to 1 are made up for. A vertex without weights, or whose shares sum to 0, goes
     // to 0, 0, 0. With bSetupTransforms the request's positions are evaluated into m_Transforms first, otherwise those
     // are taken as they stand. Allocates nothing. False, with nothing written, without m_pVertOut, for more than
-    // MAX_ANIM_POSITIONS positions and for positions that TransformMaker refuses; and at the first piece that lacks the
-    // LOD, which is reported. model_deform.cpp
+    // MAX_ANIM_POSITIONS positions, for a first position of another model and for positions that TransformMaker
+    // refuses; and at the first piece that lacks the LOD, which is reported. model_deform.cpp
     QZBOOL GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTransforms);
 
     // Reading. model_load.cpp
@@ -240,7 +245,7 @@ public:
     QZBOOL RemoveRemovableNodes();
     QZBOOL RemoveNode(ModelNode* pNode);
 
-    char* m_Filename;
+    char* m_Filename; // see SetFilename; the shared empty string without a name
     ModelLink m_Link;
     AttachmentList m_Attachments;
     DynArray<ModelNode*, NoCache> m_FlatNodeList; // by node index; derived
@@ -254,8 +259,9 @@ public:
     const char* m_CommandString;
     ModelStringList m_Strings;
     DynArray<float, DefaultCache> m_LODDistances; // one for every LOD beyond the first
-    float m_HeaderFloat = 96.0f;
-    // What the command string sets.
+    float m_HeaderFloat = 96.0f;                  // only kept through load and save
+    // What the command string sets, for whoever draws the model; lengths in model units. The library itself reads none
+    // of it.
     float m_VisRadius = 50.0f;
     QZBOOL m_bNoAnimation = QZFALSE;
     float m_FadeRangeMin = 20000.0f;

@@ -134,6 +134,8 @@ QZBOOL Model::SetChildModel(uint32_t iIndex, ChildInfo* pInfo, Model* pChild, co
 
 QZBOOL Model::SetupChildModelRelation(ChildInfo* pInfo, Model* pChild, QZBOOL bCalc)
 {
+    if (bCalc && pChild && NumNodes() != GetRootNode()->CountNodes())
+        return QZFALSE;
     if (!pInfo->m_Relations.SetSize(NumNodes(), GetGrowAllocator()))
         return QZFALSE;
     if (bCalc && pChild)

@@ -5,6 +5,7 @@
 #include "zoltshared/stdzolt/commandtokenizer.h"
 #include "zoltshared/stdzolt/strcasecompare.h"
 
+#include <cstdint>
 #include <cstdlib>
 
 static bool Is(const char* pToken, const char* pKeyword)
@@ -31,6 +32,8 @@ void Model::ParseNormalRef(TransformMaker& maker, const char* pNodeName, const c
     if (!FindAnim(pAnimName, &iAnim, nullptr))
         return;
     m_iNormalRefAnim = static_cast<int32_t>(iAnim);
+    if (iAnim > UINT16_MAX)
+        return; // no position can name that row
     maker.m_Anims[0].Init(this, iAnim, 0, iAnim, 0, 0.0f);
     maker.m_nAnims = 1;
     if (!maker.SetupTransforms())

@@ -33,6 +33,9 @@ QZBOOL Model::GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTra
         return QZFALSE;
     if (bSetupTransforms)
     {
+        // Another model's pose would go to that model's m_Transforms.
+        if (pRequest->m_nAnims == 0 || pRequest->m_Anims[0].m_pModel != this)
+            return QZFALSE;
         TransformMaker maker;
         maker.InitFromRequest(pRequest);
         if (!maker.SetupTransforms())

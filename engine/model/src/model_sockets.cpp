@@ -35,6 +35,8 @@ QZBOOL Model::GetSocketTransform(TransformMaker* pMaker, uint32_t iSocket, Matri
     ModelSocket* pSocket = m_Sockets[iSocket];
     if (pSocket->m_iNode >= NumNodes())
         return QZFALSE;
+    if (pMaker->m_nAnims == 0 || pMaker->m_Anims[0].m_pModel != this)
+        return QZFALSE;
     pMaker->m_pOutput = nullptr;
     if (!pMaker->SetupNodePath(pSocket->m_iNode))
         return QZFALSE;

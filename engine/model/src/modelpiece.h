@@ -14,6 +14,8 @@ public:
 
     explicit ModelPiece(Model* pModel);
     ~ModelPiece();
+    ModelPiece(const ModelPiece&) = delete;
+    ModelPiece& operator=(const ModelPiece&) = delete;
 
     uint32_t NumLODs() const { return m_LODs.GetSize() + 1; }
     // LOD 0 is the piece itself, and NumLODs() - 1 the coarsest; an index that the piece lacks is reported and gives

@@ -19,8 +19,12 @@ ModelPieceLOD& ModelPieceLOD::operator=(const ModelPieceLOD& other)
     m_Tris.Term(AllocatorOf(m_pModel));
     m_Verts.Term(AllocatorOf(m_pModel));
     m_pModel = other.m_pModel;
-    m_Tris.CopyArray(other.m_Tris, AllocatorOf(m_pModel));
-    m_Verts.CopyArray(other.m_Verts, AllocatorOf(m_pModel));
+    if (!m_Tris.CopyArray(other.m_Tris, AllocatorOf(m_pModel)) ||
+        !m_Verts.CopyArray(other.m_Verts, AllocatorOf(m_pModel)))
+    {
+        m_Tris.Term(AllocatorOf(m_pModel));
+        m_Verts.Term(AllocatorOf(m_pModel));
+    }
     return *this;
 }
 

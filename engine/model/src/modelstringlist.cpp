@@ -30,7 +30,8 @@ uint32_t HashText(const char* pText, uint64_t seed)
     return static_cast<uint32_t>(hash >> 32);
 }
 
-// A record asks for its bytes rounded up to its own alignment, so that in one block the next one is aligned too.
+// A record asks for its bytes rounded up to its own alignment, so that in one block the next one is aligned too. Never
+// more than MODEL_STRING_FIXED_SIZE and the length, which the size of a block counts on.
 uint64_t RecordSize(uint64_t length)
 {
     const uint64_t alignment = alignof(ModelStringRecord);

@@ -12,5 +12,5 @@ struct ModelVert
     uint16_t m_nWeights = 0;              // records from there on
     uint16_t m_VertReserved = 0;          // kept through load and save, not interpreted
     Vector3 m_vPos{0.0f, 0.0f, 0.0f};     // model space, bind pose
-    Vector3 m_vNormal{0.0f, 0.0f, 0.0f};  // unit length, or 0 for a vertex in no triangle
+    Vector3 m_vNormal{0.0f, 0.0f, 0.0f};  // unit length; 0 where the triangles around give none
 };

@@ -5,7 +5,7 @@
 #include "zoltshared/stdzolt/vector3.h"
 
 // A rigid local transform: one key of a track, a relation of a child link, or the place of a socket.
-// Constructing leaves it unset; whoever sizes an array of these fills it.
+// Constructing leaves the translation unset; whoever sizes an array of these fills it.
 struct NodeKeyFrame
 {
     Vector3 m_vTranslation; // relative to the parent, in model units

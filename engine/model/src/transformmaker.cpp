@@ -39,8 +39,8 @@ QZBOOL TransformMaker::IsValid() const
     return QZTRUE;
 }
 
-// What the evaluation indexes without a further test. A child model whose tree has changed since it was linked, a
-// weight set that nobody sized and a model that isn't precalculated fail here.
+// A child model whose tree has changed since it was linked, a weight set that nobody sized and a model that isn't
+// precalculated fail here. That the tracks have the shape of the tree is the caller's word.
 static bool IsPrecalculated(const AnimTracker& tracker, bool bLayer)
 {
     const Model* pModel = tracker.m_pModel;

@@ -56,8 +56,11 @@ public:
 
     AnimTracker m_Anims[MAX_ANIM_POSITIONS];
     uint32_t m_nAnims;
-    Matrix4* m_pStartMat; // null: identity. Once resolved it stays set: clear it before using another model
-    Matrix4* m_pOutput;   // NumNodes() matrices of the caller's; null: the model's m_Transforms. Stays set likewise
+    // Null stands for the identity, and for the model's m_Transforms (NumNodes() matrices). The first evaluation puts
+    // in what null stands for, and there it stays: set both back to null for another model, after a Load, Term or
+    // Precalc(QZTRUE) of this one, and in a copy of a maker. Not owned.
+    Matrix4* m_pStartMat;
+    Matrix4* m_pOutput;
     TransformCallback m_pCallback; // may be null
     void* m_pUserB;
     void* m_pUserA;
