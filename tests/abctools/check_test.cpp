@@ -169,7 +169,7 @@ TEST(Check, WhatOnlyExportsHold)
               "piece body: a triangle repeats a vertex\npiece body: a vertex stands in no triangle\n"
               "piece body: a normal isn't of length 1\n");
 
-    const TestFolder folder;
+    const TemporaryFolder folder;
     WriteBytes(folder / "m.abc", file.m_Bytes);
     const auto run = [&](bool bExport, bool bQuiet, std::string& text)
     {

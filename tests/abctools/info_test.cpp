@@ -32,7 +32,7 @@ TEST(DisplayText, NothingReachesTheTerminalThatControlsIt)
 
 TEST(Info, JsonHoldsWhatTheModelHolds)
 {
-    const TestFolder folder;
+    const TemporaryFolder folder;
     const ModelPointer model = MakeTestModel();
     model->GetNode(1)->SetName("sp\xFFine");
     const std::vector<uint8_t> bytes = BytesOf(*model);
@@ -80,7 +80,7 @@ TEST(Info, JsonHoldsWhatTheModelHolds)
 
 TEST(Info, TextIsPrintableAndShowsWhatDiffers)
 {
-    const TestFolder folder;
+    const TemporaryFolder folder;
     WriteBytes(folder / "m.abc", BytesOf(*MakeTestModel()));
     std::ostringstream out;
     std::ostringstream err;
@@ -106,7 +106,7 @@ static std::vector<uint8_t> OfVersion(uint32_t version)
 
 TEST(Copy, MakesVersion12AndKeepsTheTargetOnFailure)
 {
-    const TestFolder folder;
+    const TemporaryFolder folder;
     std::ostringstream err;
     WriteBytes(folder / "old.abc", OfVersion(9));
     ASSERT_EQ(RunCopy(folder / "old.abc", folder / "new.abc", err), 0) << err.str();
@@ -149,7 +149,7 @@ TEST(Copy, MakesVersion12AndKeepsTheTargetOnFailure)
 
 TEST(Copy, KeepsTheBindingsOfChildModels)
 {
-    const TestFolder folder;
+    const TemporaryFolder folder;
     WriteBytes(folder / "jump.abc", BytesOf(*MakeChildModel("jump", 1.0f)));
     const ModelPointer child = LoadBytes(ReadBytes(folder / "jump.abc"));
     const ModelPointer parent = MakeTestModel();

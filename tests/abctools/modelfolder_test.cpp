@@ -16,7 +16,7 @@ TEST(ModelFolder, NamesStayInside)
 
 TEST(ModelFolder, LoadsEachFileOnce)
 {
-    const TestFolder folder;
+    const TemporaryFolder folder;
     std::filesystem::create_directories(folder / "in/sub");
     WriteBytes(folder / "outside.abc", BytesOf(*MakeTestModel()));
     WriteBytes(folder / "in/sub/a.abc", BytesOf(*MakeTestModel()));
@@ -53,7 +53,7 @@ static std::vector<uint8_t> ParentBytes(Model& child)
 
 TEST(ModelFolder, ModelsOutliveNeitherFolderNorLastParent)
 {
-    const TestFolder folder;
+    const TemporaryFolder folder;
     WriteBytes(folder / "jump.abc", BytesOf(*MakeChildModel("jump", 1.0f)));
     const ModelPointer child = LoadBytes(ReadBytes(folder / "jump.abc"));
     std::vector<uint8_t> bytes = ParentBytes(*child);

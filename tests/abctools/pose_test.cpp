@@ -100,7 +100,7 @@ static json Pose(PoseOptions options, std::string& sentence)
 
 TEST(Pose, MatricesSocketsAndVertices)
 {
-    const TestFolder folder;
+    const TemporaryFolder folder;
     WriteBytes(folder / "m.abc", BytesOf(*MakeTestModel()));
     PoseOptions options;
     options.m_Path = folder / "m.abc";
@@ -170,7 +170,7 @@ TEST(Pose, MatricesSocketsAndVertices)
 
 TEST(Pose, RefusesWithASentence)
 {
-    const TestFolder folder;
+    const TemporaryFolder folder;
     WriteBytes(folder / "m.abc", BytesOf(*MakeTestModel()));
     PoseOptions options;
     options.m_Path = folder / "m.abc";
@@ -217,7 +217,7 @@ TEST(Pose, RefusesWithASentence)
 
 TEST(Pose, ChildModelsOfTheFolderAndOfTheCommandLine)
 {
-    const TestFolder folder;
+    const TemporaryFolder folder;
     WriteBytes(folder / "jump.abc", BytesOf(*MakeChildModel("jump", 40.0f)));
     const ModelPointer jump = LoadBytes(ReadBytes(folder / "jump.abc"));
     WriteBytes(folder / "duck.abc", BytesOf(*MakeChildModel("duck", 60.0f)));

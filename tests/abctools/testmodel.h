@@ -1,7 +1,8 @@
-// Models to look into, made with the model classes, and files of them.
+// Models to look into, loaded from plain records, and files of them.
 #pragma once
 
 #include "engine/model/src/model.h"
+#include "tests/win32/temporaryfolder.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -31,19 +32,3 @@ ModelPointer LoadBytes(std::vector<uint8_t> bytes);
 
 void WriteBytes(const std::string& path, const std::vector<uint8_t>& bytes);
 std::vector<uint8_t> ReadBytes(const std::string& path);
-
-// A folder that is gone, with all that is in it, when the test ends.
-class TestFolder
-{
-public:
-    TestFolder();
-    ~TestFolder() { std::filesystem::remove_all(m_Path); }
-    TestFolder(const TestFolder&) = delete;
-    TestFolder& operator=(const TestFolder&) = delete;
-
-    std::string operator/(const std::string& name) const { return (m_Path / name).string(); }
-    std::string Path() const { return m_Path.string(); }
-
-private:
-    std::filesystem::path m_Path;
-};

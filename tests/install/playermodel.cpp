@@ -1,136 +1,64 @@
 #include "tests/install/playermodel.h"
 
-#include "engine/model/src/model.h"
-#include "tools/model/convmodel.h"
-#include "zoltshared/stdzolt/stdiostream.h"
+#include "tests/engine/model/src/abcbytes.h"
 
-#include <initializer_list>
+#include <fstream>
 
-static const Quaternion NO_TURN(0.0f, 0.0f, 0.0f, 1.0f);
-static const Quaternion QUARTER_TURN_Z(0.0f, 0.0f, 0.70710678f, 0.70710678f);
-
-struct Key
+// A time, and the places of hips, arm and hand.
+struct Moment
 {
     uint32_t m_Time;
-    NodeKeyFrame m_Hips;
-    NodeKeyFrame m_Arm;
-    NodeKeyFrame m_Hand;
+    abc::Key m_Places[3];
 };
 
-static ModelNode* AddNode(Model& model, ModelNode* pParent, const char* pName, float x, float y)
+static abc::Anim MakeAnim(const char* pName, const abc::Vec& offset, const std::vector<Moment>& moments)
 {
-    ModelNode* pNode = pParent ? new ConvNode(&model) : model.GetRootNode();
-    pNode->SetName(pName);
-    Matrix4 global;
-    global.SetTranslation(x, y, 0.0f);
-    pNode->SetGlobalTransform(global);
-    if (pParent)
-        pParent->m_Children.Append(pNode);
-    return pNode;
-}
-
-static void AddAnim(Model& model, const char* pName, const Vector3& offset, std::initializer_list<Key> keys)
-{
-    ModelAnim* pAnim = new ModelAnim(&model);
-    pAnim->SetName(pName);
-    AnimNode* pHips = new AnimNode(pAnim, nullptr);
-    AnimNode* pArm = new AnimNode(pAnim, pHips);
-    AnimNode* pHand = new AnimNode(pAnim, pArm);
-    pHips->m_Children.Append(pArm);
-    pArm->m_Children.Append(pHand);
-    pAnim->SetRootNode(pHips);
-    for (const Key& key : keys)
+    abc::Anim anim;
+    anim.name = pName;
+    anim.translation = offset;
+    anim.tracks.resize(3);
+    for (const Moment& moment : moments)
     {
-        AnimKeyFrame time;
-        time.m_Time = key.m_Time;
-        pAnim->m_KeyFrames.Append(time);
-        pHips->m_KeyFrames.Append(key.m_Hips);
-        pArm->m_KeyFrames.Append(key.m_Arm);
-        pHand->m_KeyFrames.Append(key.m_Hand);
+        anim.keys.push_back({moment.m_Time, ""});
+        for (size_t i = 0; i < 3; ++i)
+            anim.tracks[i].push_back(moment.m_Places[i]);
     }
-    pHips->SetNode(model.GetRootNode());
-    AnimInfo* pRow = model.AddAnim(pAnim);
-    pRow->m_vTranslation = offset;
-}
-
-// A triangle: one corner on the hand, one halfway between arm and hand, one on the arm with half a share.
-static bool AddPiece(Model& model)
-{
-    ModelPiece* pPiece = new ModelPiece(&model);
-    pPiece->SetName("glove");
-    model.m_Pieces.Append(pPiece);
-    if (!pPiece->m_Verts.SetSize(3) || !pPiece->m_Tris.SetSize(1) || !model.m_VertexWeights.SetSize(4))
-        return false;
-    const ModelVertWeight weights[4] = {
-        {{1.0f, 0.0f, 0.0f, 1.0f}, 2},
-        {{2.0f, 1.0f, 0.0f, 0.5f}, 1},
-        {{-0.5f, 1.0f, 0.0f, 0.5f}, 2},
-        {{0.0f, 0.5f, 0.0f, 0.5f}, 1},
-    };
-    for (uint32_t i = 0; i < 4; ++i)
-        model.m_VertexWeights[i] = weights[i];
-    const uint16_t counts[3] = {1, 2, 1};
-    const Vector3 positions[3] = {{6.0f, 10.0f, 0.0f}, {4.0f, 12.0f, 0.0f}, {0.0f, 11.0f, 0.0f}};
-    uint32_t iWeight = 0;
-    for (uint16_t i = 0; i < 3; ++i)
-    {
-        ModelVert* pVert = pPiece->GetVert(i);
-        pVert->m_nWeights = counts[i];
-        pVert->m_Weights = &model.m_VertexWeights[iWeight];
-        pVert->m_vPos = positions[i];
-        pPiece->GetTri(0)->m_Indices[i] = i;
-        iWeight += counts[i];
-    }
-    return true;
+    return anim;
 }
 
 bool SavePlayerModel(const char* pPath, bool bBare)
 {
-    ConvModel model;
-    ModelNode* pHips = AddNode(model, nullptr, "hips", 0.0f, 0.0f);
-    ModelNode* pArm = AddNode(model, pHips, "arm", 0.0f, 10.0f);
-    AddNode(model, pArm, "hand", 5.0f, 10.0f);
-    if (!AddPiece(model) || !model.Precalc(QZTRUE))
-        return false;
+    abc::File file;
+    file.nodes = {{.name = "hips"}, {.name = "arm", .parent = 0}, {.name = "hand", .parent = 1}};
+    file.nodes[1].global[7] = file.nodes[2].global[7] = 10.0f;
+    file.nodes[2].global[3] = 5.0f;
 
-    const NodeKeyFrame still = {{0.0f, 0.0f, 0.0f}, NO_TURN};
-    const NodeKeyFrame arm = {{0.0f, 10.0f, 0.0f}, NO_TURN};
-    const NodeKeyFrame armUp = {{0.0f, 10.0f, 0.0f}, QUARTER_TURN_Z};
-    const NodeKeyFrame hand = {{5.0f, 0.0f, 0.0f}, NO_TURN};
-    const NodeKeyFrame handOut = {{7.0f, 0.0f, 0.0f}, NO_TURN};
-    AddAnim(model, "wave", Vector3(0.0f, 0.0f, 0.0f),
-            {{0, still, arm, hand}, {200, {{2.0f, 0.0f, 0.0f}, NO_TURN}, armUp, hand}});
-    // Two keys at one time: the second one holds.
-    AddAnim(model, "rest", Vector3(0.0f, 0.0f, 1.0f),
-            {{0, {{10.0f, 0.0f, 0.0f}, NO_TURN}, arm, hand},
-             {100, {{10.0f, -1.0f, 0.0f}, NO_TURN}, arm, hand},
-             {100, {{20.0f, -1.0f, 0.0f}, NO_TURN}, arm, hand},
-             {200, {{20.0f, -2.0f, 0.0f}, NO_TURN}, arm, hand}});
-    AddAnim(model, "nod", Vector3(0.0f, 0.0f, 50.0f),
-            {{0, still, arm, handOut}, {800, still, {{0.0f, 10.0f, 16.0f}, NO_TURN}, handOut}});
-    if (!model.FinishAnim(0) || !model.FinishAnim(1) || !model.FinishAnim(2))
-        return false;
+    // A triangle: one corner on the hand, one halfway between arm and hand, one on the arm with half a share.
+    file.pieces.resize(1);
+    file.pieces[0].name = "glove";
+    abc::Mesh& mesh = file.pieces[0].lods[0];
+    mesh.tris = {{{0, 1, 2}, {}}};
+    mesh.verts = {{{{2, {1, 0, 0}, 1}}, 0, {6, 10, 0}, {}},
+                  {{{1, {2, 1, 0}, 0.5f}, {2, {-0.5f, 1, 0}, 0.5f}}, 0, {4, 12, 0}, {}},
+                  {{{1, {0, 0.5f, 0}, 0.5f}}, 0, {0, 11, 0}, {}}};
 
+    const auto at = [](float x, float y, float z) { return abc::Key{{x, y, z}, {0, 0, 0, 1}}; };
+    const abc::Key still = at(0, 0, 0), arm = at(0, 10, 0), hand = at(5, 0, 0), handOut = at(7, 0, 0);
+    const abc::Key armUp = {{0, 10, 0}, {0, 0, 0.70710678f, 0.70710678f}};
+    file.anims = {MakeAnim("wave", {}, {{0, {still, arm, hand}}, {200, {at(2, 0, 0), armUp, hand}}}),
+                  // Two keys at one time: the second one holds.
+                  MakeAnim("rest", {0, 0, 1},
+                           {{0, {at(10, 0, 0), arm, hand}},
+                            {100, {at(10, -1, 0), arm, hand}},
+                            {100, {at(20, -1, 0), arm, hand}},
+                            {200, {at(20, -2, 0), arm, hand}}}),
+                  MakeAnim("nod", {0, 0, 50}, {{0, {still, arm, handOut}}, {800, {still, at(0, 10, 16), handOut}}})};
     if (!bBare)
     {
-        WeightSet* pSet = new WeightSet(&model);
-        if (!pSet->Init() || !model.AddWeightSet(pSet))
-            return false;
-        pSet->SetName("arms");
-        pSet->m_Weights[1] = 2.0f; // the arm: added
-        pSet->m_Weights[2] = 0.5f; // the hand: halfway
-        ModelSocket* pSocket = new ModelSocket;
-        pSocket->SetName("grip");
-        pSocket->m_iNode = 2;
-        pSocket->m_vPos.Set(1.0f, 0.0f, 0.0f);
-        if (!model.AddSocket(pSocket))
-            return false;
+        file.sets = {{"arms", {0, 2, 0.5f}}}; // the arm: added; the hand: halfway
+        file.sockets = {{2, "grip", at(1, 0, 0)}};
     }
-
-    ModelStream* pStream = OpenStdioStream(pPath, "wb");
-    if (!pStream)
-        return false;
-    const bool bSaved = model.Save(pStream) && pStream->ErrorStatus() == 0;
-    pStream->Release();
-    return bSaved;
+    std::ofstream stream(pPath, std::ios::binary);
+    stream << file.Write() << std::flush;
+    return stream.good();
 }

@@ -1,187 +1,57 @@
 #include "tests/tools/model/testmodel.h"
 
-#include <bit>
-
 #include "engine/model/src/modelallocations.h"
+#include "tests/engine/model/src/abcbytes.h"
 #include "tests/zoltshared/stdzolt/assertioncatcher.h"
 #include "tests/zoltshared/stdzolt/testallocator.h"
 #include "zoltshared/stdzolt/countingallocator.h"
 
 namespace
 {
-// Lays a file down by hand.
-class FileWriter
+Bytes BytesOf(const abc::File& file)
 {
-public:
-    void U8(uint8_t value) { m_Bytes.push_back(value); }
-    void U16(uint32_t value)
-    {
-        U8(static_cast<uint8_t>(value));
-        U8(static_cast<uint8_t>(value >> 8));
-    }
-    void U32(uint32_t value)
-    {
-        U16(value & 0xFFFF);
-        U16(value >> 16);
-    }
-    void F32(float value) { U32(std::bit_cast<uint32_t>(value)); }
-    void Words(std::initializer_list<uint32_t> values)
-    {
-        for (const uint32_t value : values)
-            U32(value);
-    }
-    void Floats(std::initializer_list<float> values)
-    {
-        for (const float value : values)
-            F32(value);
-    }
-    void Text(const std::string& text)
-    {
-        U16(static_cast<uint32_t>(text.size()));
-        m_Bytes.insert(m_Bytes.end(), text.begin(), text.end());
-    }
-    void Section(const char* pName)
-    {
-        m_Starts.push_back(m_Bytes.size());
-        for (int i = 0; m_iLink && i < 4; ++i)
-            m_Bytes[m_iLink + i] = static_cast<uint8_t>(m_Bytes.size() >> (8 * i));
-        Text(pName);
-        m_iLink = m_Bytes.size();
-        U32(0xFFFFFFFF);
-    }
+    const std::string text = file.Write();
+    return Bytes(text.begin(), text.end());
+}
 
-    Bytes m_Bytes;
-    std::vector<size_t> m_Starts;
-    size_t m_iLink = 0;
-};
-
-const std::initializer_list<float> IDENTITY = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-
-FileWriter SmallestFile(uint32_t stamp)
+abc::Mesh SampleMesh(uint32_t iLOD)
 {
-    FileWriter file;
-    file.Section("Header");
-    file.Words({12, 0, 0, 1, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0});
-    file.Text("");
-    file.F32(96.0f);
-    file.m_Bytes.resize(file.m_Bytes.size() + 2 + 62);
-    file.Section("Pieces");
-    file.Words({0, 0});
-    file.Section("Nodes");
-    file.Text("");
-    file.U16(0);
-    file.U8(0);
-    file.Floats(IDENTITY);
-    file.Words({0, 0});
-    file.Section("ChildModels");
-    file.Words({1, stamp});
-    file.Floats({0, 0, 0, 0, 0, 0, 1});
-    for (const char* pName : {"Animation", "Sockets", "AnimBindings"})
-    {
-        file.Section(pName);
-        file.U32(0);
-    }
-    return file;
+    abc::Mesh mesh;
+    mesh.tris = {{{2, 1, 0}, {0, 1, 0.5f, 0, 1, -1}}};
+    for (uint32_t i = 0; i < 3; ++i)
+        mesh.verts.push_back({{}, 9 + i, {1.0f * i, 2.0f * iLOD, 5}, {0, 0, 1}});
+    mesh.verts[2 * iLOD].weights = {{0, {1, 2, 3}, 0.5f}};
+    if (iLOD == 0)
+        mesh.verts[0].weights.push_back({1, {2, 2, 3}, 0.5f});
+    return mesh;
 }
 
 // A file that uses everything: two nodes, a piece of two LODs, a weight set, a link to a model that isn't there, an
 // animation, a socket. In a version, or in the form in which a writer of version 12 gives back what was read from it.
 Bytes SampleFile(uint32_t version, bool bSaved, uint32_t stamp)
 {
-    FileWriter file;
-    file.Section("Header");
-    file.Words({bSaved ? 12 : version, 2, 1, 2, 1, 2, 2, 6, 3, 2, 1, 1, 5, 4 + 3 + 4 + 12 + 8});
-    file.Text("VisRadius 70");
-    file.F32(1.5f);
-    file.U16(1);
-    file.m_Bytes.resize(file.m_Bytes.size() + 62);
-    file.F32(0.25f);
-
-    file.Section("Pieces");
-    file.Words({3, 1});
-    file.U16(7);
-    file.Floats({2, 3});
-    if (version >= 10 || bSaved)
-        file.F32(version >= 10 ? 4.0f : 1.0f);
-    file.U16(bSaved ? 0 : 2);
-    if (!bSaved)
-        file.Words({11, 12});
-    file.Text(bSaved ? "abcdefghijklmnopqrstuvwxyz01234" : "abcdefghijklmnopqrstuvwxyz0123456789");
-    for (uint32_t iLOD = 0; iLOD < 2; ++iLOD)
+    const float thirdParam = version >= 10 ? 4.0f : 1.0f;
+    abc::File file;
+    file.version = bSaved ? 12 : version;
+    file.command = "VisRadius 70", file.headerFloat = 1.5f;
+    file.lodDistances = {0.25f};
+    file.pieces = {{"abcdefghijklmnopqrstuvwxyz0123456789", 7, 2, {2, 3, thirdParam}, {SampleMesh(0), SampleMesh(1)}}};
+    file.nodes = {{.name = "root", .flags = 2}, {"arm", 0x81, {0, -1, 0, 3, 1, 0, 0, 4, 0, 0, 1, 5, 0, 0, 0, 1}, 0}};
+    file.sets = {{"upper", {0.5f, 2.0f}}};
+    file.links = {{"", stamp, {}}, {"legs.abc", 1234, {{{1, 2, 3}, {0, 1, 0, 0}}, {{4, 5, 6}, {1, 0, 0, 0}}}}};
+    file.anims = {{"walk", {10, 20, 30}, {1, 2, 3}, version >= 11 ? 77 : -1, version >= 12 ? 55 : 200, {}, {}}};
+    file.anims[0].keys = {{0, ""}, {250, "arm"}};
+    file.anims[0].tracks = {{{{1, 0, 0}, {0, 0, 0, 1}}, {{2, 0, 0}, {0, 0, 1, 0}}},
+                            {{{3, 0, 0}, {0, 1, 0, 0}}, {{4, 0, 0}, {1, 0, 0, 0}}}};
+    file.sockets = {{1, "hand", {{7, 8, 9}, {0, 0, 1, 0}}}};
+    file.linkBindings = {{{"kick", {2, 2, 2}}}};
+    if (bSaved)
     {
-        file.U32(1);
-        for (uint32_t k = 0; k < 3; ++k)
-        {
-            file.Floats({0.5f * k, 1.0f - k});
-            file.U16(2 - k);
-        }
-        file.U32(3);
-        for (uint32_t i = 0; i < 3; ++i)
-        {
-            const uint32_t nWeights = iLOD == 0 && i == 0 ? 2 : iLOD == 1 && i == 2 ? 1 : 0;
-            file.U16(nWeights);
-            file.U16(9 + i);
-            for (uint32_t k = 0; k < nWeights; ++k)
-            {
-                file.U32(k);
-                file.Floats({1.0f + k, 2, 3, 0.5f});
-            }
-            file.Floats({1.0f * i, 2.0f * iLOD, 5, 0, 0, 1});
-        }
+        file.pieces[0].name.resize(31);
+        file.pieces[0].nSkipped = 0;
+        file.linkBindings.clear();
     }
-
-    file.Section("Nodes");
-    file.Text("root");
-    file.U16(0);
-    file.U8(2);
-    file.Floats(IDENTITY);
-    file.U32(1);
-    file.Text("arm");
-    file.U16(1);
-    file.U8(0x81);
-    file.Floats({0, -1, 0, 3, 1, 0, 0, 4, 0, 0, 1, 5, 0, 0, 0, 1});
-    file.Words({0, 1});
-    file.Text("upper");
-    file.U32(2);
-    file.Floats({0.5f, 2.0f});
-
-    file.Section("ChildModels");
-    file.Words({2, stamp});
-    file.Floats({0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 1});
-    file.Text("legs.abc");
-    file.U32(1234);
-    file.Floats({1, 2, 3, 0, 1, 0, 0, 4, 5, 6, 1, 0, 0, 0});
-
-    file.Section("Animation");
-    file.U32(1);
-    file.Floats({10, 20, 30});
-    file.Text("walk");
-    if (version >= 11 || bSaved)
-        file.U32(version >= 11 ? 77 : 0xFFFFFFFF);
-    if (version >= 12 || bSaved)
-        file.U32(version >= 12 ? 55 : 200);
-    file.Words({2, 0});
-    file.Text("");
-    file.U32(250);
-    file.Text("arm");
-    file.Floats({1, 0, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 1, 0, 3, 0, 0, 0, 1, 0, 0, 4, 0, 0, 1, 0, 0, 0});
-
-    file.Section("Sockets");
-    file.Words({1, 1});
-    file.Text("hand");
-    file.Floats({0, 0, 1, 0, 7, 8, 9});
-
-    file.Section("AnimBindings");
-    file.U32(1);
-    file.Text("walk");
-    file.Floats({10, 20, 30, 1, 2, 3});
-    file.U32(bSaved ? 0 : 1);
-    if (!bSaved)
-    {
-        file.Text("kick");
-        file.Floats({1, 1, 1, 2, 2, 2});
-    }
-    return file.m_Bytes;
+    return BytesOf(file);
 }
 
 Bytes Saved(Model& model)
@@ -207,23 +77,17 @@ public:
 };
 
 Model* g_pSuppliedChild = nullptr;
-
-uint32_t SupplyChild(LoadRequest*, Model** ppModel)
-{
-    *ppModel = g_pSuppliedChild;
-    return RESULT_OK;
-}
 } // namespace
 
 TEST(ModelSave, SmallestFileToTheByte)
 {
-    const FileWriter expected = SmallestFile(0x01020305);
-    EXPECT_EQ(expected.m_Bytes.size(), 357u);
-    EXPECT_EQ(expected.m_Starts, (std::vector<size_t>{0, 138, 158, 246, 299, 318, 335}));
+    abc::File expected;
+    expected.links[0].stamp = 0x01020305;
+    EXPECT_EQ(BytesOf(expected).size(), 357u);
     Model model(&g_DefaultAllocator, &g_DefaultAllocator);
     ASSERT_TRUE(model.Precalc(QZTRUE));
     model.SetModelStamp(0x01020304);
-    EXPECT_EQ(Saved(model), expected.m_Bytes);
+    EXPECT_EQ(Saved(model), BytesOf(expected));
 
     ModelAllocations allocs;
     uint32_t size = 0;
@@ -392,12 +256,12 @@ TEST(ModelSave, OwnAnimationsComeFirstAndBindingsFindTheirRows)
 
     Model loaded(&g_DefaultAllocator, &g_DefaultAllocator);
     g_pSuppliedChild = pChild;
-    ASSERT_EQ(LoadBytes(loaded, file,
-                        [](LoadRequest* pRequest, Model** ppModel) {
-                            return std::string(pRequest->m_pFilename) == "child.abc" ? SupplyChild(pRequest, ppModel)
-                                                                                     : RESULT_NOT_LOADED;
-                        }),
-              RESULT_OK);
+    const auto supply = [](LoadRequest* pRequest, Model** ppModel) -> uint32_t
+    {
+        *ppModel = std::string(pRequest->m_pFilename) == "child.abc" ? g_pSuppliedChild : nullptr;
+        return *ppModel ? RESULT_OK : RESULT_NOT_LOADED;
+    };
+    ASSERT_EQ(LoadBytes(loaded, file, supply), RESULT_OK);
     EXPECT_EQ(names(loaded), "abxy");
     const float expected[] = {1, 3, 0, 2};
     for (uint32_t i = 0; i < 4; ++i)

@@ -1,7 +1,5 @@
 #include "tests/tools/model/testmodel.h"
 
-#include "tests/zoltshared/stdzolt/testallocator.h"
-
 namespace
 {
 // The tree as BuildTree takes it, without stars.
@@ -140,45 +138,5 @@ TEST(RemoveNode, AllMarkedNodesGoOneAfterTheOther)
         EXPECT_EQ(TextOf(model.GetRootNode()), left);
         ExpectConsistent(model);
         ExpectSamePoses(before, AllPoses(pAnim), 1e-5);
-    }
-}
-
-TEST(RemoveNode, AFailedRequestForMemoryChangesNothing)
-{
-    for (const bool bRelations : {false, true})
-    {
-        TestAllocator allocator;
-        {
-            Model model(&allocator, &allocator);
-            BuildTree(model, "r(a,x*(b,c(e),d),f)");
-            AddWeightedPiece(model, {"c", "f"});
-            ModelAnim* pWalk = AddRandomAnim(model, "walk", 2, 1);
-            AddRandomAnim(model, "run", 3, 2);
-            if (bRelations)
-            {
-                ASSERT_TRUE(model.SetupChildModelRelation(model.GetSelfChildModel(), &model, QZFALSE));
-            }
-            const std::vector<Poses> poses = AllPoses(pWalk);
-            const Bytes before = Snapshot(model);
-            uint32_t nFailures = 0;
-            for (;; ++nFailures)
-            {
-                allocator.m_nLeft = nFailures;
-                const QZBOOL bRemoved = model.RemoveNode(model.FindNode("x", nullptr));
-                allocator.m_nLeft = 0xFFFFFFFF;
-                if (bRemoved)
-                    break;
-                ASSERT_EQ(Snapshot(model), before) << nFailures;
-                ASSERT_EQ(TextOf(model.GetRootNode()), "r(a,x(b,c(e),d),f)");
-            }
-            // Relations, which keep the room of a failed attempt, and a list of children for each of three trees.
-            EXPECT_EQ(nFailures, 3u);
-            EXPECT_EQ(TextOf(model.GetRootNode()), "r(a,f,b,c(e),d)");
-            ExpectConsistent(model);
-            ExpectSamePoses(poses, AllPoses(pWalk), 1e-5);
-            ASSERT_TRUE(model.Precalc(QZTRUE));
-            ExpectConsistent(model);
-        }
-        EXPECT_EQ(allocator.m_nLive, 0);
     }
 }

@@ -6,51 +6,6 @@
 #include "tools/model/kelpexport/messages.h"
 #include "tools/model/kelpexport/settings.h"
 
-TEST_F(ExportTest, DialogIsTemplate101)
-{
-    OpenScene(MakeTestScene());
-    m_User.Close();
-    EXPECT_EQ(init(), 124);
-    ASSERT_EQ(m_User.m_Dialogs.size(), 1u);
-    const ScriptedUser::SeenDialog& dialog = m_User.m_Dialogs[0];
-    EXPECT_EQ(dialog.templateId, 101);
-    EXPECT_EQ(dialog.title, "ZoltExport");
-    struct Control
-    {
-        int id;
-        const char* className;
-        const char* text;
-        short x, y, width, height;
-        DWORD style;
-    };
-    const Control controls[] = {
-        {1000, "edit", "model.abc", 75, 7, 162, 14, 0x50810080},
-        {1001, "edit", "walk", 75, 28, 162, 14, 0x50810080},
-        {1, "button", "&OK", 94, 81, 50, 14, 0x50010001},
-        {2, "button", "&Cancel", 152, 81, 50, 14, 0x50010000},
-        {1002, "button", "&Browse", 241, 7, 50, 14, 0x50010000},
-        {-1, "static", "Filename", 7, 10, 65, 8, 0x50020002},
-        {1003, "static", "Animation Name", 7, 31, 64, 8, 0x50020002},
-        {1004, "button", "Debug Mode", 8, 49, 76, 10, 0x50010023},
-        {1005, "button", "Force Overwrite", 8, 63, 76, 10, 0x50010023},
-    };
-    ASSERT_EQ(dialog.atStart.size(), std::size(controls));
-    for (size_t i = 0; i < std::size(controls); ++i)
-    {
-        const DialogControlState& state = dialog.atStart[i];
-        const Control& control = controls[i];
-        EXPECT_EQ(state.id, control.id);
-        EXPECT_EQ(state.className, control.className);
-        EXPECT_EQ(state.text, control.text);
-        EXPECT_FALSE(state.checked);
-        EXPECT_EQ(state.x, control.x);
-        EXPECT_EQ(state.y, control.y);
-        EXPECT_EQ(state.width, control.width);
-        EXPECT_EQ(state.height, control.height);
-        EXPECT_EQ(state.style, control.style);
-    }
-}
-
 TEST_F(ExportTest, CancelChangesNothing)
 {
     OpenScene(MakeTestScene());
