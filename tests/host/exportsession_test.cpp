@@ -1,22 +1,16 @@
 // Whole runs of the exporter on a small scene, through the plug-in, up to what is on disk afterwards.
-#include "host/exportsession.h"
+#include "tests/host/exportfixture.h"
 
 #include "engine/model/src/loadrequest.h"
 #include "engine/model/src/model.h"
-#include "host/console.h"
 #include "host/exportsettings.h"
 #include "saa/saahost.h"
-#include "tests/scene/gltftext.h"
-#include "tests/win32/temporaryfolder.h"
-#include "win32/registrystore.h"
 #include "win32/scripteduser.h"
 #include "win32/zoltwin32.h"
 #include "zoltshared/stdzolt/stdiostream.h"
 
-#include <cmath>
 #include <functional>
-#include <gtest/gtest.h>
-#include <sstream>
+#include <memory>
 
 namespace fs = std::filesystem;
 
@@ -24,7 +18,7 @@ namespace fs = std::filesystem;
 static std::string MakeSceneText(bool twoNodes = false)
 {
     GltfText text;
-    const int positions = text.Floats("VEC3", {0, 0, 0, 4, 0, 0, 0, 4, 1}, R"("min": [0, 0, 0], "max": [4, 4, 1])");
+    const int positions = AddTriangle(text);
     const int times = text.Floats("SCALAR", {0, 0.5, 1}, R"("min": [0], "max": [1])");
     const int moves = text.Floats("VEC3", {0, 0, 0, 1, 0, 0, 0, 2, 0});
     text.Item("meshes", R"({"primitives": [{"attributes": {"POSITION": )" + std::to_string(positions) + "}}]}");
@@ -34,107 +28,57 @@ static std::string MakeSceneText(bool twoNodes = false)
         text.Item("nodes", R"({"mesh": 0})");
     text.Item("scenes", R"({"nodes": [0]})");
     text.Member(R"("scene": 0)");
-    for (const char* name : {R"("name": "walk", )", R"("name": "run", )", ""})
-        text.Item("animations",
-                  std::string("{") + name + R"("samplers": [{"input": )" + std::to_string(times) + R"(, "output": )" +
-                      std::to_string(moves) +
-                      R"(}], "channels": [{"sampler": 0, "target": {"node": 0, "path": "translation"}}]})");
+    for (const char* name : {"walk", "run", ""})
+        text.Item("animations", Animation(name, times, moves, "LINEAR"));
     return text.Text();
 }
 
-static std::string ReadFile(const std::string& path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
-class ExportSessionTest : public testing::Test
+class ExportSessionTest : public ExportFixture
 {
 protected:
-    ExportSessionTest() : m_State("XDG_STATE_HOME", (m_Folder / "state").c_str())
-    {
-        SetRegistryFile((m_Folder / "registry.db").c_str());
-        fs::create_directory(m_Folder / "out");
-        m_Options.scenePath = m_Folder / "scene.gltf";
-        m_Options.outPath = m_Folder / "out/m.abc";
-        m_Options.logPath = m_Folder / "log";
-        std::ofstream(m_Options.scenePath) << MakeSceneText();
-    }
+    ExportSessionTest() { std::ofstream(m_Options.scenePath) << MakeSceneText(); }
     ~ExportSessionTest() override
     {
-        ClearFaults();
-        SetRegistryFile(nullptr);
-    }
-
-    // The exit status; what was said on stderr is in m_Said.
-    int Run(DialogUser* terminal = nullptr)
-    {
-        char* said = nullptr;
-        size_t size = 0;
-        FILE* err = open_memstream(&said, &size);
-        int status = -1;
-        {
-            Console console(err, m_Options.quiet, false);
-            ExportSurroundings surroundings;
-            surroundings.console = &console;
-            surroundings.terminal = terminal;
-            surroundings.plugin = ZOLT_PLUGIN;
-            status = RunExport(m_Options, surroundings);
-        }
-        std::fclose(err);
-        m_Said = said;
-        std::free(said); // NOLINT(cppcoreguidelines-no-malloc): open_memstream's
         EXPECT_EQ(GetDialogUser(), nullptr);
-        return status;
+        ClearFaults();
     }
 
-    bool Said(const std::string& text) const { return m_Said.find(text) != std::string::npos; }
-
-    // Lets `look` see the model; false if it doesn't load.
-    static bool LoadModel(const std::string& path, const std::function<void(Model&)>& look)
+    // Null if the file doesn't load.
+    static std::unique_ptr<Model> LoadModel(const std::string& path)
     {
         ModelStream* stream = OpenStdioStream(path.c_str(), "rb");
         if (!stream)
-            return false;
-        Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+            return nullptr;
+        auto model = std::make_unique<Model>(&g_DefaultAllocator, &g_DefaultAllocator);
         LoadRequest request;
         request.m_pStream = stream;
-        const bool loaded = model.Load(&request) == RESULT_OK;
+        const bool loaded = model->Load(&request) == RESULT_OK;
         stream->Release();
-        if (loaded)
-            look(model);
-        return loaded;
+        return loaded ? std::move(model) : nullptr;
     }
 
     // The names of the file's animations, with blanks between; "none" if it doesn't load.
     static std::string Animations(const std::string& path)
     {
-        std::string names;
-        const bool loaded = LoadModel(path,
-                                      [&names](Model& model)
-                                      {
-                                          for (uint32_t i = 0; i < model.NumAnims(); i++)
-                                              names += (i ? " " : "") + std::string(model.GetAnim(i)->GetName());
-                                      });
-        return loaded ? names : "none";
+        const auto model = LoadModel(path);
+        std::string names = model ? "" : "none";
+        for (uint32_t i = 0; model && i < model->NumAnims(); i++)
+            names += (i ? " " : "") + std::string(model->GetAnim(i)->GetName());
+        return names;
     }
 
     // "walk 0 500 1000; ": each animation and the times of its keys, in milliseconds.
     static std::string KeyTimes(const std::string& path)
     {
+        const auto model = LoadModel(path);
         std::string times;
-        LoadModel(path,
-                  [&times](Model& model)
-                  {
-                      for (uint32_t i = 0; i < model.NumAnims(); i++)
-                      {
-                          times += model.GetAnim(i)->GetName();
-                          for (uint32_t k = 0; k < model.GetAnim(i)->NumKeyFrames(); k++)
-                              times += " " + std::to_string(model.GetAnim(i)->m_KeyFrames[k].m_Time);
-                          times += "; ";
-                      }
-                  });
+        for (uint32_t i = 0; model && i < model->NumAnims(); i++)
+        {
+            times += model->GetAnim(i)->GetName();
+            for (uint32_t k = 0; k < model->GetAnim(i)->NumKeyFrames(); k++)
+                times += " " + std::to_string(model->GetAnim(i)->m_KeyFrames[k].m_Time);
+            times += "; ";
+        }
         return times;
     }
 
@@ -146,11 +90,6 @@ protected:
             there.push_back(entry.path().filename());
         EXPECT_EQ(there, names);
     }
-
-    TemporaryFolder m_Folder;
-    ScopedVariable m_State;
-    ExportOptions m_Options;
-    std::string m_Said;
 };
 
 TEST_F(ExportSessionTest, OneClipFreshAppendedAndReplaced)
@@ -382,18 +321,12 @@ TEST_F(ExportSessionTest, SceneTurnedAndScaled)
     m_Options.scale = 2;
     m_Options.up = 'z';
     EXPECT_EQ(Run(), 0) << m_Said;
+    const auto model = LoadModel(m_Options.outPath);
+    ASSERT_TRUE(model);
+    ModelPiece* piece = model->GetPiece(0);
     bool found = false;
-    EXPECT_TRUE(LoadModel(m_Options.outPath,
-                          [&found](Model& model)
-                          {
-                              ModelPiece* piece = model.GetPiece(0);
-                              for (uint32_t i = 0; i < piece->m_Verts.GetSize(); i++)
-                              {
-                                  const Vector3 p = piece->m_Verts[i].m_vPos;
-                                  found = found || (std::fabs(p.x) < 1e-5F && std::fabs(p.y + 2) < 1e-5F &&
-                                                    std::fabs(p.z + 8) < 1e-5F);
-                              }
-                          }));
+    for (uint32_t i = 0; i < piece->m_Verts.GetSize(); i++)
+        found = found || piece->m_Verts[i].m_vPos.NearlyEquals(Vector3(0, -2, -8), 1e-5F);
     EXPECT_TRUE(found);
 }
 

@@ -1,35 +1,15 @@
 // What the exporter says of the model that it wrote, on scenes whose distances can be worked out by hand.
 #include "host/modelreport.h"
 
-#include "host/console.h"
-#include "host/exportsession.h"
-#include "tests/scene/gltftext.h"
-#include "tests/win32/temporaryfolder.h"
-#include "win32/registrystore.h"
+#include "tests/host/exportfixture.h"
 
 #include <cmath>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 namespace fs = std::filesystem;
 
-static int AddTriangle(GltfText& text)
-{
-    return text.Floats("VEC3", {0, 0, 0, 4, 0, 0, 0, 4, 1}, R"("min": [0, 0, 0], "max": [4, 4, 1])");
-}
-
 // The radius of that triangle.
 static const double RADIUS = 0.5 * std::sqrt(33.0);
-
-static std::string Animation(const std::string& name, int times, int values, const std::string& interpolation,
-                             int node = 0, const std::string& path = "translation")
-{
-    return R"({"name": ")" + name + R"(", "samplers": [{"input": )" + std::to_string(times) + R"(, "output": )" +
-           std::to_string(values) + R"(, "interpolation": ")" + interpolation +
-           R"("}], "channels": [{"sampler": 0, "target": {"node": )" + std::to_string(node) + R"(, "path": ")" + path +
-           R"("}}]})";
-}
 
 // A triangle that two clips move along x, with keys on the frames 0, 15 and 30: "walk" on straight lines, "run" in
 // steps from 5 to 6 to 8. With `indices` that name a vertex twice it loses all that can be seen.
@@ -79,59 +59,26 @@ static std::string SkinnedTriangle(const std::vector<float>& points, float share
     return text.Text();
 }
 
-static std::string ReadFile(const std::string& path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
-class ModelReportTest : public testing::Test
+class ModelReportTest : public ExportFixture
 {
 protected:
-    ModelReportTest() : m_State("XDG_STATE_HOME", (m_Folder / "state").c_str())
+    ModelReportTest()
     {
-        SetRegistryFile((m_Folder / "registry.db").c_str());
-        m_Options.scenePath = m_Folder / "scene.gltf";
-        m_Options.outPath = m_Folder / "m.abc";
-        m_Options.logPath = m_Folder / "log";
         m_Options.reportPath = m_Folder / "report.json";
         m_Options.autoFps = false;
         m_Options.keys = KeyChoice::Authored;
         m_Options.overwrite = true;
     }
-    ~ModelReportTest() override { SetRegistryFile(nullptr); }
 
-    // The exit status; what was said is in m_Said, what was printed in m_Printed, the report in m_Json.
+    // As ExportFixture::Run; the report is in m_Json.
     int Run(const std::string& sceneText)
     {
         std::ofstream(m_Options.scenePath) << sceneText;
         fs::remove(m_Options.reportPath);
-        char* texts[2] = {};
-        size_t sizes[2] = {};
-        FILE* err = open_memstream(&texts[0], &sizes[0]);
-        FILE* out = open_memstream(&texts[1], &sizes[1]);
-        int status = -1;
-        {
-            Console console(err, false, false);
-            ExportSurroundings surroundings;
-            surroundings.out = out;
-            surroundings.console = &console;
-            surroundings.plugin = ZOLT_PLUGIN;
-            status = RunExport(m_Options, surroundings);
-        }
-        std::fclose(err);
-        std::fclose(out);
-        m_Said = texts[0];
-        m_Printed = texts[1];
-        std::free(texts[0]); // NOLINT(cppcoreguidelines-no-malloc): open_memstream's
-        std::free(texts[1]); // NOLINT(cppcoreguidelines-no-malloc)
+        const int status = ExportFixture::Run();
         m_Json = nlohmann::json::parse(ReadFile(m_Options.reportPath), nullptr, false);
         return status;
     }
-
-    bool Said(const std::string& text) const { return m_Said.find(text) != std::string::npos; }
-    bool Printed(const std::string& text) const { return m_Printed.find(text) != std::string::npos; }
 
     void ExpectWorst(double units, double radius, int frame, const std::string& node) const
     {
@@ -143,11 +90,6 @@ protected:
         EXPECT_EQ(m_Json["fps"], 30.0);
     }
 
-    TemporaryFolder m_Folder;
-    ScopedVariable m_State;
-    ExportOptions m_Options;
-    std::string m_Said;
-    std::string m_Printed;
     nlohmann::json m_Json;
 };
 
@@ -199,9 +141,9 @@ TEST_F(ModelReportTest, AppendedUnderATakenName)
 
 TEST_F(ModelReportTest, StrictLeavesTheOldFile)
 {
-    std::ofstream(m_Options.outPath) << "old";
     for (const bool all : {false, true})
     {
+        std::ofstream(m_Options.outPath) << "old";
         m_Options.allClips = all;
         m_Options.clip = all ? std::nullopt : std::optional<std::string>("run");
         m_Options.strict = 64.9;
@@ -214,16 +156,10 @@ TEST_F(ModelReportTest, StrictLeavesTheOldFile)
         EXPECT_EQ(m_Json["clips"].size(), all ? 2U : 1U);
         EXPECT_EQ(m_Json["animation"], "run");
         ExpectWorst(28.0 / 15.0, RADIUS, 29, "top");
-    }
-    for (const bool all : {false, true})
-    {
-        m_Options.allClips = all;
-        m_Options.clip = all ? std::nullopt : std::optional<std::string>("run");
         m_Options.strict = 65.1;
         EXPECT_EQ(Run(MovingTriangle()), 0) << m_Said;
         EXPECT_NE(ReadFile(m_Options.outPath), "old");
         EXPECT_EQ(m_Json["written"], true);
-        std::ofstream(m_Options.outPath) << "old";
     }
 }
 
