@@ -3,11 +3,11 @@
 #include "scene/assimpimport.h"
 #include "scene/meshpositions.h"
 #include "scene/readscene.h"
+#include "tests/scene/sceneparts.h"
 
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 
 static std::string Write(const std::string& name, const std::string& bytes)
 {
@@ -16,13 +16,6 @@ static std::string Write(const std::string& name, const std::string& bytes)
     std::string path = (folder / name).string();
     std::ofstream(path, std::ios::binary) << bytes;
     return path;
-}
-
-static std::string Replaced(std::string text, const std::string& from, const std::string& to)
-{
-    const std::size_t at = text.find(from);
-    EXPECT_NE(at, std::string::npos) << from;
-    return at == std::string::npos ? text : text.replace(at, from.size(), to);
 }
 
 static Scene ReadGood(const std::string& name, const std::string& bytes)
@@ -72,13 +65,6 @@ static const SceneChannel* FindChannel(const SceneClip& clip, int node, ScenePat
         }
     }
     return nullptr;
-}
-
-static void ExpectPoint(const Double3& point, double x, double y, double z)
-{
-    EXPECT_NEAR(point.x, x, 1e-5);
-    EXPECT_NEAR(point.y, y, 1e-5);
-    EXPECT_NEAR(point.z, z, 1e-5);
 }
 
 // Whether a scene holds what a reader promises, as far as evaluating it doesn't show it.
@@ -240,19 +226,19 @@ TEST(AssimpReader, ColladaSkinFollowsItsJointsAndKeepsNamesUnitAndAxis)
     EvaluatePose(scene, 0, 1.5, pose);
     std::vector<Double3> points = WorldPositions(scene, holder, scene.nodes[holder].meshes[0], pose);
     ASSERT_EQ(points.size(), 3U);
-    ExpectPoint(points[0], 6.0, 0.0, 0.0);
-    ExpectPoint(points[1], 0.25 * 6.0 + 0.75 * 5.0, 0.25 * 2.0 + 0.75 * 3.0, 0.0);
-    ExpectPoint(points[2], 5.0, 4.0, 0.0);
+    ExpectPoint(points[0], 6.0, 0.0, 0.0, 1e-5);
+    ExpectPoint(points[1], 0.25 * 6.0 + 0.75 * 5.0, 0.25 * 2.0 + 0.75 * 3.0, 0.0, 1e-5);
+    ExpectPoint(points[2], 5.0, 4.0, 0.0, 1e-5);
     EvaluatePose(scene, 0, 1.0, pose);
     points = WorldPositions(scene, holder, scene.nodes[holder].meshes[0], pose);
-    ExpectPoint(points[2], 5.0 + std::sqrt(2.0), 2.0 + std::sqrt(2.0), 0.0);
+    ExpectPoint(points[2], 5.0 + std::sqrt(2.0), 2.0 + std::sqrt(2.0), 0.0, 1e-5);
 
     // With names that don't repeat the file is read by names, to the same end.
     const Scene unique = ReadGood("unique.dae", Replaced(Collada(), "id=\"other\" name=\"Arm\"", "id=\"other\""));
     EXPECT_EQ(unique.nodes[other].name, "other");
     EvaluatePose(unique, 0, 1.0, pose);
     ExpectPoint(WorldPositions(unique, holder, unique.nodes[holder].meshes[0], pose)[2], 5.0 + std::sqrt(2.0),
-                2.0 + std::sqrt(2.0), 0.0);
+                2.0 + std::sqrt(2.0), 0.0, 1e-5);
 
     // A bone without a node loses its weights, with a word.
     const Scene boneless = ReadGood("boneless.dae", Replaced(Collada(), "sid=\"sb\"", "sid=\"sc\""));
@@ -327,7 +313,7 @@ TEST(AssimpReader, FbxPivotsAreFoldedIntoNodesAndTheirMotion)
             ScenePose pose;
             EvaluatePose(scene, time < 0.0 ? -1 : 0, time, pose);
             const Double3& expected = time < 1.0 ? entry.rest : entry.later;
-            ExpectPoint(TransformPoint(pose.globals[child], {}), expected.x, expected.y, expected.z);
+            ExpectPoint(TransformPoint(pose.globals[child], {}), expected.x, expected.y, expected.z, 1e-5);
             if (time == 1.0)
             {
                 EXPECT_NEAR(TransformPoint(pose.globals[body], {2, 2, 0}).z, entry.meshZ, 1e-5);

@@ -4,24 +4,12 @@
 #include "scene/keyframe.h"
 #include "scene/meshpositions.h"
 #include "scene/samplechannel.h"
+#include "tests/scene/sceneparts.h"
 
 #include <cmath>
-#include <gtest/gtest.h>
 #include <random>
 
 static const double PI = 3.14159265358979323846;
-
-static SceneChannel MakeChannel(ScenePath path, SceneInterpolation interpolation, const std::vector<double>& times,
-                                const std::vector<double>& values)
-{
-    SceneChannel channel;
-    channel.node = 0;
-    channel.path = path;
-    channel.interpolation = interpolation;
-    channel.times = times;
-    channel.values = values;
-    return channel;
-}
 
 static std::vector<double> Sample(const SceneChannel& channel, std::size_t width, double seconds)
 {
@@ -33,7 +21,7 @@ static std::vector<double> Sample(const SceneChannel& channel, std::size_t width
 TEST(SampleChannel, StepHoldsFromItsKeyLessAMillisecond)
 {
     const SceneChannel channel =
-        MakeChannel(ScenePath::Weights, SceneInterpolation::Step, {1.0, 2.0, 3.0}, {10, 20, 30});
+        MakeChannel(0, ScenePath::Weights, SceneInterpolation::Step, {1.0, 2.0, 3.0}, {10, 20, 30});
     EXPECT_EQ(Sample(channel, 1, -5.0)[0], 10);
     EXPECT_EQ(Sample(channel, 1, 1.998)[0], 10);
     EXPECT_EQ(Sample(channel, 1, 1.9995)[0], 20);
@@ -45,19 +33,19 @@ TEST(SampleChannel, StepHoldsFromItsKeyLessAMillisecond)
 TEST(SampleChannel, LinearMixesPointsAndTurnsOnTheShorterArc)
 {
     const SceneChannel points =
-        MakeChannel(ScenePath::Translation, SceneInterpolation::Linear, {1.0, 3.0}, {0, 10, 4, 8, 30, 4});
+        MakeChannel(0, ScenePath::Translation, SceneInterpolation::Linear, {1.0, 3.0}, {0, 10, 4, 8, 30, 4});
     EXPECT_EQ(Sample(points, 3, 1.5), (std::vector<double>{2, 15, 4}));
     EXPECT_EQ(Sample(points, 3, 0.0), (std::vector<double>{0, 10, 4}));
     // From no turn to a quarter turn about z, given with the opposite sign: 22.5 degrees are a quarter of the way.
     const double s = std::sqrt(0.5);
     const SceneChannel turn =
-        MakeChannel(ScenePath::Rotation, SceneInterpolation::Linear, {0.0, 1.0}, {0, 0, 0, 1, 0, 0, -s, -s});
+        MakeChannel(0, ScenePath::Rotation, SceneInterpolation::Linear, {0.0, 1.0}, {0, 0, 0, 1, 0, 0, -s, -s});
     const std::vector<double> q = Sample(turn, 4, 0.25);
     EXPECT_NEAR(q[2], std::sin(PI / 16.0), 1e-14);
     EXPECT_NEAR(q[3], std::cos(PI / 16.0), 1e-14);
     // Nearly the same rotation twice: no division by a vanishing sine.
     const SceneChannel still =
-        MakeChannel(ScenePath::Rotation, SceneInterpolation::Linear, {0.0, 1.0}, {0, 0, 0, 1, 0, 0, 1e-9, 1});
+        MakeChannel(0, ScenePath::Rotation, SceneInterpolation::Linear, {0.0, 1.0}, {0, 0, 0, 1, 0, 0, 1e-9, 1});
     EXPECT_NEAR(Sample(still, 4, 0.5)[2], 5e-10, 1e-20);
 }
 
@@ -66,13 +54,13 @@ TEST(SampleChannel, CubicFollowsTheHermiteSpline)
     // Values 1 and 3 at 2 s and 4 s, leaving with slope 0.5, arriving with slope -1; worked out by hand at the middle:
     // 0.5 * 1 + 0.5 * 3 + 2 * (0.125 * 0.5 - 0.125 * -1) = 2.375.
     const SceneChannel channel =
-        MakeChannel(ScenePath::Weights, SceneInterpolation::Cubic, {2.0, 4.0}, {9, 1, 0.5, -1, 3, 9});
+        MakeChannel(0, ScenePath::Weights, SceneInterpolation::Cubic, {2.0, 4.0}, {9, 1, 0.5, -1, 3, 9});
     EXPECT_DOUBLE_EQ(Sample(channel, 1, 3.0)[0], 2.375);
     EXPECT_EQ(Sample(channel, 1, 1.0)[0], 1);
     EXPECT_EQ(Sample(channel, 1, 5.0)[0], 3);
     // A quarter: u = 1/4 gives 27/32 + 3 * 5/32 + 2 * (9/64 * 0.5 + 3/64) = 1.546875.
     EXPECT_DOUBLE_EQ(Sample(channel, 1, 2.5)[0], 1.546875);
-    const SceneChannel turn = MakeChannel(ScenePath::Rotation, SceneInterpolation::Cubic, {0.0, 1.0},
+    const SceneChannel turn = MakeChannel(0, ScenePath::Rotation, SceneInterpolation::Cubic, {0.0, 1.0},
                                           {0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0});
     EXPECT_NEAR(Sample(turn, 4, 0.5)[3], std::sqrt(0.5), 1e-15) << "brought to length 1";
 }
@@ -107,7 +95,7 @@ TEST(KeyFrame, StepKeysLieBehindTheirTimeOthersOnTheNearestFrame)
         const double fps = i % 3 == 0 ? 24.0 : i % 3 == 1 ? 30.0 : 60.0;
         const double time = i % 2 == 0 ? times(random) : std::floor(times(random) * 10) / fps;
         const SceneChannel channel =
-            MakeChannel(ScenePath::Weights, SceneInterpolation::Step, {0.0, time, 100.0}, {1, 2, 3});
+            MakeChannel(0, ScenePath::Weights, SceneInterpolation::Step, {0.0, time, 100.0}, {1, 2, 3});
         const int frame = KeyFrame(SceneInterpolation::Step, time, fps);
         EXPECT_EQ(Sample(channel, 1, frame / fps)[0], 2) << time << " at " << fps;
         EXPECT_EQ(Sample(channel, 1, (frame - 1) / fps)[0], 1) << time << " at " << fps;
@@ -120,9 +108,10 @@ TEST(ClipRange, CoversAllChannelsAndCountsKeysWithoutScale)
     scene.nodes.resize(1);
     scene.clips.resize(2);
     scene.clips[0].channels = {
-        MakeChannel(ScenePath::Scale, SceneInterpolation::Linear, {0.5, 2.0}, {1, 1, 1, 1, 1.0002, 1}),
-        MakeChannel(ScenePath::Translation, SceneInterpolation::Linear, {1.0, 1.01, 1.5}, std::vector<double>(9, 0.0)),
-        MakeChannel(ScenePath::Rotation, SceneInterpolation::Step, {1.01}, {0, 0, 0, 1})};
+        MakeChannel(0, ScenePath::Scale, SceneInterpolation::Linear, {0.5, 2.0}, {1, 1, 1, 1, 1.0002, 1}),
+        MakeChannel(0, ScenePath::Translation, SceneInterpolation::Linear, {1.0, 1.01, 1.5},
+                    std::vector<double>(9, 0.0)),
+        MakeChannel(0, ScenePath::Rotation, SceneInterpolation::Step, {1.01}, {0, 0, 0, 1})};
     const ClipRange range = FindClipRange(scene, 0, 30.0);
     EXPECT_EQ(range.start, 15);
     EXPECT_EQ(range.end, 60);
@@ -259,9 +248,7 @@ TEST(DoubleMath, InverseUndoesAndRefusesASingularMatrix)
         DoubleMatrix inverse;
         ASSERT_TRUE(InvertAffine(MultiplyAffine(a, b), inverse));
         const Double3 back = TransformPoint(inverse, TransformPoint(a, TransformPoint(b, {3, -2, 9})));
-        EXPECT_NEAR(back.x, 3, 1e-9);
-        EXPECT_NEAR(back.y, -2, 1e-9);
-        EXPECT_NEAR(back.z, 9, 1e-9);
+        ExpectPoint(back, 3, -2, 9, 1e-9);
     }
     DoubleMatrix inverse;
     EXPECT_FALSE(InvertAffine(MatrixFromTransform({{}, {}, {1, 0, 1}}), inverse));
@@ -296,11 +283,9 @@ TEST(WorldPositions, FollowMorphsJointsAndParents)
     scene.primitives = {primitive};
     scene.nodes[3].meshes = {{0, 0}, {0, -1}};
     scene.clips.resize(1);
-    SceneChannel bend = MakeChannel(ScenePath::Rotation, SceneInterpolation::Step, {0.0, 1.0},
+    SceneChannel bend = MakeChannel(2, ScenePath::Rotation, SceneInterpolation::Step, {0.0, 1.0},
                                     {0, 0, 0, 1, 0, 0, std::sqrt(0.5), std::sqrt(0.5)});
-    bend.node = 2;
-    SceneChannel morph = MakeChannel(ScenePath::Weights, SceneInterpolation::Linear, {0.0, 1.0}, {0.0, 0.5});
-    morph.node = 3;
+    SceneChannel morph = MakeChannel(3, ScenePath::Weights, SceneInterpolation::Linear, {0.0, 1.0}, {0.0, 0.5});
     scene.clips[0].channels = {bend, morph};
     ScenePose pose;
     EvaluatePose(scene, 0, 1.0, pose);

@@ -1,5 +1,6 @@
 #include "scene/meshpositions.h"
 #include "tests/scene/gltftext.h"
+#include "tests/scene/sceneparts.h"
 
 static std::string N(int number)
 {
@@ -13,13 +14,6 @@ static GltfText Triangle()
     text.Floats("VEC3", {0, 0, 0, 1, 0, 0, 0, 2, 0});
     text.Shorts("SCALAR", {0, 1, 2});
     return text;
-}
-
-static std::string Replaced(std::string text, const std::string& from, const std::string& to)
-{
-    const std::size_t at = text.find(from);
-    EXPECT_NE(at, std::string::npos) << from;
-    return at == std::string::npos ? text : text.replace(at, from.size(), to);
 }
 
 static std::vector<std::vector<int>> Corners(const ScenePrimitive& primitive)

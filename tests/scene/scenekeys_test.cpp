@@ -3,26 +3,14 @@
 #include "scene/samplechannel.h"
 #include "scene/scenepose.h"
 #include "scene/shapekeys.h"
+#include "tests/scene/sceneparts.h"
 
 #include <cmath>
-#include <gtest/gtest.h>
 
 using Frames = std::vector<int>;
 
 static const double PI = 3.14159265358979323846;
 static const double HALF = std::sqrt(0.5);
-
-static SceneChannel MakeChannel(int node, ScenePath path, SceneInterpolation interpolation,
-                                const std::vector<double>& times, const std::vector<double>& values)
-{
-    SceneChannel channel;
-    channel.node = node;
-    channel.path = path;
-    channel.interpolation = interpolation;
-    channel.times = times;
-    channel.values = values;
-    return channel;
-}
 
 // A chain of nodes, each one unit along x from its parent; the last one shows a triangle with the radius 1.
 static Scene MakeChain(int count)

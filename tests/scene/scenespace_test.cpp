@@ -3,19 +3,12 @@
 #include "scene/meshpositions.h"
 #include "scene/scenepose.h"
 #include "scene/transformscene.h"
+#include "tests/scene/sceneparts.h"
 
 #include <cmath>
-#include <gtest/gtest.h>
 #include <random>
 
 static const double HALF = std::sqrt(0.5);
-
-static void ExpectPoint(const Double3& point, double x, double y, double z, double near = 1e-12)
-{
-    EXPECT_NEAR(point.x, x, near);
-    EXPECT_NEAR(point.y, y, near);
-    EXPECT_NEAR(point.z, z, near);
-}
 
 // Two joints along x below a top node that carries the skinned mesh; at rest the first one is turned a quarter about z.
 // It was bound unturned: the vertices lie at the joints.
