@@ -75,7 +75,8 @@ bool ModelFileWalk::WalkMesh(const std::string& label, bool bFirst)
     bool bFinite = true;
     bool bFiniteWeights = true;
     bool bMissingNode = false;
-    bool bShareRange = true;
+    bool bNegativeShare = false;
+    bool bShareAboveOne = false;
     bool bShareSum = true;
     bool bUnitNormals = true;
     for (uint32_t i = 0; i < nVerts; ++i)
@@ -91,7 +92,8 @@ bool ModelFileWalk::WalkMesh(const std::string& label, bool bFirst)
             float weight[4];
             m_Reader.Floats(weight, 4);
             bFiniteWeights = AreFinite(weight, 4) && bFiniteWeights;
-            bShareRange = bShareRange && !(weight[3] < 0.0f) && !(weight[3] > 1.0 + SHARE_TOLERANCE);
+            bNegativeShare = bNegativeShare || weight[3] < 0.0f;
+            bShareAboveOne = bShareAboveOne || weight[3] > 1.0 + SHARE_TOLERANCE;
             sum += weight[3];
         }
         bShareSum = bShareSum && (nWeights == 0 || !(sum <= 0.0));
@@ -120,7 +122,8 @@ bool ModelFileWalk::WalkMesh(const std::string& label, bool bFirst)
         {!bFinite, FindingKind::Fault, "a position or normal isn't finite"},
         {bMissingNode, FindingKind::Fault, "a weight is on a missing node"},
         {!bFiniteWeights, FindingKind::Fault, "a weight isn't finite"},
-        {!bShareRange, FindingKind::Fault, "a share isn't within 0 to 1"},
+        {bNegativeShare, FindingKind::Fault, "a share is below 0"},
+        {bShareAboveOne, FindingKind::Warning, "a share is above 1"},
         {!bShareSum, FindingKind::Fault, "the shares of a vertex sum to 0"},
         {bFirst && bRepeats, FindingKind::Export, "a triangle repeats a vertex"},
         {bFirst && std::count(used.begin(), used.begin() + std::min(nVerts, MODEL_MAX_VERTS), true) !=

@@ -81,9 +81,6 @@ constexpr REGSAM KEY_SET_VALUE = 0x0002;
 constexpr REGSAM KEY_READ = 0x20019;
 constexpr REGSAM KEY_WRITE = 0x20006;
 
-constexpr DWORD DLL_PROCESS_DETACH = 0;
-constexpr DWORD DLL_PROCESS_ATTACH = 1;
-
 constexpr UINT WM_INITDIALOG = 272;
 constexpr UINT WM_COMMAND = 273;
 constexpr UINT BM_GETCHECK = 240;

@@ -30,7 +30,7 @@ public:
 
     // Copies every animation of pSource in under a free name: 0. The node trees must have one shape, if need be after
     // a copy of the source was pruned to the nodes that this model knows by name: 1 if they don't. 2 if an animation
-    // couldn't be added. pSource isn't changed. convmodel_addanims.cpp
+    // couldn't be added; those ahead of it stay. pSource isn't changed. convmodel_addanims.cpp
     uint32_t AddAnims(Model* pSource);
     // Removes the nodes whose names pTarget doesn't have, as far as RemoveNode lets it.
     void RemoveForeignNodes(Model* pTarget);

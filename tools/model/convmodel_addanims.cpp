@@ -14,11 +14,12 @@ enum : uint32_t
 
 void ConvModel::RemoveForeignNodes(Model* pTarget)
 {
+    const bool bWeights = HasVertexWeights();
     // A removal renumbers the list, so the same place is looked at again.
     for (uint32_t i = 0; i < m_FlatNodeList.GetSize();)
     {
         ModelNode* pNode = m_FlatNodeList[i];
-        if (pTarget->FindNode(pNode->GetName(), nullptr) || !RemoveNode(pNode))
+        if (pTarget->FindNode(pNode->GetName(), nullptr) || !RemoveNode(pNode, bWeights))
             ++i;
     }
 }
@@ -36,7 +37,8 @@ static uint32_t AddAnimCopy(Model* pDest, ModelAnim* pSource)
     if (pAnim->CopyFrom(pSource))
     {
         pAnim->SetName(name);
-        if (pDest->AddAnim(pAnim))
+        const bool bNamed = !name[0] || pAnim->GetName()[0];
+        if (bNamed && pDest->AddAnim(pAnim))
             return ADDANIMS_OK;
     }
     FreeObject(*pAllocator, pAnim);
@@ -49,14 +51,15 @@ uint32_t ConvModel::AddAnims(Model* pSource)
     Model* pFrom = pSource;
     if (!CompareNodeTrees(pSource->GetRootNode(), GetRootNode(), nullptr))
     {
-        // A copy that failed is empty, and the comparison tells.
-        pruned.CopyModelFrom(pSource);
+        if (!pruned.CopyModelFrom(pSource))
+            return ADDANIMS_TREES_DIFFER;
         pruned.RemoveForeignNodes(this);
         if (!CompareNodeTrees(pruned.GetRootNode(), GetRootNode(), nullptr))
             return ADDANIMS_TREES_DIFFER;
         pFrom = &pruned;
     }
-    for (uint32_t i = 0; i < pFrom->NumAnims(); ++i)
+    const uint32_t nAnims = pFrom->NumAnims(); // more when a model joins itself
+    for (uint32_t i = 0; i < nAnims; ++i)
     {
         const uint32_t result = AddAnimCopy(this, pFrom->GetAnim(i));
         if (result != ADDANIMS_OK)

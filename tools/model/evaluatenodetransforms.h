@@ -5,5 +5,6 @@
 #include "zoltshared/stdzolt/qzbool.h"
 
 // Sets the global transform of the node of each track, which must be a ConvNode, to mParent × key iKey × the node's
-// scale, and goes on into the children. Without bKeepScale the global transform is orthonormalised first.
+// scale, and goes on into the children. Without bKeepScale the global transform is orthonormalised, and goes
+// down so. Each node's m_mLocal is overwritten.
 void EvaluateNodeTransforms(AnimNode* pAnimNode, uint32_t iKey, Matrix4 mParent, QZBOOL bKeepScale);

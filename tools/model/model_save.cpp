@@ -4,6 +4,7 @@
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelallocations.h"
 #include "tools/model/beginsection.h"
+#include "tools/model/checkedwritestream.h"
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/countingallocator.h"
 #include "zoltshared/stdzolt/memorystream.h"
@@ -12,6 +13,7 @@ constexpr uint32_t WRITTEN_VERSION = 12;
 constexpr uint32_t HEADER_RESERVED_BYTES = 62;
 constexpr uint32_t VERIFY_CACHE_SIZE = 0x100000;
 constexpr uint32_t COPY_CACHE_SIZE = 65535;
+constexpr uint32_t MAX_WRITTEN_LODS = 65536; // the first has no distance, and the count of distances 16 bits
 
 QZBOOL Model::Save(ModelStream* pStream)
 {
@@ -22,9 +24,10 @@ QZBOOL Model::Save(ModelStream* pStream)
     CountingAllocator allocCount(&g_DefaultAllocator);
     Model scratch(&allocCount, &g_DefaultAllocator);
     ModelAllocations allocs;
-    ModelStream* pMemory = CreateMemoryStream(VERIFY_CACHE_SIZE);
+    MemoryStream* pMemory = CreateMemoryStream(VERIFY_CACHE_SIZE);
     if (!pMemory)
         return QZFALSE;
+    pMemory->Reserve(pStream->GetPosition());
     uint32_t result = RESULT_ERROR;
     if (WriteSections(pMemory))
     {
@@ -74,11 +77,16 @@ QZBOOL Model::OrderAnimsForSave()
     return QZTRUE;
 }
 
-QZBOOL Model::WriteSections(ModelStream* pStream)
+QZBOOL Model::WriteSections(ModelStream* pTarget)
 {
     SetModelStamp(GetModelStamp() + 1);
     if (!ZOLT_ASSERT(m_CommandString, "m_CommandString"))
         return QZFALSE;
+    // What the format can't hold; and the number of relations goes by a tree that is precalculated.
+    if (NumLODs() > MAX_WRITTEN_LODS || NumNodes() != GetRootNode()->CountNodes())
+        return QZFALSE;
+    CheckedWriteStream checked(pTarget);
+    ModelStream* pStream = &checked;
 
     uint32_t iLink = BeginSection(pStream, "Header", NO_PREVIOUS_SECTION);
     pStream->WriteU32(WRITTEN_VERSION);
@@ -248,7 +256,7 @@ QZBOOL AnimNode::Save(ModelStream* pStream)
     if (!ZOLT_ASSERT(NumKeyFrames() <= m_KeyFrames.GetSize(), "index < m_nElements"))
         return QZFALSE;
     for (uint32_t i = 0; i < NumKeyFrames(); ++i)
-        pStream->WriteVector(m_KeyFrames[i].m_vTranslation).WriteRotation(m_KeyFrames[i].m_qRotation);
+        m_KeyFrames[i].Save(pStream);
     for (uint32_t i = 0; i < NumChildren(); ++i)
     {
         if (!m_Children[i]->Save(pStream))
@@ -287,7 +295,7 @@ QZBOOL Model::SaveAnimBindings(ModelStream* pStream, uint32_t iPrevLink)
         {
             // A link that lacks rows, since they couldn't be made or its model has grown, can't be written.
             const uint32_t iRow = pInfo->m_iAnimOffset + j;
-            if (iRow >= NumAnims() || m_Anims[iRow].m_pChildInfo->m_pParentModel != this || !m_Anims[iRow].m_pAnim)
+            if (iRow >= NumAnims() || m_Anims[iRow].m_pChildInfo != pInfo || !m_Anims[iRow].m_pAnim)
                 return QZFALSE;
             pStream->WriteString(m_Anims[iRow].m_pAnim->GetName());
             pStream->WriteVector(m_Anims[iRow].m_vDims).WriteVector(m_Anims[iRow].m_vTranslation);
@@ -299,9 +307,14 @@ QZBOOL Model::SaveAnimBindings(ModelStream* pStream, uint32_t iPrevLink)
 QZBOOL Model::CopyModelFrom(Model* pSource)
 {
     LoadRequest request;
-    ModelStream* pStream = CreateMemoryStream(COPY_CACHE_SIZE);
+    MemoryStream* pStream = CreateMemoryStream(COPY_CACHE_SIZE);
     if (!pStream)
         return QZFALSE;
+    // A model takes no less memory than its file has bytes.
+    ModelAllocations allocs;
+    uint32_t size = 0;
+    if (allocs.InitFromModel(pSource) && allocs.CalcAllocationSize(size))
+        pStream->Reserve(size);
     QZBOOL bCopied = QZFALSE;
     if (pSource->Save(pStream))
     {
@@ -315,11 +328,15 @@ QZBOOL Model::CopyModelFrom(Model* pSource)
 
 QZBOOL ModelAnim::CopyFrom(ModelAnim* pSource)
 {
-    ModelStream* pStream = CreateMemoryStream(COPY_CACHE_SIZE);
+    MemoryStream* pStream = CreateMemoryStream(COPY_CACHE_SIZE);
     if (!pStream)
         return QZFALSE;
+    const uint64_t size = uint64_t(pSource->NumKeyFrames()) * pSource->GetModel()->NumNodes() * sizeof(NodeKeyFrame);
+    if (size <= UINT32_MAX)
+        pStream->Reserve(static_cast<uint32_t>(size));
+    CheckedWriteStream checked(pStream);
     QZBOOL bCopied = QZFALSE;
-    if (pSource->Save(pStream))
+    if (pSource->Save(&checked) && checked.ErrorStatus() == 0)
     {
         pStream->SeekTo(0);
         // Read back in the layout that was just written, whatever files the two models come from.

@@ -83,14 +83,28 @@ static AnimNode* TrackOf(ModelAnim* pAnim, const ModelNode* pNode)
     return pAnim->m_AnimNodes[pNode->GetNodeIndex()];
 }
 
-static bool MayRemove(Model* pModel, const ModelNode* pNode)
+static bool MayRemove(Model* pModel, const ModelNode* pNode, bool bWeights)
 {
     return pNode && pNode != pModel->GetRootNode() && (pNode->m_Flags & MNODE_REMOVEABLE) &&
-           !pModel->IsNodeWeighted(pNode->GetNodeIndex());
+           !(bWeights && pModel->IsNodeWeighted(pNode->GetNodeIndex()));
+}
+
+bool Model::HasVertexWeights() const
+{
+    for (uint32_t iPiece = 0; iPiece < NumPieces(); ++iPiece)
+    {
+        ModelPiece* pPiece = GetPiece(iPiece);
+        for (uint32_t iVert = 0; iVert < pPiece->NumVerts(); ++iVert)
+        {
+            if (pPiece->GetVert(iVert)->m_nWeights != 0)
+                return true;
+        }
+    }
+    return false;
 }
 
 // Takes the node out of all trees and tables. Keys that are global already stay so; others are local afterwards too.
-QZBOOL Model::DetachNode(ModelNode* pNode, bool bKeysAreGlobal)
+QZBOOL Model::DetachNode(ModelNode* pNode, bool bKeysAreGlobal, bool bWeights)
 {
     ModelNode* pParent = FindParent(pNode, GetRootNode(), nullptr);
     if (!pParent)
@@ -150,7 +164,7 @@ QZBOOL Model::DetachNode(ModelNode* pNode, bool bKeysAreGlobal)
 
     for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
         newIndices[m_FlatNodeList[i]->m_iRemapIndex] = i;
-    for (uint32_t iPiece = 0; iPiece < NumPieces(); ++iPiece)
+    for (uint32_t iPiece = 0; bWeights && iPiece < NumPieces(); ++iPiece)
     {
         ModelPiece* pPiece = GetPiece(iPiece);
         for (uint32_t iVert = 0; iVert < pPiece->NumVerts(); ++iVert)
@@ -166,13 +180,19 @@ QZBOOL Model::DetachNode(ModelNode* pNode, bool bKeysAreGlobal)
 
 QZBOOL Model::RemoveNode(ModelNode* pNode)
 {
-    return MayRemove(this, pNode) && DetachNode(pNode, false);
+    return RemoveNode(pNode, true);
+}
+
+QZBOOL Model::RemoveNode(ModelNode* pNode, bool bWeights)
+{
+    return MayRemove(this, pNode, bWeights) && DetachNode(pNode, false, bWeights);
 }
 
 // One RemoveNode after the other, except that the keys stay global in between: a round trip for each node would cost
 // time, and precision with each.
 QZBOOL Model::RemoveRemovableNodes()
 {
+    const bool bWeights = HasVertexWeights();
     QZBOOL bAllRemoved = QZTRUE;
     bool bKeysAreGlobal = false;
     for (uint32_t i = 0; i < NumNodes();)
@@ -183,13 +203,13 @@ QZBOOL Model::RemoveRemovableNodes()
             ++i;
             continue;
         }
-        const bool bMayRemove = MayRemove(this, pNode);
+        const bool bMayRemove = MayRemove(this, pNode, bWeights);
         if (bMayRemove && !bKeysAreGlobal)
         {
             ConvertOwnKeys(this, KeysToGlobal);
             bKeysAreGlobal = true;
         }
-        if (bMayRemove && DetachNode(pNode, true))
+        if (bMayRemove && DetachNode(pNode, true, bWeights))
         {
             i = 0; // all indices have changed
         }

@@ -6,7 +6,8 @@
 #include "zoltshared/stdzolt/qzbool.h"
 
 // A file as a table of operations. Results are true for success. While `m_bThrowOnError` is set (it is from the
-// start), a failed operation of `FileIO` throws a `CZoltIOException` instead.
+// start), a failed Read, Write or Seek of
+// `FileIO` throws a `CZoltIOException` instead.
 class FileIOBase
 {
 public:
@@ -28,7 +29,8 @@ public:
     QZBOOL ReadText(char* pBuffer, uint32_t maxLen);
 
     // Reads up to and including a CR LF, in whose place a terminator is stored, or up to the smaller of `maxLen` and
-    // 4096 bytes; a line that fills all of these has no terminator. Always true.
+    // 4096 bytes; a line that fills all of these has no terminator. Stops at the first byte that can't be read. Always
+    // true.
     QZBOOL ReadLine(char* pBuffer, uint32_t maxLen);
 
 protected:

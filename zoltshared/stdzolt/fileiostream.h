@@ -23,4 +23,5 @@ private:
     QZBOOL m_bError = QZFALSE;
 };
 
+// Null without memory; its end is Release, which leaves the file open.
 ModelStream* CreateFileIOStream(FileIOBase* pFileIO);

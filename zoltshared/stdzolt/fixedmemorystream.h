@@ -25,4 +25,5 @@ private:
     QZBOOL m_bError = QZFALSE;
 };
 
+// Null without memory; its end is Release.
 ModelStream* CreateFixedMemoryStream(void* pData, uint32_t size);

@@ -54,7 +54,13 @@ int MemoryStream::GetLen(uint32_t* pLen)
     return 0;
 }
 
-ModelStream* CreateMemoryStream(uint32_t cacheSize)
+void MemoryStream::Reserve(uint32_t size)
+{
+    if (m_Data.GetSize() == 0 && m_Data.NiceSetSize(size, QZTRUE))
+        m_Data.NiceSetSize(0, QZTRUE);
+}
+
+MemoryStream* CreateMemoryStream(uint32_t cacheSize)
 {
     return new (std::nothrow) MemoryStream(cacheSize);
 }

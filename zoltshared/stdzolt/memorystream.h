@@ -19,6 +19,10 @@ public:
     // Lack of memory is a failure that doesn't set the error status.
     int Write(const void* pData, uint32_t size) override;
 
+    // For an empty stream: takes memory for so many bytes at once, so that it needn't grow step by step. Only a hint;
+    // without memory nothing changes.
+    void Reserve(uint32_t size);
+
     DynArray<uint8_t, DefaultCache> m_Data;
 
 private:
@@ -27,7 +31,7 @@ private:
 };
 
 // An empty stream that takes `cacheSize` bytes more than it needs whenever it grows; null without memory.
-ModelStream* CreateMemoryStream(uint32_t cacheSize);
+MemoryStream* CreateMemoryStream(uint32_t cacheSize);
 
 // A stream that holds the whole file and stands at its start; null if the file can't be read.
 ModelStream* LoadFileToMemoryStream(const char* pFilename);

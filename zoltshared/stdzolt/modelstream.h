@@ -21,7 +21,8 @@ public:
     virtual int Read(void* pData, uint32_t size) = 0;
 
     // Reads what `WriteString` wrote into a buffer of `maxLen` bytes, terminated and cut to fit. The stream ends up
-    // behind the whole string. With a `maxLen` of 0 the string is skipped.
+    // behind the whole string. With a `maxLen` of 0 the string is skipped. A length that can't be read gives the empty
+    // text and 0: the error status tells.
     virtual int ReadString(char* pBuffer, uint32_t maxLen) = 0;
 
     // 0, or 1 after a failure.
@@ -36,6 +37,7 @@ public:
     // stands. A `start` of 0xFFFFFFFF means 0, an `end` of 0xFFFFFFFF the length of the source.
     virtual int CopyFrom(ModelStream* pSource, uint32_t start, uint32_t end) = 0;
 
+    // A failure need not set the error status.
     virtual int Write(const void* pData, uint32_t size) = 0;
 
     // A 16-bit count and the characters, without terminator. The length is cut to its lower 16 bits.

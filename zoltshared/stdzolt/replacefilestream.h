@@ -14,6 +14,7 @@ public:
 
     // Flushes, syncs and closes the file and puts it in the target's place: 0 on success. A failure, also that of any
     // write before, leaves the target untouched (not in direct mode). The stream is closed afterwards in either case.
+    // What can't seek, a pipe for one, gets all its bytes here.
     int Commit();
 
     // True if the target itself is being written, because it isn't a regular file, or because nothing can be put in
@@ -27,12 +28,14 @@ private:
     bool Open(const char* pFilename);
     bool OpenDirect(const char* pFilename);
     bool CloseSynced();
+    bool SendToPipe();
     bool PutInPlace();
     void Discard();
     static void RemoveFile(const char* pFilename);
 
     OwnedString m_Target;    // the end of all links
     OwnedString m_Temporary; // empty in direct mode, and once the file is gone
+    FILE* m_pPipe = nullptr; // a target that can't seek, while m_pFile is a file without a name
     bool m_bDirect = false;
 };
 

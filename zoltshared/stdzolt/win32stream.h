@@ -27,7 +27,7 @@ private:
     QZBOOL m_bError = QZFALSE;
 };
 
-// Opens a file, or makes it if it isn't there; null if that fails.
+// Opens a file, or makes it if it isn't there; null if that fails. The access is that of CreateFileA.
 ModelStream* OpenWin32Stream(const char* pFilename, unsigned access);
 
 #endif

@@ -226,9 +226,10 @@ public:
     QZBOOL LoadHeader(ModelStream* pStream, ModelAllocations* pAllocs);
     // Empties the model and takes one block from pAllocator, of the size that the file's header needs; the next Load
     // fills it. pAllocator must outlive the model. RESULT_OK; RESULT_INVALID_MODEL_FILE for a header that can't be used
-    // or whose block is out of proportion to the stream, with the model as it was; RESULT_OUT_OF_MEMORY, with it empty.
+    // or whose block is out of proportion to the stream, with the model as it was; RESULT_OUT_OF_MEMORY, with it empty
+    // and on g_DefaultAllocator if it had a block before.
     uint32_t PrepareBlock(ModelStream* pStream, Allocator* pAllocator);
-    // Reads a text and interns it; false if it can't be read.
+    // Reads a text and interns it; false if it can't be read, and without memory.
     QZBOOL LoadStoredString(ModelStream* pStream, const char** ppOut);
     // True if the stream still holds nCount records of at least `bytes` bytes each: what a count is held against before
     // memory is asked for.
@@ -237,13 +238,28 @@ public:
     // sound file has.
     bool CountEmptyTracks(ModelStream* pStream);
 
-    // Writing and whole-model operations of the tool side; they are not part of the run-time library.
+    // Writing and whole-model operations of the tool side; they are not part of the run-time library. All of them need
+    // Precalc.
+    //
+    // Writes the model at the start of a stream that can seek back, then writes it once more, to memory, and loads
+    // that: a false may come from the stream, from what can't be written, or from this proof, with the stream written
+    // already. Own rows of m_Anims go to the front; the stamp rises by 2 (the file has the first).
     QZBOOL Save(ModelStream* pStream);
+    // Without proof and order; the stamp rises by 1.
     QZBOOL WriteSections(ModelStream* pStream);
+    // Own rows of m_Anims ahead of those of child links, each in the order that they have. False without memory, with
+    // the table as it was.
     QZBOOL OrderAnimsForSave();
+    // Empties this model and makes it a copy, without the child models that links refer to. False, and empty, where
+    // Save or Load fails.
     QZBOOL CopyModelFrom(Model* pSource);
-    QZBOOL RemoveRemovableNodes();
+    // Destroys a node; its children move up to its parent, and every pose of the others stays. False, with nothing
+    // changed, for null, the root, a node without MNODE_REMOVEABLE, one that a vertex has a weight on, and without
+    // memory. All node indices may change; those of vertex weights are kept right, those in sockets, weight sets and
+    // m_iNormalRefNode are not.
     QZBOOL RemoveNode(ModelNode* pNode);
+    // RemoveNode for each node with MNODE_REMOVEABLE. False if one of them couldn't be removed.
+    QZBOOL RemoveRemovableNodes();
 
     char* m_Filename; // see SetFilename; the shared empty string without a name
     ModelLink m_Link;
@@ -299,6 +315,12 @@ public:
     ModelNode m_DefaultRootNode;
     ModelNode* m_pRootNode; // never null
 
+protected:
+    // For many removals, so that not each looks through all vertices: without weights (bWeights false) none has to.
+    // Tool side.
+    bool HasVertexWeights() const;
+    QZBOOL RemoveNode(ModelNode* pNode, bool bWeights);
+
 private:
     QZBOOL PrecalcTransforms(QZBOOL bForce);
     QZBOOL PrecalcFlatNodeList(QZBOOL bForce);
@@ -319,7 +341,7 @@ private:
     QZBOOL LoadAnimBindings(LoadRequest* pRequest, ModelStream* pStream);
     QZBOOL LoadSockets(ModelStream* pStream);
 
-    QZBOOL DetachNode(ModelNode* pNode, bool bKeysAreGlobal); // tool side, like the next ones
+    QZBOOL DetachNode(ModelNode* pNode, bool bKeysAreGlobal, bool bWeights); // tool side, like the next ones
     QZBOOL SavePiece(ModelStream* pStream, ModelPiece* pPiece);
     QZBOOL SaveWeightSets(ModelStream* pStream);
     QZBOOL SaveSockets(ModelStream* pStream);

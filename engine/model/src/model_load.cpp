@@ -67,9 +67,7 @@ uint32_t Model::PrepareBlock(ModelStream* pStream, Allocator* pAllocator)
     if (size > INT32_MAX || size > BLOCK_BASE_LIMIT + BLOCK_LENGTH_FACTOR * pStream->GetLength())
         return RESULT_INVALID_MODEL_FILE;
 
-    const uint32_t version = m_FileVersion;
     Term(QZFALSE);
-    m_FileVersion = version;
     g_ModelMemory -= m_BlockAllocator.GetBlockSize();
     if (!m_BlockAllocator.Init(pAllocator, static_cast<int>(size)))
     {

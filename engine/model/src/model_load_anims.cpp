@@ -108,7 +108,7 @@ QZBOOL AnimNode::Load(ModelStream* pStream)
     if (!m_KeyFrames.SetSize(NumKeyFrames(), pAllocator))
         return QZFALSE;
     for (uint32_t i = 0; i < m_KeyFrames.GetSize(); ++i)
-        pStream->ReadVector(m_KeyFrames[i].m_vTranslation).ReadRotation(m_KeyFrames[i].m_qRotation);
+        m_KeyFrames[i].Load(pStream);
     const uint32_t nChildren = m_pNode->NumChildren();
     if (!m_Children.SetSizeInit(nChildren, nullptr, pAllocator))
         return QZFALSE;

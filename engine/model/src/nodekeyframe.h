@@ -4,6 +4,8 @@
 #include "zoltshared/stdzolt/quaternion.h"
 #include "zoltshared/stdzolt/vector3.h"
 
+class ModelStream;
+
 // A rigid local transform: one key of a track, a relation of a child link, or the place of a socket.
 // Constructing leaves the translation unset; whoever sizes an array of these fills it.
 struct NodeKeyFrame
@@ -16,6 +18,8 @@ struct NodeKeyFrame
     void ToMatrix(Matrix4& out) const;
     // The rotation part must be a rotation; scale doesn't survive.
     void FromMatrix(const Matrix4& in);
-};
 
-static_assert(sizeof(NodeKeyFrame) == 28, "a key is read and written as one block of 28 bytes");
+    // One block of 28 bytes: x, y, z; x, y, z, w. A read that fails gives zeros and sets the stream's error status.
+    void Load(ModelStream* pStream);
+    void Save(ModelStream* pStream) const;
+};

@@ -28,13 +28,14 @@ public:
     QZBOOL ConvertScene(const SAA_Scene* pScene, int32_t bAppend, const char* pAnimName);
 
     // Node tree. convmodel_soft_nodes.cpp
+    // Takes the first element of level 0 and all below it; other roots, and what is below them, are left out.
     QZBOOL BuildNodeTree(const DynArray<SAA_Elem, DefaultCache>& elements);
     // Fills the node, and makes and fills all below it; the root has depth 0.
     QZBOOL BuildNode(const SAA_Elem* pElem, SoftNode* pNode, uint32_t nDepth);
     QZBOOL CreateChildNodes(DynArray<ModelNode*, NoCache>& children, uint32_t nNodes) override;
     // Flags the nodes of a subtree that move no vertex and whose names don't have the token "N".
     void MarkRemovableNodes(SoftNode* pNode);
-    // A custom value of the host; QZFALSE, with nothing changed, if it isn't there or without memory.
+    // A custom value of the host; QZFALSE if it isn't there, with nothing changed, or without memory.
     static QZBOOL GetCustomString(const SAA_CusvalSet* pCusvals, const char* pName, OwnedString& value);
 
     // Geometry. convmodel_soft_geometry.cpp
@@ -50,19 +51,28 @@ public:
     }
 
     // Envelopes. convmodel_soft_envelopes.cpp
+    // The two that follow for the whole model, after a Precalc; what the first can't read is left out.
     QZBOOL ReadVertexWeights();
+    // For the meshes of a subtree: asks the host of every node of the model which of a mesh's vertices it moves.
     QZBOOL ReadNodeEnvelopes(SoftNode* pNode);
     // Binds the pieces without an envelope to their nodes at 100 %.
     QZBOOL WeightUnenvelopedPieces();
     // Writes the weight lists of the vertices, by ascending node index. Runs after ConvertScene. Fails without memory
     // and with more than 65535 weights on a vertex.
     QZBOOL ConvertVertexWeights();
+    // True if any node has an envelope of the piece; needs Precalc.
     bool IsPieceEnveloped(uint32_t iPiece) const;
 
     // Animation. convmodel_soft_animation.cpp
+    // The next three for the whole tree: a new animation of the model, with a key for each frame of the play range that
+    // any node has a key at.
     QZBOOL ReadAnimation(const char* pAnimName);
+    // Sets the mask (one entry for each frame from nStartFrame on) where a rotation, translation or shape curve of a
+    // subtree has a key; those out of the range count for its ends. Scale isn't asked for.
     QZBOOL CollectKeyFrames(SoftNode* pNode, KeyFrameMask& mask, int nStartFrame, int nEndFrame);
+    // Makes the tracks of a subtree, with nKeyframes keys of the identity.
     QZBOOL BuildAnimNodeTree(ConvAnimNode* pAnimNode, SoftNode* pNode, uint32_t nKeyframes);
+    // Fills key iKey of a subtree with the poses at the host's current frame.
     QZBOOL SampleKeyFrame(ConvAnimNode* pAnimNode, SoftNode* pNode, uint32_t iKey);
 
     // Passes, in the order in which they run, each once. convmodel_soft_passes.cpp
@@ -72,6 +82,8 @@ public:
     void FoldScaleIntoKeys();
     void ResetNodeScales();
     // Between ResetNodeScales and ComputeWeightOffsets runs ConvertCoordinates of ConvModel.
+    // Puts the nodes at the first key of the first animation, which is the bind pose of the file, and tells each
+    // envelope where its vertices are in the space of its node. Needs Precalc.
     QZBOOL ComputeWeightOffsets();
 
     const SAA_Scene* m_pScene = nullptr; // for the time of ConvertScene; not owned

@@ -91,7 +91,9 @@ QZBOOL ConvModel_Soft::ReadAnimation(const char* pAnimName)
             firstTime = time;
         else if (time < lastTime || time - firstTime > UINT32_MAX)
         {
-            LogWrite("WARNING: Frame %d isn't later than the frame before, its key gets the same time.\n", nFrame);
+            LogWrite(
+                "WARNING: Frame %d is earlier than the key before it, or too late, and gets the time of that key.\n",
+                nFrame);
             time = lastTime;
         }
         lastTime = time;

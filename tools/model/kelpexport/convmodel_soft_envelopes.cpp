@@ -7,11 +7,10 @@
 #include "tools/model/kelpexport/log.h"
 #include "tools/model/kelpexport/messages.h"
 
-#include <algorithm>
-#include <cfloat>
-
 // A share has to be above this; one of exactly 5 % isn't.
 static constexpr float LEAST_SHARE = 0.05f;
+// What is above this is no share, and could overflow with an offset.
+static constexpr double GREATEST_SHARE = 1e6;
 // The count of a vertex has 16 bits.
 static constexpr uint32_t MAX_VERT_WEIGHTS = 65535;
 
@@ -69,10 +68,10 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, const Ctrl
             continue;
         }
         const double share = weights[i] / 100.0;
-        if (!(share > LEAST_SHARE) || share > FLT_MAX)
+        if (!(share > LEAST_SHARE) || share > GREATEST_SHARE)
             continue;
         pEnvelope->m_Weights[nKept].m_iVert = iVert;
-        pEnvelope->m_Weights[nKept].m_Weight = static_cast<float>(std::min(share, 1.0)); // 100 % is all there is
+        pEnvelope->m_Weights[nKept].m_Weight = static_cast<float>(share);
         ++nKept;
     }
     pEnvelope->m_Weights.NiceSetSize(nKept);
@@ -159,21 +158,29 @@ static QZBOOL BindPiece(SoftNode* pNode, uint32_t iPiece, const ModelPiece* pPie
 
 QZBOOL ConvModel_Soft::WeightUnenvelopedPieces()
 {
-    // What IsPieceEnveloped says of each piece, in one walk; without memory it is asked each time.
-    DynArray<uint8_t, DefaultCache> isEnveloped;
-    const QZBOOL bHasTable = isEnveloped.SetSizeInit(NumPieces(), 0);
+    // What IsPieceEnveloped and FindPieceNode say of each piece, in one walk; without memory they are asked each time.
+    struct PieceUse
+    {
+        SoftNode* pNode = nullptr;
+        bool isEnveloped = false;
+    };
+    DynArray<PieceUse, DefaultCache> uses;
+    const QZBOOL bHasTable = uses.SetSizeInit(NumPieces(), PieceUse());
     for (uint32_t iNode = 0; bHasTable && iNode < m_FlatNodeList.GetSize(); ++iNode)
     {
-        const SoftNode* pNode = GetSoftNode(iNode);
+        SoftNode* pNode = GetSoftNode(iNode);
+        const uint32_t iOwnPiece = static_cast<uint32_t>(pNode->m_PieceIndex);
+        if (iOwnPiece < NumPieces() && !uses[iOwnPiece].pNode)
+            uses[iOwnPiece].pNode = pNode;
         for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
-            isEnveloped[pNode->m_Envelopes[i]->m_iPiece] = 1;
+            uses[pNode->m_Envelopes[i]->m_iPiece].isEnveloped = true;
     }
     for (uint32_t i = 0; i < NumPieces(); ++i)
     {
-        if (bHasTable ? isEnveloped[i] != 0 : IsPieceEnveloped(i))
+        if (bHasTable ? uses[i].isEnveloped : IsPieceEnveloped(i))
             continue;
         const ModelPiece* pPiece = GetPiece(i);
-        SoftNode* pNode = static_cast<SoftNode*>(FindPieceNode(i));
+        SoftNode* pNode = bHasTable ? uses[i].pNode : static_cast<SoftNode*>(FindPieceNode(i));
         if (!pNode)
         {
             LogWrite("WARNING: Piece %s not enveloped and has no node.  It won't have animation.\n", pPiece->GetName());

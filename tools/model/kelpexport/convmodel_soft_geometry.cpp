@@ -62,30 +62,30 @@ static bool AreFinite(const DynArray<SAA_Position, DefaultCache>& positions)
     return true;
 }
 
-static bool ReadTriangles(const SAA_Scene* m_pScene, SoftNode* pNode, HostMesh& mesh)
+static bool ReadTriangles(const SAA_Scene* pScene, SoftNode* pNode, HostMesh& mesh)
 {
-    if (CHECK_STATUS(SAA_modelGetNbTriangles(m_pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, &mesh.nPolies),
+    if (CHECK_STATUS(SAA_modelGetNbTriangles(pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, &mesh.nPolies),
                      "SAA_modelGetNbTriangles(m_pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, &nPolies)") != 0)
         return false;
     if (!CHECK_BOOL(SetHostSize(mesh.polies, mesh.nPolies), "polies.SetSize(nPolies)"))
         return false;
     if (CHECK_STATUS(
-            SAA_modelGetTriangles(m_pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, mesh.nPolies, mesh.polies.GetArray()),
+            SAA_modelGetTriangles(pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, mesh.nPolies, mesh.polies.GetArray()),
             "SAA_modelGetTriangles(m_pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, nPolies, "
             "polies.GetArray())") != 0)
         return false;
-    // At most three times HOST_MAX_COUNT.
+    // Doesn't overflow; more than HOST_MAX_COUNT corners are refused as well.
     const int nCorners = mesh.nPolies * 3;
     if (!CHECK_BOOL(SetHostSize(mesh.verts, nCorners), "verts.SetSize(nPolies * 3)"))
         return false;
-    if (CHECK_STATUS(SAA_triangleGetCtrlVertices(m_pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, mesh.nPolies,
+    if (CHECK_STATUS(SAA_triangleGetCtrlVertices(pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, mesh.nPolies,
                                                  mesh.polies.GetArray(), mesh.verts.GetArray()),
                      "SAA_triangleGetCtrlVertices(m_pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, nPolies, "
                      "polies.GetArray(), verts.GetArray())") != 0)
         return false;
     if (!CHECK_BOOL(SetHostSize(mesh.vertIndices, nCorners), "vertIndices.SetSize(nPolies * 3)"))
         return false;
-    if (CHECK_STATUS(SAA_ctrlVertexGetIndices(m_pScene, &pNode->m_Elem, nCorners, mesh.verts.GetArray(),
+    if (CHECK_STATUS(SAA_ctrlVertexGetIndices(pScene, &pNode->m_Elem, nCorners, mesh.verts.GetArray(),
                                               mesh.vertIndices.GetArray()),
                      "SAA_ctrlVertexGetIndices(m_pScene, &pNode->m_Elem, nPolies * 3, verts.GetArray(), "
                      "vertIndices.GetArray())") != 0)
@@ -94,25 +94,25 @@ static bool ReadTriangles(const SAA_Scene* m_pScene, SoftNode* pNode, HostMesh& 
            CHECK_BOOL(SetHostSize(mesh.vCoords, nCorners), "vCoords.SetSize(nPolies * 3)");
 }
 
-static bool ReadTriVertices(const SAA_Scene* m_pScene, SoftNode* pNode, HostMesh& mesh)
+static bool ReadTriVertices(const SAA_Scene* pScene, SoftNode* pNode, HostMesh& mesh)
 {
-    if (CHECK_STATUS(SAA_modelGetNbTriVertices(m_pScene, &pNode->m_Elem, &mesh.nVertices),
+    if (CHECK_STATUS(SAA_modelGetNbTriVertices(pScene, &pNode->m_Elem, &mesh.nVertices),
                      "SAA_modelGetNbTriVertices(m_pScene, &pNode->m_Elem, &nVertices)") != 0)
         return false;
     if (!CHECK_BOOL(SetHostSize(mesh.vertexPositions, mesh.nVertices), "vertexPositions.SetSize(nVertices)"))
         return false;
     return CHECK_STATUS(
-               SAA_modelGetTriVertices(m_pScene, &pNode->m_Elem, mesh.nVertices, mesh.vertexPositions.GetArray()),
+               SAA_modelGetTriVertices(pScene, &pNode->m_Elem, mesh.nVertices, mesh.vertexPositions.GetArray()),
                "SAA_modelGetTriVertices(m_pScene, &pNode->m_Elem, nVertices, vertexPositions.GetArray())") == 0;
 }
 
 // The number of vertices is known already.
-static bool ReadActualVertices(const SAA_Scene* m_pScene, SoftNode* pNode, HostMesh& mesh)
+static bool ReadActualVertices(const SAA_Scene* pScene, SoftNode* pNode, HostMesh& mesh)
 {
     if (!CHECK_BOOL(SetHostSize(mesh.actualVertexPositions, mesh.nActualVertices),
                     "actualVertexPositions.SetSize(nActualVertices)"))
         return false;
-    if (CHECK_STATUS(SAA_modelGetVertices(m_pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, mesh.nActualVertices,
+    if (CHECK_STATUS(SAA_modelGetVertices(pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, mesh.nActualVertices,
                                           mesh.actualVertexPositions.GetArray()),
                      "SAA_modelGetVertices(m_pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, nActualVertices, "
                      "actualVertexPositions.GetArray())") != 0)
@@ -120,7 +120,7 @@ static bool ReadActualVertices(const SAA_Scene* m_pScene, SoftNode* pNode, HostM
     if (!CHECK_BOOL(SetHostSize(pNode->m_CtrlVertices, mesh.nActualVertices),
                     "pNode->m_CtrlVertices.SetSize(nActualVertices)"))
         return false;
-    if (CHECK_STATUS(SAA_modelGetCtrlVertices(m_pScene, &pNode->m_Elem, SAA_GEOM_ORIGINAL, 0, mesh.nActualVertices,
+    if (CHECK_STATUS(SAA_modelGetCtrlVertices(pScene, &pNode->m_Elem, SAA_GEOM_ORIGINAL, 0, mesh.nActualVertices,
                                               pNode->m_CtrlVertices.GetArray()),
                      "SAA_modelGetCtrlVertices(m_pScene, &pNode->m_Elem, SAA_GEOM_ORIGINAL, 0, nActualVertices, "
                      "pNode->m_CtrlVertices.GetArray())") != 0)
@@ -128,10 +128,10 @@ static bool ReadActualVertices(const SAA_Scene* m_pScene, SoftNode* pNode, HostM
     return AreFinite(mesh.vertexPositions) && AreFinite(mesh.actualVertexPositions);
 }
 
-static QZBOOL ReadHostMesh(const SAA_Scene* m_pScene, SoftNode* pNode, HostMesh& mesh)
+static QZBOOL ReadHostMesh(const SAA_Scene* pScene, SoftNode* pNode, HostMesh& mesh)
 {
-    bool bRead = ReadTriangles(m_pScene, pNode, mesh) && ReadTriVertices(m_pScene, pNode, mesh) &&
-                 CHECK_STATUS(SAA_modelGetNbVertices(m_pScene, &pNode->m_Elem, &mesh.nActualVertices),
+    bool bRead = ReadTriangles(pScene, pNode, mesh) && ReadTriVertices(pScene, pNode, mesh) &&
+                 CHECK_STATUS(SAA_modelGetNbVertices(pScene, &pNode->m_Elem, &mesh.nActualVertices),
                               "SAA_modelGetNbVertices(m_pScene, &pNode->m_Elem, &nActualVertices)") == 0;
     if (bRead && mesh.nActualVertices > static_cast<int>(MODEL_MAX_VERTS))
     {
@@ -139,7 +139,7 @@ static QZBOOL ReadHostMesh(const SAA_Scene* m_pScene, SoftNode* pNode, HostMesh&
                     MODEL_MAX_VERTS);
         return QZFALSE;
     }
-    bRead = bRead && ReadActualVertices(m_pScene, pNode, mesh);
+    bRead = bRead && ReadActualVertices(pScene, pNode, mesh);
     if (!bRead)
         ShowMessage(MESSAGE_OK, "Node %s: unable to get geometry.", pNode->GetName());
     return bRead ? QZTRUE : QZFALSE;
@@ -168,19 +168,19 @@ static QZBOOL MatchCorners(SoftNode* pNode, ModelPiece* pPiece, HostMesh& mesh)
     return QZTRUE;
 }
 
-// Reads the coordinates of the corners and the crop rectangle of the texture, which is as it was afterwards.
-static QZBOOL ReadTexture(const SAA_Scene* m_pScene, SoftNode* pNode, SAA_Elem& modelTexture, HostMesh& mesh,
+// Reads the coordinates of the corners and the crop rectangle of the texture, which on success is as it was afterwards.
+static QZBOOL ReadTexture(const SAA_Scene* pScene, SoftNode* pNode, SAA_Elem& modelTexture, HostMesh& mesh,
                           TextureMapping& mapping)
 {
     int uCropMin = 0, vCropMin = 0, uCropMax = 0, vCropMax = 0;
-    if (CHECK_STATUS(SAA_triCtrlVertexGetGlobalUVTxtCoords(m_pScene, &pNode->m_Elem, mesh.nPolies * 3,
+    if (CHECK_STATUS(SAA_triCtrlVertexGetGlobalUVTxtCoords(pScene, &pNode->m_Elem, mesh.nPolies * 3,
                                                            mesh.verts.GetArray(), 1, &modelTexture,
                                                            mesh.uCoords.GetArray(), mesh.vCoords.GetArray()),
                      "SAA_triCtrlVertexGetGlobalUVTxtCoords(m_pScene, &pNode->m_Elem, nPolies * 3, verts.GetArray(), "
                      "1, &modelTexture, uCoords.GetArray(), vCoords.GetArray())") != 0 ||
-        CHECK_STATUS(SAA_texture2DGetCropMin(m_pScene, &modelTexture, &uCropMin, &vCropMin),
+        CHECK_STATUS(SAA_texture2DGetCropMin(pScene, &modelTexture, &uCropMin, &vCropMin),
                      "SAA_texture2DGetCropMin(m_pScene, &modelTexture, &uCropMin, &vCropMin)") != 0 ||
-        CHECK_STATUS(SAA_texture2DGetCropMax(m_pScene, &modelTexture, &uCropMax, &vCropMax),
+        CHECK_STATUS(SAA_texture2DGetCropMax(pScene, &modelTexture, &uCropMax, &vCropMax),
                      "SAA_texture2DGetCropMax(m_pScene, &modelTexture, &uCropMax, &vCropMax)") != 0)
     {
         ShowMessage(MESSAGE_OK, "Node %s: unable to get global texture coordinates.", pNode->GetName());
@@ -188,11 +188,11 @@ static QZBOOL ReadTexture(const SAA_Scene* m_pScene, SoftNode* pNode, SAA_Elem& 
     }
     // The image's size can only be had by pushing the crop rectangle out: the host clamps it to the image.
     int uLast = 0, vLast = 0;
-    const bool bGotSize = CHECK_STATUS(SAA_texture2DSetCropMax(m_pScene, &modelTexture, 32767, 32767),
+    const bool bGotSize = CHECK_STATUS(SAA_texture2DSetCropMax(pScene, &modelTexture, 32767, 32767),
                                        "SAA_texture2DSetCropMax(m_pScene, &modelTexture, 32767, 32767)") == 0 &&
-                          CHECK_STATUS(SAA_texture2DGetCropMax(m_pScene, &modelTexture, &uLast, &vLast),
+                          CHECK_STATUS(SAA_texture2DGetCropMax(pScene, &modelTexture, &uLast, &vLast),
                                        "SAA_texture2DGetCropMax(m_pScene, &modelTexture, &nWidth, &nHeight)") == 0 &&
-                          CHECK_STATUS(SAA_texture2DSetCropMax(m_pScene, &modelTexture, uCropMax, vCropMax),
+                          CHECK_STATUS(SAA_texture2DSetCropMax(pScene, &modelTexture, uCropMax, vCropMax),
                                        "SAA_texture2DSetCropMax(m_pScene, &modelTexture, uCropMax, vCropMax)") == 0;
     const double nWidth = double(uLast) + 1.0;
     const double nHeight = double(vLast) + 1.0;

@@ -111,6 +111,21 @@ static void ReadScale(const SAA_Scene* pScene, SoftNode* pNode)
     scale.Set(1.0f, 1.0f, 1.0f);
 }
 
+// In a function of its own: the recursion below must not hold a buffer for each level.
+[[gnu::noinline]] static QZBOOL ReadName(const SAA_Scene* pScene, const SAA_Elem* pElem, SoftNode* pNode)
+{
+    char tempName[512] = "";
+    if (CHECK_STATUS(SAA_elementGetName(pScene, pElem, sizeof(tempName) - 1, tempName),
+                     "SAA_elementGetName(m_pScene, pElem, sizeof(tempName)-1, tempName)") != 0)
+        tempName[0] = 0;
+    tempName[sizeof(tempName) - 1] = 0;
+    pNode->SetName(tempName);
+    if (!tempName[0] || pNode->GetName()[0])
+        return QZTRUE;
+    ShowOutOfMemory();
+    return QZFALSE;
+}
+
 QZBOOL ConvModel_Soft::BuildNode(const SAA_Elem* pElem, SoftNode* pNode, uint32_t nDepth)
 {
     pNode->m_Elem = *pElem;
@@ -121,18 +136,9 @@ QZBOOL ConvModel_Soft::BuildNode(const SAA_Elem* pElem, SoftNode* pNode, uint32_
         ShowMessage(MESSAGE_OK, "SAA_modelGetType failed.");
         return QZFALSE;
     }
-    char tempName[512] = "";
-    if (CHECK_STATUS(SAA_elementGetName(m_pScene, pElem, sizeof(tempName) - 1, tempName),
-                     "SAA_elementGetName(m_pScene, pElem, sizeof(tempName)-1, tempName)") != 0)
-        tempName[0] = 0;
-    tempName[sizeof(tempName) - 1] = 0;
-    pNode->SetName(tempName);
     pNode->m_Flags = 0;
-    if (tempName[0] && !pNode->GetName()[0])
-    {
-        ShowOutOfMemory();
+    if (!ReadName(m_pScene, pElem, pNode))
         return QZFALSE;
-    }
     if (nDepth >= MODEL_MAX_LEVELS)
     {
         ShowMessage(MESSAGE_OK, "Node %s: deeper than %u levels.", pNode->GetName(), MODEL_MAX_LEVELS);
@@ -220,5 +226,5 @@ QZBOOL ConvModel_Soft::GetCustomString(const SAA_CusvalSet* pCusvals, const char
                  "SAA_cusvalGetStringValue (cusvals, pName, nStrLen, pTempStr)");
     text.Last() = 0;
     value.Set(text.GetArray());
-    return QZTRUE;
+    return !*text.GetArray() || *value.GetString() ? QZTRUE : QZFALSE;
 }

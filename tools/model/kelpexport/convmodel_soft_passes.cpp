@@ -85,7 +85,7 @@ static void FoldScale(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent, c
     const bool bInRange = KeepInRange(translation);
     rigid.SetTranslation(translation);
     key.FromMatrix(rigid);
-    // The scale is the same at every key.
+    // One line for each node: as a rule the scale does it, which is the same at every key.
     if (bReplaced && iKey == 0)
         LogWrite("WARNING: Node %s has lost a direction to a scale of 0, taken from its rotation.\n", pNode->GetName());
     if (!bInRange)

@@ -10,7 +10,9 @@
 #include "zoltshared/stdzolt/replacefilestream.h"
 #include "zoltshared/stdzolt/stdiostream.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 
@@ -63,16 +65,23 @@ bool ExportRun::AttachToScene()
     return true;
 }
 
+// 0 for a text that doesn't begin with a number. What is too large for an int is cut, where atoi would be undefined.
+static int NumberOf(const OwnedString& text)
+{
+    return static_cast<int>(std::clamp(std::strtoll(text.GetString(), nullptr, 10), static_cast<long long>(INT_MIN),
+                                       static_cast<long long>(INT_MAX)));
+}
+
 void ExportRun::ReadSettings()
 {
     if (!ReadSetting("Filename", m_Filename))
         m_Filename.Set("model.abc");
     g_DebugMode = 0;
     if (ReadSetting("DebugMode", m_DebugText))
-        g_DebugMode = atoi(m_DebugText.GetString());
+        g_DebugMode = NumberOf(m_DebugText);
     m_bForceOverwrite = 0;
     if (ReadSetting("ForceOverwrite", m_ForceText))
-        m_bForceOverwrite = atoi(m_ForceText.GetString());
+        m_bForceOverwrite = NumberOf(m_ForceText);
 
     char name[512] = "";
     const int status = SAA_sceneGetName(&m_Scene, sizeof(name), name);

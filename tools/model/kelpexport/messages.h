@@ -17,7 +17,8 @@ enum
     ANSWER_OTHER = 2, // No, or the box was closed in another way
 };
 
-// Shows a message box and returns the answer. A text is cut to 1023 characters.
+// Shows a message box (bYesNo is a MESSAGE_) and returns the answer (an ANSWER_). A text is cut to 1023 characters; the
+// log gets it without a line end.
 int ShowMessage(int bYesNo, const char* pFormat, ...) ZOLT_PRINTF_FORMAT(2, 3);
 void ShowOutOfMemory();
 // Shows a text in the host's status bar, and with bLog writes it into the log. A text is cut to 4095 characters.
