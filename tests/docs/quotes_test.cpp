@@ -40,15 +40,10 @@ static std::vector<std::string> Blocks(const std::string& document, const std::s
     return blocks;
 }
 
-static std::string WithoutBlanks(const std::string& text)
+static std::string WithoutBlanks(std::string text)
 {
-    std::string result;
-    for (const char c : text)
-    {
-        if (c != ' ' && c != '\n')
-            result += c;
-    }
-    return result;
+    std::erase_if(text, [](char c) { return c == ' ' || c == '\n'; });
+    return text;
 }
 
 TEST(Quotes, CodeOfTheRuntimeGuideIsCompiled)

@@ -157,24 +157,7 @@ TEST_F(ExportSessionTest, FileThatIsNoModel)
 {
     for (const bool all : {false, true})
     {
-        m_Options.allClips = all;
-        std::ofstream(m_Options.outPath) << "no model";
-        m_Options.append = true;
-        m_Options.overwrite = false;
-        EXPECT_EQ(Run(), 1);
-        EXPECT_TRUE(Said(m_Options.outPath + " is an invalid model file: --append --overwrite replaces it.")) << m_Said;
-        EXPECT_EQ(ReadFile(m_Options.outPath), "no model");
-        m_Options.overwrite = true;
-        EXPECT_EQ(Run(), 0) << m_Said;
-        EXPECT_EQ(Animations(m_Options.outPath), all ? "walk run scene_2" : "walk");
-        fs::remove(m_Options.outPath);
-    }
-}
-
-TEST_F(ExportSessionTest, QuestionsAtTheTerminal)
-{
-    for (const bool all : {false, true})
-    {
+        const std::string names = all ? "walk run scene_2" : "walk";
         m_Options.allClips = all;
         std::ofstream(m_Options.outPath) << "no model";
         ScriptedUser terminal;
@@ -184,11 +167,20 @@ TEST_F(ExportSessionTest, QuestionsAtTheTerminal)
         EXPECT_EQ(terminal.m_Boxes[1].text, m_Options.outPath + " is an invalid model file, overwrite?");
         EXPECT_EQ(ReadFile(m_Options.outPath), "no model");
         EXPECT_EQ(Run(&terminal), 0) << m_Said;
-        const std::string names = all ? "walk run scene_2" : "walk";
         EXPECT_EQ(Animations(m_Options.outPath), names);
         EXPECT_EQ(Run(&terminal), 1); // No to append
         EXPECT_EQ(Animations(m_Options.outPath), names);
         EXPECT_TRUE(terminal.IsDone());
+
+        std::ofstream(m_Options.outPath) << "no model"; // and nobody to ask
+        m_Options.append = true;
+        EXPECT_EQ(Run(), 1);
+        EXPECT_TRUE(Said(m_Options.outPath + " is an invalid model file: --append --overwrite replaces it.")) << m_Said;
+        EXPECT_EQ(ReadFile(m_Options.outPath), "no model");
+        m_Options.overwrite = true;
+        EXPECT_EQ(Run(), 0) << m_Said;
+        EXPECT_EQ(Animations(m_Options.outPath), names);
+        m_Options.append = m_Options.overwrite = false;
     }
 }
 

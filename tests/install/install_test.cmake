@@ -1,14 +1,7 @@
 # See CMakeLists.txt of this folder, which gives the variables.
 cmake_minimum_required(VERSION 3.25)
 
-function(run)
-    execute_process(COMMAND ${ARGV} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)
-    if(NOT result EQUAL 0)
-        list(JOIN ARGV " " command)
-        message(FATAL_ERROR "${command}\ngave ${result}:\n${output}${errors}")
-    endif()
-    set(output "${output}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/run.cmake)
 
 # Runs a player and demands exactly these lines.
 function(expect_lines player expected)

@@ -646,8 +646,8 @@ TEST(Host, SinksNamesAndCustomValues)
     SetFrameSink(nullptr, nullptr);
     EXPECT_EQ(SAA_statusBarSet("unheard", 1), 0);
 
-    open.recorded.SetName("sprint");
     char text[512];
+    open.recorded.SetName("sprint");
     EXPECT_EQ(SAA_sceneGetName(&open.record, 4, text), 0);
     EXPECT_STREQ(text, "spr");
     int length = 0;

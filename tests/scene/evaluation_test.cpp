@@ -18,18 +18,6 @@ static std::vector<double> Sample(const SceneChannel& channel, std::size_t width
     return values;
 }
 
-TEST(SampleChannel, StepHoldsFromItsKeyLessAMillisecond)
-{
-    const SceneChannel channel =
-        MakeChannel(0, ScenePath::Weights, SceneInterpolation::Step, {1.0, 2.0, 3.0}, {10, 20, 30});
-    EXPECT_EQ(Sample(channel, 1, -5.0)[0], 10);
-    EXPECT_EQ(Sample(channel, 1, 1.998)[0], 10);
-    EXPECT_EQ(Sample(channel, 1, 1.9995)[0], 20);
-    EXPECT_EQ(Sample(channel, 1, 2.0)[0], 20);
-    EXPECT_EQ(Sample(channel, 1, 2.5)[0], 20);
-    EXPECT_EQ(Sample(channel, 1, 99.0)[0], 30);
-}
-
 TEST(SampleChannel, LinearMixesPointsAndTurnsOnTheShorterArc)
 {
     const SceneChannel points =

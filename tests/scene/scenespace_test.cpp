@@ -175,9 +175,7 @@ TEST(PoseAtBind, WhatRestsAsItWasBoundStays)
     const std::vector<Double3> after = WorldAt(scene, -1, 0);
     for (std::size_t v = 0; v < before.size(); ++v)
     {
-        EXPECT_EQ(before[v].x, after[v].x);
-        EXPECT_EQ(before[v].y, after[v].y);
-        EXPECT_EQ(before[v].z, after[v].z);
+        ExpectPoint(after[v], before[v].x, before[v].y, before[v].z, 0.0);
     }
 }
 

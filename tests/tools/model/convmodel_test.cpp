@@ -1,6 +1,5 @@
 #include "tests/tools/model/testmodel.h"
 
-#include "tests/zoltshared/stdzolt/testallocator.h"
 #include "tools/model/convmodel.h"
 #include "tools/model/evaluatenodetransforms.h"
 
@@ -105,57 +104,6 @@ TEST(FinishAnim, TheFirstKeyStandsAtZero)
     EXPECT_EQ(model.GetAnim(1)->m_KeyFrames[0].m_Time, 0u);
     EXPECT_EQ(model.GetAnim(1)->m_AnimNodes[1], pTrack);
     EXPECT_EQ(model.GetSelfChildModel()->m_Relations.GetSize(), 2u);
-}
-
-TEST(ConvModel, ListsOfChildrenAreMadeWholeOrNotAtAll)
-{
-    TestAllocator allocator;
-    {
-        ConvModel model;
-        model.m_pAllocator = &allocator;
-        ModelAnim anim(&model);
-        DynArray<ModelNode*, NoCache> nodes;
-        DynArray<AnimNode*, NoCache> tracks;
-        for (uint32_t n = 0; n < 4; ++n)
-        {
-            allocator.m_nLeft = n;
-            EXPECT_FALSE(model.CreateChildNodes(nodes, 3));
-            allocator.m_nLeft = n;
-            EXPECT_FALSE(model.CreateChildAnimNodes(tracks, 3, &anim, anim.GetRootNode()));
-            EXPECT_EQ(nodes.GetSize() + tracks.GetSize(), 0u);
-            EXPECT_EQ(allocator.m_nLive, 0);
-        }
-        allocator.m_nLeft = 20;
-        ASSERT_TRUE(model.CreateChildNodes(nodes, 3));
-        ASSERT_TRUE(model.CreateChildAnimNodes(tracks, 3, &anim, anim.GetRootNode()));
-        const ConvNode* pNode = dynamic_cast<ConvNode*>(nodes[2]);
-        ASSERT_TRUE(pNode);
-        EXPECT_EQ(pNode->m_PieceIndex, -1);
-        EXPECT_EQ(pNode->m_Scale.y, 1.0f);
-        EXPECT_EQ(pNode->GetModel(), &model);
-        AnimNode* pGrandchild = tracks[1]->CreateAnimNode(&anim, tracks[1]);
-        EXPECT_TRUE(dynamic_cast<ConvAnimNode*>(pGrandchild));
-        EXPECT_EQ(tracks[1]->m_pParent, anim.GetRootNode());
-        FreeObject(allocator, pGrandchild);
-        DeleteAndClearArray(nodes, &allocator);
-        DeleteAndClearArray(tracks, &allocator);
-    }
-    EXPECT_EQ(allocator.m_nLive, 0);
-}
-
-TEST(ConvModel, FindsTheFirstNodeOfAPiece)
-{
-    ConvModel model;
-    EXPECT_EQ(model.FindPieceNodeIndex(0), 0xFFFFFFFFu);
-    ASSERT_TRUE(model.Precalc(QZTRUE)); // the built-in root is no ConvNode
-    EXPECT_EQ(model.FindPieceNodeIndex(0), 0xFFFFFFFFu);
-    BuildTree<ConvNode>(model, "r(a(b),c)");
-    NodeAt(model, 2)->m_PieceIndex = 1;
-    NodeAt(model, 3)->m_PieceIndex = 1;
-    EXPECT_EQ(model.FindPieceNodeIndex(1), 2u);
-    EXPECT_EQ(model.FindPieceNode(1), model.GetNode(2));
-    EXPECT_EQ(model.FindPieceNodeIndex(0), 0xFFFFFFFFu);
-    EXPECT_EQ(model.FindPieceNode(0), nullptr);
 }
 
 TEST(ConvModel, FinishRunsAllSteps)

@@ -52,22 +52,12 @@ TEST(Vector3, Operations)
     EXPECT_TRUE(x.Cross(y).NearlyEquals(Vector3(0.0f, 0.0f, -1.0f), 0.0f)); // y × x
     EXPECT_TRUE(
         Vector3(2.0f, 3.0f, 5.0f).Cross(Vector3(7.0f, 11.0f, 13.0f)).NearlyEquals(Vector3(16.0f, -9.0f, -1.0f), 0.0f));
-    EXPECT_EQ(Vector3(2.0f, 3.0f, 5.0f).Dot(Vector3(7.0f, 11.0f, 13.0f)), 112.0f);
-    EXPECT_EQ(Vector3(2.0f, 3.0f, 6.0f).Mag(), 7.0f);
     Vector3 v(0.0f, 0.0f, 0.0f);
     v.Norm(5.0f);
     EXPECT_TRUE(v.NearlyEquals(Vector3(0.0f, 0.0f, 0.0f), 0.0f));
-    v.Set(2.0f, 3.0f, 6.0f);
-    v.Norm(14.0f);
-    EXPECT_TRUE(v.NearlyEquals(Vector3(4.0f, 6.0f, 12.0f), 0.0f));
     v.Set(3e30f, 0.0f, 4e30f); // the square is out of a float's range
     v.Norm();
     EXPECT_TRUE(v.NearlyEquals(Vector3(0.6f, 0.0f, 0.8f), 1e-6f));
-    v = (Vector3(1.0f, 2.0f, 3.0f) - Vector3(0.0f, 4.0f, 1.0f)) * 2.0f;
-    v += x;
-    v /= 4.0f;
-    v *= 8.0f;
-    EXPECT_TRUE(v.NearlyEquals(Vector3(6.0f, -8.0f, 8.0f), 0.0f));
     EXPECT_TRUE(x.NearlyEquals(Vector3(1.5f, -0.5f, 0.5f), 0.5f));
     EXPECT_FALSE(x.NearlyEquals(Vector3(1.0f, 0.0f, 0.5f), 0.25f));
 }
@@ -103,11 +93,6 @@ TEST(Matrix4, ProductsAndParts)
     float out[4];
     m.Transform(out, in);
     EXPECT_TRUE(out[0] == 25.0f && out[1] == 29.0f && out[2] == 33.0f && out[3] == 1.0f);
-    Vector3 p, q, r;
-    m.GetBasisVectors(p, q, r);
-    EXPECT_TRUE(r.NearlyEquals(Vector3(7, 8, 9), 0.0f));
-    m.GetTranslation(r);
-    EXPECT_TRUE(r.NearlyEquals(Vector3(10, 11, 12), 0.0f));
 }
 
 TEST(Matrix4, RigidInverseAndNormalize)

@@ -16,20 +16,14 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/win32/temporaryfolder.h"
+
 namespace fs = std::filesystem;
 
 class ReplaceFile : public testing::Test
 {
 protected:
-    ReplaceFile()
-    {
-        char folder[] = "/tmp/zolt_replace_XXXXXX";
-        m_Folder = mkdtemp(folder);
-    }
-
-    ~ReplaceFile() override { fs::remove_all(m_Folder); }
-
-    std::string Path(const std::string& name) const { return m_Folder + "/" + name; }
+    std::string Path(const std::string& name) const { return m_Folder / name; }
 
     std::string Make(const std::string& name, const std::string& text) const
     {
@@ -40,7 +34,7 @@ protected:
     std::vector<std::string> Names() const
     {
         std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(m_Folder))
+        for (const auto& entry : fs::directory_iterator(m_Folder.Path()))
             names.push_back(entry.path().filename());
         std::sort(names.begin(), names.end());
         return names;
@@ -71,7 +65,7 @@ protected:
         return status.st_mode & 07777;
     }
 
-    std::string m_Folder;
+    TemporaryFolder m_Folder;
 };
 
 TEST_F(ReplaceFile, OldOrNewNeverAPart)
@@ -168,7 +162,7 @@ TEST_F(ReplaceFile, WithoutRights)
     const std::string open = Make("closed/open", "old");
     fs::permissions(open, static_cast<fs::perms>(0666));
     fs::permissions(Path("closed"), static_cast<fs::perms>(0555));
-    fs::permissions(m_Folder, static_cast<fs::perms>(0777));
+    fs::permissions(m_Folder.Path(), static_cast<fs::perms>(0777));
     // As another user, in a process of its own; skipped where that can't be had.
     const pid_t child = fork();
     if (child == 0)

@@ -237,13 +237,6 @@ TEST(FixedMemoryStream, DoesNotGrow)
 
 TEST(StdioStream, WithoutAFile)
 {
-    StdioStream stream;
-    uint32_t number = 7;
-    EXPECT_EQ(stream.Read(&number, 0) + stream.Write(&number, 0) + stream.SeekTo(0), 3);
-    EXPECT_EQ(stream.GetPos(&number), 1);
-    EXPECT_EQ(number, 0U);
-    EXPECT_EQ(stream.GetLen(&number), 1);
-    EXPECT_EQ(stream.ErrorStatus(), 0);
     EXPECT_EQ(OpenStdioStream("/no/such/file", "rb"), nullptr);
     EXPECT_EQ(LoadFileToMemoryStream("/no/such/file"), nullptr);
     EXPECT_EQ(LoadFileToMemoryStream(testing::TempDir().c_str()), nullptr); // a folder

@@ -7,7 +7,6 @@
 #include "tests/zoltshared/stdzolt/assertioncatcher.h"
 #include "zoltshared/stdzolt/debugprintf.h"
 #include "zoltshared/stdzolt/emptystring.h"
-#include "zoltshared/stdzolt/findblock.h"
 #include "zoltshared/stdzolt/findnametoken.h"
 #include "zoltshared/stdzolt/ownedstring.h"
 #include "zoltshared/stdzolt/safestrcopy.h"
@@ -78,15 +77,6 @@ TEST(CompareNoCase, FoldsLettersOnly)
     EXPECT_NE(CompareNoCase("[", "{"), 0);
     EXPECT_NE(CompareNoCase("\xC4", "\xE4"), 0);
     EXPECT_GT(CompareNoCase("\xC4", "a"), 0); // characters count as unsigned
-}
-
-TEST(FindBlock, FindsTheFirst)
-{
-    const uint16_t values[] = {7, 0x0102, 0x0201, 0x0102};
-    const uint16_t key = 0x0102;
-    EXPECT_EQ(FindBlock(&key, values, 4, 2), 1);
-    EXPECT_EQ(FindBlock(&key, values, 1, 2), -1);
-    EXPECT_EQ(FindBlock(&key, nullptr, 0, 2), -1);
 }
 
 TEST(DebugPrintf, StaysWithinItsBuffer)

@@ -322,22 +322,16 @@ public:
     {
         const auto [t, q] = Place();
         const auto [x, y, z, w] = q;
-        return {1 - 2 * (y * y + z * z),
-                2 * (x * y - w * z),
-                2 * (x * z + w * y),
-                t[0],
-                2 * (x * y + w * z),
-                1 - 2 * (x * x + z * z),
-                2 * (y * z - w * x),
-                t[1],
-                2 * (x * z - w * y),
-                2 * (y * z + w * x),
-                1 - 2 * (x * x + y * y),
-                t[2],
-                0,
-                0,
-                0,
-                1};
+        const Vec rows[] = {{1 - 2 * (y * y + z * z), 2 * (x * y - w * z), 2 * (x * z + w * y)},
+                            {2 * (x * y + w * z), 1 - 2 * (x * x + z * z), 2 * (y * z - w * x)},
+                            {2 * (x * z - w * y), 2 * (y * z + w * x), 1 - 2 * (x * x + y * y)}};
+        std::array<float, 16> matrix = Node().global;
+        for (size_t i = 0; i < 3; ++i)
+        {
+            std::copy(rows[i].begin(), rows[i].end(), matrix.begin() + 4 * i);
+            matrix[4 * i + 3] = t[i];
+        }
+        return matrix;
     }
     std::vector<Node> Tree(uint32_t nNodes)
     {

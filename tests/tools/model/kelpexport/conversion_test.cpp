@@ -306,13 +306,6 @@ TEST_F(ConversionTest, ScaleOfZeroOrBelow)
             EXPECT_EQ(Log().find(text, place + 1) != std::string::npos, false) << "once for each node";
         }
     }
-    // A mirrored axis isn't kept, but the key is a rotation.
-    Scene scene = MakeTestScene();
-    scene.nodes[0].local.scale = {1, 1, -1};
-    OpenScene(scene);
-    ASSERT_TRUE(Convert());
-    const Quaternion& q = Key("root", 0).m_qRotation;
-    EXPECT_NEAR(std::fabs(q.z), 1.0f, 1e-5f);
 }
 
 TEST_F(ConversionTest, Orthonormalise)

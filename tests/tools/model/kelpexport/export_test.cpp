@@ -5,26 +5,19 @@
 
 static constexpr float HALF_SQRT = 0.70710678f;
 
-static void ExpectVector(const Vector3& v, float x, float y, float z)
+static void ExpectVector(const Vector3& v, const Vector3& expected)
 {
-    EXPECT_TRUE(v.NearlyEquals(Vector3(x, y, z), 1e-5f))
-        << v.x << " " << v.y << " " << v.z << " for " << x << " " << y << " " << z;
+    EXPECT_TRUE(v.NearlyEquals(expected, 1e-5f))
+        << v.x << " " << v.y << " " << v.z << " for " << expected.x << " " << expected.y << " " << expected.z;
 }
 
 // The sign of a quaternion says nothing.
 static void ExpectKey(const NodeKeyFrame& key, const Vector3& translation, const Quaternion& rotation)
 {
-    ExpectVector(key.m_vTranslation, translation.x, translation.y, translation.z);
+    ExpectVector(key.m_vTranslation, translation);
     const Quaternion& q = key.m_qRotation;
     const float dot = q.x * rotation.x + q.y * rotation.y + q.z * rotation.z + q.w * rotation.w;
     EXPECT_NEAR(std::fabs(dot), 1.0f, 1e-5f) << q.x << " " << q.y << " " << q.z << " " << q.w;
-}
-
-static void ExpectWeight(const ModelVertWeight& weight, uint32_t iNode, float x, float y, float z, float share)
-{
-    EXPECT_EQ(weight.m_iNode, iNode);
-    ExpectVector(Vector3(weight.m_Vec[0], weight.m_Vec[1], weight.m_Vec[2]), x, y, z);
-    EXPECT_FLOAT_EQ(weight.m_Vec[3], share);
 }
 
 TEST_F(ExportTest, FreshExportHoldsWhatWasWorkedOutByHand)
@@ -50,7 +43,7 @@ TEST_F(ExportTest, FreshExportHoldsWhatWasWorkedOutByHand)
     // The mesh node is gone, its piece stays. Nodes carry the pose of the first key.
     ASSERT_EQ(pModel->NumNodes(), 3u);
     const char* const names[] = {"root", "bone", "hat"};
-    const float translations[3][3] = {{0, 0, 0}, {2, 0, 0}, {2, 0, -2}};
+    const Vector3 translations[3] = {{0, 0, 0}, {2, 0, 0}, {2, 0, -2}};
     for (uint32_t i = 0; i < 3; ++i)
     {
         const ModelNode* pNode = pModel->GetNode(i);
@@ -60,11 +53,11 @@ TEST_F(ExportTest, FreshExportHoldsWhatWasWorkedOutByHand)
         Vector3 a, b, c, t;
         pNode->m_mGlobal.GetBasisVectors(a, b, c);
         pNode->m_mGlobal.GetTranslation(t);
-        ExpectVector(t, translations[i][0], translations[i][1], translations[i][2]);
+        ExpectVector(t, translations[i]);
         // A half turn about z; below the root a quarter turn goes ahead.
-        ExpectVector(a, i ? 0.0f : -1.0f, i ? -1.0f : 0.0f, 0.0f);
-        ExpectVector(b, i ? 1.0f : 0.0f, i ? 0.0f : -1.0f, 0.0f);
-        ExpectVector(c, 0.0f, 0.0f, 1.0f);
+        ExpectVector(a, i ? Vector3(0, -1, 0) : Vector3(-1, 0, 0));
+        ExpectVector(b, i ? Vector3(1, 0, 0) : Vector3(0, -1, 0));
+        ExpectVector(c, Vector3(0, 0, 1));
     }
 
     // Pieces stand in pre-order: the hat is below the bone, which comes first.
@@ -75,41 +68,36 @@ TEST_F(ExportTest, FreshExportHoldsWhatWasWorkedOutByHand)
     EXPECT_STREQ(pSkin->GetName(), "skin_zTex1");
     EXPECT_EQ(pHat->m_iTexture, 0u);
     EXPECT_EQ(pSkin->m_iTexture, 1u);
-    ASSERT_EQ(pHat->NumVerts(), 3u);
-    ASSERT_EQ(pSkin->NumVerts(), 3u);
-    ASSERT_EQ(pHat->NumTris(), 1u);
-    ASSERT_EQ(pSkin->NumTris(), 1u);
-    ExpectVector(pHat->GetVert(0)->m_vPos, 2, 0, -2);
-    ExpectVector(pHat->GetVert(1)->m_vPos, 2, 2, -2);
-    ExpectVector(pHat->GetVert(2)->m_vPos, 0, 0, -2);
-    ExpectVector(pSkin->GetVert(0)->m_vPos, 0, 0, 0);
-    ExpectVector(pSkin->GetVert(1)->m_vPos, 4, 0, 0);
-    ExpectVector(pSkin->GetVert(2)->m_vPos, 0, 4, -2);
-    const float uvs[3][2] = {{0.0f, 0.25f}, {0.5f, 0.5f}, {1.0f, 0.125f}};
-    for (int i = 0; i < 3; ++i)
-    {
-        ExpectVector(pHat->GetVert(i)->m_vNormal, 0, 0, -1);
-        ExpectVector(pSkin->GetVert(i)->m_vNormal, 0, -0.4472136f, -0.8944272f);
-        EXPECT_EQ(pHat->GetTri(0)->m_Indices[i], 2 - i);
-        EXPECT_EQ(pSkin->GetTri(0)->m_Indices[i], 2 - i);
-        EXPECT_EQ(pHat->GetTri(0)->m_UVs[i].u, 0.0f);
-        EXPECT_EQ(pHat->GetTri(0)->m_UVs[i].v, 0.0f);
-        EXPECT_NEAR(pSkin->GetTri(0)->m_UVs[i].u, uvs[2 - i][0], 1e-7f);
-        EXPECT_FLOAT_EQ(pSkin->GetTri(0)->m_UVs[i].v, uvs[2 - i][1]);
-    }
+    const Vector3 positions[2][3] = {{{2, 0, -2}, {2, 2, -2}, {0, 0, -2}}, {{0, 0, 0}, {4, 0, 0}, {0, 4, -2}}};
+    const Vector3 normals[2] = {{0, 0, -1}, {0, -0.4472136f, -0.8944272f}};
+    const float uvs[2][3][2] = {{}, {{0.0f, 0.25f}, {0.5f, 0.5f}, {1.0f, 0.125f}}};
+    // By piece and vertex: node, offset times share, share.
+    const std::vector<ModelVertWeight> weights[2][3] = {
+        {{{{0, 0, 0, 1}, 2}}, {{{-2, 0, 0, 1}, 2}}, {{{0, -2, 0, 1}, 2}}},
+        {{{{0, -2, 0, 1}, 1}}, {{{0, 2, 0, 1}, 1}}, {{{0, -1, -0.5f, 0.25f}, 0}, {{-3, -1.5f, -1.5f, 0.75f}, 1}}}};
     ASSERT_EQ(pModel->CalcNumWeights(), 7u);
-    for (int i = 0; i < 3; ++i)
-        ASSERT_EQ(pHat->GetVert(i)->m_nWeights, 1);
-    ExpectWeight(pHat->GetVert(0)->m_Weights[0], 2, 0, 0, 0, 1);
-    ExpectWeight(pHat->GetVert(1)->m_Weights[0], 2, -2, 0, 0, 1);
-    ExpectWeight(pHat->GetVert(2)->m_Weights[0], 2, 0, -2, 0, 1);
-    ASSERT_EQ(pSkin->GetVert(0)->m_nWeights, 1);
-    ASSERT_EQ(pSkin->GetVert(1)->m_nWeights, 1);
-    ASSERT_EQ(pSkin->GetVert(2)->m_nWeights, 2);
-    ExpectWeight(pSkin->GetVert(0)->m_Weights[0], 1, 0, -2, 0, 1);
-    ExpectWeight(pSkin->GetVert(1)->m_Weights[0], 1, 0, 2, 0, 1);
-    ExpectWeight(pSkin->GetVert(2)->m_Weights[0], 0, 0, -1, -0.5f, 0.25f);
-    ExpectWeight(pSkin->GetVert(2)->m_Weights[1], 1, -3, -1.5f, -1.5f, 0.75f);
+    for (uint32_t p = 0; p < 2; ++p)
+    {
+        ModelPiece* pPiece = pModel->GetPiece(p);
+        ASSERT_TRUE(pPiece->NumVerts() == 3 && pPiece->NumTris() == 1);
+        for (uint32_t i = 0; i < 3; ++i)
+        {
+            SCOPED_TRACE(std::to_string(p) + " " + std::to_string(i));
+            const ModelVert& vert = *pPiece->GetVert(i);
+            ExpectVector(vert.m_vPos, positions[p][i]);
+            ExpectVector(vert.m_vNormal, normals[p]);
+            EXPECT_EQ(pPiece->GetTri(0)->m_Indices[i], 2 - i);
+            EXPECT_NEAR(pPiece->GetTri(0)->m_UVs[i].u, uvs[p][2 - i][0], 1e-7f);
+            EXPECT_FLOAT_EQ(pPiece->GetTri(0)->m_UVs[i].v, uvs[p][2 - i][1]);
+            ASSERT_EQ(vert.m_nWeights, weights[p][i].size());
+            for (uint32_t w = 0; w < vert.m_nWeights; ++w)
+            {
+                EXPECT_EQ(vert.m_Weights[w].m_iNode, weights[p][i][w].m_iNode);
+                for (int c = 0; c < 4; ++c)
+                    EXPECT_NEAR(vert.m_Weights[w].m_Vec[c], weights[p][i][w].m_Vec[c], 1e-5f) << c;
+            }
+        }
+    }
 
     // Frames 2 and 7 at 10 frames per second: 200 and, of the float nearest to 0.7, 699 milliseconds.
     ASSERT_EQ(pModel->NumAnims(), 1u);
@@ -204,10 +192,10 @@ TEST_F(ExportTest, AppendsByNameToAPrunedFileAndKeepsItsGeometry)
     const float raised[] = {8, 8, 8, 8, 8, 6};
     for (size_t i = 0; i < first.size(); ++i)
     {
-        ExpectVector(last[i], same[i].x, same[i].y, same[i].z);
-        ExpectVector(last[i], first[i].x, first[i].y, first[i].z - raised[i]);
+        ExpectVector(last[i], same[i]);
+        ExpectVector(last[i], first[i] - Vector3(0, 0, raised[i]));
     }
-    ExpectVector(first[5], 0, 4, -2);
+    ExpectVector(first[5], Vector3(0, 4, -2));
 }
 
 TEST_F(ExportTest, AppendsByPositionWhateverTheNames)
