@@ -16,7 +16,6 @@ public:
     int GetPos(uint32_t* pPos) override { return Keep(m_pStream->GetPos(pPos)); }
     int GetLen(uint32_t* pLen) override { return m_pStream->GetLen(pLen); }
     int Write(const void* pData, uint32_t size) override { return Keep(m_pStream->Write(pData, size)); }
-    int WriteString(const char* pText) override { return Keep(m_pStream->WriteString(pText)); }
 
 private:
     int Keep(int result)

@@ -8,8 +8,6 @@
 #include <cstring>
 
 constexpr float BOX_START = 1e37f;
-// A model with a smaller radius has the mag scale 1.
-constexpr float SMALL_RADIUS = 0.001f;
 constexpr float MAG_SCALE_OF_RADIUS = 256.0f;
 
 static float LowerOf(float a, float b)

@@ -2,6 +2,9 @@
 
 #include "engine/model/src/model.h"
 
+// A model with a smaller radius has the mag scale 1.
+constexpr float SMALL_RADIUS = 0.001f;
+
 // 256 / radius (1 for a radius below 0.001), or what the token "MagScale" in the root node's name says
 // with three digits; fewer, or 000, count as no token.
 float CalcMagScale(Model* pModel);

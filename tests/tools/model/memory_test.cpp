@@ -59,10 +59,32 @@ bool AppendPruned(ConvModel& model, const Bytes& bytes)
     return LoadFrom(source, bytes) && model.RemoveNode(model.GetNode(2)) && model.AddAnims(&source) == 0;
 }
 
+// Under numbered names, since the names are taken.
 bool AppendSame(ConvModel& model, const Bytes& bytes)
 {
     ConvModel source;
-    return LoadFrom(source, bytes) && model.AddAnims(&source) == 0;
+    if (!LoadFrom(source, bytes) || model.AddAnims(&source) != 0)
+        return false;
+    EXPECT_TRUE(model.FindAnim("walk0", nullptr, nullptr) && model.FindAnim("run0", nullptr, nullptr));
+    return true;
+}
+
+// To a model of one node, whose tree is that of an empty model.
+bool AppendToOneNode(ConvModel& model, const Bytes& bytes)
+{
+    ConvModel source;
+    if (!LoadFrom(source, bytes))
+        return false;
+    for (ConvModel* pModel : {&model, &source})
+    {
+        for (uint32_t i = 1; i < pModel->NumNodes(); ++i)
+            pModel->GetNode(i)->m_Flags |= MNODE_REMOVEABLE;
+    }
+    if (!model.RemoveRemovableNodes() || model.AddAnims(&source) != 0)
+        return false;
+    EXPECT_EQ(model.NumNodes(), 1u);
+    EXPECT_EQ(model.NumAnims(), 4u);
+    return true;
 }
 
 // One line for each.
@@ -72,6 +94,7 @@ const Operation OPERATIONS[] = {
     {"copy", Leaves::Nothing, false, CopyFromAnother},
     {"save", Leaves::AllAsItWas, true, [](ConvModel& model, const Bytes&) { return SaveToMemory(model); }},
     {"append", Leaves::SoundModel, true, AppendSame},
+    {"append to one node", Leaves::SoundModel, true, AppendToOneNode},
     {"append pruned", Leaves::SoundModel, true, AppendPruned},
     {"remove a node", Leaves::AllAsItWas, true,
      [](ConvModel& model, const Bytes&) { return model.RemoveNode(model.GetNode(2)) != QZFALSE; }},
@@ -84,7 +107,7 @@ Bytes SampleBytes()
     ConvModel model;
     BuildTree(model, "root(hip(leg*(foot,toe*),tail*(tip)),hat*)");
     AddPiece(model, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 1, 0}}, {{0, 1, 2}, {0, 1, 3}});
-    AddRandomAnim(model, "walk", 3, 1);
+    AddRandomAnim(model, "walk", 400, 1); // more than one step of a growing stream
     AddRandomAnim(model, "run", 2, 2);
     EXPECT_TRUE(model.Precalc(QZTRUE));
     return Snapshot(model);
@@ -118,6 +141,7 @@ TEST(Memory, EachOperationWithoutEachOfItsRequests)
             }
             const Bytes after = Snapshot(model);
             EXPECT_TRUE(bDone || operation.leaves == Leaves::SoundModel || after == before);
+            EXPECT_TRUE(operation.bNeedsModel || after == sample);
             ConvModel again;
             EXPECT_TRUE(LoadFrom(again, after));
             EXPECT_EQ(Snapshot(again), after);

@@ -63,15 +63,19 @@ Bytes Saved(Model& model)
 class FailingStream : public MemoryStream
 {
 public:
-    explicit FailingStream(uint32_t nFailAt) : MemoryStream(65536), m_nFailAt(nFailAt) {}
+    explicit FailingStream(uint32_t nFailAt, bool bTells = true)
+        : MemoryStream(65536), m_nFailAt(nFailAt), m_bTells(bTells)
+    {
+    }
     int Write(const void* pData, uint32_t size) override
     {
         return ++m_nWrites == m_nFailAt ? 1 : MemoryStream::Write(pData, size);
     }
-    int ErrorStatus() override { return m_nWrites >= m_nFailAt ? 1 : 0; }
+    int ErrorStatus() override { return m_bTells && m_nWrites >= m_nFailAt ? 1 : 0; }
 
     uint32_t m_nFailAt;
     uint32_t m_nWrites = 0;
+    bool m_bTells; // later on, by its status
 };
 
 Model* g_pSuppliedChild = nullptr;
@@ -137,6 +141,8 @@ TEST(ModelSave, FailsAtAnyWriteThatFails)
         FailingStream stream(n);
         EXPECT_FALSE(model.Save(&stream)) << n;
         EXPECT_EQ(stream.m_nWrites, n <= nCheckpoint ? nCheckpoint : sound.m_nWrites) << n;
+        FailingStream silent(n, false);
+        EXPECT_FALSE(model.Save(&silent)) << n;
     }
 }
 
@@ -150,6 +156,8 @@ TEST(ModelSave, RefusesWhatIsInconsistent)
         [](Model& m) { m.GetAnim(0)->GetRootNode()->m_pNode = m.GetNode(1); },
         [](Model& m) { m.GetAnim(0)->m_KeyFrames.Append(AnimKeyFrame()); },
         [](Model& m) { m.m_CommandString = nullptr; },
+        [](Model& m) { m.m_LODDistances.SetSize(65536); },
+        [](Model& m) { m.m_Transforms.NiceSetSize(1); },
     };
     for (const auto& change : breaks)
     {
@@ -208,7 +216,11 @@ TEST(ModelSave, OwnAnimationsComeFirstAndBindingsFindTheirRows)
     for (uint32_t i = 0; i < 4; ++i)
         EXPECT_EQ(loaded.m_Anims[i].m_vTranslation.x, expected[i]) << i;
 
-    // A child that has grown since it was linked has an animation without a row.
+    // A child that has grown since it was linked has an animation without a row, and mustn't take the next link's.
+    Model* pOther = Model::CreateModel();
+    BuildTree(*pOther, "r(b)");
+    AddRandomAnim(*pOther, "o", 1, 6);
+    ASSERT_TRUE(parent.AddChildModel(pOther, "other.abc", error, QZFALSE));
     AddRandomAnim(*pChild, "z", 1, 5);
     MemoryStream stream(65536);
     EXPECT_FALSE(parent.Save(&stream));

@@ -2,6 +2,7 @@
 
 #include "tools/model/kelpexport/hostcount.h"
 #include "tools/model/kelpexport/messages.h"
+#include "tools/model/kelpexport/vanishedmeshes.h"
 
 ConvModel_Soft::ConvModel_Soft() = default;
 
@@ -59,10 +60,14 @@ QZBOOL ConvModel_Soft::ReadScene(const DynArray<SAA_Elem, DefaultCache>& element
     MarkRemovableNodes(GetSoftRoot());
 
     SetStatus(1, "Converting data...");
+    const VanishedMeshes vanished(this);
     if (!Finish(bAppend ? QZFALSE : QZTRUE, QZTRUE))
     {
         ShowMessage(MESSAGE_OK, "Error converting model geometry.");
         return QZFALSE;
     }
+    // An append takes the meshes that are in the file.
+    if (!bAppend)
+        vanished.Warn();
     return QZTRUE;
 }

@@ -1,6 +1,7 @@
 #include "engine/model/src/transformmaker.h"
 #include "tests/engine/model/src/loadbytes.h"
 #include "tests/zoltshared/stdzolt/assertioncatcher.h"
+#include "tests/zoltshared/stdzolt/testallocator.h"
 
 #include <gtest/gtest.h>
 
@@ -61,6 +62,13 @@ TEST(ChildModels, RowsAndReferences)
 
     // New rows go behind those of their own link, and the later links move on.
     EXPECT_TRUE(pModel->AddDefaultAnim("y"));
+    EXPECT_EQ(pModel->GetAnim(1)->GetAnimTime(), 0u);
+    for (uint32_t i = 0; i < pModel->NumNodes(); ++i)
+    {
+        Matrix4 key;
+        pModel->GetAnim(1)->m_AnimNodes[i]->m_KeyFrames[0].ToMatrix(key);
+        EXPECT_TRUE(std::equal(key.m, key.m + 16, Matrix4().m)) << i;
+    }
     ModelAnim* pAnim = new ModelAnim(&a);
     pAnim->SetName("z");
     EXPECT_TRUE(pModel->AddAnimToChildInfo(pAnim, pModel->GetChildModel(1)) && a.AddAnim(pAnim));
@@ -109,8 +117,10 @@ TEST(ChildModels, MessagesAndLimits)
     EXPECT_FALSE(model.AddChildModel(&differs, "differs", errStr, QZFALSE));
     EXPECT_EQ(strlen(errStr), MODEL_ERRSTR_SIZE - 1);
 
-    ChildInfo* pEmpty = model.AddChildModel(nullptr, "empty", errStr, QZFALSE);
+    char name[] = "empty"; // of which the link keeps a copy
+    ChildInfo* pEmpty = model.AddChildModel(nullptr, name, errStr, QZFALSE);
     ASSERT_TRUE(pEmpty);
+    name[0] = 'E';
     uint32_t index = 0;
     EXPECT_EQ(model.FindChildModelByName("empty", &index), pEmpty);
     EXPECT_EQ(index, 1u);
@@ -129,6 +139,21 @@ TEST(ChildModels, MessagesAndLimits)
     EXPECT_EQ(model.NumChildModels(), 16u);
     EXPECT_EQ(model.NumAnims(), 15u);
     EXPECT_FALSE(model.SetChildModel(16, pEmpty, nullptr, ""));
+    // Memory for the link but not for its relations; for both, but not for the rows.
+    for (const bool bRows : {false, true})
+    {
+        TestAllocator allocator, rows;
+        Model starved(&allocator, &rows);
+        ASSERT_EQ(LoadBytes(starved, WithAnims({}, 1).Write()), RESULT_OK);
+        allocator.m_nLeft = bRows ? 100 : 1;
+        rows.m_nLeft = 0;
+        EXPECT_FALSE(starved.AddChildModel(children[14].get(), "c", errStr, QZFALSE));
+        EXPECT_STREQ(errStr, bRows ? "Out of memory." : "SetupChildModelRelation returned QZFALSE.");
+        EXPECT_EQ(starved.NumChildModels(), bRows ? 2u : 1u);
+        EXPECT_EQ(children[14]->m_RefCount, bRows ? 1 : 0);
+        EXPECT_EQ(starved.NumAnims(), 0u);
+        starved.Term(QZFALSE);
+    }
     EXPECT_EQ(catcher.Caught().size(), 2u);
     EXPECT_EQ(model.GetChildModel(16), nullptr);
     EXPECT_EQ(catcher.Caught().back(), "index < m_nChildModels");

@@ -102,4 +102,10 @@ TEST(CommandString, EveryKeyword)
             EXPECT_FALSE(m.m_bNormalRef);
         }
     }
+    // A second line: what it doesn't name stays, but for one switch.
+    file.command = "Rigid;VisRadius 9;FovXOffset 1";
+    LoadedModel m(file);
+    m.m_CommandString = "";
+    m.ParseCommandString();
+    EXPECT_TRUE(m.m_bRigid && m.m_VisRadius == 9 && m.m_FovXOffset != 0 && !m.m_bFovOffset);
 }

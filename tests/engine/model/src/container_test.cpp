@@ -42,6 +42,10 @@ TEST(Model, FreshAndEmptied)
             const uint32_t stamp = model.GetModelStamp();
             model.Term(QZFALSE);
             EXPECT_EQ(model.GetModelStamp(), stamp);
+            EXPECT_EQ(model.m_nTotalVerts, 0u);
+            allocator.m_nLeft = 1; // for one of two tables
+            EXPECT_FALSE(model.Precalc(QZTRUE));
+            EXPECT_EQ(model.FindNode("", nullptr), nullptr);
             EXPECT_EQ(model.GetAllocator(), &allocator);
         }
     }
@@ -177,12 +181,19 @@ TEST(Model, CountsAndStructure)
     EXPECT_EQ(catcher.Caught().size(), 3u);
 
     LoadedModel other(file);
-    EXPECT_FALSE(other.CopyUVs(&model)); // the swapped pieces have other triangle counts
+    EXPECT_FALSE(other.CopyUVs(&model) || model.CopyUVs(&other)); // the swapped pieces have other triangle counts
     EXPECT_TRUE(model.SwapPieces(0, 1));
     for (uint32_t i = 0; i < 4; ++i)
         model.GetPiece(0)->GetTri(i)->m_UVs[2].v = static_cast<float>(i + 10);
     EXPECT_TRUE(other.CopyUVs(&model));
     EXPECT_EQ(other.GetPiece(0)->GetTri(3)->m_UVs[2].v, 13.0f);
+
+    ModelVertWeight records[2];
+    records[0].m_iNode = 0;
+    records[1].m_iNode = 1;
+    model.GetPiece(1)->GetVert(2)->m_Weights = records;
+    model.GetPiece(1)->GetVert(2)->m_nWeights = 2;
+    EXPECT_TRUE(model.IsNodeWeighted(1)) << "by a second record";
 }
 
 static uint32_t g_nTold;

@@ -392,7 +392,10 @@ TEST(OneBlock, GrowsOnTheHeap)
         }
         ASSERT_EQ(LoadBytes(model, bytes), RESULT_OK);
         ModelSocket* pSocket = new ModelSocket;
+        pSocket->SetName("a name of more than 15");
+        EXPECT_STREQ(pSocket->GetName(), "a name of more ");
         EXPECT_TRUE(model.AddSocket(pSocket) && model.RemoveSocket(0) && model.RemoveSocket(1));
+        EXPECT_STREQ(model.GetSocket(0)->GetName(), "b");
         WeightSet* pSet = new WeightSet(&model);
         EXPECT_TRUE(pSet->Init() && model.AddWeightSet(pSet));
         model.RemoveWeightSet(0);

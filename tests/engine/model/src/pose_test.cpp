@@ -266,6 +266,10 @@ TEST(TransformMaker, Refuses)
     EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[7].m_iWeightSet = ANIMTRACKER_NO_WEIGHTSET; }));
     EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[7].m_iWeightSet = 3; }));
     EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[2].m_Cur.m_iAnim = 6; }));
+    EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[2].m_Prev.m_iAnim = 6; }));
+    const uint16_t nKeys = static_cast<uint16_t>(model.GetAnim(0)->NumKeyFrames());
+    EXPECT_TRUE(refused([&](TransformMaker& m) { m.m_Anims[2].m_Prev.m_iFrame = nKeys; }));
+    EXPECT_TRUE(refused([&](TransformMaker& m) { m.m_Anims[2].m_Cur.m_iFrame = nKeys; }));
     EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[2].m_Prev.m_iFrame = 99; }));
     // What IsValid doesn't see: a weight set that nobody sized, a child of another shape, no track list.
     ASSERT_TRUE(model.AddWeightSet(new WeightSet(&model)));
@@ -404,6 +408,10 @@ TEST(VertexDeformation, OddWeights)
     EXPECT_FALSE(model.GetVertexPositions(&request, QZFALSE));
     request.m_nAnims = 0; // not looked at when the matrices are taken as they stand
     EXPECT_FALSE(model.GetVertexPositions(&request, QZTRUE));
+    LoadedModel other(file);
+    request.m_nAnims = 1;
+    request.m_Anims[0].Init(&other, 0, 0, 0, 0, 0);
+    EXPECT_FALSE(model.GetVertexPositions(&request, QZTRUE)) << "a pose of another model";
     ASSERT_TRUE(model.GetVertexPositions(&request, QZFALSE));
     const Vector3 expected[] = {{0, 0, 0}, {1, 2, 3}, {1, 2, 3}, {0, 0, 0}};
     for (int i = 0; i < 4; ++i)
