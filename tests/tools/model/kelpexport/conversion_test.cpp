@@ -70,6 +70,22 @@ TEST_F(ConversionTest, KeysComeFromEveryCurveAndStayInTheRange)
     OpenScene(scene, options);
     ASSERT_TRUE(Convert());
     EXPECT_EQ(Times(), (std::vector<uint32_t>{0, 300, 499, 699}));
+    // One curve of three will do, whichever it is.
+    for (size_t i = 0; i < 6; ++i)
+    {
+        const char* const names[] = {"SAA_modelFcurveGetTranslation", "SAA_modelFcurveGetRotation"};
+        g_HostLies[names[i / 3]] = [i](HostAnswer& answer)
+        {
+            for (size_t j = 0; j < 3; ++j)
+            {
+                if (j != i % 3)
+                    *answer.elems[j] = SAA_Elem();
+            }
+        };
+        ASSERT_TRUE(Convert());
+        EXPECT_EQ(Times(), (std::vector<uint32_t>{0, 300, 499, 699})) << i;
+        g_HostLies.clear();
+    }
     // Keys outside the range count for its ends.
     options.start = 3;
     options.end = 6;
@@ -101,6 +117,70 @@ TEST_F(ConversionTest, KeysComeFromEveryCurveAndStayInTheRange)
     EXPECT_EQ(Boxes(), "Invalid play range: 4 to 3.|");
 }
 
+TEST_F(ConversionTest, TypesAndTheTopOfTheTree)
+{
+    const char* const types[] = {"SAA_MNILL", "SAA_MPTCH", "SAA_MFACE", "UNKNOWN",   "SAA_MSMSH", "SAA_MJNT",
+                                 "SAA_MSPLN", "SAA_MMETA", "SAA_MBALL", "SAA_MNCRV", "SAA_MNSRF", "UNKNOWN"};
+    OpenScene(MakeTestScene());
+    for (int type = 0; type < 12; ++type)
+    {
+        LieCount("SAA_modelGetType", type);
+        LieCount("SAA_elementGetHierarchyLevel", 0); // the first of many counts
+        const bool bMesh = type == SAA_MFACE || type == SAA_MSMSH;
+        EXPECT_EQ(Export("walk", true), bMesh ? 124 : 0);
+        const std::string line = std::string(", mode: , type: ") + types[type] + ", piece: " + (bMesh ? "0\n" : "-1\n");
+        EXPECT_EQ(Log().find("\n- root" + line) != std::string::npos, !bMesh) << "a joint has no triangles to give";
+        g_HostLies["SAA_modelGetType"] = [&](HostAnswer& answer)
+        { *answer.ints[0] = *answer.ints[0] == SAA_MSMSH ? type : *answer.ints[0]; };
+        EXPECT_EQ(Export("walk", true), 0);
+        EXPECT_NE(Log().find("- hat" + line), std::string::npos) << Log();
+    }
+}
+
+// The corners of triangles go by where their vertices are, not by how these are numbered.
+TEST_F(ConversionTest, CornersAreTiedByPosition)
+{
+    OpenScene(MakeTestScene());
+    g_HostLies["SAA_modelGetTriVertices"] = [](HostAnswer& answer)
+    { std::swap(answer.positions[0][0], answer.positions[0][2]); };
+    g_HostLies["SAA_ctrlVertexGetIndices"] = [](HostAnswer& answer)
+    {
+        for (int i = 0; i < 3; ++i)
+            answer.ints[0][i] = 2 - answer.ints[0][i];
+    };
+    ASSERT_TRUE(Convert());
+    for (uint32_t i = 0; i < 3; ++i)
+        EXPECT_EQ(m_pModel->GetPiece(0)->GetTri(0)->m_Indices[i], 2 - i);
+    // One with no vertex near goes to the first.
+    g_HostLies["SAA_modelGetTriVertices"] = [](HostAnswer& answer) { answer.positions[0][1].v[0] += 2000.0; };
+    g_HostLies.erase("SAA_ctrlVertexGetIndices");
+    ASSERT_EQ(Export("walk", true), 0);
+    EXPECT_EQ(Boxes(), "");
+    EXPECT_NE(Log().find("WARNING: Mesh hat has lost all its triangles, it is too small.\n"), std::string::npos);
+}
+
+TEST_F(ConversionTest, SmallMeshesVanishWithAWord)
+{
+    const std::string lost = "WARNING: Mesh hat has lost all its triangles, it is too small.\n";
+    const std::string small = "WARNING: The scene's radius is below 0.001,";
+    Scene scene = MakeTestScene();
+    for (const double scale : {1.0, 0.003, 0.001})
+    {
+        // Vertices closer than 1/2560 of the radius, which is about 3, are merged.
+        for (Double3& position : scene.primitives[1].positions)
+            position = {position.x * scale, position.y * scale, position.z * scale};
+        OpenScene(scene);
+        ASSERT_EQ(Export("walk", true), 0);
+        EXPECT_EQ(Log().find(lost) != std::string::npos, scale == 0.001) << scale;
+        EXPECT_EQ(Log().find(small), std::string::npos);
+    }
+    scene.nodes[0].local.scale = {1e-4, 1e-4, 1e-4};
+    OpenScene(scene);
+    ASSERT_EQ(Export("walk", true), 0);
+    EXPECT_NE(Log().find(small), std::string::npos);
+    EXPECT_EQ(LoadModelFile(m_Path)->CalcNumVerts(), 0u);
+}
+
 TEST_F(ConversionTest, NameTokens)
 {
     const struct
@@ -110,7 +190,7 @@ TEST_F(ConversionTest, NameTokens)
         bool bStays;
     } cases[] = {
         {"a_zTex1", 1, false},
-        {"b_ztex1", 0, false},
+        {"b_ztex1", 1, false},
         {"e_zTexA", 0, false},
         {"h_zNeck_zTex1", 1, true},
         {"i_ZN", 0, false},
@@ -131,8 +211,7 @@ TEST_F(ConversionTest, NameTokens)
     for (const auto& item : cases)
     {
         const SoftNode* pNode = Node(item.pName);
-        const bool bTexture = item.pName == std::string("b_ztex1") || item.iTexture == 1;
-        EXPECT_EQ(m_pModel->GetPiece(static_cast<uint32_t>(pNode->m_PieceIndex))->m_iTexture, bTexture ? 1u : 0u)
+        EXPECT_EQ(m_pModel->GetPiece(static_cast<uint32_t>(pNode->m_PieceIndex))->m_iTexture, item.iTexture)
             << item.pName;
         EXPECT_EQ(pNode->m_Flags, item.bStays ? 0 : MNODE_REMOVEABLE) << item.pName;
     }
@@ -157,7 +236,15 @@ TEST_F(ConversionTest, SharesOfFivePercentAreDropped)
     EXPECT_FLOAT_EQ(pEnvelope->m_Weights[0].m_Weight, 0.0501f);
     EXPECT_TRUE(m_pModel->IsPieceEnveloped(1));
     EXPECT_FALSE(m_pModel->IsPieceEnveloped(2));
-    // Of a mesh that loses all its weights the node itself moves the vertices.
+    convert(150.0f);
+    EXPECT_EQ(Node("bone")->m_Envelopes[0]->m_Weights[0].m_Weight, 1.5f) << "what the host says, also above 100 %";
+    // Of a mesh that loses all its weights the node itself moves the vertices, and of one that isn't enveloped to a
+    // skeleton.
+    LieCount("SAA_envelopeGetType", 1);
+    convert(50.0f);
+    EXPECT_EQ(Node("root")->m_Envelopes.GetSize(), 0u);
+    EXPECT_EQ(Node("skin_zTex1")->m_Envelopes[0]->m_Weights[2].m_Weight, 1.0f);
+    g_HostLies.erase("SAA_envelopeGetType");
     convert(5.0f);
     EXPECT_EQ(Node("root")->m_Envelopes.GetSize(), 0u);
     ASSERT_EQ(Node("skin_zTex1")->m_Envelopes.GetSize(), 1u);

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <set>
 
 // The message that a failure of the n-th call of an operation leads to; empty where the export goes on, "-" where it
 // ends in silence.
@@ -134,10 +135,10 @@ std::map<std::string, int> FaultTest::CountCalls(bool bAppend)
 // Numbers of calls from 1, the first and the last among them.
 std::vector<int> FaultTest::PickCalls(int nCalls) const
 {
-    std::vector<int> picked;
     const int nPicked = std::min(nCalls, m_nCallsTried);
-    for (int i = 0; i < nPicked; ++i)
-        picked.push_back(nPicked == 1 ? 1 : 1 + static_cast<int>(int64_t(nCalls - 1) * i / (nPicked - 1)));
+    std::vector<int> picked(static_cast<size_t>(nPicked), 1);
+    for (int i = 1; i < nPicked; ++i)
+        picked[static_cast<size_t>(i)] = 1 + static_cast<int>(int64_t(nCalls - 1) * i / (nPicked - 1));
     return picked;
 }
 
@@ -213,6 +214,7 @@ void FaultTest::RefuseMemory(bool bAppend)
     const AssertionSink sink = SetAssertionSink([](const char*, const char*, int) {});
     long nRefused = 0;
     long nSilent = 0;
+    std::set<std::string> messages;
     const auto run = [&]
     {
         m_bRefuseMemory = true;
@@ -220,6 +222,8 @@ void FaultTest::RefuseMemory(bool bAppend)
         m_bRefuseMemory = false;
         nRefused += result != 0 ? 1 : 0;
         nSilent += result != 0 && Boxes().empty() ? 1 : 0;
+        if (result != 0 && !m_User.m_Boxes.empty())
+            messages.insert(m_User.m_Boxes.back().text);
         if (result == 0)
             ExpectSoundFile(bAppend ? 2 : 1);
     };
@@ -229,6 +233,21 @@ void FaultTest::RefuseMemory(bool bAppend)
     // Those of WeightUnenvelopedPieces, which has no message, and what falls through to it when no memory comes back:
     // a look-up that is slower without, and candidates that are skipped.
     EXPECT_LE(nSilent, bAppend ? 0 : 12);
+    std::set<std::string> expected = {"Out of memory.",
+                                      "Error converting model geometry.",
+                                      "Invalid animation data.",
+                                      "Node hat: unable to get geometry.",
+                                      "Node skin_zTex1: unable to get geometry.",
+                                      "Unable to get children for node root.",
+                                      "Unable to get children for node bone.",
+                                      "Unable to get elements in scene.",
+                                      "Unable to open " + m_Path + " for writing.",
+                                      "Unable to write " + m_Path + "."};
+    if (bAppend)
+        expected.insert({"Geometry in " + m_Path + " is different.", m_Path + " is an invalid model file, overwrite?"});
+    else
+        expected.insert({"Error converting vertex weights.", "Error copying model geometry."});
+    EXPECT_EQ(messages, expected);
 }
 
 TEST_F(FaultTest, MemoryRunsOutInAFreshExport)
@@ -300,6 +319,18 @@ TEST_F(FaultTest, CountsThatCantBe)
     m_Status.clear();
     EXPECT_EQ(Run(false), 124);
     EXPECT_EQ(Boxes(), "Unable to get elements in scene.|") << "the host doesn't give an empty list";
+    g_HostLies["SAA_sceneGetModels"] = [](HostAnswer& answer) { answer.status = 0; };
+    EXPECT_EQ(Run(false), 124);
+    EXPECT_EQ(Boxes(), "No models found in the scene.|");
+    EXPECT_TRUE(m_Status.empty());
+    // A mesh without triangles is no fault.
+    g_HostLies.clear();
+    LieCount("SAA_modelGetNbTriangles", 0);
+    for (const char* pName : {"SAA_modelGetTriangles", "SAA_triangleGetCtrlVertices", "SAA_ctrlVertexGetIndices",
+                              "SAA_triCtrlVertexGetGlobalUVTxtCoords"})
+        g_HostLies[pName] = [](HostAnswer& answer) { answer.status = 0; };
+    EXPECT_EQ(Run(false), 0);
+    EXPECT_EQ(Boxes(), "");
 
     // Play ranges.
     g_HostLies.clear();
@@ -394,7 +425,6 @@ TEST_F(FaultTest, NumbersThatAreNone)
     EXPECT_EQ(Boxes(), "Unable to match envelope vertex on node skin_zTex1.|"
                        "Unable to match envelope vertex on node skin_zTex1.|");
     // An image without a size.
-    g_HostLies.clear();
     g_HostLies.clear();
     LieCount("SAA_texture2DGetCropMax", -1);
     const AssertionSink sink = SetAssertionSink(

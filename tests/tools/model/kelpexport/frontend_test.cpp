@@ -20,7 +20,9 @@ TEST_F(ExportTest, CancelChangesNothing)
         EXPECT_EQ(Boxes(), "");
         EXPECT_EQ(g_DebugMode, 0);
     };
+    g_DebugMode = 1; // of a run before
     cancel(false);
+    EXPECT_FALSE(m_User.m_Dialogs[0].atStart[7].checked);
     cancel(true);
     OwnedString value;
     EXPECT_FALSE(ReadSetting("Filename", value));
@@ -36,6 +38,7 @@ TEST_F(ExportTest, SettingsComeBackInTheNextRun)
 {
     OpenScene(MakeTestScene());
     ASSERT_EQ(Export("a", true, {}, true), 0);
+    SetSettingsPath("ZoltExport", "1.0");
     OwnedString value;
     EXPECT_TRUE(ReadSetting("Filename", value));
     EXPECT_EQ(value.GetString(), m_Path);
@@ -114,6 +117,7 @@ TEST_F(ExportTest, SettingsStore)
 TEST_F(ExportTest, BrowseAndLongNames)
 {
     OpenScene(MakeTestScene());
+    WriteWholeFile(m_Folder / "chosen.abc", "a file that is there is no reason to ask yet");
     std::vector<std::string> names;
     const auto look = [&](DialogWindow& dialog) { names.push_back(dialog.GetText(IDC_FILENAME)); };
     m_User.Type(IDC_FILENAME, "start").CancelChooser().Press(IDC_BROWSE).Do(look);
@@ -131,6 +135,7 @@ TEST_F(ExportTest, BrowseAndLongNames)
     EXPECT_EQ(question.defaultExtension, "abc");
     EXPECT_EQ(question.startingName, "start");
     EXPECT_TRUE(question.pathMustExist);
+    EXPECT_EQ(Boxes().find("already exists"), std::string::npos);
     OwnedString value;
     EXPECT_TRUE(ReadSetting("Filename", value));
     EXPECT_EQ(value.GetString(), (m_Folder / longName).substr(0, 511));
