@@ -138,6 +138,21 @@ void Load(benchmark::State& state)
     }
 }
 
+// A figure of so many keys: the time for each should not grow with their number.
+void Copy(benchmark::State& state)
+{
+    ConvModel model;
+    BuildSkeleton(model, 60, 2, static_cast<uint32_t>(state.range(0)));
+    while (state.KeepRunning())
+    {
+        ConvModel copy;
+        if (!copy.CopyModelFrom(&model))
+            state.SkipWithError("not copied");
+    }
+    state.counters["keys/s"] =
+        benchmark::Counter(static_cast<double>(state.range(0)), benchmark::Counter::kIsIterationInvariantRate);
+}
+
 void Append(benchmark::State& state)
 {
     ConvModel source, dest;
@@ -212,7 +227,7 @@ void GetVertexPositions(benchmark::State& state)
     }
 }
 
-// All nodes but the root go: nodes, children of each, keys.
+// All nodes but the root go: nodes, children of each, keys; with or without a mesh that no node moves.
 void RemoveNodes(benchmark::State& state)
 {
     while (state.KeepRunning())
@@ -221,6 +236,10 @@ void RemoveNodes(benchmark::State& state)
         ConvModel model;
         BuildSkeleton(model, static_cast<uint32_t>(state.range(0)), static_cast<uint32_t>(state.range(1)),
                       static_cast<uint32_t>(state.range(2)));
+        if (state.range(3) != 0)
+            BuildMesh(model, true);
+        for (uint32_t i = 0; i < model.CalcNumVerts(); ++i)
+            model.GetPiece(0)->GetVert(i)->m_nWeights = 0;
         state.ResumeTiming();
         model.RemoveRemovableNodes();
         state.counters["left"] = model.NumNodes();
@@ -230,14 +249,16 @@ void RemoveNodes(benchmark::State& state)
 
 BENCHMARK(Save)->Unit(benchmark::kMillisecond);
 BENCHMARK(Load)->Unit(benchmark::kMillisecond);
+BENCHMARK(Copy)->Arg(300)->Arg(3000)->Unit(benchmark::kMillisecond);
 BENCHMARK(Append)->Unit(benchmark::kMillisecond);
 BENCHMARK(MergeSheet)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(FinishSheet)->Unit(benchmark::kMillisecond);
 BENCHMARK(SetupTransforms)->Unit(benchmark::kMicrosecond);
 BENCHMARK(GetVertexPositions)->Unit(benchmark::kMicrosecond);
 BENCHMARK(RemoveNodes)
-    ->Args({500, 1, 60})
-    ->Args({1000, 1, 300})
-    ->Args({1000, 3, 300})
+    ->Args({500, 1, 60, 0})
+    ->Args({1000, 1, 300, 0})
+    ->Args({1000, 3, 300, 0})
+    ->Args({1000, 3, 300, 1})
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond);
