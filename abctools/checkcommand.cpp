@@ -9,8 +9,9 @@ constexpr uint32_t MAX_LINES = 200;
 
 static std::string TotalsText(const ModelFileTotals& totals)
 {
-    return Format("version %u, %u nodes, %u pieces, %u triangles, %u vertices, %u animations", totals.m_Version,
-                  totals.m_nNodes, totals.m_nPieces, totals.m_nTris, totals.m_nVerts, totals.m_nAnims);
+    return Format("version %u, ", totals.m_Version) + Counted(totals.m_nNodes, "node") + ", " +
+           Counted(totals.m_nPieces, "piece") + ", " + Counted(totals.m_nTris, "triangle") + ", " +
+           Counted(totals.m_nVerts, "vertex", "vertices") + ", " + Counted(totals.m_nAnims, "animation");
 }
 
 static bool CheckFile(const std::string& path, bool bExport, bool bQuiet, std::ostream& out, std::ostream& err)
@@ -35,7 +36,7 @@ static bool CheckFile(const std::string& path, bool bExport, bool bQuiet, std::o
             out << prefix << "warning: " << TerminalText(finding.m_Text) << '\n';
     }
     if (nFaults > MAX_LINES)
-        out << prefix << nFaults - MAX_LINES << " more faults\n";
+        out << prefix << Counted(nFaults - MAX_LINES, "more fault") << '\n';
     if (nFaults == 0 && !bQuiet)
         out << prefix << "ok (" << TotalsText(totals) << ")\n";
     return nFaults == 0;

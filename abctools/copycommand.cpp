@@ -22,8 +22,8 @@ int RunCopy(const std::string& inPath, const std::string& outPath, std::ostream&
     {
         const ChildInfo* pInfo = model.GetChildModel(i);
         if (!pInfo->m_pModel)
-            err << ErrorLine(inPath, "child model " + std::string(pInfo->m_pName) +
-                                         " isn't in its folder, so its bindings are left out");
+            err << WarningLine(inPath, "child model " + std::string(pInfo->m_pName) +
+                                           " isn't in its folder, so its bindings are left out");
     }
     if (!SaveModelFile(outPath, model, error))
     {

@@ -19,6 +19,16 @@ std::string Format(const char* pFormat, ...)
     return text;
 }
 
+std::string Counted(uint64_t n, const char* pOne, const char* pMany)
+{
+    std::string text = std::to_string(n) + " ";
+    if (n == 1 || !pMany)
+        text += pOne;
+    else
+        text += pMany;
+    return n == 1 || pMany ? text : text + "s";
+}
+
 std::string FloatText(float value)
 {
     char buffer[64];

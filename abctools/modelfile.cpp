@@ -140,5 +140,10 @@ std::string FolderOf(const std::string& path)
 
 std::string ErrorLine(const std::string& path, const std::string& error)
 {
-    return "abctool: " + TerminalText(path) + ": " + TerminalText(error) + ".\n";
+    return "error: " + TerminalText(path) + ": " + TerminalText(error) + ".\n";
+}
+
+std::string WarningLine(const std::string& path, const std::string& warning)
+{
+    return "warning: " + TerminalText(path) + ": " + TerminalText(warning) + ".\n";
 }

@@ -40,5 +40,8 @@ bool WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes, std
 // The folder that a file is in, "." for the current one.
 std::string FolderOf(const std::string& path);
 
-// "abctool: FILE: it is damaged." as one printable line, with its line break.
+// "error: FILE: it is damaged." as one printable line, with its line break.
 std::string ErrorLine(const std::string& path, const std::string& error);
+
+// The same with "warning:", of what doesn't keep the command from its job.
+std::string WarningLine(const std::string& path, const std::string& warning);

@@ -68,31 +68,48 @@ bool ModelFileWalk::WalkChain()
         at = link;
     }
 
+    bool bComplete = true;
+    for (const char* pName : SECTION_ORDER)
+    {
+        if (!FindSection(pName))
+        {
+            Fault(Format("there is no section %s", pName));
+            bComplete = false;
+        }
+    }
     const auto sameName = [](const Section& section, const char* pName) { return section.m_Name == pName; };
-    if (!std::equal(m_Sections.begin(), m_Sections.end(), std::begin(SECTION_ORDER), std::end(SECTION_ORDER), sameName))
+    if (bComplete &&
+        !std::equal(m_Sections.begin(), m_Sections.end(), std::begin(SECTION_ORDER), std::end(SECTION_ORDER), sameName))
     {
         std::string order;
         for (const Section& section : m_Sections)
             order += (order.empty() ? "" : ", ") + section.m_Name.substr(0, 20);
-        Fault("the sections stand in the order " + order.substr(0, 200));
+        Add(FindingKind::Export, "the sections stand in the order " + order.substr(0, 200));
     }
     return true;
 }
 
-bool ModelFileWalk::WalkSection(const char* pName, bool (ModelFileWalk::*pBody)())
+// Of several sections of one name the first counts.
+const ModelFileWalk::Section* ModelFileWalk::FindSection(const std::string& name) const
 {
     const auto it = std::find_if(m_Sections.begin(), m_Sections.end(),
-                                 [pName](const Section& section) { return section.m_Name == pName; });
-    if (it == m_Sections.end())
-        return Stop(Format("there is no section %s", pName));
-    m_Reader.Seek(it->m_Body);
+                                 [&name](const Section& section) { return section.m_Name == name; });
+    return it == m_Sections.end() ? nullptr : &*it;
+}
+
+bool ModelFileWalk::WalkSection(const char* pName, bool (ModelFileWalk::*pBody)())
+{
+    const Section* pSection = FindSection(pName);
+    if (!pSection)
+        return false; // WalkChain has said so
+    m_Reader.Seek(pSection->m_Body);
     const bool bWhole = (this->*pBody)();
     if (m_Reader.Failed())
         return Stop(Format("section %s runs past the end of the file", pName));
     if (!bWhole)
         return false;
-    if (m_Reader.Position() != it->m_End)
-        Fault(Format("section %s ends at %zu, the next begins at %u", pName, m_Reader.Position(), it->m_End));
+    if (m_Reader.Position() != pSection->m_End)
+        Fault(Format("section %s ends at %zu, the next begins at %u", pName, m_Reader.Position(), pSection->m_End));
     return true;
 }
 
@@ -102,7 +119,7 @@ bool ModelFileWalk::WalkHeader()
     if (m_Reader.Failed())
         return false;
     if (m_Totals.m_Version < 9 || m_Totals.m_Version > 12)
-        return Stop(Format("version %u", m_Totals.m_Version));
+        return Stop(Format("version %u, 9 to 12 can be read", m_Totals.m_Version));
     if (m_Totals.m_Version != 12)
         Add(FindingKind::Export, Format("version %u, an export writes 12", m_Totals.m_Version));
     for (uint32_t& count : m_Counts)
@@ -116,7 +133,7 @@ bool ModelFileWalk::WalkHeader()
     for (int i = 0; i < 62; ++i)
         bReservedClear = m_Reader.U8() == 0 && bReservedClear;
     if (!bReservedClear)
-        Fault("reserved bytes of the header aren't 0");
+        Add(FindingKind::Export, "reserved bytes of the header aren't 0");
     bool bFinite = std::isfinite(headerValue);
     for (uint32_t i = 1; i < m_nLODs && !m_Reader.Failed(); ++i)
         bFinite = std::isfinite(m_Reader.F32()) && bFinite;
@@ -186,5 +203,6 @@ void ModelFileWalk::CheckCounts()
         Fault(Format("the weight total is %u, the meshes hold %llu", m_nWeightTotal,
                      static_cast<unsigned long long>(m_nWeights)));
     if (m_nUnweighted != 0)
-        Add(FindingKind::Warning, Format("%u vertices have no weight and deform to 0, 0, 0", m_nUnweighted));
+        Add(FindingKind::Warning,
+            Counted(m_nUnweighted, "vertex has", "vertices have") + " no weight and deform to 0, 0, 0");
 }

@@ -30,6 +30,7 @@ private:
     bool Stop(const std::string& text);
 
     bool WalkChain();
+    const Section* FindSection(const std::string& name) const;
     bool WalkSection(const char* pName, bool (ModelFileWalk::*pBody)());
     bool WalkHeader();
     bool WalkNodes();  // modelfilewalk_nodes.cpp

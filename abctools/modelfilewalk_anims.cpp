@@ -17,7 +17,7 @@ bool ModelFileWalk::WalkChildModels()
     if (m_Reader.Failed())
         return false;
     if (m_nChildModels == 0 || m_nChildModels > MAX_CHILD_MODELS)
-        return Stop(Format("%u child models, 1 to %u can be", m_nChildModels, MAX_CHILD_MODELS));
+        return Stop(Counted(m_nChildModels, "child model") + Format(", 1 to %u can be", MAX_CHILD_MODELS));
     std::set<std::string> seen;
     for (uint32_t i = 0; i < m_nChildModels; ++i)
     {

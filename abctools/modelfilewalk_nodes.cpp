@@ -91,7 +91,7 @@ bool ModelFileWalk::WalkNodes()
         if (!bFinite)
             Fault(label + ": a value isn't finite");
         if (nValues != m_Totals.m_nNodes)
-            Fault(label + Format(": %u values for %u nodes", nValues, m_Totals.m_nNodes));
+            Fault(label + ": " + Counted(nValues, "value") + " for " + Counted(m_Totals.m_nNodes, "node"));
         CheckLength(label, name, WEIGHTSET_NAME_SIZE);
         CheckUnique(seenSets, FindingKind::Warning, "weight set", name);
     }

@@ -3,6 +3,8 @@
 #include "abctools/modelinfo.h"
 #include "engine/model/src/model.h"
 
+#include <algorithm>
+
 using nlohmann::ordered_json;
 
 static std::string TextOf(const ordered_json& value)
@@ -62,8 +64,8 @@ static std::string PiecesText(const ordered_json& info)
         for (size_t iLOD = 0; iLOD < piece["lods"].size(); ++iLOD)
         {
             const ordered_json& mesh = piece["lods"][iLOD];
-            text += Format("    LOD %zu: %u vertices, %u triangles, %u weights\n", iLOD, mesh["verts"].get<uint32_t>(),
-                           mesh["tris"].get<uint32_t>(), mesh["weights"].get<uint32_t>());
+            text += Format("    LOD %zu: ", iLOD) + Counted(mesh["verts"], "vertex", "vertices") + ", " +
+                    Counted(mesh["tris"], "triangle") + ", " + Counted(mesh["weights"], "weight") + "\n";
         }
     }
     return text;
@@ -74,8 +76,8 @@ static std::string AnimsText(const ordered_json& anims)
     std::string text = Format("animations: %zu\n", anims.size());
     for (const ordered_json& anim : anims)
     {
-        text += Format("  %s: %u keys, %u ms\n", TextOf(anim["name"]).c_str(), anim["keys"].get<uint32_t>(),
-                       anim["last"].get<uint32_t>());
+        text += "  " + TextOf(anim["name"]) + ": " + Counted(anim["keys"], "key") +
+                Format(", %u ms\n", anim["last"].get<uint32_t>());
         for (const ordered_json& command : anim["commands"])
             text += "    key " + ValueText(command["key"]) + ": " + TextOf(command["text"]) + "\n";
     }
@@ -120,7 +122,39 @@ static std::string MemoryText(const ordered_json& memory)
 {
     std::string text = "memory:\n";
     for (const auto& [name, value] : memory.items())
-        text += "  " + name + ": " + ValueText(value) + "\n";
+    {
+        std::string words = name;
+        std::replace(words.begin(), words.end(), '_', ' ');
+        text += "  " + words + ": " + ValueText(value) + "\n";
+    }
+    return text;
+}
+
+static std::string CountsText(const ordered_json& counts)
+{
+    const struct
+    {
+        const char* m_pName;
+        const char* m_pOne;
+        const char* m_pMany;
+    } words[] = {
+        {"m_nKeyFrames", "key", nullptr},
+        {"m_nAnims", "animation", nullptr},
+        {"m_nNodes", "node", nullptr},
+        {"m_nPieces", "piece", nullptr},
+        {"m_nChildModels", "child model", nullptr},
+        {"m_nTris", "triangle", nullptr},
+        {"m_nVerts", "vertex", "vertices"},
+        {"m_nVertexWeights", "weight", nullptr},
+        {"m_nLODs", "LOD", nullptr},
+        {"m_nSockets", "socket", nullptr},
+        {"m_nWeightSets", "weight set", nullptr},
+        {"m_nStrings", "text", nullptr},
+        {"m_StringLengths", "byte of text", "bytes of text"},
+    };
+    std::string text;
+    for (const auto& word : words)
+        text += (text.empty() ? "" : ", ") + Counted(counts[word.m_pName], word.m_pOne, word.m_pMany);
     return text;
 }
 
@@ -128,9 +162,7 @@ std::string ModelInfoText(const ordered_json& info)
 {
     std::string text = Format("model file of version %u, %zu bytes, stamp %u\n", info["version"].get<uint32_t>(),
                               info["bytes"].get<size_t>(), info["stamp"].get<uint32_t>());
-    text += "header: value " + ValueText(info["header_value"]) + "; counts";
-    for (const auto& [name, count] : info["counts"].items())
-        text += " " + name + "=" + ValueText(count);
+    text += "header: value " + ValueText(info["header_value"]) + "; it announces " + CountsText(info["counts"]);
     text += "\nLODs: " + ValueText(info["lods"]);
     if (!info["lod_distances"].empty())
         text += ", distances " + ValueText(info["lod_distances"]);

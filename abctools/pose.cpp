@@ -53,8 +53,8 @@ static bool MakePosition(Model& model, const std::string& name, std::optional<ui
     {
         if (*iKey >= pAnim->NumKeyFrames())
         {
-            error =
-                Format("animation %s has %u keys, so there is no key %u", name.c_str(), pAnim->NumKeyFrames(), *iKey);
+            error = "animation " + name + " has " + Counted(pAnim->NumKeyFrames(), "key") +
+                    Format(", so there is no key %u", *iKey);
             return false;
         }
         place = {*iKey, *iKey, 0.0f};

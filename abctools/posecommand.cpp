@@ -192,10 +192,11 @@ static void WarnAboutChildren(const Model& model, const PoseOptions& options, co
     {
         const ChildInfo* pInfo = model.GetChildModel(i);
         if (!pInfo->m_pModel)
-            err << ErrorLine(options.m_Path, "child model " + std::string(pInfo->m_pName) + " isn't in its folder");
+            err << WarningLine(options.m_Path, "child model " + std::string(pInfo->m_pName) + " isn't in its folder");
     }
     if (!request.m_bBindingsValid)
-        err << ErrorLine(options.m_Path, "a child model was saved since it was bound, so bindings may be out of date");
+        err << WarningLine(options.m_Path,
+                           "a child model was saved since it was bound, so bindings may be out of date");
 }
 
 static bool EvaluatePose(const std::vector<AnimTracker>& positions)
@@ -227,7 +228,7 @@ int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err)
     if (!LinkChildren(model, options.m_Children, error) || !MakePosePositions(model, options, positions, error))
         return fail(error);
     if (options.m_iLOD >= model.NumLODs())
-        return fail(Format("it has %u LODs, so there is no LOD %u", model.NumLODs(), options.m_iLOD));
+        return fail("it has " + Counted(model.NumLODs(), "LOD") + Format(", so there is no LOD %u", options.m_iLOD));
 
     std::vector<Vector3> vertices;
     if (!EvaluatePose(positions) || !DeformVertices(model, positions, options.m_iLOD, vertices))

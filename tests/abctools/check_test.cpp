@@ -89,12 +89,10 @@ TEST(Check, FindsEachPlantedFault)
         {"back to 0", [](DamagedFile& f) { f.Put(f.Behind("Nodes"), 0u); }},
         {"beyond the end", [](DamagedFile& f) { f.Put(f.Behind("Nodes"), 0x7FFFFFFFu); }},
         {"no section Sockets", [](DamagedFile& f) { f.m_Bytes[f.Behind("Sockets") - 1] = 'z'; }},
-        {"in the order", [](DamagedFile& f) { f.m_Bytes[f.Behind("Sockets") - 1] = 'z'; }},
         {"section AnimBindings ends at", [](DamagedFile& f) { f.m_Bytes.push_back(0); }},
         {"section AnimBindings runs past", [](DamagedFile& f) { f.m_Bytes.pop_back(); }},
         {"section Nodes ends at", [](DamagedFile& f) { f.Put(f.Behind("upper") - 7 - 4, 0u); }},
-        {"version 13", [](DamagedFile& f) { f.Put(f.Body("Header"), 13u); }},
-        {"reserved bytes", [](DamagedFile& f) { f.m_Bytes[f.Behind("Pieces") - 30] = 1; }},
+        {"version 13, 9 to 12 can be read", [](DamagedFile& f) { f.Put(f.Body("Header"), 13u); }},
         {"weight total", [](DamagedFile& f) { f.Put(f.Body("Pieces"), 27u); }},
         {"weight total", [](DamagedFile& f) { f.Put(f.Body("Pieces"), 25u); }},
         {"piece body: a triangle index", [&](DamagedFile& f) { f.Put<uint16_t>(firstTri(f) + 8, 3); }},
@@ -162,8 +160,14 @@ TEST(Check, WhatOnlyExportsHold)
     const size_t tri = file.Behind("body") + 4;
     file.Put<uint16_t>(tri + 8, 1); // corners 1, 1, 2: vertex 0 is in no triangle
     file.Put(tri + 30 + 4 + 44 + 12, 0.5f);
+    file.m_Bytes[file.Behind("Pieces") - 30] = 1;
+    file.Put(file.Behind("AnimBindings"), static_cast<uint32_t>(file.m_Bytes.size()));
+    for (const char c : std::string("\4\0more\xFF\xFF\xFF\xFF", 10))
+        file.m_Bytes.push_back(static_cast<uint8_t>(c));
     EXPECT_EQ(FindingsText(file.m_Bytes, FindingKind::Fault), "");
     EXPECT_EQ(FindingsText(file.m_Bytes, FindingKind::Export),
+              "the sections stand in the order Header, Pieces, Nodes, ChildModels, Animation, Sockets, AnimBindings, "
+              "more\nreserved bytes of the header aren't 0\n"
               "piece body: a triangle repeats a vertex\npiece body: a vertex stands in no triangle\n"
               "piece body: a normal isn't of length 1\n");
 
@@ -185,7 +189,7 @@ TEST(Check, WhatOnlyExportsHold)
     EXPECT_EQ(run(false, true, text), 0);
     EXPECT_EQ(text, "");
     EXPECT_EQ(run(true, true, text), 1);
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 3);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 5);
     EXPECT_EQ(text.find("ok ("), std::string::npos);
 }
 
@@ -198,7 +202,7 @@ TEST(Check, NamesAndVerticesThatAreLikelyNotMeant)
     const std::vector<uint8_t> bytes = BytesOf(*model);
     EXPECT_EQ(FindingsText(bytes, FindingKind::Fault), "");
     EXPECT_EQ(FindingsText(bytes, FindingKind::Warning),
-              "node HAND: there are two of this name\n1 vertices have no weight and deform to 0, 0, 0\n");
+              "node HAND: there are two of this name\n1 vertex has no weight and deform to 0, 0, 0\n");
 
     model->GetAnim(1)->SetName("RUN");
     EXPECT_EQ(FindingsText(BytesOf(*model), FindingKind::Fault), "animation RUN: there are two of this name\n");

@@ -80,9 +80,9 @@ TEST(Info, TextIsPrintableAndShowsWhatDiffers)
     std::ostringstream err;
     ASSERT_EQ(RunInfo(folder / "m.abc", false, true, out, err), 0);
     const std::string text = out.str();
-    for (const char* pPart :
-         {"\n      2 hand\n", "3 leg, fixed offset, 0x80\n", "t\\x1B[31m: texture 7\n", "run: 4 keys, 300 ms\n",
-          "LODs: 2, distances 500\n", "VisRadius: 75\n", "NormalRef: node hand, animation run\n", "block_used: "})
+    for (const char* pPart : {"\n      2 hand\n", "3 leg, fixed offset, 0x80\n", "t\\x1B[31m: texture 7\n",
+                              "run: 4 keys, 300 ms\n", "LODs: 2, distances 500\n", "it announces 6 keys, 2 animations",
+                              "VisRadius: 75\n", "NormalRef: node hand, animation run\n", "block used: "})
         EXPECT_NE(text.find(pPart), std::string::npos) << pPart << " in\n" << text;
     EXPECT_EQ(text.find("AmbientLight"), std::string::npos);
     EXPECT_EQ(text.find('\x1b'), std::string::npos);
@@ -121,7 +121,7 @@ TEST(Copy, MakesVersion12AndKeepsTheTargetOnFailure)
         const char* m_pName;
         const char* m_pWord;
     } cases[] = {{"cut.abc", "damaged: section AnimBindings runs past"},
-                 {"v13.abc", "version 13"},
+                 {"v13.abc", "version 13, and versions 9 to 12 can be read"},
                  {"text.abc", "not a model file"},
                  {"none.abc", "no such file"},
                  {".", "folder"}};
