@@ -17,7 +17,11 @@ static int Run(int argc, char** argv)
     const CommandLine line = ParseExportOptions(argc, argv, options);
     if (!line.run)
     {
-        std::fputs(line.output.c_str(), stdout);
+        if (std::fputs(line.output.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
+        {
+            std::fputs("error: The output can't be written.\n", stderr);
+            return 1;
+        }
         if (!line.problem.empty())
             std::fprintf(stderr, "error: %s\n", PrintableText(line.problem).c_str());
         return line.status;
