@@ -1,19 +1,6 @@
 #include "saa/elementnames.h"
 #include "saa/recordedscene.h"
-
-// The nodes below the scene's roots.
-static std::vector<bool> FindShownNodes(const Scene& scene)
-{
-    std::vector<bool> shown(scene.nodes.size(), false);
-    std::vector<int> todo = scene.roots;
-    for (std::size_t next = 0; next < todo.size(); ++next)
-    {
-        const int node = todo[next];
-        shown[node] = true;
-        todo.insert(todo.end(), scene.nodes[node].children.begin(), scene.nodes[node].children.end());
-    }
-    return shown;
-}
+#include "scene/shownnodes.h"
 
 static int TypeOf(const SceneNode& node)
 {
@@ -43,7 +30,11 @@ void RecordedScene::BuildElements()
 {
     ElementNames names;
     const std::vector<std::string> nodeNames = NameNodes(m_Scene, names);
-    const std::vector<bool> shown = FindShownNodes(m_Scene);
+    std::vector<bool> shown(m_Scene.nodes.size(), false);
+    for (const int node : FindShownNodes(m_Scene))
+    {
+        shown[node] = true;
+    }
     std::vector<int> elementOf(m_Scene.nodes.size(), -1);
     const bool hasNull = m_Scene.roots.size() != 1;
     if (hasNull)

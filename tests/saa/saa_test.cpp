@@ -341,7 +341,10 @@ TEST(Meshes, SeamsAreJoinedAndCornersKeepTheirCoordinates)
     std::vector<SAA_Position> tri(6);
     EXPECT_EQ(SAA_modelGetTriVertices(&open.record, &mesh, 6, tri.data()), 0);
     const std::vector<SAA_Position> deformed = open.Positions(mesh, SAA_GEOM_DEFORMED);
-    EXPECT_EQ(std::memcmp(tri.data(), deformed.data(), sizeof(SAA_Position) * 6), 0);
+    for (std::size_t i = 0; i < tri.size(); ++i)
+    {
+        EXPECT_TRUE(std::equal(std::begin(tri[i].v), std::end(tri[i].v), std::begin(deformed[i].v))) << i;
+    }
     EXPECT_EQ(deformed[4].v[0], 2.0);
 
     const SAA_Elem texture = open.Texture(mesh);
