@@ -92,7 +92,8 @@ LeftOut FindLeftOut(const Model& model, RecordedScene& recorded, const std::vect
     leftOut.morphMotion = FindMoving(recorded, clips, ScenePath::Weights);
     for (const std::string& warning : warnings)
     {
-        if (warning.find("points and lines are left out") != std::string::npos)
+        if (warning.find("points and lines are left out") != std::string::npos ||
+            warning.find("point or line is left out") != std::string::npos)
             leftOut.linesAndPoints.push_back(warning);
     }
     leftOut.secondRoots = FindSecondRoots(recorded.GetScene());
