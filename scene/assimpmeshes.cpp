@@ -50,7 +50,9 @@ static bool ReadTriangles(AssimpReading& reading, const aiMesh& source, const st
     }
     if (nLeftOut > 0)
     {
-        reading.scene.warnings.push_back(place + ": " + std::to_string(nLeftOut) + " points and lines are left out.");
+        reading.scene.warnings.push_back(
+            place + ": " + std::to_string(nLeftOut) +
+            (nLeftOut == 1 ? " point or line is left out." : " points and lines are left out."));
     }
     return true;
 }

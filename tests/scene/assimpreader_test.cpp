@@ -326,6 +326,31 @@ TEST(AssimpReader, FbxPivotsAreFoldedIntoNodesAndTheirMotion)
     }
 }
 
+// What an FBX file states of its axes beside a positive one that is up.
+TEST(AssimpReader, WarnsAboutAxesThatItDoesntFollow)
+{
+    const std::string upSign = R"("UpAxisSign", "int", "Integer", "",)";
+    const std::string front = "1\n\t\tP: \"FrontAxis\", \"int\", \"Integer\", \"\",";
+    const std::string frontSign = "\n\t\tP: \"FrontAxisSign\", \"int\", \"Integer\", \"\",";
+    const struct
+    {
+        std::string settings;
+        char upAxis;
+        const char* warning; // null for none
+    } cases[] = {{"-1", 0, "states that -z points up"},
+                 {front + "1" + frontSign + "-1", 'z', nullptr},
+                 {front + "1" + frontSign + "1", 'z', "states that y is its front"},
+                 {front + "0" + frontSign + "-1", 'z', "states that -x is its front"}};
+    for (const auto& entry : cases)
+    {
+        SCOPED_TRACE(entry.settings);
+        const Scene scene = ReadGood("axes.fbx", Replaced(Fbx(""), upSign + "1", upSign + entry.settings));
+        EXPECT_EQ(scene.upAxis, entry.upAxis);
+        ASSERT_EQ(scene.warnings.size(), entry.warning != nullptr ? 1U : 0U);
+        EXPECT_TRUE(entry.warning == nullptr || scene.warnings[0].find(entry.warning) != std::string::npos);
+    }
+}
+
 TEST(AssimpReader, RefusesWhatItCantReadInOneSentence)
 {
     const std::string folder = std::filesystem::path(Write("empty.fbx", "")).parent_path().string();
