@@ -13,6 +13,9 @@
 
 static const double DEGREE = 3.14159265358979323846 / 180.0;
 
+// So many transforms of evaluated frames are kept, 64 MiB of them at most: a tiny file may span any number of frames.
+static const std::size_t MAX_KEPT = (std::size_t{64} << 20) / sizeof(RigidTransform);
+
 namespace
 {
 
@@ -57,6 +60,10 @@ private:
     void AddTrack(int node, int ancestor);
     int KeptAbove(int node) const;
     void Evaluate(int frame, FramePose& pose);
+    bool IsKept(int frame) const;
+    void KeepFrames(int first, int last);
+    const FramePose& PoseAt(int frame, FramePose& scratch);
+    int FindWorstFrame(int first, int last);
     void EvaluateRigid(double seconds);
     double ErrorBetween(const FramePose& a, const FramePose& b, double t, const FramePose& actual);
     double TrackError(const RigidTransform& played, const RigidTransform& actual) const;
@@ -80,6 +87,10 @@ private:
     std::vector<RigidTransform> m_Rigid;  // by node, in the world
     std::vector<RigidTransform> m_Still;  // by track, for those that don't move
     std::vector<RigidTransform> m_Played; // by node, in the world, as it plays between keys
+    std::size_t m_nMaxFrames = 0;         // whose poses may be kept
+    std::vector<FramePose> m_Frames;      // those that are kept, in a row
+    int m_iFirstFrame = 0;                // the first of them
+    FramePose m_Scratch[3];               // for frames that aren't
 };
 
 } // namespace
@@ -102,6 +113,7 @@ ShapeKeySearch::ShapeKeySearch(const Scene& scene, int clip, double fps, int sta
     FindMovedNodes();
     MeasureReaches();
     MakeTracks();
+    m_nMaxFrames = MAX_KEPT / (m_MovingTracks.size() + m_Reaches.size() + 2); // 2 for what vectors take themselves
 }
 
 void ShapeKeySearch::FindMovedNodes()
@@ -307,30 +319,66 @@ double ShapeKeySearch::ErrorBetween(const FramePose& a, const FramePose& b, doub
     return worst;
 }
 
+bool ShapeKeySearch::IsKept(int frame) const
+{
+    return frame >= m_iFirstFrame && static_cast<std::size_t>(frame - m_iFirstFrame) < m_Frames.size();
+}
+
+void ShapeKeySearch::KeepFrames(int first, int last)
+{
+    m_iFirstFrame = first;
+    m_Frames.resize(static_cast<std::size_t>(last - first + 1));
+    for (std::size_t i = 0; i < m_Frames.size(); ++i)
+    {
+        Evaluate(first + static_cast<int>(i), m_Frames[i]);
+    }
+}
+
+// What is kept, or `scratch`.
+const FramePose& ShapeKeySearch::PoseAt(int frame, FramePose& scratch)
+{
+    if (IsKept(frame))
+    {
+        return m_Frames[static_cast<std::size_t>(frame - m_iFirstFrame)];
+    }
+    Evaluate(frame, scratch);
+    return scratch;
+}
+
+// The frame between two keys that is farthest off; `first` if none is beyond a limit.
+int ShapeKeySearch::FindWorstFrame(int first, int last)
+{
+    const FramePose& a = PoseAt(first, m_Scratch[0]);
+    const FramePose& b = PoseAt(last, m_Scratch[1]);
+    double worst = 1.0;
+    int at = first;
+    for (int frame = first + 1; frame < last; ++frame)
+    {
+        const double t = static_cast<double>(frame - first) / static_cast<double>(last - first);
+        const double error = ErrorBetween(a, b, t, PoseAt(frame, m_Scratch[2]));
+        at = error > worst ? frame : at;
+        worst = std::max(worst, error);
+    }
+    return at;
+}
+
+// Depth first, so that all parts of a stretch that is kept are searched before the next one is. A stretch too long to
+// be kept is evaluated once for each search.
 void ShapeKeySearch::SearchSegment(int first, int last, std::vector<int>& found)
 {
-    std::vector<FramePose> poses(static_cast<std::size_t>(last - first + 1));
-    for (std::size_t i = 0; i < poses.size(); ++i)
-    {
-        Evaluate(first + static_cast<int>(i), poses[i]);
-    }
-    std::vector<std::pair<std::size_t, std::size_t>> todo = {{0, poses.size() - 1}};
+    std::vector<std::pair<int, int>> todo = {{first, last}};
     while (!todo.empty())
     {
         const auto [a, b] = todo.back();
         todo.pop_back();
-        double worst = 1.0;
-        std::size_t at = a;
-        for (std::size_t i = a + 1; i < b; ++i)
+        if (static_cast<std::size_t>(b - a) < m_nMaxFrames && !(IsKept(a) && IsKept(b)))
         {
-            const double t = static_cast<double>(i - a) / static_cast<double>(b - a);
-            const double error = ErrorBetween(poses[a], poses[b], t, poses[i]);
-            at = error > worst ? i : at;
-            worst = std::max(worst, error);
+            KeepFrames(a, b);
         }
+        const int at = FindWorstFrame(a, b);
         if (at != a)
         {
-            found.push_back(first + static_cast<int>(at));
+            found.push_back(at);
             todo.emplace_back(a, at);
             todo.emplace_back(at, b);
         }
