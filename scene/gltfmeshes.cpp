@@ -3,6 +3,7 @@
 #include "scene/trianglelist.h"
 
 #include <algorithm>
+#include <cmath>
 
 using Numbers = std::vector<double>;
 
@@ -156,12 +157,78 @@ static bool ReadMorphTargets(GltfReading& reading, const tinygltf::Primitive& so
     return true;
 }
 
-// The image of the material's base colour, and the set of coordinates that it is laid on with.
-static bool FindTexture(GltfReading& reading, const tinygltf::Primitive& source, int& image, int& coordSet)
+// Numbers of an extension; what isn't there leaves `values` as they are.
+static bool ReadNumbers(const tinygltf::Value& object, const char* name, std::size_t count, double* values)
+{
+    if (!object.Has(name))
+    {
+        return true;
+    }
+    const tinygltf::Value& list = object.Get(name);
+    if (count == 1)
+    {
+        values[0] = list.GetNumberAsDouble();
+        return list.IsNumber();
+    }
+    bool good = list.IsArray() && list.ArrayLen() == count;
+    for (std::size_t i = 0; good && i < count; ++i)
+    {
+        const tinygltf::Value& element = list.Get(i);
+        good = element.IsNumber();
+        values[i] = element.GetNumberAsDouble();
+    }
+    return good;
+}
+
+// KHR_texture_transform: coordinates are scaled, then turned against the clock as v points down, then moved.
+struct TextureTransform
+{
+    double offset[2] = {0.0, 0.0};
+    double rotation = 0.0; // radians
+    double scale[2] = {1.0, 1.0};
+
+    void Apply(double& u, double& v) const
+    {
+        const double s = std::sin(rotation);
+        const double c = std::cos(rotation);
+        const double scaledU = scale[0] * u;
+        const double scaledV = scale[1] * v;
+        u = offset[0] + c * scaledU + s * scaledV;
+        v = offset[1] - s * scaledU + c * scaledV;
+    }
+};
+
+struct TextureUse
+{
+    int image = -1;   // of the material's base colour
+    int coordSet = 0; // of coordinates that it is laid on with
+    bool transforms = false;
+    TextureTransform transform;
+};
+
+static bool ReadTextureTransform(GltfReading& reading, const tinygltf::TextureInfo& info, TextureUse& use)
+{
+    const auto it = info.extensions.find("KHR_texture_transform");
+    if (it == info.extensions.end())
+    {
+        return true;
+    }
+    double coordSet = use.coordSet;
+    if (!it->second.IsObject() || !ReadNumbers(it->second, "offset", 2, use.transform.offset) ||
+        !ReadNumbers(it->second, "rotation", 1, &use.transform.rotation) ||
+        !ReadNumbers(it->second, "scale", 2, use.transform.scale) ||
+        !ReadNumbers(it->second, "texCoord", 1, &coordSet) || !(coordSet >= 0.0 && coordSet <= 1000.0))
+    {
+        return reading.Fail("KHR_texture_transform isn't what it should be");
+    }
+    use.coordSet = static_cast<int>(coordSet);
+    use.transforms = true;
+    return true;
+}
+
+static bool FindTexture(GltfReading& reading, const tinygltf::Primitive& source, TextureUse& use)
 {
     const tinygltf::Model& model = reading.document.model;
-    image = -1;
-    coordSet = 0;
     if (source.material < 0)
     {
         return true;
@@ -185,19 +252,20 @@ static bool FindTexture(GltfReading& reading, const tinygltf::Primitive& source,
     {
         return reading.Fail("image " + std::to_string(source2D) + " of " + std::to_string(reading.scene.images.size()));
     }
-    image = std::max(source2D, -1);
-    coordSet = info.texCoord;
-    return true;
+    use.image = std::max(source2D, -1);
+    use.coordSet = info.texCoord;
+    return ReadTextureTransform(reading, info, use);
 }
 
 static bool ReadTexCoords(GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
 {
-    int coordSet = 0;
-    if (!FindTexture(reading, source, primitive.image, coordSet))
+    TextureUse use;
+    if (!FindTexture(reading, source, use))
     {
         return false;
     }
-    std::string name = "TEXCOORD_" + std::to_string(coordSet);
+    primitive.image = use.image;
+    std::string name = "TEXCOORD_" + std::to_string(use.coordSet);
     if (FindAttribute(source.attributes, name) < 0)
     {
         name = "TEXCOORD_0";
@@ -215,7 +283,17 @@ static bool ReadTexCoords(GltfReading& reading, const tinygltf::Primitive& sourc
     primitive.texCoords.resize(primitive.positions.size());
     for (std::size_t i = 0; i < primitive.texCoords.size(); ++i)
     {
-        primitive.texCoords[i] = {static_cast<float>(numbers[2 * i]), static_cast<float>(numbers[2 * i + 1])};
+        double& u = numbers[2 * i];
+        double& v = numbers[2 * i + 1];
+        if (use.transforms)
+        {
+            use.transform.Apply(u, v);
+        }
+        primitive.texCoords[i] = {static_cast<float>(u), static_cast<float>(v)};
+        if (!std::isfinite(primitive.texCoords[i].u) || !std::isfinite(primitive.texCoords[i].v))
+        {
+            return reading.Fail(name + ": KHR_texture_transform leads to a number that isn't finite");
+        }
     }
     return true;
 }

@@ -175,7 +175,20 @@ TEST(GltfReader, FindsImageSizesAndTheCoordinatesOfTheMaterial)
     text.Item("meshes", R"({"primitives": [{"material": 0, "attributes": {"POSITION": 0, "TEXCOORD_0": )" + N(first) +
                             R"(, "TEXCOORD_1": )" + N(second) + "}}]}");
     text.Item("nodes", R"({"mesh": 0})");
-    const Scene scene = ReadGood(text.Text());
+    // Scaled by 2 and 4 the corner 0.5, 0.25 is 1, 1; a quarter turn against the clock in the picture, whose v points
+    // down, takes it to 1, -1, and the offset to 1.25, -0.5.
+    text.Item("materials",
+              R"({"pbrMetallicRoughness": {"baseColorTexture": {"index": 0, "extensions": {"KHR_texture_transform":
+              {"texCoord": 1, "offset": [0.25, 0.5], "rotation": 1.5707963267948966, "scale": [2, 4]}}}}})");
+    text.Item("meshes", R"({"primitives": [{"material": 1, "attributes": {"POSITION": 0, "TEXCOORD_0": )" + N(first) +
+                            R"(, "TEXCOORD_1": )" + N(second) + "}}]}");
+    const std::string json = text.Text();
+    const Scene scene = ReadGood(json);
+    ASSERT_EQ(scene.primitives.size(), 2U);
+    EXPECT_NEAR(scene.primitives[1].texCoords[0].u, 1.25F, 1e-6F);
+    EXPECT_NEAR(scene.primitives[1].texCoords[0].v, -0.5F, 1e-6F);
+    EXPECT_NE(ReadBad(Replaced(json, "[2, 4]", "[2]")).find("KHR_texture_transform isn't"), std::string::npos);
+    EXPECT_NE(ReadBad(Replaced(json, "[2, 4]", "[1e300, 4]")).find("finite"), std::string::npos);
     ASSERT_EQ(scene.images.size(), 6U);
     for (const std::size_t i : {0U, 3U, 4U, 5U})
     {
