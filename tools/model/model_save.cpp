@@ -83,7 +83,7 @@ QZBOOL Model::WriteSections(ModelStream* pTarget)
     if (!ZOLT_ASSERT(m_CommandString, "m_CommandString"))
         return QZFALSE;
     // What the format can't hold; and the number of relations goes by a tree that is precalculated.
-    if (NumLODs() > MAX_WRITTEN_LODS || NumNodes() != GetRootNode()->CountNodes())
+    if (NumLODs() > MAX_WRITTEN_LODS || (NumNodes() != GetRootNode()->CountNodes() && !Precalc(QZTRUE)))
         return QZFALSE;
     CheckedWriteStream checked(pTarget);
     ModelStream* pStream = &checked;

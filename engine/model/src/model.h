@@ -239,7 +239,7 @@ public:
     bool CountEmptyTracks(ModelStream* pStream);
 
     // Writing and whole-model operations of the tool side; they are not part of the run-time library. All of them need
-    // Precalc.
+    // Precalc; the first two run it if the tables don't fit the tree.
     //
     // Writes the model at the start of a stream that can seek back, then writes it once more, to memory, and loads
     // that: a false may come from the stream, from what can't be written, or from this proof, with the stream written
