@@ -47,5 +47,8 @@ bool ReadAssimpClips(AssimpReading& reading);  // needs the nodes
 // coordinates that it is laid on with.
 bool FindAssimpTexture(AssimpReading& reading, const aiMesh& mesh, int& image, unsigned& coordSet);
 
+// Adds the paths where the images of all materials may be to the scene's files.
+void ListAssimpTextures(AssimpReading& reading);
+
 // The unit, the up axis and the frame rate that an FBX file states.
 void ReadFbxSettings(const aiMetadata& settings, Scene& scene);

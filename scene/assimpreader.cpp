@@ -6,6 +6,7 @@
 #include "scene/readfile.h"
 #include "scene/wholescene.h"
 
+#include <assimp/DefaultIOSystem.h>
 #include <assimp/commonMetaData.h>
 
 #include <algorithm>
@@ -14,6 +15,31 @@ static const std::size_t MAX_REASON_LENGTH = 300;
 static const unsigned TRIAL_SECONDS = 10; // what the trial of every file may take, and what more for each MiB of it
 static const std::uintmax_t TRIAL_BYTES = std::uintmax_t(2) << 30U;
 static const std::uintmax_t TRIAL_BYTES_PER_BYTE = 64;
+
+namespace
+{
+
+// Notes which files are opened.
+class NotingIOSystem : public Assimp::DefaultIOSystem
+{
+public:
+    explicit NotingIOSystem(std::vector<std::string>& files) : m_Files(files) {}
+
+    Assimp::IOStream* Open(const char* path, const char* mode) override
+    {
+        Assimp::IOStream* stream = DefaultIOSystem::Open(path, mode);
+        if (stream != nullptr)
+        {
+            m_Files.emplace_back(path);
+        }
+        return stream;
+    }
+
+private:
+    std::vector<std::string>& m_Files;
+};
+
+} // namespace
 
 bool AssimpReading::Fail(const std::string& reason)
 {
@@ -143,6 +169,7 @@ static bool ReadSource(const std::string& path, const aiScene& source, const std
     {
         ReadFbxSettings(*source.mMetaData, scene);
     }
+    ListAssimpTextures(reading);
     if (!ReadAssimpNodes(reading) || !ReadAssimpMeshes(reading) || !ReadAssimpClips(reading))
     {
         error = FileNameOf(path) + ": " + reading.error + ".";
@@ -161,6 +188,7 @@ static bool ReadSource(const std::string& path, const aiScene& source, const std
 static bool ReadParts(const std::string& path, Scene& scene, std::string& error)
 {
     Assimp::Importer importer;
+    importer.SetIOHandler(new NotingIOSystem(scene.files)); // the importer's from here on
     std::vector<const aiNode*> nodes;
     if (!CheckFile(path, error) || !Import(path, importer, true, error))
     {

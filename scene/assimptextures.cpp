@@ -45,6 +45,30 @@ static void MeasureEmbedded(const aiTexture& texture, const std::string& path, S
     }
 }
 
+void ListAssimpTextures(AssimpReading& reading)
+{
+    const std::string prefix = reading.folder.empty() ? "" : reading.folder + "/";
+    for (unsigned i = 0; i < reading.source.mNumMaterials; ++i)
+    {
+        const aiMaterial* material = reading.source.mMaterials[i];
+        for (unsigned p = 0; material != nullptr && p < material->mNumProperties; ++p)
+        {
+            const aiMaterialProperty& property = *material->mProperties[p];
+            aiString file;
+            if (std::string(property.mKey.C_Str()) != "$tex.file" ||
+                material->Get("$tex.file", property.mSemantic, property.mIndex, file) != aiReturn_SUCCESS)
+            {
+                continue;
+            }
+            std::string path = file.C_Str();
+            std::replace(path.begin(), path.end(), '\\', '/');
+            const bool absolute = !path.empty() && path[0] == '/';
+            reading.scene.files.push_back(absolute ? path : prefix + path);
+            reading.scene.files.push_back(prefix + FileNameOf(path));
+        }
+    }
+}
+
 bool FindAssimpTexture(AssimpReading& reading, const aiMesh& mesh, int& image, unsigned& coordSet)
 {
     image = -1;

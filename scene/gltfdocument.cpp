@@ -224,7 +224,8 @@ static bool LoadBuffers(const Json& json, const std::string& folder, const Bytes
         else if (!uri.empty())
         {
             std::string reason;
-            if (!ReadFileBytes(ResolveUri(folder, uri), bytes, reason))
+            document.files.push_back(ResolveUri(folder, uri));
+            if (!ReadFileBytes(document.files.back(), bytes, reason))
             {
                 error = std::string(place).append(uri).append(" ").append(reason);
                 return false;
@@ -248,8 +249,10 @@ static bool LoadBuffers(const Json& json, const std::string& folder, const Bytes
     return true;
 }
 
-static void MeasureImage(const Json& image, const std::string& folder, const tinygltf::Model& model, SceneImage& size)
+static void MeasureImage(const Json& image, const std::string& folder, GltfDocument& document)
 {
+    const tinygltf::Model& model = document.model;
+    SceneImage& size = document.images.emplace_back();
     const std::string uri = TextMember(image, "uri");
     bool known = false;
     if (IsDataUri(uri))
@@ -259,7 +262,8 @@ static void MeasureImage(const Json& image, const std::string& folder, const tin
     }
     else if (!uri.empty())
     {
-        known = ImageSizeFromFile(ResolveUri(folder, uri), size.width, size.height);
+        document.files.push_back(ResolveUri(folder, uri));
+        known = ImageSizeFromFile(document.files.back(), size.width, size.height);
     }
     else if (image.is_object() && image.contains("bufferView") && image["bufferView"].is_number_unsigned())
     {
@@ -407,8 +411,7 @@ bool LoadGltfDocument(const std::string& path, GltfDocument& document, std::stri
     }
     for (const Json& image : images)
     {
-        document.images.emplace_back();
-        MeasureImage(image, folder, document.model, document.images.back());
+        MeasureImage(image, folder, document);
     }
     return true;
 }

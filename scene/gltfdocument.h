@@ -13,6 +13,7 @@ struct GltfDocument
 {
     tinygltf::Model model;          // with its buffers filled, and without its images
     std::vector<SceneImage> images; // in file order
+    std::vector<std::string> files; // paths of the buffers and images that the file refers to
     std::size_t inputBytes = 0;     // the length of the file and of the buffers that it refers to
 };
 

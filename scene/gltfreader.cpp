@@ -32,6 +32,7 @@ static bool ReadParts(const std::string& path, Scene& scene, std::string& error)
     }
     scene.fileStem = FileStemOf(path);
     scene.images = document.images;
+    scene.files = document.files;
     GltfReading reading{document, scene, {}, FREE_NUMBERS + NUMBERS_PER_BYTE * document.inputBytes};
     if (!ReadGltfMeshes(reading) || !ReadGltfNodes(reading) || !ReadGltfSkins(reading) || !ReadGltfClips(reading))
     {

@@ -113,8 +113,9 @@ struct SceneClip
 
 struct Scene
 {
-    std::string name;     // the scene's own name, may be empty
-    std::string fileStem; // the file's name without folder and extension
+    std::string name;               // the scene's own name, may be empty
+    std::string fileStem;           // the file's name without folder and extension
+    std::vector<std::string> files; // paths of what the scene is read from and of the images; some may not be there
     std::vector<SceneNode> nodes;
     std::vector<int> roots; // the nodes at the top of what is shown, in file order, each with parent -1
     std::vector<ScenePrimitive> primitives;
