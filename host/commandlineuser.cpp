@@ -39,9 +39,33 @@ bool CommandLineUser::ChooseTarget(const std::string& offered)
         m_Console.Error("No file is named to write to; name one with -o.");
     else if (m_Target.size() > MAX_DIALOG_TEXT)
         m_Console.Error("The path of the output file is longer than 511 characters: " + m_Target);
+    else if (const std::string objection = m_Answers.objection ? m_Answers.objection(m_Target) : ""; !objection.empty())
+        m_Console.Error(objection);
     else
         m_Staged = m_Answers.stage ? m_Answers.stage(m_Target) : m_Target;
     return !m_Staged.empty();
+}
+
+// The name, or as many whole UTF-8 characters of it as an animation's name may have bytes.
+static std::string CutAnimName(const std::string& name)
+{
+    if (name.size() <= MAX_ANIM_NAME)
+        return name;
+    size_t size = MAX_ANIM_NAME;
+    while (size > MAX_ANIM_NAME - 4 && (static_cast<unsigned char>(name[size]) & 0xC0U) == 0x80U)
+        size--;
+    return name.substr(0, size);
+}
+
+void CommandLineUser::ChooseAnimName(DialogWindow& dialog)
+{
+    const std::string wanted = m_Answers.animName ? *m_Answers.animName : dialog.GetText(IDC_ANIMNAME);
+    m_AnimName = CutAnimName(wanted);
+    if (m_AnimName != wanted)
+        m_Console.Warning("The animation name is longer than 250 bytes and was cut: " + wanted);
+    if (m_Answers.animName || m_AnimName != wanted)
+        dialog.Type(IDC_ANIMNAME, m_AnimName);
+    m_AnimName = dialog.GetText(IDC_ANIMNAME);
 }
 
 void CommandLineUser::OperateDialog(DialogWindow& dialog)
@@ -52,9 +76,7 @@ void CommandLineUser::OperateDialog(DialogWindow& dialog)
         return;
     }
     dialog.Type(IDC_FILENAME, m_Staged);
-    if (m_Answers.animName)
-        dialog.Type(IDC_ANIMNAME, *m_Answers.animName);
-    m_AnimName = dialog.GetText(IDC_ANIMNAME);
+    ChooseAnimName(dialog);
     if (m_Answers.debug)
         dialog.SetCheck(IDC_DEBUGMODE, *m_Answers.debug);
     dialog.SetCheck(IDC_FORCEOVERWRITE, m_Answers.overwrite && !m_Answers.append);
@@ -71,8 +93,12 @@ int CommandLineUser::AnswerQuestion(const std::string& text, const char* caption
         return IDYES;
     if (m_Terminal && !m_Answers.append && !m_Answers.overwrite)
     {
-        m_Console.ClearBar();
-        return m_Terminal->AnswerMessageBox(text.c_str(), caption, type);
+        // The question doesn't name the file.
+        asksAppend ? m_Console.Show(m_Target) : m_Console.ClearBar();
+        const int answer = m_Terminal->AnswerMessageBox(text.c_str(), caption, type);
+        if (asksAppend && answer != IDYES)
+            m_Console.Say(m_Target + " stays as it is; --overwrite replaces it.");
+        return answer;
     }
     if (asksAppend)
         m_Console.Error(m_Target + " exists: --append adds the animation to it, --overwrite replaces it.");

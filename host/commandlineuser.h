@@ -17,14 +17,16 @@ struct CommandLineAnswers
     std::optional<bool> debug;           // none: as the dialog offers it
     bool append = false;                 // Yes to the append question
     bool overwrite = false;              // alone: Force Overwrite; with append: Yes to the overwrite question
+    // Why the target must not be written, as a sentence; empty, or no function: it may be.
+    std::function<std::string(const std::string& target)> objection;
     // Which file the plug-in writes in place of the target; none: the target itself. An empty path cancels.
     std::function<std::string(const std::string& target)> stage;
 };
 
 // Force Overwrite is never taken over from the dialog: it is ticked only if overwriting was asked for and appending
 // wasn't. Without either the questions go to the terminal; if there is none the answer is No, and the console says
-// which switch was missing. Message boxes become errors on the console, with the target's name in place of that of a
-// staged file.
+// which switch was missing. A name that is too long for an animation is cut, with a warning. Message boxes become
+// errors on the console, with the target's name in place of that of a staged file.
 class CommandLineUser : public DialogUser
 {
 public:
@@ -41,17 +43,19 @@ public:
     // What the dialog ended with.
     bool PressedOk() const { return m_PressedOk; }
     const std::string& GetTarget() const { return m_Target; }     // absolute
+    const std::string& GetStaged() const { return m_Staged; }     // what the plug-in writes in its place
     const std::string& GetAnimName() const { return m_AnimName; } // as typed or offered
 
 private:
     bool ChooseTarget(const std::string& offered);
+    void ChooseAnimName(DialogWindow& dialog);
     int AnswerQuestion(const std::string& text, const char* caption, unsigned type);
 
     CommandLineAnswers m_Answers;
     Console& m_Console;
     DialogUser* m_Terminal;
     std::string m_Target;
-    std::string m_Staged; // what the plug-in writes
+    std::string m_Staged;
     std::string m_AnimName;
     bool m_PressedOk = false;
 };

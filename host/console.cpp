@@ -37,6 +37,11 @@ void Console::Say(const std::string& text)
         PrintLine("", text);
 }
 
+void Console::Show(const std::string& text)
+{
+    PrintLine("", text);
+}
+
 void Console::SetFrames(int start, int end)
 {
     m_Start = start;

@@ -17,6 +17,7 @@ public:
     void Error(const std::string& sentence);
     void Warning(const std::string& sentence);
     void Say(const std::string& text);
+    void Show(const std::string& text); // also when quiet: what a question that follows is about
 
     // Which frames the progress bar runs over.
     void SetFrames(int start, int end);

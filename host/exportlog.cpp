@@ -1,37 +1,50 @@
 #include "host/exportlog.h"
 
-#include "host/commandlineuser.h"
-
-#include <fstream>
 #include <sstream>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 static const char WARNING_MARK[] = "WARNING:";
 
-std::vector<std::string> ReadLogWarnings(const std::string& path)
+MemoryLog::MemoryLog() : m_File(memfd_create("KE_Error.log", MFD_CLOEXEC))
 {
-    std::vector<std::string> warnings;
-    std::ifstream log(path);
-    for (std::string line; std::getline(log, line);)
-    {
-        if (line.compare(0, sizeof(WARNING_MARK) - 1, WARNING_MARK) == 0)
-            warnings.push_back(line.substr(line.find_first_not_of(' ', sizeof(WARNING_MARK) - 1)));
-    }
-    return warnings;
+    if (m_File >= 0)
+        m_Path = "/proc/self/fd/" + std::to_string(m_File);
 }
 
-void JoinLog(const std::string& part, const std::string& joined, bool first, const std::string& heading,
-             const std::string& staged, const std::string& target)
+MemoryLog::~MemoryLog()
 {
-    if (joined.empty())
-        return;
-    std::ifstream in(part, std::ios::binary);
+    if (m_File >= 0)
+        close(m_File);
+}
+
+std::string MemoryLog::Read() const
+{
     std::ostringstream text;
-    text << in.rdbuf();
-    if (!in.is_open())
-        return;
-    std::ofstream out(joined, std::ios::binary | (first ? std::ios::trunc : std::ios::app));
-    const std::string lines = ReplaceAll(text.str(), staged, target);
-    out << heading << "\n" << lines;
-    if (!lines.empty() && lines.back() != '\n')
-        out << "\n";
+    text << std::ifstream(m_Path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+bool KeptLog::Add(const std::string& text)
+{
+    if (!m_File.is_open() && !m_Path.empty())
+        m_File.open(m_Path, std::ios::binary | std::ios::trunc);
+    m_File << text << std::flush;
+    return m_File.is_open() && m_File.good();
+}
+
+std::vector<std::string> FindLogWarnings(const std::string& log)
+{
+    std::vector<std::string> warnings;
+    std::istringstream lines(log);
+    for (std::string line; std::getline(lines, line);)
+    {
+        if (line.compare(0, sizeof(WARNING_MARK) - 1, WARNING_MARK) == 0)
+        {
+            const size_t at = line.find_first_not_of(' ', sizeof(WARNING_MARK) - 1);
+            warnings.push_back(at == std::string::npos ? std::string() : line.substr(at));
+        }
+    }
+    return warnings;
 }

@@ -1,13 +1,43 @@
-// The log that the plug-in writes, read and joined by the host.
+// The log that the plug-in writes, as the host reads it and hands it on.
 #pragma once
 
+#include <fstream>
 #include <string>
 #include <vector>
 
-// The texts behind "WARNING:" of the lines that begin with it. Empty if the log can't be read.
-std::vector<std::string> ReadLogWarnings(const std::string& path);
+// A file in memory that the plug-in can open by its path.
+class MemoryLog
+{
+public:
+    MemoryLog();
+    ~MemoryLog();
+    MemoryLog(const MemoryLog&) = delete;
+    MemoryLog& operator=(const MemoryLog&) = delete;
 
-// Adds the log of one clip to the joined one, which starts anew with the first; `staged` becomes `target` in it. A log
-// that isn't there or can't be written is passed over, as the plug-in does.
-void JoinLog(const std::string& part, const std::string& joined, bool first, const std::string& heading,
-             const std::string& staged, const std::string& target);
+    // Empty if the system has none to give.
+    const std::string& GetPath() const { return m_Path; }
+    std::string Read() const;
+
+private:
+    int m_File;
+    std::string m_Path;
+};
+
+// Where the log stays. The file is opened, and emptied, with the first text.
+class KeptLog
+{
+public:
+    // An empty path stands for no place at all.
+    explicit KeptLog(std::string path) : m_Path(std::move(path)) {}
+
+    const std::string& GetPath() const { return m_Path; }
+    // False if the text can't be written.
+    bool Add(const std::string& text);
+
+private:
+    std::string m_Path;
+    std::ofstream m_File;
+};
+
+// The texts behind "WARNING:" of the lines that begin with it.
+std::vector<std::string> FindLogWarnings(const std::string& log);

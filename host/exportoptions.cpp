@@ -89,22 +89,25 @@ static bool MakeAbsolute(const std::string& path, std::string& absolute)
     return !error && !path.empty();
 }
 
-// An option that lacks its value would take the next option as one. A value that looks like an option can be given
-// with '='.
+// An option that lacks its value would take the next option as one, and with an '=' and nothing behind it the next
+// word. A value that looks like an option can be given with '='.
 static std::string FindSwallowedOption(int argc, const char* const* argv)
 {
     const std::set<std::string> takesValue(std::begin(VALUE_OPTIONS), std::end(VALUE_OPTIONS));
     std::set<std::string> all(std::begin(OTHER_OPTIONS), std::end(OTHER_OPTIONS));
     all.insert(takesValue.begin(), takesValue.end());
-    for (int i = 1; i + 1 < argc; i++)
+    for (int i = 1; i < argc; i++)
     {
-        if (std::string(argv[i]) == "--")
+        const std::string word = argv[i];
+        if (word == "--")
             break;
-        if (takesValue.count(argv[i]) == 0)
+        if (!word.empty() && word.back() == '=' && all.count(word.substr(0, word.size() - 1)) != 0)
+            return word.substr(0, word.size() - 1);
+        if (takesValue.count(word) == 0 || i + 1 == argc)
             continue;
         i++;
         if (all.count(argv[i]) != 0)
-            return argv[i - 1];
+            return word;
     }
     return std::string();
 }
@@ -188,8 +191,8 @@ static std::string TakeSceneTexts(const CLI::App& app, const RawTexts& texts, Ex
         return "--keys needs shape, authored or every.";
     if (app.count("--rest") > 0)
         options.rest = texts.rest;
-    if (options.rest && (options.rest->empty() || options.rest->size() > MAX_DIALOG_TEXT))
-        return "--rest needs a name of 1 to 511 characters.";
+    if (options.rest && (options.rest->empty() || options.rest->size() > MAX_ANIM_NAME))
+        return "--rest needs a name of 1 to 250 bytes.";
     if (app.count("--scale") > 0 &&
         (!ParseNumber(texts.scale, options.scale) || options.scale < MIN_SCALE || options.scale > MAX_SCALE))
         return "--scale needs a number from 0.000001 to 1000000.";
@@ -226,8 +229,8 @@ static CommandLine TakeTexts(const CLI::App& app, const RawTexts& texts, ExportO
         return WrongUsage("The path of the output file is longer than 511 characters.");
     if (app.count("--anim") > 0)
         options.animName = texts.anim;
-    if (texts.anim.size() > MAX_DIALOG_TEXT)
-        return WrongUsage("The animation name is longer than 511 characters.");
+    if (texts.anim.size() > MAX_ANIM_NAME)
+        return WrongUsage("The animation name is longer than 250 bytes.");
     if (app.count("--anim") > 0 && texts.anim.empty())
         return WrongUsage("The animation name is empty.");
     if (app.count("--clip") > 0)
@@ -288,11 +291,13 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
     CLI::App app("Exports the animated scene of a glTF, FBX, Collada, ... file to an .abc model file.", "zoltexport");
     app.set_version_flag("--version", "zoltexport " ZOLT_VERSION);
     app.add_option("scene", options.scenePath, "The scene file")->required()->type_name("SCENE");
-    app.add_option("-o,--output", texts.out, "The model file; without it, that of the last run")->type_name("FILE");
+    app.add_option("-o,--output", texts.out,
+                   "The model file; without it, that of the last run, at first model.abc in the current folder")
+        ->type_name("FILE");
     app.add_option("-a,--anim", texts.anim, "The animation's name in the model file; without it, the clip's")
         ->type_name("NAME");
     app.add_option("--clip", texts.clip, "The clip to export; without it, the first")->type_name("NAME|INDEX");
-    app.add_flag("--all-clips", options.allClips, "Export every clip into the one file");
+    app.add_flag("--all-clips", options.allClips, "Export every clip into the one file, all or nothing");
     app.add_option("--fps", texts.fps,
                    "Frames per second, from 1 to 1000; auto, the default: the lowest of 24, 25, 30, 48, 50, 60 and 120 "
                    "at which every key of the exported clips lies on a frame, else what the file states, else 30")
@@ -324,13 +329,15 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
     app.add_option("--log", texts.log, "Where the log goes")->type_name("FILE");
     app.add_flag("--report", options.report, "Print how far the model strays from the scene, and what it lacks");
     app.add_option("--report-json", texts.report, "Write the same as JSON")->type_name("FILE");
-    app.add_option("--strict", texts.strict,
-                   "Write no file if the model strays by more than LIMIT percent of its radius (1). LIMIT may be left "
-                   "out")
+    app.add_option(
+           "--strict", texts.strict,
+           "Write no file if the model strays by more than LIMIT percent of its radius (1) from the scene, as the "
+           "weights above 5 % move it, those that a model keeps. LIMIT may be left out")
         ->type_name("[LIMIT]");
-    app.add_flag("-q,--quiet", options.quiet, "Print nothing but errors");
+    app.add_flag("-q,--quiet", options.quiet, "Say nothing but errors; --report and --list still print");
     app.add_flag("--list", options.list, "Print what is in the scene and export nothing");
-    app.add_flag("--json", options.json, "With --list: print it as JSON");
+    app.add_flag("--json", options.json,
+                 "With --list: print it as JSON, all clips counted in frames of the one rate that it states");
     app.footer("Exit status: 0 written, 1 not written, 2 wrong usage.");
 
     const std::vector<std::string> arguments = CompleteOptionalValues(argc, argv);

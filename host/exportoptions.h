@@ -7,6 +7,10 @@
 // The dialog takes this many characters of a file name or an animation name.
 constexpr int MAX_DIALOG_TEXT = 511;
 
+// So many bytes of an animation's name are taken: a model file keeps 255 of it in some places, and a name that is there
+// already gets a number behind it.
+constexpr int MAX_ANIM_NAME = 250;
+
 // Which frames of a clip get keys.
 enum class KeyChoice
 {

@@ -1,9 +1,11 @@
 #include "host/exportsession.h"
 
 #include "host/console.h"
-#include "host/exportlog.h"
+#include "host/fileclash.h"
+#include "host/reportfile.h"
 #include "host/sceneclips.h"
 #include "host/scenelisting.h"
+#include "host/workingfolder.h"
 #include "saa/saahost.h"
 #include "scene/framerate.h"
 #include "scene/readscene.h"
@@ -13,9 +15,11 @@
 
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
-ExportSession::ExportSession(const Scene& scene, const ExportOptions& options, const ExportSurroundings& surroundings)
-    : m_Scene(scene), m_Options(options), m_Surroundings(surroundings), m_Console(*surroundings.console)
+ExportSession::ExportSession(const Scene& scene, const ExportOptions& options, const ExportSurroundings& surroundings,
+                             const std::string& logPath)
+    : m_Scene(scene), m_Options(options), m_Surroundings(surroundings), m_Console(*surroundings.console), m_Log(logPath)
 {
 }
 
@@ -36,6 +40,8 @@ CommandLineAnswers ExportSession::MakeAnswers() const
     answers.debug = m_Options.debug;
     answers.append = m_Options.append;
     answers.overwrite = m_Options.overwrite;
+    answers.objection = [this](const std::string& target)
+    { return FindFileClash(m_Scene, m_Options, target, m_Log.GetPath()); };
     return answers;
 }
 
@@ -63,9 +69,17 @@ static RecordedSceneOptions MakeRecordedOptions(const Scene& scene, int clip, co
     return recorded;
 }
 
-// Opens the clip as the host's current scene and lets the plug-in export it. The log is looked at only if this run
-// has written it: a dialog that ends without OK leaves the one of the run before.
-bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, const std::string& logPath)
+void ExportSession::KeepLog(const std::string& text)
+{
+    const std::string& path = m_Log.GetPath();
+    if (!m_Log.Add(text) && !std::exchange(m_LogFailed, true))
+        m_Console.Warning(path.empty() ? "There is no place for the log; --log names one."
+                                       : "The log can't be written to " + path + ".");
+}
+
+// Opens the clip as the host's current scene and lets the plug-in export it. A dialog that ends without OK leaves the
+// log of the run before.
+bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, bool isOneOfSeveral)
 {
     RecordedScene recorded(*job.scene, MakeRecordedOptions(*job.scene, job.clip, m_Options));
     for (const std::string& warning : recorded.Warnings())
@@ -74,7 +88,8 @@ bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, const
     m_Console.SetFrames(recorded.StartFrame(), recorded.EndFrame());
     SetStatusSink([](const char* text, void* console) { static_cast<Console*>(console)->Say(text); }, &m_Console);
     SetFrameSink([](int frame, void* console) { static_cast<Console*>(console)->ShowFrame(frame); }, &m_Console);
-    SetLogPath(logPath.empty() ? nullptr : logPath.c_str());
+    const MemoryLog log;
+    SetLogPath(log.GetPath().c_str());
     SetCurrentScene(&recorded);
     DialogUser* before = SetDialogUser(&user);
     const bool written = m_Plugin.Init() == 0;
@@ -88,8 +103,11 @@ bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, const
 
     if (user.PressedOk())
     {
-        for (const std::string& warning : ReadLogWarnings(GetLogPath()))
+        const std::string text = ReplaceAll(log.Read(), user.GetStaged(), user.GetTarget());
+        for (const std::string& warning : FindLogWarnings(text))
             WarnOnce(warning);
+        const std::string lineEnd = text.empty() || text.back() == '\n' ? "" : "\n";
+        KeepLog(isOneOfSeveral ? "Clip: " + PrintableText(user.GetAnimName()) + "\n" + text + lineEnd : text);
     }
     SetLogPath(nullptr);
     return written;
@@ -130,17 +148,21 @@ bool ExportSession::ExportOne(int clip)
     if (!HasPlayRanges({job}))
         return false;
     CommandLineUser user(MakeAnswers(), m_Console, m_Surroundings.terminal);
-    const bool written = RunPlugin(job, user, m_Options.logPath);
-    const std::string target = user.GetTarget().empty() ? "The model file" : user.GetTarget();
-    if (written)
-        m_Console.Say(target + ": animation \"" + user.GetAnimName() + "\" written.");
-    else
-        m_Console.Error(target + " was not written.");
+    const bool written = RunPlugin(job, user, false);
+    const std::string& target = user.GetTarget();
     // Of what isn't a file nothing can be read back.
     std::error_code error;
     if (written && std::filesystem::is_regular_file(target, error))
+    {
+        RemoveAbandonedFolders(target);
         HoldAgainstScene(target, target);
-    return PublishReport(written) && written;
+    }
+    if (written)
+        m_Console.Say(target + ": animation \"" + (m_Report ? m_Report->clips[0].animation : user.GetAnimName()) +
+                      "\" written.");
+    else
+        m_Console.Error((target.empty() ? "The model file" : target) + " was not written.");
+    return PublishReport(target, written) && written;
 }
 
 static int ListAndPrint(const Scene& scene, int clip, const ExportOptions& options,
@@ -151,12 +173,6 @@ static int ListAndPrint(const Scene& scene, int clip, const ExportOptions& optio
         return 0;
     surroundings.console->Error("The list can't be written.");
     return 1;
-}
-
-static bool IsSameFile(const std::string& one, const std::string& other)
-{
-    std::error_code error;
-    return !one.empty() && std::filesystem::equivalent(one, other, error) && !error;
 }
 
 // The rate that suits the keys of the clips that are exported: `clip`, or all of them.
@@ -208,18 +224,16 @@ static int ExportScene(const Scene& scene, int clip, const ExportOptions& option
         console.Error("There are no triangles in " + options.scenePath + ".");
         return 1;
     }
-    if (IsSameFile(options.reportPath, options.scenePath) || IsSameFile(options.reportPath, options.outPath) ||
-        (!options.reportPath.empty() && options.reportPath == options.outPath))
+    SetLogPath(options.logPath.empty() ? nullptr : options.logPath.c_str());
+    const std::string logPath = GetLogPath();
+    SetLogPath(nullptr);
+    std::string problem = FindFileClash(scene, options, options.outPath, logPath);
+    if (!problem.empty() || (!options.reportPath.empty() && !CheckReportFile(options.reportPath, problem)))
     {
-        console.Error("The report's file is the scene file or the output file.");
+        console.Error(problem);
         return 1;
     }
-    if (IsSameFile(options.outPath, options.scenePath))
-    {
-        console.Error("The output file is the scene file itself.");
-        return 1;
-    }
-    ExportSession session(scene, options, surroundings);
+    ExportSession session(scene, options, surroundings, logPath);
     if (!session.LoadPlugin())
         return 1;
     const bool all = options.allClips && !scene.clips.empty();
@@ -231,6 +245,8 @@ static int ExportScene(const Scene& scene, int clip, const ExportOptions& option
 int RunExport(const ExportOptions& options, const ExportSurroundings& surroundings)
 {
     Console& console = *surroundings.console;
+    if (!options.reportPath.empty())
+        ReplaceOldReport(options.reportPath, MissingReportAsJson("", false));
     Scene scene;
     std::string error;
     if (!ReadScene(options.scenePath.c_str(), scene, error))
@@ -247,6 +263,9 @@ int RunExport(const ExportOptions& options, const ExportSurroundings& surroundin
             console.Error(error);
             return 1;
         }
+        const std::string others = NameTwins(scene, clip, *options.clip);
+        if (!others.empty())
+            console.Warning(others);
     }
     TransformAsAsked(scene, options, console);
     ExportOptions settled = options;

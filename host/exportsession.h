@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/commandlineuser.h"
+#include "host/exportlog.h"
 #include "host/exportoptions.h"
 #include "host/modelreport.h"
 #include "host/playedclip.h"
@@ -41,8 +42,10 @@ struct ExportJob
 class ExportSession
 {
 public:
-    // The scene is as it is to be exported, the frame rate of the options is settled; both must outlive this.
-    ExportSession(const Scene& scene, const ExportOptions& options, const ExportSurroundings& surroundings);
+    // The scene is as it is to be exported, the frame rate of the options is settled; both must outlive this. An empty
+    // `logPath` stands for no place to put the log.
+    ExportSession(const Scene& scene, const ExportOptions& options, const ExportSurroundings& surroundings,
+                  const std::string& logPath);
 
     // Loads the plug-in. False if it can't be loaded.
     bool LoadPlugin();
@@ -56,11 +59,12 @@ public:
 
 private:
     CommandLineAnswers MakeAnswers() const;
+    void KeepLog(const std::string& text);
     std::vector<ExportJob> ListJobs(int clip);
     bool HasPlayRanges(const std::vector<ExportJob>& jobs);
-    bool RunPlugin(const ExportJob& job, CommandLineUser& user, const std::string& logPath);
+    bool RunPlugin(const ExportJob& job, CommandLineUser& user, bool isOneOfSeveral);
     bool HoldAgainstScene(const std::string& file, const std::string& target);
-    bool PublishReport(bool written);
+    bool PublishReport(const std::string& target, bool written);
     void WarnOnce(const std::string& sentence);
     void NameOtherClips(int clip);
 
@@ -69,6 +73,8 @@ private:
     const ExportSurroundings& m_Surroundings;
     Console& m_Console;
     PluginLibrary m_Plugin;
+    KeptLog m_Log;
+    bool m_LogFailed = false;
     std::set<std::string> m_Warned;
     std::vector<PlayedClip> m_Played;    // what was exported so far
     std::optional<ModelReport> m_Report; // what came of it

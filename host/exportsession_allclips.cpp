@@ -3,14 +3,12 @@
 #include "host/exportsession.h"
 
 #include "host/console.h"
-#include "host/exportlog.h"
 #include "host/exportsettings.h"
 #include "host/placefile.h"
 #include "host/sceneclips.h"
 #include "host/workingfolder.h"
 #include "scene/bindpose.h"
 #include "win32/registrystore.h"
-#include "win32/stateplaces.h"
 
 #include <filesystem>
 #include <optional>
@@ -103,10 +101,7 @@ bool ExportSession::ExportSeveral(int clip)
         NameOtherClips(clip);
     if (!HasPlayRanges(jobs))
         return false;
-    SetLogPath(m_Options.logPath.empty() ? nullptr : m_Options.logPath.c_str());
-    const std::string joinedLog = GetLogPath();
     WorkingFolder folder;
-    std::string partLog;
     ExportSettings settings;
     SettingsInMemory inMemory;
 
@@ -120,8 +115,6 @@ bool ExportSession::ExportSeveral(int clip)
             m_Console.Error("Unable to open " + target + " for writing.");
             return std::string();
         }
-        partLog = folder.GetPath() + "/KE_Error.log";
-        SetLogPath(partLog.c_str());
         return folder.GetFile();
     };
 
@@ -132,7 +125,7 @@ bool ExportSession::ExportSeveral(int clip)
         m_Console.Say("Exporting " + jobs[i].title + ":");
         answers.animName = jobs[i].animName;
         CommandLineUser user(answers, m_Console, m_Surroundings.terminal);
-        written = RunPlugin(jobs[i], user, partLog);
+        written = RunPlugin(jobs[i], user, true);
         if (i == 0)
         {
             target = user.GetTarget();
@@ -144,8 +137,6 @@ bool ExportSession::ExportSeveral(int clip)
             answers.file = target;
             answers.stage = [&](const std::string&) { return folder.GetFile(); };
         }
-        if (user.PressedOk())
-            JoinLog(partLog, joinedLog, i == 0, "Clip: " + PrintableText(user.GetAnimName()), folder.GetFile(), target);
     }
     written = written && HoldAgainstScene(folder.GetFile(), target);
     if (written)
@@ -167,5 +158,5 @@ bool ExportSession::ExportSeveral(int clip)
                       " written.");
     else
         m_Console.Error((target.empty() ? "The model file" : target) + " was not written.");
-    return PublishReport(written) && written;
+    return PublishReport(target, written) && written;
 }

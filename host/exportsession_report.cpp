@@ -2,9 +2,10 @@
 #include "host/exportsession.h"
 
 #include "host/console.h"
+#include "host/fileclash.h"
+#include "host/reportfile.h"
 
 #include <algorithm>
-#include <fstream>
 
 // Holds the file against all that was exported into it. False if that forbids to keep the file.
 bool ExportSession::HoldAgainstScene(const std::string& file, const std::string& target)
@@ -21,36 +22,33 @@ bool ExportSession::HoldAgainstScene(const std::string& file, const std::string&
     bool passes = true;
     for (const ClipReport& clip : m_Report->clips)
     {
-        const double part = JudgedDistance(clip).part;
+        const double part = JudgedDistance(clip).worst.part;
         if (m_Options.strict && 100.0 * part > *m_Options.strict)
         {
             m_Console.Error(DescribeDistance(*m_Report, clip) + ". --strict forbids it.");
             passes = false;
         }
-        else if (std::max(part, clip.distance.worst.part) > REPORT_LIMIT && !m_Options.report)
+        else if (std::max(part, clip.distance.all.worst.part) > REPORT_LIMIT && !m_Options.report)
             m_Console.Warning(DescribeDistance(*m_Report, clip) + ".");
     }
     return passes;
 }
 
 // Hands out the report where it was asked for. False if it can't be written.
-bool ExportSession::PublishReport(bool written)
+bool ExportSession::PublishReport(const std::string& target, bool written)
 {
-    if (!m_Report)
-        return true;
-    bool published = true;
-    if (m_Options.report)
+    std::string error;
+    if (m_Report && m_Options.report)
     {
         const std::string text = PrintModelReport(*m_Report);
-        published = std::fputs(text.c_str(), m_Surroundings.out) >= 0 && std::fflush(m_Surroundings.out) == 0;
+        if (std::fputs(text.c_str(), m_Surroundings.out) < 0 || std::fflush(m_Surroundings.out) != 0)
+            m_Console.Error(error = "The report can't be printed.");
     }
-    if (!m_Options.reportPath.empty())
-    {
-        std::ofstream file(m_Options.reportPath, std::ios::binary);
-        file << ModelReportAsJson(*m_Report, written) << std::flush;
-        published = file.good() && published;
-    }
-    if (!published)
-        m_Console.Error("The report can't be written.");
-    return published;
+    const std::string json = m_Report ? ModelReportAsJson(*m_Report, written) : MissingReportAsJson(target, written);
+    // A report that is the target itself has been refused.
+    const bool goesToFile =
+        !m_Options.reportPath.empty() && FindFileClash(m_Scene, m_Options, target, m_Log.GetPath()).empty();
+    if (goesToFile && !WriteReportFile(m_Options.reportPath, json, error))
+        m_Console.Error(error);
+    return error.empty();
 }

@@ -288,6 +288,15 @@ static void Raise(ModelDistance& worst, const ModelDistance& distance)
         worst = distance;
 }
 
+static void Raise(ClipDistance& worst, const ModelDistance& distance, bool isKey, bool isFirst)
+{
+    Raise(worst.worst, distance);
+    if (isKey)
+        Raise(worst.atKeys, distance);
+    if (isFirst)
+        worst.atFirst = distance;
+}
+
 void ModelComparison::ReduceScene(const Scene* scene)
 {
     if (m_ReducedOf != scene)
@@ -299,19 +308,15 @@ void ModelComparison::ReduceScene(const Scene* scene)
 void ModelComparison::MeasureAt(const PlayedClip& played, int frame, bool isKey, AnimationDistance& distance)
 {
     PlaceScene({played.scene, played.clip, played.Seconds(frame)}, m_SceneAt);
-    const ModelDistance here = MeasureFrame(frame, m_SceneAt);
-    Raise(distance.worst, here);
-    if (isKey)
-        Raise(distance.atKeys, here);
-    if (frame == played.start)
-        distance.atFirst = here;
+    const bool isFirst = frame == played.start;
+    Raise(distance.all, MeasureFrame(frame, m_SceneAt), isKey, isFirst);
     if (!m_IsReduced)
     {
-        distance.keptWeights = distance.worst;
+        distance.kept = distance.all;
         return;
     }
     PlaceScene({&m_Reduced, played.clip, played.Seconds(frame)}, m_ReducedAt);
-    Raise(distance.keptWeights, MeasureFrame(frame, m_ReducedAt));
+    Raise(distance.kept, MeasureFrame(frame, m_ReducedAt), isKey, isFirst);
     double lost = 0.0;
     for (std::size_t i = 0; isKey && i < m_SceneAt.size(); i++)
         lost = std::max(lost, SquaredDistance(m_SceneAt[i], m_ReducedAt[i]));

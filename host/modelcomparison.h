@@ -17,13 +17,18 @@ struct ModelDistance
     std::string node; // the scene's element
 };
 
+struct ClipDistance
+{
+    ModelDistance worst;   // at all whole frames of the play range
+    ModelDistance atKeys;  // at those that keys lie on
+    ModelDistance atFirst; // at the first of them
+};
+
 // One animation of the model against its clip.
 struct AnimationDistance
 {
-    ModelDistance worst;        // at all whole frames of the play range
-    ModelDistance atKeys;       // at those that keys lie on
-    ModelDistance atFirst;      // at the first of them
-    ModelDistance keptWeights;  // as the worst, from the scene with the weights alone that a model keeps
+    ClipDistance all;           // from the scene as it is
+    ClipDistance kept;          // from the scene with the weights alone that a model keeps
     double lostWeights = 0.0;   // how far these two scenes are apart at keys, as a part of the radius: what a model
                                 // strays there even if its skin is taken at the bind pose
     std::vector<int> keyFrames; // where the keys lie

@@ -3,10 +3,17 @@
 #include "engine/model/src/loadrequest.h"
 #include "host/sceneclips.h"
 #include "scene/cliprange.h"
+#include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/stdiostream.h"
 
 #include <algorithm>
 #include <cmath>
+
+// A model that lies further from its scene than this part of the radius isn't of the same size or doesn't lie alike.
+static constexpr double MISFIT = 0.1;
+
+// What a load has to say of the contracts of model code means nothing to the user of the program.
+static void IgnoreAssertion(const char*, const char*, int) {}
 
 static bool LoadModelFile(const std::string& file, Model& model)
 {
@@ -15,7 +22,9 @@ static bool LoadModelFile(const std::string& file, Model& model)
         return false;
     LoadRequest request;
     request.m_pStream = stream;
+    const AssertionSink before = SetAssertionSink(IgnoreAssertion);
     const bool loaded = model.Load(&request) == RESULT_OK;
+    SetAssertionSink(before);
     stream->Release();
     return loaded;
 }
@@ -79,14 +88,14 @@ bool MakeModelReport(const std::string& file, const std::string& target, const s
         return false;
     }
     const std::uint32_t firstRow = nOwn - static_cast<std::uint32_t>(clips.size());
-    const bool fresh = firstRow == 0;
+    report.fresh = firstRow == 0;
 
     RecordedSceneOptions options;
     options.clip = clips.front().clip;
     options.fps = clips.front().fps;
     RecordedScene recorded(*clips.front().scene, options);
     ModelComparison comparison(model, recorded);
-    comparison.Match(FindSkinPlaces(clips, fresh), firstRow, clips.front());
+    comparison.Match(FindSkinPlaces(clips, report.fresh), firstRow, clips.front());
     report.radius = comparison.Radius();
     report.skinAtRest = comparison.SkinPlace().clip < 0;
     for (std::size_t i = 0; i < clips.size(); i++)
@@ -107,21 +116,21 @@ bool MakeModelReport(const std::string& file, const std::string& target, const s
         }
         report.clips.push_back(std::move(clip));
     }
-    report.leftOut = FindLeftOut(model, recorded, clips, fresh, warnings);
+    report.leftOut = FindLeftOut(model, recorded, clips, report.fresh, warnings);
     return true;
 }
 
-const ModelDistance& JudgedDistance(const ClipReport& clip)
+const ClipDistance& JudgedDistance(const ClipReport& clip)
 {
     const AnimationDistance& distance = clip.distance;
-    return distance.keptWeights.part < distance.worst.part ? distance.keptWeights : distance.worst;
+    return distance.kept.worst.part < distance.all.worst.part ? distance.kept : distance.all;
 }
 
 const ClipReport* FindWorstClip(const ModelReport& report)
 {
     const auto worst = std::max_element(report.clips.begin(), report.clips.end(),
                                         [](const ClipReport& a, const ClipReport& b)
-                                        { return JudgedDistance(a).part < JudgedDistance(b).part; });
+                                        { return JudgedDistance(a).worst.part < JudgedDistance(b).worst.part; });
     return worst == report.clips.end() ? nullptr : &*worst;
 }
 
@@ -132,10 +141,11 @@ static std::string FormatNumber(double value)
     return text;
 }
 
-// Why it strays, or what may help. What is wrong between keys is told apart from what is wrong at the keys already.
+// Why it strays, or what may help. What is wrong between keys is told apart from what is wrong at the keys already. A
+// model that is only added to keeps its skin.
 static std::string AdviceFor(const ModelReport& report, const ClipReport& clip)
 {
-    const AnimationDistance& distance = clip.distance;
+    const ClipDistance& distance = JudgedDistance(clip);
     std::string causes;
     std::string switches;
     if (clip.animatesScale)
@@ -144,11 +154,13 @@ static std::string AdviceFor(const ModelReport& report, const ClipReport& clip)
         causes += "; the clip moves morph targets, which a model doesn't keep";
     const bool isSimple = causes.empty();
     const bool isFarAtKeys = distance.atKeys.part > REPORT_LIMIT;
-    if (isSimple && isFarAtKeys && !report.skinAtRest && distance.lostWeights < 0.7 * distance.atKeys.part)
-        switches = "--rest";
+    if (isSimple && !report.fresh && distance.atKeys.part > MISFIT)
+        causes += "; the model may have been made with another --scale or --up";
+    if (isSimple && isFarAtKeys && !report.skinAtRest)
+        switches = report.fresh ? "--rest" : "a fresh export with --rest";
     // With a single key there is no curve in between that a key could bring closer.
     const bool isFarBetween = distance.worst.part > std::max(1.5 * distance.atKeys.part, REPORT_LIMIT);
-    if (isFarBetween && (isSimple || distance.keyFrames.size() > 1))
+    if (isFarBetween && (isSimple || clip.distance.keyFrames.size() > 1))
     {
         switches += switches.empty() ? "--keys" : " and --keys";
         if (clip.keysBetweenFrames)
@@ -159,13 +171,13 @@ static std::string AdviceFor(const ModelReport& report, const ClipReport& clip)
 
 std::string DescribeDistance(const ModelReport& report, const ClipReport& clip)
 {
-    const ModelDistance& worst = JudgedDistance(clip);
+    const ModelDistance& worst = JudgedDistance(clip).worst;
     std::string text = "animation \"" + clip.animation + "\" differs from the scene by up to " +
                        FormatNumber(worst.units) + " units, " + FormatNumber(100.0 * worst.part) +
                        " % of the radius, frame " + std::to_string(worst.frame) + ", node " + worst.node;
     if (worst.part > REPORT_LIMIT)
         text += AdviceFor(report, clip);
-    const double withAll = clip.distance.worst.part;
+    const double withAll = clip.distance.all.worst.part;
     if (withAll > REPORT_LIMIT && withAll > worst.part)
         text += "; with the weights of 5 % and below, which a model drops, " + FormatNumber(100.0 * withAll) + " %";
     return text;
@@ -176,10 +188,12 @@ std::string PrintModelReport(const ModelReport& report)
     std::string text = report.file + ": radius " + FormatNumber(report.radius) + "\n";
     for (const ClipReport& clip : report.clips)
     {
-        text += DescribeDistance(report, clip) + " (at keys " + FormatNumber(100.0 * clip.distance.atKeys.part) +
+        const ClipDistance& judged = JudgedDistance(clip);
+        const std::size_t nKeys = clip.distance.keyFrames.size();
+        text += DescribeDistance(report, clip) + " (at keys " + FormatNumber(100.0 * judged.atKeys.part) +
                 " %); frames " + std::to_string(clip.played.start) + " to " + std::to_string(clip.played.end) + " at " +
-                FormatNumber(clip.played.fps) + " per second, " + std::to_string(clip.distance.keyFrames.size()) +
-                " keys\n";
+                FormatNumber(clip.played.fps) + " per second, " + std::to_string(nKeys) +
+                (nKeys == 1 ? " key\n" : " keys\n");
     }
     const std::vector<std::string> leftOut = DescribeLeftOut(report.leftOut);
     for (const std::string& line : leftOut)

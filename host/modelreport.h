@@ -26,6 +26,7 @@ struct ModelReport
     std::string file;
     double radius = 0.0;
     bool skinAtRest = false; // taken from the scene without a clip
+    bool fresh = true;       // all of it was made here; else its skin was there before
     std::vector<ClipReport> clips;
     LeftOut leftOut;
     std::vector<std::string> warnings;
@@ -39,7 +40,7 @@ bool MakeModelReport(const std::string& file, const std::string& target, const s
 
 // The distance that a clip is judged by, against the limits and as the worst of a report: that from the scene as the
 // weights move it that a model keeps. What the weights of 5 % and below would add is told beside it.
-const ModelDistance& JudgedDistance(const ClipReport& clip);
+const ClipDistance& JudgedDistance(const ClipReport& clip);
 
 // The clip that strays furthest; null without clips.
 const ClipReport* FindWorstClip(const ModelReport& report);
@@ -50,6 +51,10 @@ std::string DescribeDistance(const ModelReport& report, const ClipReport& clip);
 // A line for each animation and for each thing that was left out.
 std::string PrintModelReport(const ModelReport& report);
 
-// The same for a script. The members "fps", "worst" (a part of the radius), "units", "frame", "node", "clip" and
-// "animation" are those of the clip that strays furthest. `written` says whether the file is in its place.
+// The same for a script. The members "fps", "worst" (a part of the radius, as JudgedDistance), "units", "frame",
+// "node", "worstOfAllWeights", "clip" and "animation" are those of the clip that strays furthest. `written` says
+// whether the file is in its place.
 std::string ModelReportAsJson(const ModelReport& report, bool written);
+
+// What a script gets where there is no report: "written" and, unless `target` is empty, "file".
+std::string MissingReportAsJson(const std::string& target, bool written);

@@ -15,16 +15,27 @@ static Json ClipAsJson(const ClipReport& clip)
     entry["start"] = clip.played.start;
     entry["end"] = clip.played.end;
     entry["keys"] = distance.keyFrames;
-    const ModelDistance& worst = JudgedDistance(clip);
+    const ClipDistance& judged = JudgedDistance(clip);
+    const ModelDistance& worst = judged.worst;
     entry["worst"] = worst.part;
     entry["units"] = worst.units;
     entry["frame"] = worst.frame;
     entry["node"] = worst.node;
-    entry["worstAtKeys"] = distance.atKeys.part;
-    entry["worstAtFirst"] = distance.atFirst.part;
-    entry["worstOfAllWeights"] = distance.worst.part;
+    entry["worstAtKeys"] = judged.atKeys.part;
+    entry["worstAtFirst"] = judged.atFirst.part;
+    entry["worstOfAllWeights"] = distance.all.worst.part;
+    entry["worstOfAllWeightsAtKeys"] = distance.all.atKeys.part;
     entry["lostWeightsAtKeys"] = distance.lostWeights;
     return entry;
+}
+
+std::string MissingReportAsJson(const std::string& target, bool written)
+{
+    Json all;
+    if (!target.empty())
+        all["file"] = target;
+    all["written"] = written;
+    return all.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
 std::string ModelReportAsJson(const ModelReport& report, bool written)
@@ -34,12 +45,13 @@ std::string ModelReportAsJson(const ModelReport& report, bool written)
     all["written"] = written;
     if (const ClipReport* clip = FindWorstClip(report))
     {
-        const ModelDistance& worst = JudgedDistance(*clip);
+        const ModelDistance& worst = JudgedDistance(*clip).worst;
         all["fps"] = clip->played.fps;
         all["worst"] = worst.part;
         all["units"] = worst.units;
         all["frame"] = worst.frame;
         all["node"] = worst.node;
+        all["worstOfAllWeights"] = clip->distance.all.worst.part;
         all["clip"] = clip->clip;
         all["animation"] = clip->animation;
     }

@@ -52,6 +52,20 @@ int FindClip(const Scene& scene, const std::string& nameOrIndex, std::string& er
     return -1;
 }
 
+std::string NameTwins(const Scene& scene, int clip, const std::string& nameOrIndex)
+{
+    std::string others;
+    for (int i = clip + 1; i < static_cast<int>(scene.clips.size()); i++)
+    {
+        if (scene.clips[static_cast<size_t>(i)].name == nameOrIndex)
+            others += (others.empty() ? "" : ", ") + std::to_string(i);
+    }
+    if (others.empty() || scene.clips[static_cast<size_t>(clip)].name != nameOrIndex)
+        return std::string();
+    return "Several clips are called \"" + nameOrIndex + "\"; taken is the first, index " + std::to_string(clip) +
+           ", not " + others + ".";
+}
+
 std::vector<std::string> NameAnimations(const Scene& scene)
 {
     const std::string& base = scene.name.empty() ? scene.fileStem : scene.name;

@@ -21,6 +21,9 @@ std::string DescribeClip(const Scene& scene, int clip);
 // The clip of that name, else the one of that index; -1 if there is neither, with a sentence that lists the clips.
 int FindClip(const Scene& scene, const std::string& nameOrIndex, std::string& error);
 
+// A sentence if further clips are called as the one that FindClip gave for `nameOrIndex`; else empty.
+std::string NameTwins(const Scene& scene, int clip, const std::string& nameOrIndex);
+
 // A name for the animation of each clip: the clip's own, else one that is made from the scene's and the clip's index.
 std::vector<std::string> NameAnimations(const Scene& scene);
 

@@ -3,6 +3,7 @@
 #include "host/console.h"
 #include "host/exportoptions.h"
 #include "host/sceneclips.h"
+#include "scene/framerate.h"
 #include "scene/shownnodes.h"
 
 #include <cstdio>
@@ -38,15 +39,24 @@ std::string FormatFps(double fps)
     return text;
 }
 
+// The rate at which the clip would be exported.
+static double RateOf(const Scene& scene, int clip, const ExportOptions& options)
+{
+    return options.autoFps && !options.allClips ? ChooseFrameRate(scene, {clip}).fps : options.fps;
+}
+
 std::string ListScene(const Scene& scene, int clip, const ExportOptions& options)
 {
     std::string text = "clips: " + std::to_string(scene.clips.size()) + "\n";
     for (int i = 0; i < static_cast<int>(scene.clips.size()); i++)
     {
-        const ClipRange range = FindClipRange(scene, i, options.fps);
+        const double fps = RateOf(scene, i, options);
+        const ClipRange range = FindClipRange(scene, i, fps);
+        const size_t nKeys = FindKeyFrames(scene, i, fps).size();
         text += "  " + std::to_string(i) + "  " + PrintableText(DescribeClip(scene, i)) + ", frames " +
-                std::to_string(range.start) + " to " + std::to_string(range.end) + ", " +
-                std::to_string(FindKeyFrames(scene, i, options.fps).size()) + " keys\n";
+                std::to_string(range.start) + " to " + std::to_string(range.end) + ", " + std::to_string(nKeys) +
+                (nKeys == 1 ? " key" : " keys") +
+                (fps == options.fps ? "\n" : ", at " + FormatFps(fps) + " frames per second\n");
     }
     const SceneCounts counts = CountParts(scene);
     const ClipRange play = FindPlayRange(scene, clip, options);

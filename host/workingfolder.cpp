@@ -98,6 +98,13 @@ static void RemoveAbandoned(const std::string& folder, const std::string& name)
     }
 }
 
+void RemoveAbandonedFolders(const std::string& target)
+{
+    const fs::path path(target);
+    if (path.has_filename())
+        RemoveAbandoned(path.parent_path().string(), path.filename().string());
+}
+
 // False if the folder has been taken for an abandoned one in the meantime.
 bool WorkingFolder::Lock()
 {

@@ -1,6 +1,6 @@
 // A private folder beside a file that is to be written in several steps. It is gone when the object is, and also when
 // the process is told to end (SIGINT, SIGTERM, SIGHUP), which it then does. What a killed process leaves goes with the
-// next Create for the same target.
+// next Create or RemoveAbandonedFolders for the same target.
 #pragma once
 
 #include <mutex>
@@ -45,3 +45,6 @@ private:
     bool m_Masked = false;
     bool m_Stopping = false; // read by the watcher under m_Ending
 };
+
+// Removes what killed processes have left beside the target. Folders in which somebody is at work stay.
+void RemoveAbandonedFolders(const std::string& target);

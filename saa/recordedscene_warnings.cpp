@@ -64,7 +64,8 @@ void RecordedScene::WarnAboutWeights(int element, const std::vector<int>& elemen
     }
     else if (nUnmoved > 0)
     {
-        m_Warnings.push_back(place + std::to_string(nUnmoved) + (nUnmoved == 1 ? " vertex has" : " vertices have") +
-                             " no weight above 5 %; they deform to 0, 0, 0.");
+        m_Warnings.push_back(place + std::to_string(nUnmoved) +
+                             (nUnmoved == 1 ? " vertex has no weight above 5 %; it deforms to 0, 0, 0."
+                                            : " vertices have no weight above 5 %; they deform to 0, 0, 0."));
     }
 }

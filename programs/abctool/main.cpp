@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <iostream>
 
@@ -140,6 +141,7 @@ static int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    std::signal(SIGXFSZ, SIG_IGN); // a file that grows too large is a write that fails
     try
     {
         const int status = Run(argc, argv);

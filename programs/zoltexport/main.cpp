@@ -5,6 +5,7 @@
 #include "host/seedrandom.h"
 #include "win32/terminaluser.h"
 
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -39,6 +40,7 @@ static int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    std::signal(SIGXFSZ, SIG_IGN); // a file that grows too large is a write that fails
     try
     {
         return Run(argc, argv);

@@ -101,26 +101,28 @@ TEST(ExportOptionsTest, WrongUsage)
 {
     const std::string path511 = "/" + std::string(510, 'p');
     const std::string path512 = "/" + std::string(511, 'p');
-    const std::string name512(512, 'n');
+    const std::string name250(250, 'n');
+    const std::string name251(251, 'n');
     ExportOptions options;
     EXPECT_TRUE(Parse({"s", "-o", path511.c_str()}, options).run);
-    EXPECT_TRUE(Parse({"s", "-a", path511.c_str()}, options).run);
+    EXPECT_TRUE(Parse({"s", "-a", name250.c_str()}, options).run);
     const std::vector<std::vector<const char*>> lines = {
         {},
         {""},
         {"s", "-o", ""},
         {"s", "-o", path512.c_str()},
-        {"s", "-a", name512.c_str()},
+        {"s", "-a", name251.c_str()},
         {"s", "--anim", ""},
         {"s", "--log", ""},
         {"s", "--report-json", ""},
-        {"s", "--rest", name512.c_str()},
+        {"s", "--rest", name251.c_str()},
     };
     std::istringstream plain(
         "a b|s --bogus|s --strict -1|s --strict=much|s --list --strict|s -o|s -o --append|s -o a -o b|--rest|s --json|"
         "s --all-clips --anim x|s --all-clips --clip 0|s --debug --no-debug|s --start 1.5|s --end 99999999999|"
         "s --fps 0.99|s --fps 1000.5|s --fps -30|s --fps nan|s --fps 30x|s --fps 30/0|s --fps 30/|s --fps Auto|"
-        "s --keys some|s --keys --rest|s --rest=|s --rest a --rest b|s --scale 0|s --scale -1|s --scale 1e9|"
+        "s --keys some|s --keys --rest|s --rest=|--rest= s|--log= x s|s --rest a --rest b|s --scale 0|s --scale -1|s "
+        "--scale 1e9|"
         "s --up x|s --up zz");
     const auto refused = [&options](const std::vector<const char*>& line, const char* name)
     {

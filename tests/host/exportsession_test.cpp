@@ -10,7 +10,10 @@
 #include "zoltshared/stdzolt/stdiostream.h"
 
 #include <functional>
+#include <future>
 #include <memory>
+
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 
@@ -27,6 +30,7 @@ static std::string MakeSceneText(bool twoNodes = false)
     for (int i = 0; twoNodes && i < 2; i++)
         text.Item("nodes", R"({"mesh": 0})");
     text.Item("scenes", R"({"nodes": [0]})");
+    text.Item("images", R"({"uri": "part%2Epng"})");
     text.Member(R"("scene": 0)");
     for (const char* name : {"walk", "run", ""})
         text.Item("animations", Animation(name, times, moves, "LINEAR"));
@@ -169,6 +173,8 @@ TEST_F(ExportSessionTest, FileThatIsNoModel)
         EXPECT_EQ(Run(&terminal), 0) << m_Said;
         EXPECT_EQ(Animations(m_Options.outPath), names);
         EXPECT_EQ(Run(&terminal), 1); // No to append
+        EXPECT_TRUE(Said("\n" + m_Options.outPath + "\n")) << m_Said;
+        EXPECT_TRUE(Said(m_Options.outPath + " stays as it is; --overwrite replaces it.\n")) << m_Said;
         EXPECT_EQ(Animations(m_Options.outPath), names);
         EXPECT_TRUE(terminal.IsDone());
 
@@ -330,11 +336,34 @@ TEST_F(ExportSessionTest, WhatCannotBeExported)
         std::function<void()> prepare;
         const char* sentence;
     };
+    fs::create_symlink("scene.gltf", m_Folder / "link to scene");
+    fs::create_symlink("out/m.abc", m_Folder / "link to model");
+    const auto offer = [this](const char* name)
+    {
+        return [this, name]
+        {
+            ExportSettings settings;
+            settings.filename = {true, m_Folder / name};
+            WriteExportSettings(settings);
+            m_Options.outPath.clear();
+        };
+    };
     const std::vector<Case> cases = {
         {"clip", [&] { m_Options.clip = "fly"; }, "The scene has no clip \"fly\"; its clips are"},
         {"range", [&] { m_Options.end = 70000; }, "the limit is 65535"},
         {"end", [&] { m_Options.end = -1; }, "Invalid play range: 0 to -1."},
         {"itself", [&] { m_Options.outPath = m_Options.scenePath; }, "The output file is the scene file itself."},
+        {"offered itself", offer("link to scene"), "The output file is the scene file itself."},
+        {"part", [&] { m_Options.outPath = m_Folder / "part.png"; }, "The output file is a file that the scene refers"},
+        {"log on scene", [&] { m_Options.logPath = m_Folder / "link to scene"; }, "The log is the scene file itself."},
+        {"log on part", [&] { m_Options.logPath = m_Folder / "out/../part.png"; }, "The log is a file that the scene"},
+        {"log on report", [&] { m_Options.reportPath = m_Options.logPath; }, "The log and the report are the same"},
+        {"report on model", [&] { m_Options.reportPath = m_Folder / "link to model"; },
+         "The output file and the report are the same file"},
+        {"report on offered", [&] { offer("out/m.abc")(), m_Options.reportPath = m_Folder / "link to model"; },
+         "The output file and the report are the same file"},
+        {"report on scene", [&] { m_Options.reportPath = m_Options.scenePath; },
+         "The report is the scene file itself."},
         {"damaged", [&] { std::ofstream(m_Options.scenePath) << "{"; }, "scene.gltf"},
         {"no triangles",
          [&]
@@ -350,9 +379,69 @@ TEST_F(ExportSessionTest, WhatCannotBeExported)
     {
         m_Options = good;
         std::ofstream(m_Options.scenePath) << MakeSceneText();
+        m_Options.overwrite = true;
         bad.prepare();
+        const std::string scene = ReadFile(good.scenePath);
         EXPECT_EQ(Run(), 1) << bad.name;
+        EXPECT_EQ(ReadFile(good.scenePath), scene) << bad.name;
         EXPECT_TRUE(Said(bad.sentence)) << bad.name << ": " << m_Said;
         ExpectOnly({});
     }
+}
+
+// What the plug-in warns of reaches the console, whatever becomes of the log.
+TEST_F(ExportSessionTest, WarningsAndTheLog)
+{
+    std::string flat = MakeSceneText();
+    flat.insert(flat.find("\"mesh\": 0"), "\"scale\": [1, 0, 1], ");
+    std::ofstream(m_Options.scenePath) << flat;
+    const std::string warning = "warning: Node top has lost a direction to a scale of 0";
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_TRUE(Said(warning)) << m_Said;
+    EXPECT_FALSE(Said("log")) << m_Said;
+    EXPECT_NE(ReadFile(m_Options.logPath).find("Node top has lost a direction"), std::string::npos);
+    m_Options.overwrite = true;
+    m_Options.logPath = m_Folder / "missing/log";
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_TRUE(Said(warning)) << m_Said;
+    EXPECT_TRUE(Said("warning: The log can't be written to " + m_Options.logPath + ".\n")) << m_Said;
+    m_Options.logPath = m_Folder / "pipe";
+    ASSERT_EQ(mkfifo(m_Options.logPath.c_str(), 0600), 0);
+    auto log = std::async(std::launch::async, ReadFile, m_Options.logPath);
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_NE(log.get().find("Node top has lost a direction"), std::string::npos);
+}
+
+// The name of a clip of 300 bytes, the 250th of them within a character.
+TEST_F(ExportSessionTest, LongNamesAreCut)
+{
+    std::string text = MakeSceneText();
+    std::string name(249, 'n');
+    for (int i = 0; i < 17; i++)
+        name += "\u20ac";
+    text.replace(text.find("walk"), 4, name);
+    std::ofstream(m_Options.scenePath) << text;
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_TRUE(Said("warning: The animation name is longer than 250 bytes and was cut")) << m_Said;
+    EXPECT_EQ(Animations(m_Options.outPath), std::string(249, 'n'));
+    m_Options.append = m_Options.allClips = true;
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(Animations(m_Options.outPath), std::string(249, 'n') + " " + std::string(249, 'n') + "0 run scene_2");
+}
+
+TEST_F(ExportSessionTest, FileThatGrowsTooLarge)
+{
+    const ScopedVariable config("XDG_CONFIG_HOME", (m_Folder / "config").c_str());
+    const ScopedVariable plugin("ZOLTEXPORT_PLUGIN", ZOLT_PLUGIN);
+    const std::string command =
+        "ulimit -f 1; exec '" ZOLT_PROGRAM "' '" + m_Options.scenePath + "' -o '" + m_Options.outPath + "' 2>&1";
+    FILE* pipe = popen(command.c_str(), "r"); // NOLINT(cert-env33-c): no other text gets in
+    ASSERT_NE(pipe, nullptr);
+    std::string said;
+    for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe))
+        said += static_cast<char>(c);
+    const int status = pclose(pipe);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+    EXPECT_NE(said.find("error: Unable to write " + m_Options.outPath + ".\n"), std::string::npos) << said;
+    ExpectOnly({});
 }

@@ -41,6 +41,8 @@ TEST(SceneClipsTest, FoundByNameThenByIndex)
     EXPECT_EQ(FindClip(scene, "0", error), 1); // the name goes before the index
     EXPECT_EQ(FindClip(scene, "3", error), 3);
     EXPECT_EQ(FindClip(scene, "", error), 2);
+    EXPECT_EQ(NameTwins(scene, 0, "run"), "Several clips are called \"run\"; taken is the first, index 0, not 3.");
+    EXPECT_EQ(NameTwins(scene, 0, "0") + NameTwins(scene, 1, "0") + NameTwins(scene, 3, "run"), "");
     for (const char* unknown : {"4", "-1", "Run", "1x", "99999999999"})
     {
         EXPECT_EQ(FindClip(scene, unknown, error), -1) << unknown;
@@ -76,7 +78,10 @@ TEST(SceneListingTest, TextAndJson)
 {
     const Scene scene = MakeScene({"run", "bad \xff\n"});
     ExportOptions options;
-    options.fps = 10.0;
+    options.fps = 10.0; // on its own a clip would take 30
+    EXPECT_NE(ListScene(scene, 0, options).find("\"run\", frames 3 to 30, 3 keys, at 30 frames per second\n"),
+              std::string::npos);
+    options.autoFps = false;
     EXPECT_EQ(ListScene(scene, 0, options), "clips: 2\n"
                                             "  0  \"run\", frames 1 to 10, 3 keys\n"
                                             "  1  \"bad \xff?\", frames 1 to 10, 3 keys\n"

@@ -99,6 +99,10 @@ TEST(WorkingFolderTest, AbandonedFolders)
         WorkingFolder other;
         ASSERT_TRUE(other.Create(base / "other.abc", 511));
         EXPECT_EQ(CountEntries(base.Path()), 2U);
+        RemoveAbandonedFolders(base / "other.abc");
+        EXPECT_EQ(CountEntries(base.Path()), 2U);
+        RemoveAbandonedFolders(base / "m.abc");
+        EXPECT_EQ(CountEntries(base.Path()), 1U);
         WorkingFolder one;
         WorkingFolder another;
         ASSERT_TRUE(one.Create(base / "m.abc", 511) && another.Create(base / "m.abc", 511));

@@ -1,0 +1,57 @@
+#include "host/fileclash.h"
+
+#include "host/exportoptions.h"
+
+#include <filesystem>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+static constexpr int MAX_LINKS = 40;
+
+// A path for a file that needn't be there: also a link that leads nowhere is followed, for what is written through it
+// comes into being at its end.
+static fs::path FindEnd(const std::string& path)
+{
+    std::error_code error;
+    fs::path end = fs::absolute(path, error);
+    for (int i = 0; i < MAX_LINKS && !fs::exists(end, error) && fs::is_symlink(end, error); i++)
+        end = end.parent_path() / fs::read_symlink(end, error);
+    return fs::weakly_canonical(end, error);
+}
+
+static bool IsSameFile(const std::string& one, const std::string& other)
+{
+    if (one.empty() || other.empty())
+        return false;
+    std::error_code error;
+    if (fs::exists(one, error) && fs::exists(other, error))
+        return fs::is_regular_file(one, error) && fs::equivalent(one, other, error) && !error;
+    return !FindEnd(one).empty() && FindEnd(one) == FindEnd(other);
+}
+
+std::string FindFileClash(const Scene& scene, const ExportOptions& options, const std::string& target,
+                          const std::string& logPath)
+{
+    const struct
+    {
+        std::string role;
+        const std::string& path;
+    } written[] = {{"output file", target}, {"log", logPath}, {"report", options.reportPath}};
+    for (const auto& file : written)
+    {
+        if (IsSameFile(file.path, options.scenePath))
+            return "The " + file.role + " is the scene file itself.";
+        for (const std::string& part : scene.files)
+        {
+            if (IsSameFile(file.path, part))
+                return "The " + file.role + " is a file that the scene refers to: " + part;
+        }
+        for (const auto* other = &file + 1; other != std::end(written); other++)
+        {
+            if (IsSameFile(file.path, other->path))
+                return "The " + file.role + " and the " + other->role + " are the same file: " + file.path;
+        }
+    }
+    return std::string();
+}
