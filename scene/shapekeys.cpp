@@ -327,7 +327,7 @@ bool ShapeKeySearch::IsKept(int frame) const
 void ShapeKeySearch::KeepFrames(int first, int last)
 {
     m_iFirstFrame = first;
-    m_Frames.resize(static_cast<std::size_t>(last - first + 1));
+    m_Frames.resize(static_cast<std::size_t>(last - first) + 1);
     for (std::size_t i = 0; i < m_Frames.size(); ++i)
     {
         Evaluate(first + static_cast<int>(i), m_Frames[i]);
