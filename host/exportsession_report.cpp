@@ -20,6 +20,12 @@ bool ExportSession::HoldAgainstScene(const std::string& file, const std::string&
     }
     m_Report = std::move(report);
     bool passes = true;
+    const LeftOut& leftOut = m_Report->leftOut;
+    if (m_Options.strict && leftOut.triangles != 0 && leftOut.trianglesDropped == leftOut.triangles)
+    {
+        m_Console.Error("The model has lost all triangles of the scene, which is too small. --strict forbids it.");
+        passes = false;
+    }
     for (const ClipReport& clip : m_Report->clips)
     {
         const double part = JudgedDistance(clip).worst.part;

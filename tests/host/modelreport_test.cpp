@@ -162,6 +162,11 @@ TEST_F(ModelReportTest, StrictLeavesTheOldFile)
         EXPECT_NE(ReadFile(m_Options.outPath), "old");
         EXPECT_EQ(m_Json["written"], true);
     }
+    // A model without anything in it doesn't stray, but isn't the scene.
+    m_Options.scale = 1e-5;
+    EXPECT_EQ(Run(MovingTriangle()), 1) << m_Said;
+    EXPECT_TRUE(Said("The model has lost all triangles of the scene")) << m_Said;
+    EXPECT_TRUE(Said("has lost all its triangles, it is too small")) << m_Said;
 }
 
 // 4 % of a motion over 10 units are missing at its end.
