@@ -15,8 +15,8 @@ set(zolt_runtime_objects $<TARGET_OBJECTS:stdzolt> $<TARGET_OBJECTS:zoltmodel>)
 add_library(zoltmodel_shared SHARED ${zolt_runtime_objects})
 add_library(zoltmodel_static STATIC ${zolt_runtime_objects})
 target_link_libraries(zoltmodel_shared PRIVATE zolt_options)
-if(NOT WIN32 AND NOT APPLE)
-    # Nothing of the run-time half may need the tool side.
+if(NOT WIN32 AND NOT APPLE AND NOT (ZOLT_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
+    # Nothing of the run-time half may need the tool side. (Clang leaves the sanitizers to the program.)
     target_link_options(zoltmodel_shared PRIVATE LINKER:--no-undefined)
 endif()
 set_target_properties(zoltmodel_shared PROPERTIES
