@@ -98,7 +98,7 @@ static std::string FindSwallowedOption(int argc, const char* const* argv)
     all.insert(takesValue.begin(), takesValue.end());
     for (int i = 1; i < argc; i++)
     {
-        const std::string word = argv[i];
+        std::string word = argv[i];
         if (word == "--")
             break;
         if (!word.empty() && word.back() == '=' && all.count(word.substr(0, word.size() - 1)) != 0)
