@@ -139,6 +139,7 @@ TEST(ExportOptionsTest, WrongUsage)
         std::istringstream in(text);
         const std::vector<std::string> words{std::istream_iterator<std::string>(in), {}};
         std::vector<const char*> line;
+        line.reserve(words.size());
         for (const std::string& word : words)
             line.push_back(word.c_str());
         refused(line, text.c_str());
