@@ -18,7 +18,7 @@ abc::Mesh SampleMesh(uint32_t iLOD)
     mesh.tris = {{{2, 1, 0}, {0, 1, 0.5f, 0, 1, -1}}};
     for (uint32_t i = 0; i < 3; ++i)
         mesh.verts.push_back({{}, 9 + i, {1.0f * i, 2.0f * iLOD, 5}, {0, 0, 1}});
-    mesh.verts[2 * iLOD].weights = {{0, {1, 2, 3}, 0.5f}};
+    mesh.verts[size_t{2} * iLOD].weights = {{0, {1, 2, 3}, 0.5f}};
     if (iLOD == 0)
         mesh.verts[0].weights.push_back({1, {2, 2, 3}, 0.5f});
     return mesh;
