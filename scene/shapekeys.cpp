@@ -2,10 +2,8 @@
 
 #include "scene/cliprange.h"
 #include "scene/meshpositions.h"
-#include "scene/rigidtransform.h"
-#include "scene/scenepose.h"
+#include "scene/rigidposes.h"
 #include "scene/sceneradius.h"
-#include "scene/shownnodes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -47,7 +45,7 @@ struct FramePose
 class ShapeKeySearch
 {
 public:
-    ShapeKeySearch(const Scene& scene, int clip, double fps, int start);
+    ShapeKeySearch(const Scene& scene, int clip, double fps, int start, const ShapeKeyModel& model);
 
     // Adds the frames between the keys at `first` and `last` that need one.
     void SearchSegment(int first, int last, std::vector<int>& found);
@@ -64,7 +62,6 @@ private:
     void KeepFrames(int first, int last);
     const FramePose& PoseAt(int frame, FramePose& scratch);
     int FindWorstFrame(int first, int last);
-    void EvaluateRigid(double seconds);
     double ErrorBetween(const FramePose& a, const FramePose& b, double t, const FramePose& actual);
     double TrackError(const RigidTransform& played, const RigidTransform& actual) const;
     double ReachError(const Reach& reach, const RigidTransform& played, const RigidTransform& actual) const;
@@ -72,19 +69,15 @@ private:
     const Scene& m_Scene;
     int m_Clip;
     double m_Fps;
-    std::vector<int> m_Shown;      // parents first
-    std::vector<bool> m_IsMoved;   // by node: a channel of the clip moves it
-    std::vector<bool> m_IsKept;    // by node: a model keeps it for the vertices that it moves
-    std::vector<Double3> m_Scales; // by node: at the start frame
-    bool m_bEvenScales = true;     // no scale differs from axis to axis, so none changes a rotation below it
+    RigidPoses m_Rigid;          // by node, in the world
+    std::vector<bool> m_IsMoved; // by node: a channel of the clip moves it
+    std::vector<bool> m_IsKept;  // by node: a model keeps it
+    bool m_bEvenScales = true;   // no scale differs from axis to axis, so none changes a rotation below it
     double m_Radius = 0.0;
     std::vector<Track> m_Tracks;
     std::vector<int> m_MovingTracks;
-    std::vector<int> m_TrackToKept; // by node: the track to the next kept node above, -1 for a node without
-    std::vector<Reach> m_Reaches;   // of the kept nodes that have vertices, parents first
-    ScenePose m_Pose;
-    std::vector<DoubleMatrix> m_Globals;  // by node, at m_Scales
-    std::vector<RigidTransform> m_Rigid;  // by node, in the world
+    std::vector<int> m_TrackToKept;       // by node: the track to the next kept node above, -1 for a node without
+    std::vector<Reach> m_Reaches;         // of the kept nodes that have vertices, parents first
     std::vector<RigidTransform> m_Still;  // by track, for those that don't move
     std::vector<RigidTransform> m_Played; // by node, in the world, as it plays between keys
     std::size_t m_nMaxFrames = 0;         // whose poses may be kept
@@ -95,21 +88,18 @@ private:
 
 } // namespace
 
-ShapeKeySearch::ShapeKeySearch(const Scene& scene, int clip, double fps, int start)
-    : m_Scene(scene), m_Clip(clip), m_Fps(fps), m_Shown(FindShownNodes(scene)), m_IsMoved(scene.nodes.size(), false),
-      m_IsKept(scene.nodes.size(), false), m_Scales(scene.nodes.size()), m_TrackToKept(scene.nodes.size(), -1),
-      m_Globals(scene.nodes.size()), m_Rigid(scene.nodes.size()), m_Played(scene.nodes.size())
+ShapeKeySearch::ShapeKeySearch(const Scene& scene, int clip, double fps, int start, const ShapeKeyModel& model)
+    : m_Scene(scene), m_Clip(clip), m_Fps(fps), m_Rigid(scene, clip, start / fps), m_IsMoved(scene.nodes.size(), false),
+      m_IsKept(model.keeps), m_TrackToKept(scene.nodes.size(), -1), m_Played(scene.nodes.size())
 {
-    EvaluatePose(scene, clip, start / fps, m_Pose);
-    m_Radius = FindSceneRadius(scene, m_Pose);
-    for (std::size_t i = 0; i < scene.nodes.size(); ++i)
+    m_IsKept.resize(scene.nodes.size(), false);
+    m_Radius = model.radius > 0.0 ? model.radius : FindSceneRadius(scene, m_Rigid.Pose());
+    for (const Double3& scale : m_Rigid.Scales())
     {
-        m_Scales[i] = m_Pose.locals[i].scale;
-        const double allowed = 1e-9 * std::fabs(m_Scales[i].x);
-        m_bEvenScales = m_bEvenScales && m_Scales[i].x > 0.0 && std::fabs(m_Scales[i].y - m_Scales[i].x) <= allowed &&
-                        std::fabs(m_Scales[i].z - m_Scales[i].x) <= allowed;
+        const double allowed = 1e-9 * std::fabs(scale.x);
+        m_bEvenScales = m_bEvenScales && scale.x > 0.0 && std::fabs(scale.y - scale.x) <= allowed &&
+                        std::fabs(scale.z - scale.x) <= allowed;
     }
-    EvaluateRigid(start / fps);
     FindMovedNodes();
     MeasureReaches();
     MakeTracks();
@@ -142,12 +132,12 @@ void ShapeKeySearch::ExtendReach(int node, const Double3& position)
 void ShapeKeySearch::MeasureReaches()
 {
     m_Reaches.resize(m_Scene.nodes.size());
-    for (const int node : m_Shown)
+    for (const int node : m_Rigid.Shown())
     {
         for (const SceneMeshUse& use : m_Scene.nodes[node].meshes)
         {
             const ScenePrimitive& primitive = m_Scene.primitives[use.primitive];
-            const std::vector<Double3> positions = WorldPositions(m_Scene, node, use, m_Pose);
+            const std::vector<Double3> positions = WorldPositions(m_Scene, node, use, m_Rigid.Pose());
             for (std::size_t v = 0; v < positions.size(); ++v)
             {
                 if (use.skin < 0)
@@ -162,11 +152,18 @@ void ShapeKeySearch::MeasureReaches()
             }
         }
     }
+    const bool hasVertices =
+        std::any_of(m_Reaches.begin(), m_Reaches.end(), [](const Reach& reach) { return reach.any; });
     std::vector<Reach> reached;
-    for (const int node : m_Shown)
+    for (const int node : m_Rigid.Shown())
     {
-        m_IsKept[node] = m_Reaches[node].any;
-        if (m_IsKept[node])
+        // Of a bare skeleton the places of the nodes count.
+        if (!hasVertices && m_IsKept[node])
+        {
+            ExtendReach(node, m_Rigid[node].translation);
+        }
+        m_IsKept[node] = m_IsKept[node] || m_Reaches[node].any;
+        if (m_Reaches[node].any)
         {
             reached.push_back(m_Reaches[node]);
             reached.back().node = node;
@@ -204,7 +201,7 @@ int ShapeKeySearch::KeptAbove(int node) const
 
 void ShapeKeySearch::MakeTracks()
 {
-    for (const int node : m_Shown)
+    for (const int node : m_Rigid.Shown())
     {
         const int parent = m_Scene.nodes[node].parent;
         m_TrackToKept[node] = static_cast<int>(m_Tracks.size());
@@ -218,23 +215,9 @@ void ShapeKeySearch::MakeTracks()
     }
 }
 
-// Every node without scale in the world, as the model's keys are made from it.
-void ShapeKeySearch::EvaluateRigid(double seconds)
-{
-    EvaluatePose(m_Scene, m_Clip, seconds, m_Pose);
-    for (const int node : m_Shown)
-    {
-        m_Pose.locals[node].scale = m_Scales[node];
-        const DoubleMatrix local = MatrixFromTransform(m_Pose.locals[node]);
-        const int parent = m_Scene.nodes[node].parent;
-        m_Globals[node] = parent < 0 ? local : MultiplyAffine(m_Globals[parent], local);
-        m_Rigid[node] = RigidFromMatrix(m_Globals[node]);
-    }
-}
-
 void ShapeKeySearch::Evaluate(int frame, FramePose& pose)
 {
-    EvaluateRigid(frame / m_Fps);
+    m_Rigid.Evaluate(frame / m_Fps);
     pose.tracks.clear();
     for (const int index : m_MovingTracks)
     {
@@ -291,7 +274,7 @@ static bool IsHalfTurn(const DoubleQuat& a, const DoubleQuat& b)
 double ShapeKeySearch::ErrorBetween(const FramePose& a, const FramePose& b, double t, const FramePose& actual)
 {
     double worst = 0.0;
-    for (const int node : m_Shown)
+    for (const int node : m_Rigid.Shown())
     {
         const int last = m_TrackToKept[node];
         for (int index = m_Tracks[last].ancestor == m_Scene.nodes[node].parent ? last : last - 1; index <= last;
@@ -385,7 +368,7 @@ void ShapeKeySearch::SearchSegment(int first, int last, std::vector<int>& found)
     }
 }
 
-std::vector<int> FindShapeKeys(const Scene& scene, int clip, double fps, int start, int end)
+std::vector<int> FindShapeKeys(const Scene& scene, int clip, double fps, int start, int end, const ShapeKeyModel& model)
 {
     std::vector<int> keys = FindKeyFrames(scene, clip, fps);
     std::vector<int> found;
@@ -397,7 +380,7 @@ std::vector<int> FindShapeKeys(const Scene& scene, int clip, double fps, int sta
     {
         key = std::clamp(key, start, end); // as keys beyond the play range count
     }
-    ShapeKeySearch search(scene, clip, fps, start);
+    ShapeKeySearch search(scene, clip, fps, start, model);
     for (std::size_t i = 0; i + 1 < keys.size(); ++i)
     {
         if (keys[i + 1] - keys[i] > 1)

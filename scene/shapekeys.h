@@ -12,6 +12,14 @@ constexpr double SHAPE_DISTANCE = 0.0005; // of the scene's radius, by which its
 // scene can bring about.
 constexpr double SHAPE_REACH = 0.004;
 
+// What isn't told by the vertices of the scene: of a model that the clip is added to, or nodes that are kept on
+// request.
+struct ShapeKeyModel
+{
+    double radius = 0.0;     // 0 for that of the scene
+    std::vector<bool> keeps; // by node: the model has it, whether it moves vertices or not; may be shorter
+};
+
 // The frames between `start` and `end` (inclusive), rising, that need keys beside those of FindKeyFrames, so that
 // translations on straight lines and rotations on the shorter arc follow every node at every whole frame within the
 // limits above. Nodes are judged as a model keeps them: with the scale that they have at the start frame, which passes
@@ -24,4 +32,5 @@ constexpr double SHAPE_REACH = 0.004;
 //
 // Poses of frames take 64 MiB at most; a stretch between two keys whose poses would take more is evaluated anew for
 // each search, in about twice the time.
-std::vector<int> FindShapeKeys(const Scene& scene, int clip, double fps, int start, int end);
+std::vector<int> FindShapeKeys(const Scene& scene, int clip, double fps, int start, int end,
+                               const ShapeKeyModel& model = {});

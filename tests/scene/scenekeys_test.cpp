@@ -145,6 +145,22 @@ TEST(FindShapeKeys, FollowsACubicSegmentWithFewKeys)
     EXPECT_GT(worstBetween(all[0], all.back()), 0.0005);
 }
 
+// Without vertices the model that the clip is added to tells how large things are and what is kept.
+TEST(FindShapeKeys, BareSkeletonOfAModel)
+{
+    Scene scene = MakeChain(3);
+    for (SceneNode& node : scene.nodes)
+        node.meshes.clear();
+    scene.nodes[2].local.translation.x = 4.0;
+    scene.clips[0].channels = {
+        MakeChannel(0, ScenePath::Translation, SceneInterpolation::Step, {0, 1}, {0, 0, 0, 0.02, 0, 0}),
+        MakeChannel(1, ScenePath::Rotation, SceneInterpolation::Linear, {0, 1}, {0, 0, 0, 1, 0, 0, HALF, HALF})};
+    EXPECT_EQ(FindShapeKeys(scene, 0, 10, 0, 10), Frames()) << "no extent, nothing to hold against";
+    EXPECT_EQ(FindShapeKeys(scene, 0, 10, 0, 10, {100.0, {true, true, true}}), Frames()) << "0.02 is little";
+    EXPECT_EQ(FindShapeKeys(scene, 0, 10, 0, 10, {1.0, {true, true, true}}), (Frames{9}));
+    EXPECT_GT(FindShapeKeys(scene, 0, 10, 0, 10, {100.0, {true, false, true}}).size(), 1U) << "node 1 leaves";
+}
+
 // Node 1 turns and moves no vertex, so a model drops it and would carry node 2 straight to where the turn ends.
 TEST(FindShapeKeys, JudgesWhatAModelPlaysWithoutTheNodesThatItDrops)
 {
