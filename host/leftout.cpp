@@ -1,5 +1,6 @@
 #include "host/leftout.h"
 
+#include "host/counted.h"
 #include "host/sceneclips.h"
 #include "host/scenevertices.h"
 
@@ -7,8 +8,6 @@
 #include <cmath>
 #include <set>
 
-// So many names stand in a line.
-static constexpr std::size_t MAX_NAMES = 8;
 // Values that differ by less than this are no motion.
 static constexpr double MOTION = 1e-4;
 
@@ -97,10 +96,14 @@ LeftOut FindLeftOut(const Model& model, RecordedScene& recorded, const std::vect
             leftOut.linesAndPoints.push_back(warning);
     }
     leftOut.secondRoots = FindSecondRoots(recorded.GetScene());
+    const std::vector<int>& fitted = clips.front().sceneNodes;
     for (const int element : ElementsInPreOrder(recorded))
     {
-        if (!model.FindNode(recorded.Element(element).name.c_str(), nullptr))
-            leftOut.nodesRemoved.push_back(recorded.Element(element).name);
+        const RecordedElement& own = recorded.Element(element);
+        const bool isThere = fitted.empty() ? model.FindNode(own.name.c_str(), nullptr) != nullptr
+                                            : std::find(fitted.begin(), fitted.end(), own.node) != fitted.end();
+        if (!isThere)
+            leftOut.nodesRemoved.push_back(own.name);
     }
     if (!fresh)
         return leftOut;
@@ -114,19 +117,6 @@ LeftOut FindLeftOut(const Model& model, RecordedScene& recorded, const std::vect
     leftOut.verticesMerged = leftOut.vertices - std::min<std::size_t>(leftOut.vertices, model.CalcNumVerts());
     leftOut.trianglesDropped = leftOut.triangles - std::min<std::size_t>(leftOut.triangles, model.CalcNumTris(0));
     return leftOut;
-}
-
-static std::string Counted(std::size_t count, const char* thing)
-{
-    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
-}
-
-static std::string CountedNames(const std::vector<std::string>& names, const char* thing)
-{
-    std::string text = Counted(names.size(), thing) + " (";
-    for (std::size_t i = 0; i < names.size() && i < MAX_NAMES; i++)
-        text += (i ? ", " : "") + names[i];
-    return text + (names.size() > MAX_NAMES ? ", ...)" : ")");
 }
 
 std::vector<std::string> DescribeLeftOut(const LeftOut& leftOut)

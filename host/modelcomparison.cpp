@@ -1,6 +1,7 @@
 #include "host/modelcomparison.h"
 
 #include "engine/model/src/transformmaker.h"
+#include "host/appendtarget.h"
 #include "host/pointtree.h"
 #include "scene/scenepose.h"
 #include "tools/model/cleangeometry.h"
@@ -22,31 +23,44 @@ static constexpr double MISFIT_LIMIT = 1e-3;
 // So many vertices tell which pose fits.
 static constexpr std::size_t MISFIT_SAMPLES = 500;
 
-ModelComparison::ModelComparison(Model& model, RecordedScene& recorded) : m_Model(model), m_Vertices(recorded)
+ModelComparison::ModelComparison(Model& model, RecordedScene& recorded, const std::vector<int>& sceneNodes)
+    : m_Model(model), m_Vertices(recorded)
 {
     m_nPoints = model.CalcNumVerts();
-    if (m_nPoints == 0)
-        FindPointsOfNodes(recorded);
+    m_ByNodes = m_nPoints == 0 || m_Vertices.Count() == 0 || !sceneNodes.empty();
+    if (m_ByNodes)
+        FindPointsOfNodes(recorded, sceneNodes);
     m_ModelAt.resize(m_nPoints);
 }
 
-void ModelComparison::FindPointsOfNodes(RecordedScene& recorded)
+// The scene's node of each of the model's, -1 for none, by name.
+static std::vector<int> FindSceneNodes(const RecordedScene& recorded, const Model& model)
 {
-    for (int i = 0; i < recorded.NumElements(); i++)
+    const SceneTree scene = MakeSceneTree(recorded);
+    std::vector<int> nodes;
+    for (const int place : MatchNodes(scene.tree, MakeModelTree(model), NameRule::Bare).sourceOf)
+        nodes.push_back(place < 0 ? -1 : recorded.Element(scene.elements[static_cast<std::size_t>(place)]).node);
+    return nodes;
+}
+
+void ModelComparison::FindPointsOfNodes(const RecordedScene& recorded, std::vector<int> sceneNodes)
+{
+    if (sceneNodes.empty())
+        sceneNodes = FindSceneNodes(recorded, m_Model);
+    for (std::size_t i = 0; i < sceneNodes.size(); i++)
     {
-        std::uint32_t node = 0;
-        if (!m_Model.FindNode(recorded.Element(i).name.c_str(), &node))
+        if (sceneNodes[i] < 0)
             continue;
-        m_ModelNodes.push_back(node);
-        m_SceneNodes.push_back(recorded.Element(i).node);
-        m_NodeNames.push_back(recorded.Element(i).name);
+        m_ModelNodes.push_back(static_cast<std::uint32_t>(i));
+        m_SceneNodes.push_back(sceneNodes[i]);
+        m_NodeNames.emplace_back(m_Model.GetNode(static_cast<std::uint32_t>(i))->GetName());
     }
     m_nPoints = m_ModelNodes.size();
 }
 
 void ModelComparison::PlaceScene(const ScenePlace& place, std::vector<Double3>& positions) const
 {
-    if (m_ModelNodes.empty())
+    if (!m_ByNodes)
     {
         m_Vertices.Place(place, positions);
         return;
@@ -56,8 +70,6 @@ void ModelComparison::PlaceScene(const ScenePlace& place, std::vector<Double3>& 
     positions.assign(m_nPoints, Double3());
     for (std::size_t i = 0; i < m_nPoints; i++)
     {
-        if (m_SceneNodes[i] < 0)
-            continue;
         const DoubleMatrix& global = pose.globals[static_cast<std::size_t>(m_SceneNodes[i])];
         positions[i] = ModelPosition({global.m[0][3], global.m[1][3], global.m[2][3]});
     }
@@ -65,7 +77,7 @@ void ModelComparison::PlaceScene(const ScenePlace& place, std::vector<Double3>& 
 
 const std::string& ModelComparison::NameOf(std::uint32_t scenePoint) const
 {
-    return m_ModelNodes.empty() ? m_Vertices.MeshOf(scenePoint).name : m_NodeNames[scenePoint];
+    return !m_ByNodes ? m_Vertices.MeshOf(scenePoint).name : m_NodeNames[scenePoint];
 }
 
 static Double3 ToDouble(const Vector3& v)
@@ -145,7 +157,7 @@ void ModelComparison::MatchAll(const std::vector<Double3>& model, const std::vec
 {
     m_Candidates.clear();
     m_CandidateStarts.assign(1, 0);
-    if (!m_ModelNodes.empty())
+    if (m_ByNodes)
     {
         for (std::size_t i = 0; i < m_nPoints; i++)
         {
@@ -167,7 +179,7 @@ void ModelComparison::Match(const std::vector<ScenePlace>& places, std::uint32_t
 {
     std::vector<Double3> model(m_nPoints);
     std::size_t next = 0;
-    for (std::uint32_t piece = 0; m_ModelNodes.empty() && piece < m_Model.NumPieces(); piece++)
+    for (std::uint32_t piece = 0; !m_ByNodes && piece < m_Model.NumPieces(); piece++)
     {
         for (std::uint32_t i = 0; i < m_Model.GetPiece(piece)->NumVerts(); i++)
             model[next++] = ToDouble(m_Model.GetPiece(piece)->GetVert(i)->m_vPos);
@@ -175,7 +187,7 @@ void ModelComparison::Match(const std::vector<ScenePlace>& places, std::uint32_t
     std::vector<Double3> scene;
     double best = std::numeric_limits<double>::infinity();
     m_SkinPlace = places.empty() ? ScenePlace{played.scene, played.clip, played.Seconds(played.start)} : places.front();
-    for (std::size_t i = 0; i < places.size() && m_ModelNodes.empty() && places.size() > 1; i++)
+    for (std::size_t i = 0; i < places.size() && !m_ByNodes && places.size() > 1; i++)
     {
         PlaceScene(places[i], scene);
         const double misfit = Misfit(model, scene);
@@ -186,8 +198,9 @@ void ModelComparison::Match(const std::vector<ScenePlace>& places, std::uint32_t
         }
     }
     PlaceScene(m_SkinPlace, scene);
-    m_Radius = RadiusOf(scene);
-    if (m_ModelNodes.empty() && Misfit(model, scene) > MISFIT_LIMIT * MISFIT_LIMIT * m_Radius * m_Radius &&
+    m_Radius = m_ByNodes ? FindModelRadius(m_Model) : 0.0;
+    m_Radius = m_Radius > 0.0 ? m_Radius : RadiusOf(scene);
+    if (!m_ByNodes && Misfit(model, scene) > MISFIT_LIMIT * MISFIT_LIMIT * m_Radius * m_Radius &&
         Evaluate(row, 0, 0, 0.0))
     {
         m_SkinPlace = {played.scene, played.clip, played.Seconds(played.firstKey)};
@@ -203,7 +216,7 @@ bool ModelComparison::Evaluate(std::uint32_t row, std::uint32_t key, std::uint32
     VertexDeformRequest request;
     request.m_nAnims = 1;
     request.m_Anims[0].Init(&m_Model, row, key, row, next, static_cast<float>(fraction));
-    if (m_ModelNodes.empty())
+    if (!m_ByNodes)
     {
         request.m_pVertOut = m_ModelAt.data();
         return m_nPoints == 0 || m_Model.GetVertexPositions(&request, QZTRUE);
@@ -300,7 +313,7 @@ static void Raise(ClipDistance& worst, const ModelDistance& distance, bool isKey
 void ModelComparison::ReduceScene(const Scene* scene)
 {
     if (m_ReducedOf != scene)
-        m_IsReduced = m_ModelNodes.empty() && m_Vertices.DropSmallWeights(*scene, m_Reduced);
+        m_IsReduced = !m_ByNodes && m_Vertices.DropSmallWeights(*scene, m_Reduced);
     m_ReducedOf = scene;
 }
 

@@ -36,20 +36,27 @@ struct AnimationDistance
 
 // A vertex of the model is held against the vertices of the scene that it stands for: those of its piece's mesh within
 // the merge limit, at the pose in which the skin was taken; at each frame the nearest one of them counts. A model
-// without vertices is compared by the places of its nodes.
+// or a scene without vertices, and a scene that was fitted to the model, are compared by the places of the nodes that
+// both have.
 class ModelComparison
 {
 public:
     // The model must be loaded and is evaluated in place. `recorded` gives elements and meshes. Both, and the scenes of
-    // the places, must outlive this.
-    ModelComparison(Model& model, RecordedScene& recorded);
+    // the places, must outlive this. `sceneNodes` are those of a scene that was fitted (PlayedClip), else empty.
+    ModelComparison(Model& model, RecordedScene& recorded, const std::vector<int>& sceneNodes = {});
 
     // Finds out which vertices belong together. `places` are the poses in which the skin may have been taken; the one
     // that fits best counts, the earlier one if two do. If none fits, the model at the first key of an animation (a row
     // of m_Anims) is held against the scene there.
     void Match(const std::vector<ScenePlace>& places, std::uint32_t row, const PlayedClip& played);
 
-    // Half the diagonal of the box around the scene's vertices at the pose of the skin, 1 for no box at all.
+    // How many nodes stand for the whole, 0 where vertices are compared.
+    std::size_t NumNodesCompared() const { return m_ByNodes ? m_nPoints : 0; }
+    // Whether there is anything to compare.
+    bool HasPoints() const { return m_nPoints > 0; }
+
+    // Half the diagonal of the box around the scene's vertices at the pose of the skin; where nodes are compared that
+    // of the model's, or of the scene's nodes without any. 1 for no box at all.
     double Radius() const { return m_Radius; }
     // The pose that counts.
     const ScenePlace& SkinPlace() const { return m_SkinPlace; }
@@ -58,7 +65,7 @@ public:
     bool Compare(std::uint32_t row, const PlayedClip& played, AnimationDistance& distance);
 
 private:
-    void FindPointsOfNodes(RecordedScene& recorded);
+    void FindPointsOfNodes(const RecordedScene& recorded, std::vector<int> sceneNodes);
     void PlaceScene(const ScenePlace& place, std::vector<Double3>& positions) const;
     void MatchPiece(const std::vector<std::uint32_t>& sceneVertices, std::size_t first, std::size_t count,
                     const std::vector<Double3>& model, const std::vector<Double3>& scene);
@@ -73,9 +80,10 @@ private:
 
     Model& m_Model;
     SceneVertices m_Vertices;
-    std::size_t m_nPoints = 0;               // vertices of the model, or nodes of one without
-    std::vector<std::uint32_t> m_ModelNodes; // without vertices: the model's nodes that are compared
-    std::vector<int> m_SceneNodes;           // and the scene's node of each, -1 for the null at the top
+    bool m_ByNodes = false;
+    std::size_t m_nPoints = 0;               // vertices of the model, or nodes that are compared
+    std::vector<std::uint32_t> m_ModelNodes; // by nodes: those of the model
+    std::vector<int> m_SceneNodes;           // and the scene's node of each
     std::vector<std::string> m_NodeNames;
     double m_Radius = 1.0;
     ScenePlace m_SkinPlace;

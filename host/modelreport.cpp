@@ -1,33 +1,16 @@
 #include "host/modelreport.h"
 
-#include "engine/model/src/loadrequest.h"
+#include "host/counted.h"
+#include "host/fitsentences.h"
+#include "host/loadmodelfile.h"
 #include "host/sceneclips.h"
 #include "scene/cliprange.h"
-#include "zoltshared/stdzolt/assertion.h"
-#include "zoltshared/stdzolt/stdiostream.h"
 
 #include <algorithm>
 #include <cmath>
 
 // A model that lies further from its scene than this part of the radius isn't of the same size or doesn't lie alike.
 static constexpr double MISFIT = 0.1;
-
-// What a load has to say of the contracts of model code means nothing to the user of the program.
-static void IgnoreAssertion(const char*, const char*, int) {}
-
-static bool LoadModelFile(const std::string& file, Model& model)
-{
-    ModelStream* stream = OpenStdioStream(file.c_str(), "rb");
-    if (!stream)
-        return false;
-    LoadRequest request;
-    request.m_pStream = stream;
-    const AssertionSink before = SetAssertionSink(IgnoreAssertion);
-    const bool loaded = model.Load(&request) == RESULT_OK;
-    SetAssertionSink(before);
-    stream->Release();
-    return loaded;
-}
 
 // The millisecond that a frame may be off is that of key times in a model.
 static bool HasKeysBetweenFrames(const PlayedClip& played)
@@ -94,7 +77,15 @@ bool MakeModelReport(const std::string& file, const std::string& target, const s
     options.clip = clips.front().clip;
     options.fps = clips.front().fps;
     RecordedScene recorded(*clips.front().scene, options);
-    ModelComparison comparison(model, recorded);
+    ModelComparison comparison(model, recorded, clips.front().sceneNodes);
+    if (!comparison.HasPoints())
+    {
+        error = "No node of the scene is called as one of those in " + target + "; nothing can be compared.";
+        return false;
+    }
+    report.nodesCompared = comparison.NumNodesCompared();
+    if (!report.fresh && clips.front().sceneNodes.empty())
+        report.misplaced = DescribeMisplaced(recorded, MakeModelTree(model));
     comparison.Match(FindSkinPlaces(clips, report.fresh), firstRow, clips.front());
     report.radius = comparison.Radius();
     report.skinAtRest = comparison.SkinPlace().clip < 0;
@@ -154,9 +145,9 @@ static std::string AdviceFor(const ModelReport& report, const ClipReport& clip)
         causes += "; the clip moves morph targets, which a model doesn't keep";
     const bool isSimple = causes.empty();
     const bool isFarAtKeys = distance.atKeys.part > REPORT_LIMIT;
-    if (isSimple && !report.fresh && distance.atKeys.part > MISFIT)
+    if (isSimple && !report.fresh && report.misplaced.empty() && distance.atKeys.part > MISFIT)
         causes += "; the model may have been made with another --scale or --up";
-    if (isSimple && isFarAtKeys && !report.skinAtRest)
+    if (isSimple && isFarAtKeys && !report.skinAtRest && report.nodesCompared == 0)
         switches = report.fresh ? "--rest" : "a fresh export with --rest";
     // With a single key there is no curve in between that a key could bring closer.
     const bool isFarBetween = distance.worst.part > std::max(1.5 * distance.atKeys.part, REPORT_LIMIT);
@@ -185,7 +176,9 @@ std::string DescribeDistance(const ModelReport& report, const ClipReport& clip)
 
 std::string PrintModelReport(const ModelReport& report)
 {
-    std::string text = report.file + ": radius " + FormatNumber(report.radius) + "\n";
+    std::string text =
+        report.file + ": radius " + FormatNumber(report.radius) +
+        (report.nodesCompared > 0 ? ", compared by the places of " + Counted(report.nodesCompared, "node") : "") + "\n";
     for (const ClipReport& clip : report.clips)
     {
         const ClipDistance& judged = JudgedDistance(clip);

@@ -25,8 +25,10 @@ struct ModelReport
 {
     std::string file;
     double radius = 0.0;
-    bool skinAtRest = false; // taken from the scene without a clip
-    bool fresh = true;       // all of it was made here; else its skin was there before
+    bool skinAtRest = false;       // taken from the scene without a clip
+    bool fresh = true;             // all of it was made here; else its skin was there before
+    std::size_t nodesCompared = 0; // where nodes were compared, else 0
+    std::string misplaced;         // a sentence if an append has put keys on nodes of another name
     std::vector<ClipReport> clips;
     LeftOut leftOut;
     std::vector<std::string> warnings;

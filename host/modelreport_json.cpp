@@ -56,6 +56,7 @@ std::string ModelReportAsJson(const ModelReport& report, bool written)
         all["animation"] = clip->animation;
     }
     all["radius"] = report.radius;
+    all["nodesCompared"] = report.nodesCompared;
     all["clips"] = Json::array();
     for (const ClipReport& clip : report.clips)
         all["clips"].push_back(ClipAsJson(clip));

@@ -4,6 +4,7 @@
 #include "scene/scene.h"
 
 #include <string>
+#include <vector>
 
 class RecordedScene;
 
@@ -16,6 +17,8 @@ struct PlayedClip
     int end = 0;
     int firstKey = 0;      // frame of the animation's first key, at which its time starts
     std::string animation; // the name that was typed; in the file it may have got a number
+    // For a scene that was fitted to the model: by node of the model the node of `scene` that moves it, -1 for none.
+    std::vector<int> sceneNodes;
 
     // Frame f stands there, in seconds.
     double Seconds(int frame) const { return frame / fps; }

@@ -26,6 +26,7 @@ struct RecordedSceneOptions
 struct RecordedElement
 {
     std::string name;
+    std::string wish;    // see ToldName
     int node = -1;       // the scene's node, -1 for the null at the top
     int use = -1;        // which of the node's meshes it shows, -1 for none
     bool isNode = false; // stands for the node itself and has its transform; a further mesh stands in its place
@@ -87,6 +88,9 @@ public:
     // clip. Exactly one has the level 0.
     int NumElements() const { return static_cast<int>(m_Elements.size()); }
     const RecordedElement& Element(int element) const { return m_Elements[element]; }
+    // The name as an exporter is told it: with a wish behind it, a token of its own language, where the host sets one.
+    std::string ToldName(int element) const { return m_Elements[element].name + m_Elements[element].wish; }
+    void SetWish(int element, const std::string& token) { m_Elements[element].wish = token; }
     SAA_CusvalSet& CustomValues(int element) { return m_Elements[element].customValues; }
     bool IsMesh(int element) const { return m_Elements[element].use >= 0; }
     bool IsEnveloped(int element) const { return IsMesh(element) && Use(element).skin >= 0; }

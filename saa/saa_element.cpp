@@ -35,7 +35,7 @@ int SAA_elementGetName(const SAA_Scene* scene, const SAA_Elem* elem, int size, c
 {
     return RunModelOperation(OP_SAA_elementGetName, scene, elem,
                              [&](RecordedScene& current, int element)
-                             { return StoreText(current.Element(element).name, size, text); });
+                             { return StoreText(current.ToldName(element), size, text); });
 }
 
 int SAA_elementIsValid(const SAA_Scene* scene, const SAA_Elem* elem, short* valid)

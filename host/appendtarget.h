@@ -1,0 +1,30 @@
+// The model that a scene's animation is to be added to, as far as a fit goes by it.
+#pragma once
+
+#include "host/nodetrees.h"
+#include "scene/rigidtransform.h"
+
+#include <string>
+#include <vector>
+
+// How far a node is from its parent, over all keys of all animations.
+struct LengthRange
+{
+    double least = 0.0;
+    double greatest = 0.0;
+};
+
+struct AppendTarget
+{
+    std::string path;
+    double radius = 0.0;                // half the diagonal of the box around its vertices, or its nodes without any
+    NamedTree tree;                     // its nodes in their order
+    std::vector<RigidTransform> locals; // of each node at the first key, as a scene has them
+    std::vector<LengthRange> lengths;   // of each node
+};
+
+// False if the file is no valid model.
+bool LoadAppendTarget(const std::string& path, AppendTarget& target);
+
+// Half the diagonal of the box around the model's vertices; 0 without any.
+double FindModelRadius(const Model& model);

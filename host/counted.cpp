@@ -1,0 +1,19 @@
+#include "host/counted.h"
+
+std::string Counted(std::size_t count, const char* thing)
+{
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+std::string ListNames(const std::vector<std::string>& names, std::size_t limit)
+{
+    std::string text;
+    for (std::size_t i = 0; i < names.size() && i < limit; i++)
+        text += (i ? ", " : "") + names[i];
+    return text + (names.size() > limit ? ", ..." : "");
+}
+
+std::string CountedNames(const std::vector<std::string>& names, const char* thing, std::size_t limit)
+{
+    return Counted(names.size(), thing) + " (" + ListNames(names, limit) + ")";
+}

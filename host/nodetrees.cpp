@@ -1,0 +1,33 @@
+#include "host/nodetrees.h"
+
+#include "host/scenevertices.h"
+#include "zoltshared/stdzolt/findnametoken.h"
+
+SceneTree MakeSceneTree(const RecordedScene& recorded)
+{
+    SceneTree scene;
+    scene.elements = ElementsInPreOrder(recorded);
+    std::vector<int> placeOf(scene.elements.size(), -1);
+    for (const int element : scene.elements)
+    {
+        const RecordedElement& recordedElement = recorded.Element(element);
+        placeOf[static_cast<size_t>(element)] = scene.tree.NumNodes();
+        const int parent = recordedElement.parent;
+        scene.tree.parents.push_back(parent < 0 ? -1 : placeOf[static_cast<size_t>(parent)]);
+        scene.tree.names.push_back(recordedElement.name);
+        scene.fixed.push_back(FindNameToken(recordedElement.name.c_str(), "N") != nullptr);
+    }
+    return scene;
+}
+
+NamedTree MakeModelTree(const Model& model)
+{
+    NamedTree tree;
+    for (uint32_t i = 0; i < model.NumNodes(); i++)
+    {
+        const uint32_t parent = model.GetNode(i)->GetParentIndex();
+        tree.names.emplace_back(model.GetNode(i)->GetName());
+        tree.parents.push_back(parent == MNODE_NO_PARENT ? -1 : static_cast<int>(parent));
+    }
+    return tree;
+}
