@@ -44,7 +44,8 @@ struct ModelLink
 // One model: node tree, pieces, animations, child links, sockets and weight sets. It owns all of them.
 //
 // Derived tables (node indices, m_Transforms, track lists, first-vertex indices) are valid after Precalc; whoever
-// changes the tree or the pieces calls Precalc(QZTRUE). A model is used by one thread at a time.
+// changes the tree or the pieces calls Precalc(QZTRUE). A model is used by one thread at a time, but that many may
+// evaluate it at once into outputs of their own: see TransformMaker and VertexDeformRequest.
 //
 // Results are QZTRUE or QZFALSE, or a null pointer, unless told otherwise; a failure is lack of memory or what the
 // comment says. Look-ups by name ignore the case of ASCII letters, and the first hit in index order wins;
@@ -212,10 +213,10 @@ public:
     // Writes the position of every vertex of every piece at one LOD, piece by piece, to m_pVertOut:
     //     sum(matrix(node) x (x, y, z, share)) over the vertex's weight records, divided by its fourth component,
     // so that shares which don't add up to 1 are made up for. A vertex without weights, or whose shares sum to 0, goes
-    // to 0, 0, 0. With bSetupTransforms the request's positions are evaluated into m_Transforms first, otherwise those
-    // are taken as they stand. Allocates nothing. False, with nothing written, without m_pVertOut, for more than
-    // MAX_ANIM_POSITIONS positions, for a first position of another model and for positions that TransformMaker
-    // refuses; and at the first piece that lacks the LOD, which is reported. model_deform.cpp
+    // to 0, 0, 0. With bSetupTransforms the request's positions are evaluated into m_Transforms (or the request's own
+    // table) first, otherwise those are taken as they stand. Allocates nothing. False, with nothing written, without
+    // m_pVertOut, for more than MAX_ANIM_POSITIONS positions, for a first position of another model and for positions
+    // that TransformMaker refuses; and at the first piece that lacks the LOD, which is reported. model_deform.cpp
     QZBOOL GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTransforms);
 
     // Reading. model_load.cpp

@@ -41,6 +41,7 @@ QZBOOL Model::GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTra
         if (!maker.SetupTransforms())
             return QZFALSE;
     }
+    const Matrix4* pTransforms = pRequest->m_pTransforms ? pRequest->m_pTransforms : m_Transforms.GetArray();
     char* pOut = reinterpret_cast<char*>(pRequest->m_pVertOut);
     for (uint32_t iPiece = 0; iPiece < NumPieces(); ++iPiece)
     {
@@ -49,7 +50,7 @@ QZBOOL Model::GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTra
             return QZFALSE;
         for (uint32_t iVert = 0; iVert < pMesh->NumVerts(); ++iVert)
         {
-            const Vector3 position = DeformVertex(pMesh->m_Verts[iVert], m_Transforms.GetArray(), NumNodes());
+            const Vector3 position = DeformVertex(pMesh->m_Verts[iVert], pTransforms, NumNodes());
             // A stride that isn't a multiple of 4 must not make a misaligned store.
             memcpy(pOut, &position, sizeof(position));
             pOut += pRequest->m_VertStride;

@@ -5,7 +5,7 @@
 
 #include <bit>
 
-Matrix4 g_TempMat;
+thread_local Matrix4 g_TempMat;
 
 // Compared bit for bit: 2.0 adds, 1.9999 blends.
 static bool IsAdditive(float weight)
@@ -122,6 +122,7 @@ void TransformMaker::InitFromRequest(VertexDeformRequest* pRequest)
     for (uint32_t i = 0; i < m_nAnims && i < MAX_ANIM_POSITIONS; ++i)
         m_Anims[i] = pRequest->m_Anims[i];
     m_pStartMat = &pRequest->m_StartMat;
+    m_pOutput = pRequest->m_pTransforms;
 }
 
 void TransformMaker::Recurse(uint32_t iNode, const Matrix4* pParentMat)

@@ -21,8 +21,8 @@ constexpr uint32_t MAX_NODE_PATH = 64;
 // from what the callback leaves in the matrix.
 typedef void (*TransformCallback)(void* pUserA, uint32_t iNode, Matrix4* pTransform, void* pUserB);
 
-// Scratch of the evaluation that runs: one at a time per process.
-extern Matrix4 g_TempMat;
+// Scratch of the evaluation that runs on this thread.
+extern thread_local Matrix4 g_TempMat;
 
 // Evaluates a pose. Of position 0, the rotation r and the translation t of a node are interpolated between the two keys
 // (r along the sphere, t along the line). Each further position, with w its weight at the node and r', t' its own
@@ -35,6 +35,9 @@ extern Matrix4 g_TempMat;
 // The result is a matrix for each node, from node space to the space of the starting matrix. Position 0 is the
 // base; positions 1 and up are layered on it through their weight sets. Lives on the caller's stack and allocates
 // nothing. Needs a precalculated model whose weight sets hold one weight per node.
+//
+// Any number of threads may evaluate one model at once, each with a maker and an m_pOutput of its own, as long as
+// nobody changes the model or its child models meanwhile.
 class TransformMaker
 {
 public:
@@ -51,7 +54,7 @@ public:
     // Evaluates only the nodes from the root to iNode; the other matrices keep what they hold. False if SetupCall is,
     // for an index out of range and, reported, for a path of more than MAX_NODE_PATH nodes.
     QZBOOL SetupNodePath(uint32_t iNode);
-    // Takes positions and starting matrix from a request; the request must outlive the evaluation.
+    // Takes positions, starting matrix and output from a request; the request must outlive the evaluation.
     void InitFromRequest(VertexDeformRequest* pRequest);
 
     AnimTracker m_Anims[MAX_ANIM_POSITIONS];

@@ -20,4 +20,7 @@ struct VertexDeformRequest
     uint32_t m_VertStride = sizeof(Vector3);
     Matrix4 m_StartMat;  // transform of the model as a whole: model space to the space of the result
     uint32_t m_iLOD = 0; // below NumLODs() of the model
+    // NumNodes() matrices that take the place of the model's m_Transforms, which is what null stands for. With a table
+    // and an m_pVertOut of its own for each, any number of threads may deform one model at once. Not owned.
+    Matrix4* m_pTransforms = nullptr;
 };

@@ -331,7 +331,13 @@ TEST(VertexDeformation, AgainstTheDefinitions)
         request.m_VertStride = strides[seed % 3];
         std::string out(size_t{20} * request.m_VertStride, 'x');
         request.m_pVertOut = reinterpret_cast<Vector3*>(out.data());
+        // Some poses go to a table of the caller's, and the model stays as it is.
+        std::vector<Matrix4> table(rig.pModel->NumNodes()), before(rig.pModel->NumNodes());
+        memcpy(before.data(), rig.pModel->m_Transforms.GetArray(), before.size() * sizeof(Matrix4));
+        request.m_pTransforms = seed % 4 == 1 ? table.data() : nullptr;
         ASSERT_TRUE(rig.pModel->GetVertexPositions(&request, QZTRUE));
+        const Matrix4* pModelTable = rig.pModel->m_Transforms.GetArray();
+        EXPECT_TRUE(!request.m_pTransforms || !memcmp(before.data(), pModelTable, before.size() * sizeof(Matrix4)));
         size_t iOut = 0;
         for (const abc::Piece& piece : rig.file.pieces)
         {
