@@ -10,6 +10,8 @@
 // The plug-in's Yes/No questions: the first as it is, the second behind the file's name.
 static const char APPEND_QUESTION[] = "Filename exists - append current animation to this file?";
 static const char OVERWRITE_QUESTION[] = " is an invalid model file, overwrite?";
+// Behind the file's name, when an animation can't be added to it.
+static const char DIFFERENCE[] = " is different.";
 
 std::string ReplaceAll(std::string text, const std::string& from, const std::string& to)
 {
@@ -113,7 +115,13 @@ int CommandLineUser::AnswerMessageBox(const char* text, const char* caption, uns
 {
     const std::string shown = ReplaceAll(text, m_Staged, m_Target);
     if ((type & MB_YESNO) == MB_YESNO)
-        return AnswerQuestion(shown, caption, type);
+    {
+        const int answer = AnswerQuestion(shown, caption, type);
+        if (m_Decided && answer == IDYES)
+            m_Decided(shown == APPEND_QUESTION);
+        return answer;
+    }
+    m_SawDifference = m_SawDifference || EndsWith(shown, DIFFERENCE);
     m_Console.Error(shown);
     return IDOK;
 }

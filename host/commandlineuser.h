@@ -40,10 +40,16 @@ public:
     int AnswerMessageBox(const char* text, const char* caption, unsigned type) override;
     bool ChooseSaveFile(SaveFileQuestion& question) override;
 
+    // `decided` is told what a question about an existing file has come to: whether the animation is going to be added
+    // to that file. Without a question the file is new.
+    void TellDecision(std::function<void(bool appends)> decided) { m_Decided = std::move(decided); }
+
     // What the dialog ended with.
     bool PressedOk() const { return m_PressedOk; }
-    const std::string& GetTarget() const { return m_Target; }     // absolute
-    const std::string& GetStaged() const { return m_Staged; }     // what the plug-in writes in its place
+    const std::string& GetTarget() const { return m_Target; } // absolute
+    const std::string& GetStaged() const { return m_Staged; } // what the plug-in writes in its place
+    // Whether the plug-in has said that the model's nodes aren't those of the scene.
+    bool SawDifference() const { return m_SawDifference; }
     const std::string& GetAnimName() const { return m_AnimName; } // as typed or offered
 
 private:
@@ -57,7 +63,9 @@ private:
     std::string m_Target;
     std::string m_Staged;
     std::string m_AnimName;
+    std::function<void(bool appends)> m_Decided;
     bool m_PressedOk = false;
+    bool m_SawDifference = false;
 };
 
 // The text with every `from` replaced by `to`.

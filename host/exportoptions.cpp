@@ -27,12 +27,12 @@ static constexpr double MIN_SCALE = 1e-6;
 static constexpr double MAX_SCALE = 1e6;
 static constexpr int MAX_FRAME = 1000000000; // so that differences of frames stay within an int
 
-static const char* const VALUE_OPTIONS[] = {"-o",      "--output", "-a",           "--anim", "--clip",
-                                            "--fps",   "--keys",   "--start",      "--end",  "--log",
-                                            "--scale", "--up",     "--report-json"};
+static const char* const VALUE_OPTIONS[] = {"-o",      "--output", "-a",      "--anim",       "--clip",
+                                            "--fps",   "--keys",   "--start", "--end",        "--log",
+                                            "--scale", "--up",     "--keep",  "--report-json"};
 static const char* const OTHER_OPTIONS[] = {
-    "--all-clips", "--append", "--overwrite", "--debug",   "--no-debug", "--quiet",  "-q",       "--list",
-    "--json",      "--help",   "-h",          "--version", "--rest",     "--flip-v", "--report", "--strict"};
+    "--all-clips", "--append", "--fit",  "--keep-all", "--overwrite", "--debug", "--no-debug", "--quiet",  "-q",
+    "--list",      "--json",   "--help", "-h",         "--version",   "--rest",  "--flip-v",   "--report", "--strict"};
 
 namespace
 {
@@ -286,6 +286,7 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
         return WrongUsage(swallowed + " lacks its value.");
 
     RawTexts texts;
+    bool keepAll = false;
     bool debug = false;
     bool noDebug = false;
     CLI::App app("Exports the animated scene of a glTF, FBX, Collada, ... file to an .abc model file.", "zoltexport");
@@ -322,6 +323,17 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
         ->type_name("y|z");
     app.add_flag("--flip-v", options.flipV, "Texture coordinates v become 1 - v");
     app.add_flag("--append", options.append, "Add the animation to the model file if it exists");
+    app.add_flag("--fit", options.fit,
+                 "Bring the scene into the shape of the model that it is added to: nodes go by name without a prefix "
+                 "up to the last : or | and without case, in the model's order; what the scene lacks stands as at the "
+                 "model's first key, what the model lacks is left out and its motion handed down");
+    app.add_option("--keep", options.keep,
+                   "Don't remove nodes of that name in a fresh export, even if they move no vertex; a shell pattern, "
+                   "any number of times")
+        ->type_name("NAME")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app.add_flag("--keep-all", keepAll, "Remove no node");
     app.add_flag("--overwrite", options.overwrite,
                  "Replace the model file; with --append, only if it is no valid model");
     auto* debugFlag = app.add_flag("--debug", debug, "Show each call of the scene library that fails");
@@ -346,6 +358,8 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
     for (const std::string& argument : arguments)
         words.push_back(argument.c_str());
     CommandLine result = ParseWith(app, static_cast<int>(words.size()), words.data(), texts, options);
+    if (keepAll)
+        options.keep.emplace_back("*");
     if (debug || noDebug)
         options.debug = debug;
     return result;

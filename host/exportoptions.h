@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 // The dialog takes this many characters of a file name or an animation name.
 constexpr int MAX_DIALOG_TEXT = 511;
@@ -36,6 +37,8 @@ struct ExportOptions
     std::optional<int> start; // frames
     std::optional<int> end;
     bool append = false;
+    bool fit = false;              // bring a scene into the shape of the model that it is added to
+    std::vector<std::string> keep; // shell patterns of nodes that a fresh export doesn't remove
     bool overwrite = false;
     std::optional<bool> debug;    // none: as the dialog offers it
     std::string logPath;          // absolute; empty: the usual place

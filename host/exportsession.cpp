@@ -1,7 +1,11 @@
 #include "host/exportsession.h"
 
+#include "host/appendtarget.h"
 #include "host/console.h"
 #include "host/fileclash.h"
+#include "host/fitsentences.h"
+#include "host/keepnodes.h"
+#include "host/preparejob.h"
 #include "host/reportfile.h"
 #include "host/sceneclips.h"
 #include "host/scenelisting.h"
@@ -9,7 +13,6 @@
 #include "saa/saahost.h"
 #include "scene/framerate.h"
 #include "scene/readscene.h"
-#include "scene/shapekeys.h"
 #include "scene/transformscene.h"
 #include "win32/stateplaces.h"
 
@@ -52,21 +55,10 @@ void ExportSession::WarnOnce(const std::string& sentence)
         m_Console.Warning(sentence);
 }
 
-// What of the clip is recorded, and on which frames it has further keys. The scene at rest is one frame, whatever part
-// of the clips is exported.
-static RecordedSceneOptions MakeRecordedOptions(const Scene& scene, int clip, const ExportOptions& options)
+void ExportSession::SayOnce(const std::string& line)
 {
-    RecordedSceneOptions recorded;
-    recorded.clip = clip;
-    recorded.fps = options.fps;
-    const ClipRange range = FindPlayRange(scene, clip, options);
-    recorded.start = range.start;
-    recorded.end = range.end;
-    if (clip >= 0 && options.keys == KeyChoice::Shape)
-        recorded.extraKeys = FindShapeKeys(scene, clip, options.fps, range.start, range.end);
-    for (int frame = range.start; options.keys == KeyChoice::Every && frame <= range.end; frame++)
-        recorded.extraKeys.push_back(frame);
-    return recorded;
+    if (m_SaidLines.insert(line).second)
+        m_Console.Say(line);
 }
 
 void ExportSession::KeepLog(const std::string& text)
@@ -81,9 +73,29 @@ void ExportSession::KeepLog(const std::string& text)
 // log of the run before.
 bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, bool isOneOfSeveral)
 {
-    RecordedScene recorded(*job.scene, MakeRecordedOptions(*job.scene, job.clip, m_Options));
+    PreparedJob prepared;
+    std::string error;
+    if (!PrepareJob(*job.scene, job.clip, m_Options, m_AppendTo, prepared, error))
+    {
+        m_Console.Error(error);
+        return false;
+    }
+    for (const std::string& line : prepared.lines)
+        SayOnce(line);
+    for (const std::string& warning : prepared.warnings)
+        WarnOnce(warning);
+    RecordedScene recorded(*prepared.scene, prepared.options);
     for (const std::string& warning : recorded.Warnings())
         WarnOnce(warning);
+    KeepWishes keep(recorded, m_Options.keep);
+    bool appends = false;
+    user.TellDecision(
+        [&](bool isAppend)
+        {
+            appends = isAppend;
+            keep.Tell(!appends);
+        });
+    keep.Tell(true);
 
     m_Console.SetFrames(recorded.StartFrame(), recorded.EndFrame());
     SetStatusSink([](const char* text, void* console) { static_cast<Console*>(console)->Say(text); }, &m_Console);
@@ -92,9 +104,7 @@ bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, bool 
     SetLogPath(log.GetPath().c_str());
     SetCurrentScene(&recorded);
     DialogUser* before = SetDialogUser(&user);
-    const bool written = m_Plugin.Init() == 0;
-    if (written)
-        m_Played.push_back(RecordPlayedClip(recorded, user.GetAnimName()));
+    bool written = m_Plugin.Init() == 0;
     SetDialogUser(before);
     SetCurrentScene(nullptr);
     SetStatusSink(nullptr, nullptr);
@@ -103,14 +113,53 @@ bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, bool 
 
     if (user.PressedOk())
     {
-        const std::string text = ReplaceAll(log.Read(), user.GetStaged(), user.GetTarget());
+        const std::string text = keep.CleanText(ReplaceAll(log.Read(), user.GetStaged(), user.GetTarget()));
         for (const std::string& warning : FindLogWarnings(text))
             WarnOnce(warning);
         const std::string lineEnd = text.empty() || text.back() == '\n' ? "" : "\n";
         KeepLog(isOneOfSeveral ? "Clip: " + PrintableText(user.GetAnimName()) + "\n" + text + lineEnd : text);
     }
     SetLogPath(nullptr);
+    if (user.SawDifference())
+        ExplainDifference(user, recorded);
+    if (written)
+        written = FinishKeeping(keep, appends, user.GetStaged());
+    if (written)
+    {
+        m_Played.push_back(RecordPlayedClip(recorded, user.GetAnimName()));
+        m_Played.back().scene = job.scene;
+        m_Played.back().clip = job.clip;
+        m_Played.back().sceneNodes = prepared.sceneNodes;
+    }
     return written;
+}
+
+// Why the plug-in has found that the animation doesn't go with the model.
+void ExportSession::ExplainDifference(const CommandLineUser& user, const RecordedScene& recorded)
+{
+    AppendTarget target;
+    if (!LoadAppendTarget(user.GetStaged(), target))
+        return;
+    for (const std::string& sentence : ExplainRefusal(recorded, target))
+        m_Console.Error(sentence);
+}
+
+// Takes what kept nodes from being removed out of the file again, and says what of it was in vain.
+bool ExportSession::FinishKeeping(const KeepWishes& keep, bool appends, const std::string& file)
+{
+    if (appends)
+    {
+        if (m_Played.empty() && !m_Options.keep.empty())
+            WarnOnce("--keep has no say in an append: the nodes of the model stay as they are.");
+        return true;
+    }
+    for (const std::string& pattern : keep.Unused())
+        WarnOnce("--keep " + pattern + " fits no node of the scene.");
+    std::string error;
+    if (keep.IsEmpty() || keep.CleanModel(file, error))
+        return true;
+    m_Console.Error(error);
+    return false;
 }
 
 bool ExportSession::HasPlayRanges(const std::vector<ExportJob>& jobs)
@@ -140,6 +189,12 @@ void ExportSession::NameOtherClips(int clip)
                       " (--clip NAME for one of them, --all-clips for all).");
 }
 
+// The file that the first job may be added to; empty if it is replaced.
+std::string ExportSession::FindFileToAppendTo() const
+{
+    return m_Options.overwrite && !m_Options.append ? std::string() : FindTarget(m_Options);
+}
+
 bool ExportSession::ExportOne(int clip)
 {
     const ExportJob job = {&m_Scene, clip, m_Options.animName, DescribeClip(m_Scene, clip)};
@@ -148,6 +203,7 @@ bool ExportSession::ExportOne(int clip)
     if (!HasPlayRanges({job}))
         return false;
     CommandLineUser user(MakeAnswers(), m_Console, m_Surroundings.terminal);
+    m_AppendTo = FindFileToAppendTo();
     const bool written = RunPlugin(job, user, false);
     const std::string& target = user.GetTarget();
     // Of what isn't a file nothing can be read back.
@@ -219,9 +275,10 @@ static int ExportScene(const Scene& scene, int clip, const ExportOptions& option
                        const ExportSurroundings& surroundings)
 {
     Console& console = *surroundings.console;
-    if (!HasTriangles(scene))
+    const std::string sceneProblem = FindSceneProblem(scene, options);
+    if (!sceneProblem.empty())
     {
-        console.Error("There are no triangles in " + options.scenePath + ".");
+        console.Error(sceneProblem);
         return 1;
     }
     SetLogPath(options.logPath.empty() ? nullptr : options.logPath.c_str());
@@ -237,7 +294,7 @@ static int ExportScene(const Scene& scene, int clip, const ExportOptions& option
     if (!session.LoadPlugin())
         return 1;
     const bool all = options.allClips && !scene.clips.empty();
-    const bool several = all || options.rest || options.strict;
+    const bool several = all || options.rest || options.strict || !options.keep.empty();
     const bool written = several ? session.ExportSeveral(all ? -1 : clip) : session.ExportOne(clip);
     return written ? 0 : 1;
 }

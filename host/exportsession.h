@@ -16,6 +16,7 @@
 #include <vector>
 
 class Console;
+class KeepWishes;
 
 // What the run is surrounded by. Nothing is owned.
 struct ExportSurroundings
@@ -65,7 +66,11 @@ private:
     bool RunPlugin(const ExportJob& job, CommandLineUser& user, bool isOneOfSeveral);
     bool HoldAgainstScene(const std::string& file, const std::string& target);
     bool PublishReport(const std::string& target, bool written);
+    void ExplainDifference(const CommandLineUser& user, const RecordedScene& recorded);
+    bool FinishKeeping(const KeepWishes& keep, bool appends, const std::string& file);
+    std::string FindFileToAppendTo() const;
     void WarnOnce(const std::string& sentence);
+    void SayOnce(const std::string& line);
     void NameOtherClips(int clip);
 
     const Scene& m_Scene;
@@ -76,6 +81,8 @@ private:
     KeptLog m_Log;
     bool m_LogFailed = false;
     std::set<std::string> m_Warned;
+    std::set<std::string> m_SaidLines;
+    std::string m_AppendTo;              // the model that the next job may be added to; empty, or no file, for none
     std::vector<PlayedClip> m_Played;    // what was exported so far
     std::optional<ModelReport> m_Report; // what came of it
     Scene m_RestScene;                   // a copy that rests as its skins were bound, if the options ask for it

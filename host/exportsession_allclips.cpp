@@ -119,6 +119,7 @@ bool ExportSession::ExportSeveral(int clip)
     };
 
     std::string target;
+    m_AppendTo = FindFileToAppendTo();
     bool written = true;
     for (size_t i = 0; written && i < jobs.size(); i++)
     {
@@ -136,6 +137,7 @@ bool ExportSession::ExportSeveral(int clip)
             answers.overwrite = false;
             answers.file = target;
             answers.stage = [&](const std::string&) { return folder.GetFile(); };
+            m_AppendTo = folder.GetFile();
         }
     }
     written = written && HoldAgainstScene(folder.GetFile(), target);

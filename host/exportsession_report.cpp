@@ -18,6 +18,11 @@ bool ExportSession::HoldAgainstScene(const std::string& file, const std::string&
         m_Options.strict ? m_Console.Error(error) : m_Console.Warning(error);
         return !m_Options.strict;
     }
+    if (!report.misplaced.empty())
+    {
+        WarnOnce(report.misplaced);
+        report.warnings.push_back(report.misplaced);
+    }
     m_Report = std::move(report);
     bool passes = true;
     const LeftOut& leftOut = m_Report->leftOut;

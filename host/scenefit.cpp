@@ -12,6 +12,12 @@ static constexpr double SAME_LENGTH = 0.01;
 // Below this part of the radius a length is no bone.
 static constexpr double LEAST_LENGTH = 1e-4;
 
+// So many nodes make a figure whose up axis can be told.
+static constexpr size_t LEAST_POINTS = 4;
+// The mean squared distance of two figures of size 1 that stand alike, and that don't.
+static constexpr double NEAR = 0.2;
+static constexpr double FAR = 0.8;
+
 static RecordedSceneOptions PlainOptions(int clip)
 {
     RecordedSceneOptions options;
@@ -244,4 +250,61 @@ std::string SceneFit::CompareBones(const RecordedSceneOptions& options, double s
             different.push_back({tree.names[i], own.least, model.least});
     }
     return DescribeBoneLengths(different, nBones, scale);
+}
+
+// Moves the points so that their mean is 0, 0, 0, and the mean of their squares 1. False where that can't be.
+static bool Normalise(std::vector<Double3>& points)
+{
+    const auto n = static_cast<double>(points.size());
+    Double3 mean;
+    for (const Double3& p : points)
+        mean = {mean.x + p.x / n, mean.y + p.y / n, mean.z + p.z / n};
+    double square = 0.0;
+    for (Double3& p : points)
+    {
+        p = {p.x - mean.x, p.y - mean.y, p.z - mean.z};
+        square += (p.x * p.x + p.y * p.y + p.z * p.z) / n;
+    }
+    for (Double3& p : points)
+        p = {p.x / std::sqrt(square), p.y / std::sqrt(square), p.z / std::sqrt(square)};
+    return std::isfinite(1.0 / std::sqrt(square));
+}
+
+static double MeanSquare(const std::vector<Double3>& a, const std::vector<Double3>& b)
+{
+    double sum = 0.0;
+    for (size_t i = 0; i < a.size(); i++)
+    {
+        const Double3 d = {a[i].x - b[i].x, a[i].y - b[i].y, a[i].z - b[i].z};
+        sum += (d.x * d.x + d.y * d.y + d.z * d.z) / static_cast<double>(a.size());
+    }
+    return sum;
+}
+
+std::string SceneFit::CompareUp(bool isZUp) const
+{
+    const RigidPoses poses(m_Scene, -1, 0.0);
+    std::vector<RigidTransform> world;
+    PlaceNodes(poses, world);
+    std::vector<RigidTransform> modelWorld(m_Target.locals);
+    std::vector<Double3> scene;
+    std::vector<Double3> turned;
+    std::vector<Double3> model;
+    for (size_t i = 0; i < world.size(); i++)
+    {
+        const int parent = m_Target.tree.parents[i];
+        if (parent >= 0)
+            modelWorld[i] = Multiply(modelWorld[static_cast<size_t>(parent)], modelWorld[i]);
+        if (m_Match.sourceOf[i] < 0 || (i == 0 && m_Match.rootsByPlace))
+            continue;
+        const Double3& p = world[i].translation;
+        scene.push_back(p);
+        turned.push_back(isZUp ? Double3{p.x, p.z, -p.y} : Double3{p.x, -p.z, p.y});
+        model.push_back(modelWorld[i].translation);
+    }
+    const bool isSolid = scene.size() >= LEAST_POINTS && Normalise(scene) && Normalise(turned) && Normalise(model);
+    if (!isSolid || MeanSquare(scene, model) < FAR || MeanSquare(turned, model) > NEAR)
+        return std::string();
+    return std::string("The scene's skeleton lies on its side beside the model's; ") +
+           (isZUp ? "leaving out --up z" : "--up z") + " may help.";
 }

@@ -42,6 +42,10 @@ public:
     // what the scene was scaled by. Also for a scene that goes into the model without being fitted.
     std::string CompareBones(const RecordedSceneOptions& options, double scale) const;
 
+    // A sentence if the scene's skeleton at rest lies on its back or face beside the model at its first key, as it does
+    // where one of them has z up; empty if not. `isZUp` tells whether that was asked for.
+    std::string CompareUp(bool isZUp) const;
+
 private:
     void PlaceNodes(const RigidPoses& poses, std::vector<RigidTransform>& world) const;
 
