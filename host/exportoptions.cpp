@@ -331,8 +331,7 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
                    "Don't remove nodes of that name in a fresh export, even if they move no vertex; a shell pattern, "
                    "any number of times")
         ->type_name("NAME")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false);
     app.add_flag("--keep-all", keepAll, "Remove no node");
     app.add_flag("--overwrite", options.overwrite,
                  "Replace the model file; with --append, only if it is no valid model");

@@ -192,10 +192,17 @@ std::vector<std::string> ExplainRefusal(const RecordedScene& recorded, const App
     std::vector<std::string> sentences;
     if (!difference.missing.empty())
         sentences.push_back("In the model and not in the scene: " + CountedNodes(model, difference.missing) + ".");
+    const bool sameTop = match.sourceOf[0] == 0;
+    if (!sameTop)
+        sentences.push_back("At the top stands " + NameIn(model, 0) + " in the model, " + NameIn(scene.tree, 0) +
+                            " in the scene.");
     std::vector<int> leaving;
     std::vector<int> fixed;
     for (const int node : difference.foreign)
-        (scene.fixed[static_cast<size_t>(node)] ? fixed : leaving).push_back(node);
+    {
+        if (node != 0)
+            (scene.fixed[static_cast<size_t>(node)] ? fixed : leaving).push_back(node);
+    }
     if (!leaving.empty())
         sentences.push_back("In the scene and not in the model, so left out: " + CountedNodes(scene.tree, leaving) +
                             ".");

@@ -45,7 +45,11 @@ TEST(ExportOptionsTest, EverythingGiven)
         Parse({"s", "--fps", "auto", "--keys", "every", "--scale", "1/100", "--up", "z", "--flip-v"}, options).run);
     EXPECT_TRUE(options.autoFps && options.keys == KeyChoice::Every && options.flipV && options.up == 'z');
     EXPECT_EQ(options.scale, 0.01);
+    ASSERT_TRUE(Parse({"--keep", "a*", "s", "--keep=[b]", "--keep-all", "--fit"}, options).run);
+    EXPECT_EQ(options.keep, (std::vector<std::string>{"a*", "[b]", "*"}));
+    EXPECT_TRUE(options.fit && options.scenePath == "s");
     ASSERT_TRUE(Parse({"s", "--fps", "24", "--keys=authored", "--up=y"}, options).run);
+    EXPECT_FALSE(options.fit || !options.keep.empty());
     EXPECT_TRUE(!options.autoFps && options.fps == 24.0 && options.keys == KeyChoice::Authored && options.up == 'y');
     EXPECT_FALSE(options.debug.has_value());
     ASSERT_TRUE(Parse({"s.gltf", "--anim=--append", "--list", "--json"}, options).run);
