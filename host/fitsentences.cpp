@@ -21,6 +21,7 @@ static const std::string& NameIn(const NamedTree& tree, int node)
 static std::vector<std::string> NamesIn(const NamedTree& tree, const std::vector<int>& nodes)
 {
     std::vector<std::string> names;
+    names.reserve(nodes.size());
     for (const int node : nodes)
         names.push_back(NameIn(tree, node));
     return names;
@@ -48,6 +49,7 @@ static std::string DescribeRenamed(const NamedTree& scene, const NamedTree& mode
                                    const std::vector<int>& nodes)
 {
     std::vector<std::string> pairs;
+    pairs.reserve(nodes.size());
     for (const int node : nodes)
         pairs.push_back(NameIn(scene, match.sourceOf[static_cast<size_t>(node)]) + " for " + NameIn(model, node));
     return CountedNames(pairs, "node", MAX_PAIRS);
@@ -113,7 +115,7 @@ std::vector<std::string> DescribeFit(const NamedTree& scene, const NamedTree& mo
     if (lines.empty())
         lines.emplace_back("the scene's nodes are those of the model");
     for (std::string& line : lines)
-        line = "Fit: " + line + ".";
+        line.insert(0, "Fit: ").append(".");
     return lines;
 }
 
@@ -164,6 +166,7 @@ std::string DescribeBoneLengths(const std::vector<BoneDifference>& different, st
         return "Most bones are " + FormatFactor(factor) + " times as long as in the model; --scale " +
                FormatFactor(scale / factor) + " may help.";
     std::vector<std::string> bones;
+    bones.reserve(different.size());
     for (const BoneDifference& bone : different)
         bones.push_back(bone.node + " " + FormatFactor(bone.scene) + " against " + FormatFactor(bone.model));
     return "Bone lengths differ from the model's by more than 1 %: " + CountedNames(bones, "bone", MAX_PAIRS) +

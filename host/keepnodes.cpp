@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 #include <fnmatch.h>
 
@@ -57,7 +58,7 @@ std::string KeepWishes::CleanText(const std::string& text) const
     for (const int element : m_Elements)
     {
         const std::string& name = m_Recorded.Element(element).name;
-        clean = ReplaceAll(clean, name + WISH, name);
+        clean = ReplaceAll(std::move(clean), std::string(name).append(WISH), name);
     }
     return clean;
 }
