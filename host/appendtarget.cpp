@@ -78,13 +78,9 @@ static double Length(const Vector3& v)
     return std::hypot(double(v.x), double(v.y), double(v.z));
 }
 
-bool LoadAppendTarget(const std::string& path, AppendTarget& target)
+void DescribeAppendTarget(const Model& model, AppendTarget& target)
 {
     target = AppendTarget();
-    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
-    if (!LoadModelFile(path, model))
-        return false;
-    target.path = path;
     target.tree = MakeModelTree(model);
     target.radius = FindModelRadius(model);
     target.lengths.resize(model.NumNodes());
@@ -111,7 +107,7 @@ bool LoadAppendTarget(const std::string& path, AppendTarget& target)
         }
     }
     if (target.radius > 0.0)
-        return true;
+        return;
     Box box;
     std::vector<RigidTransform> world(target.locals);
     for (size_t i = 0; i < world.size(); i++)
@@ -121,5 +117,13 @@ bool LoadAppendTarget(const std::string& path, AppendTarget& target)
         box.Add(world[i].translation);
     }
     target.radius = box.HalfDiagonal();
+}
+
+bool LoadAppendTarget(const std::string& path, AppendTarget& target)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    if (!LoadModelFile(path, model))
+        return false;
+    DescribeAppendTarget(model, target);
     return true;
 }

@@ -16,14 +16,15 @@ struct LengthRange
 
 struct AppendTarget
 {
-    std::string path;
     double radius = 0.0;                // half the diagonal of the box around its vertices, or its nodes without any
     NamedTree tree;                     // its nodes in their order
     std::vector<RigidTransform> locals; // of each node at the first key, as a scene has them
     std::vector<LengthRange> lengths;   // of each node
 };
 
-// False if the file is no valid model.
+void DescribeAppendTarget(const Model& model, AppendTarget& target);
+
+// The same of a model file. False if it is no valid model.
 bool LoadAppendTarget(const std::string& path, AppendTarget& target);
 
 // Half the diagonal of the box around the model's vertices; 0 without any.
