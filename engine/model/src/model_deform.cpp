@@ -3,28 +3,34 @@
 #include "engine/model/src/model.h"
 #include "engine/model/src/transformmaker.h"
 #include "zoltshared/stdzolt/assertion.h"
+#include "zoltshared/stdzolt/float4.h"
 
-#include <cstring>
+#include <cstddef>
 
 // The weighted sum of a vertex through the node matrices, divided by the sum of its shares: shares that don't add up
-// to 1 are made up for here.
-static Vector3 DeformVertex(const ModelVert& vert, const Matrix4* pTransforms, uint32_t nNodes)
+// to 1 are made up for.
+//
+// The four rows keep a sum each of their products with the records, element by element, and only once a vertex the
+// four elements of each are added up: no record costs a shuffle, and the matrices are read as they lie.
+static inline Float4 DeformVertex(const ModelVert& vert, const Matrix4* pTransforms, uint32_t nNodes)
 {
-    float sum[4] = {0.0f, 0.0f, 0.0f, 0.0f};
-    for (uint32_t i = 0; i < vert.m_nWeights; ++i)
+    const Float4 zero(0.0f);
+    Float4 x = zero, y = zero, z = zero, w = zero;
+    const ModelVertWeight* pEnd = vert.m_Weights + vert.m_nWeights;
+    for (const ModelVertWeight* pWeight = vert.m_Weights; pWeight != pEnd; ++pWeight)
     {
-        const ModelVertWeight* pWeight = &vert.m_Weights[i];
         if (!ZOLT_ASSERT(pWeight->m_iNode < nNodes, "pWeight->m_iNode < NumNodes()"))
             continue;
-        float term[4];
-        pTransforms[pWeight->m_iNode].Transform(term, pWeight->m_Vec);
-        for (int k = 0; k < 4; ++k)
-            sum[k] += term[k];
+        const float* pMatrix = pTransforms[pWeight->m_iNode].m;
+        const Float4 v = Float4::Load(pWeight->m_Vec);
+        x = x + Float4::Load(pMatrix) * v;
+        y = y + Float4::Load(pMatrix + 4) * v;
+        z = z + Float4::Load(pMatrix + 8) * v;
+        w = w + Float4::Load(pMatrix + 12) * v;
     }
-    if (sum[3] == 0.0f)
-        return Vector3(0.0f, 0.0f, 0.0f);
-    const float f = 1.0f / sum[3];
-    return Vector3(sum[0] * f, sum[1] * f, sum[2] * f);
+    const Float4 sums = Sums(x, y, z, w);
+    const Float4 shares = sums.Splat<3>();
+    return Select(shares == zero, zero, sums / shares);
 }
 
 QZBOOL Model::GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTransforms)
@@ -42,18 +48,19 @@ QZBOOL Model::GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTra
             return QZFALSE;
     }
     const Matrix4* pTransforms = pRequest->m_pTransforms ? pRequest->m_pTransforms : m_Transforms.GetArray();
+    const uint32_t nNodes = NumNodes();
+    const size_t stride = pRequest->m_VertStride;
     char* pOut = reinterpret_cast<char*>(pRequest->m_pVertOut);
     for (uint32_t iPiece = 0; iPiece < NumPieces(); ++iPiece)
     {
         const ModelPieceLOD* pMesh = m_Pieces[iPiece]->GetLOD(pRequest->m_iLOD);
         if (!pMesh)
             return QZFALSE;
-        for (uint32_t iVert = 0; iVert < pMesh->NumVerts(); ++iVert)
+        const ModelVert* pVerts = pMesh->m_Verts.GetArray();
+        for (uint32_t iVert = 0, nVerts = pMesh->NumVerts(); iVert < nVerts; ++iVert)
         {
-            const Vector3 position = DeformVertex(pMesh->m_Verts[iVert], pTransforms, NumNodes());
-            // A stride that isn't a multiple of 4 must not make a misaligned store.
-            memcpy(pOut, &position, sizeof(position));
-            pOut += pRequest->m_VertStride;
+            DeformVertex(pVerts[iVert], pTransforms, nNodes).StoreXYZ(pOut);
+            pOut += stride;
         }
     }
     return QZTRUE;

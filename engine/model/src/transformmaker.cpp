@@ -1,27 +1,14 @@
 #include "engine/model/src/transformmaker.h"
 
+#include "engine/model/src/evaluatepose.h"
 #include "engine/model/src/model.h"
 #include "zoltshared/stdzolt/assertion.h"
 
-#include <bit>
-
 thread_local Matrix4 g_TempMat;
-
-// Compared bit for bit: 2.0 adds, 1.9999 blends.
-static bool IsAdditive(float weight)
-{
-    return std::bit_cast<uint32_t>(weight) == 0x40000000u;
-}
-
-static Vector3 Lerp(const Vector3& a, const Vector3& b, float t)
-{
-    return a + (b - a) * t;
-}
 
 TransformMaker::TransformMaker()
     : m_nAnims(0), m_pStartMat(nullptr), m_pOutput(nullptr), m_pCallback(nullptr), m_pUserB(nullptr), m_pUserA(nullptr),
-      m_pRecursePath(nullptr), m_iCurPath(0), m_pRelation(nullptr), m_pChildInfo(nullptr),
-      m_Translation(0.0f, 0.0f, 0.0f), m_pModel(nullptr), m_WeightSets(), m_PrevAnims(), m_CurAnims()
+      m_pChildInfo(nullptr), m_pModel(nullptr), m_WeightSets(), m_PrevAnims(), m_CurAnims()
 {
 }
 
@@ -64,7 +51,6 @@ QZBOOL TransformMaker::SetupCall()
         if (!IsPrecalculated(m_Anims[i], i != 0))
             return QZFALSE;
     }
-    m_pRecursePath = nullptr;
     m_pModel = m_Anims[0].m_pModel;
     for (uint32_t i = 0; i < m_nAnims; ++i)
     {
@@ -88,7 +74,7 @@ QZBOOL TransformMaker::SetupTransforms()
 {
     if (!SetupCall())
         return QZFALSE;
-    Recurse(m_pModel->GetRootNode()->GetNodeIndex(), m_pStartMat);
+    Evaluate(nullptr, m_pModel->NumNodes());
     return QZTRUE;
 }
 
@@ -99,20 +85,14 @@ QZBOOL TransformMaker::SetupNodePath(uint32_t iNode)
     if (iNode >= m_pModel->NumNodes())
         return QZFALSE;
     uint32_t path[MAX_NODE_PATH];
-    m_iCurPath = 0;
+    uint32_t iTop = MAX_NODE_PATH;
     for (uint32_t i = iNode; i != MNODE_NO_PARENT; i = m_pModel->GetNode(i)->GetParentIndex())
     {
-        if (!ZOLT_ASSERT(m_iCurPath < MAX_NODE_PATH, "m_iCurPath < MAX_NODE_PATH"))
+        if (!ZOLT_ASSERT(iTop > 0, "m_iCurPath < MAX_NODE_PATH"))
             return QZFALSE;
-        path[m_iCurPath++] = i;
+        path[--iTop] = i;
     }
-    m_pRecursePath = path;
-    --m_iCurPath;
-    const uint32_t iRoot = m_pModel->GetRootNode()->GetNodeIndex();
-    ZOLT_ASSERT(m_pRecursePath[m_iCurPath] == iRoot,
-                "m_pRecursePath[m_iCurPath] == m_pModel->GetRootNode()->GetNodeIndex()");
-    Recurse(iRoot, m_pStartMat);
-    m_pRecursePath = nullptr;
+    Evaluate(path + iTop, MAX_NODE_PATH - iTop);
     return QZTRUE;
 }
 
@@ -125,100 +105,31 @@ void TransformMaker::InitFromRequest(VertexDeformRequest* pRequest)
     m_pOutput = pRequest->m_pTransforms;
 }
 
-void TransformMaker::Recurse(uint32_t iNode, const Matrix4* pParentMat)
+void TransformMaker::Evaluate(const uint32_t* pPath, uint32_t nNodes) const
 {
-    // The last child goes on in this call, so that a chain of single children doesn't deepen the stack.
-    for (;;)
-    {
-        Matrix4* pOut = &m_pOutput[iNode];
-        const ModelNode* pNode = m_pModel->GetNode(iNode);
-
-        Interpolate(0, iNode, m_Rot, m_Translation);
-        for (uint32_t i = 1; i < m_nAnims; ++i)
-            BlendPosition(i, iNode);
-
-        m_Rot.ToMatrix(m_LocalMat);
-        m_LocalMat.SetTranslation((pNode->m_Flags & MNODE_FIXEDOFFSET) ? pNode->m_vOffsetFromParent : m_Translation);
-        Multiply(g_TempMat, *pParentMat, m_LocalMat);
-        if (iNode < m_pChildInfo->m_Relations.GetSize())
-        {
-            m_pRelation = &m_pChildInfo->m_Relations[iNode];
-            m_pRelation->ToMatrix(m_RelationMat);
-            Multiply(*pOut, g_TempMat, m_RelationMat);
-        }
-        else
-        {
-            // A missing relation is the identity.
-            *pOut = g_TempMat;
-        }
-        if (m_pCallback)
-            m_pCallback(m_pUserA, iNode, pOut, m_pUserB);
-
-        if (m_pRecursePath)
-        {
-            if (m_iCurPath == 0)
-                return;
-            iNode = m_pRecursePath[--m_iCurPath];
-        }
-        else
-        {
-            const uint32_t nChildren = pNode->NumChildren();
-            if (nChildren == 0)
-                return;
-            for (uint32_t i = 0; i + 1 < nChildren; ++i)
-                Recurse(pNode->GetChild(i)->GetNodeIndex(), pOut);
-            iNode = pNode->GetChild(nChildren - 1)->GetNodeIndex();
-        }
-        pParentMat = pOut;
-    }
-}
-
-void TransformMaker::InterpolateKeys(uint32_t i, uint32_t iNode, Quaternion& outRot, Vector3& outTrans) const
-{
-    const AnimTracker& tracker = m_Anims[i];
-    const NodeKeyFrame& a = m_PrevAnims[i]->m_AnimNodes[iNode]->m_KeyFrames[tracker.m_Prev.m_iFrame];
-    const NodeKeyFrame& b = m_CurAnims[i]->m_AnimNodes[iNode]->m_KeyFrames[tracker.m_Cur.m_iFrame];
-    QuatSlerp(outRot, a.m_qRotation, b.m_qRotation, tracker.m_Percent);
-    outTrans = Lerp(a.m_vTranslation, b.m_vTranslation, tracker.m_Percent);
-}
-
-void TransformMaker::Interpolate(uint32_t i, uint32_t iNode, Quaternion& outRot, Vector3& outTrans) const
-{
-    InterpolateKeys(i, iNode, outRot, outTrans);
-    if (iNode == 0)
+    PoseCall call;
+    call.m_nPositions = m_nAnims;
+    for (uint32_t i = 0; i < m_nAnims; ++i)
     {
         const AnimTracker& tracker = m_Anims[i];
-        outTrans += Lerp(m_pModel->GetAnimInfo(tracker.m_Prev.m_iAnim)->m_vTranslation,
-                         m_pModel->GetAnimInfo(tracker.m_Cur.m_iAnim)->m_vTranslation, tracker.m_Percent);
+        PosePosition& position = call.m_Positions[i];
+        position.m_pPrevTracks = m_PrevAnims[i]->m_AnimNodes;
+        position.m_pCurTracks = m_CurAnims[i]->m_AnimNodes;
+        position.m_pWeights = i != 0 ? m_WeightSets[i]->m_Weights.GetArray() : nullptr;
+        position.m_iPrevKey = tracker.m_Prev.m_iFrame;
+        position.m_iCurKey = tracker.m_Cur.m_iFrame;
+        position.m_Percent = tracker.m_Percent;
+        const Vector3& from = m_pModel->GetAnimInfo(tracker.m_Prev.m_iAnim)->m_vTranslation;
+        const Vector3& to = m_pModel->GetAnimInfo(tracker.m_Cur.m_iAnim)->m_vTranslation;
+        position.m_vRootOffset = from + (to - from) * tracker.m_Percent;
     }
-}
-
-void TransformMaker::InterpolateRelative(uint32_t i, uint32_t iNode, Quaternion& outRot, Vector3& outTrans) const
-{
-    InterpolateKeys(i, iNode, outRot, outTrans);
-    const NodeKeyFrame& k = m_PrevAnims[i]->m_AnimNodes[iNode]->m_KeyFrames[0];
-    const Quaternion conjugate(-k.m_qRotation.x, -k.m_qRotation.y, -k.m_qRotation.z, k.m_qRotation.w);
-    QuatMultiply(outRot, conjugate, outRot);
-    outTrans = outTrans - k.m_vTranslation;
-}
-
-void TransformMaker::BlendPosition(uint32_t i, uint32_t iNode)
-{
-    const float weight = m_WeightSets[i]->m_Weights[iNode];
-    if (weight == 0.0f)
-        return;
-    Quaternion rotation;
-    Vector3 translation;
-    if (IsAdditive(weight))
-    {
-        InterpolateRelative(i, iNode, rotation, translation);
-        QuatMultiply(m_Rot, m_Rot, rotation);
-        m_Translation += translation;
-    }
-    else
-    {
-        Interpolate(i, iNode, rotation, translation);
-        QuatSlerp(m_Rot, m_Rot, rotation, weight);
-        m_Translation = Lerp(m_Translation, translation, weight);
-    }
+    call.m_pNodes = m_pModel->m_FlatNodeList.GetArray();
+    call.m_pRelations = m_pChildInfo->m_Relations.GetArray();
+    call.m_nRelations = m_pChildInfo->m_Relations.GetSize();
+    call.m_pStartMat = m_pStartMat;
+    call.m_pOutput = m_pOutput;
+    call.m_pCallback = m_pCallback;
+    call.m_pUserA = m_pUserA;
+    call.m_pUserB = m_pUserB;
+    EvaluatePose(call, pPath, nNodes);
 }

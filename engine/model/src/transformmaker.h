@@ -3,8 +3,6 @@
 #include "engine/model/src/animtracker.h"
 #include "engine/model/src/vertexdeformrequest.h"
 #include "zoltshared/stdzolt/matrix4.h"
-#include "zoltshared/stdzolt/quaternion.h"
-#include "zoltshared/stdzolt/vector3.h"
 
 #include <cstdint>
 
@@ -12,7 +10,6 @@ class ChildInfo;
 class Model;
 class ModelAnim;
 class WeightSet;
-struct NodeKeyFrame;
 
 // The longest path of SetupNodePath, root included.
 constexpr uint32_t MAX_NODE_PATH = 64;
@@ -69,21 +66,11 @@ public:
     void* m_pUserA;
 
 private:
-    void Recurse(uint32_t iNode, const Matrix4* pParentMat);
-    void Interpolate(uint32_t i, uint32_t iNode, Quaternion& outRot, Vector3& outTrans) const;
-    void InterpolateRelative(uint32_t i, uint32_t iNode, Quaternion& outRot, Vector3& outTrans) const;
-    void InterpolateKeys(uint32_t i, uint32_t iNode, Quaternion& outRot, Vector3& outTrans) const;
-    void BlendPosition(uint32_t i, uint32_t iNode);
+    // All nodes, or those of a path, root first.
+    void Evaluate(const uint32_t* pPath, uint32_t nNodes) const;
 
     // Working state of one evaluation.
-    uint32_t* m_pRecursePath;
-    uint32_t m_iCurPath;
-    const NodeKeyFrame* m_pRelation;
-    Matrix4 m_RelationMat;
     ChildInfo* m_pChildInfo;
-    Matrix4 m_LocalMat;
-    Quaternion m_Rot;
-    Vector3 m_Translation;
     Model* m_pModel;
     Matrix4 m_IdentityMat;
     WeightSet* m_WeightSets[MAX_ANIM_POSITIONS];

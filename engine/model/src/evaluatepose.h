@@ -1,0 +1,41 @@
+#pragma once
+
+#include "engine/model/src/vertexdeformrequest.h"
+
+#include <cstdint>
+
+class AnimNode;
+class ModelNode;
+struct NodeKeyFrame;
+
+// One position of a pose, all pointers resolved; tracks and weights go by node index.
+struct PosePosition
+{
+    AnimNode* const* m_pPrevTracks = nullptr;
+    AnimNode* const* m_pCurTracks = nullptr;
+    const float* m_pWeights = nullptr; // not read at position 0
+    uint32_t m_iPrevKey = 0;
+    uint32_t m_iCurKey = 0;
+    float m_Percent = 0.0f;                  // 0 to 1
+    Vector3 m_vRootOffset{0.0f, 0.0f, 0.0f}; // the rows' translation at m_Percent
+};
+
+// What an evaluation reads and where it writes. Nothing is owned.
+struct PoseCall
+{
+    PosePosition m_Positions[MAX_ANIM_POSITIONS];
+    uint32_t m_nPositions = 0;                  // at least 1
+    ModelNode* const* m_pNodes = nullptr;       // by node index
+    const NodeKeyFrame* m_pRelations = nullptr; // by node index
+    uint32_t m_nRelations = 0;                  // a node beyond has the identity
+    const Matrix4* m_pStartMat = nullptr;
+    Matrix4* m_pOutput = nullptr; // by node index
+    void (*m_pCallback)(void* pUserA, uint32_t iNode, Matrix4* pTransform, void* pUserB) = nullptr;
+    void* m_pUserA = nullptr;
+    void* m_pUserB = nullptr;
+};
+
+// Writes the matrices of nNodes nodes, by the definition at TransformMaker: nodes 0 to nNodes - 1, or those that pPath
+// lists. The root comes first and each parent ahead of its children. A track isn't read where its position has the
+// weight 0. The same for a node whichever others are evaluated along with it.
+void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes);
