@@ -394,6 +394,8 @@ inline void Compose(Matrix4& out, const Matrix4& parent, const Rows& rows, bool 
 
 bool AreIdentities(const NodeKeyFrame* pRelations, uint32_t nRelations)
 {
+    if (nRelations == 0)
+        return true; // There may be no list at all.
     // Four at a time, which are seven vectors with ones at these places.
     const float* p = &pRelations->m_vTranslation.x;
     const Float4 one3(0.0f, 0.0f, 1.0f, 0.0f), one2(0.0f, 1.0f, 0.0f, 0.0f), one1(1.0f, 0.0f, 0.0f, 0.0f);
