@@ -37,7 +37,8 @@ struct Float4
     void StoreXYZ(void* p) const
     {
         _mm_storel_epi64(static_cast<__m128i*>(p), _mm_castps_si128(v));
-        _mm_store_ss(reinterpret_cast<float*>(static_cast<char*>(p) + 8), _mm_movehl_ps(v, v));
+        const float z = _mm_cvtss_f32(_mm_movehl_ps(v, v));
+        std::memcpy(static_cast<char*>(p) + 8, &z, sizeof(z)); // `p` may have any alignment.
     }
 
     // Four times the float at place I.
