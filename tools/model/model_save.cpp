@@ -6,14 +6,31 @@
 #include "tools/model/beginsection.h"
 #include "tools/model/checkedwritestream.h"
 #include "zoltshared/stdzolt/assertion.h"
+#include "zoltshared/stdzolt/blockwriter.h"
 #include "zoltshared/stdzolt/countingallocator.h"
+#include "zoltshared/stdzolt/littleendian.h"
 #include "zoltshared/stdzolt/memorystream.h"
+
+#include <algorithm>
 
 constexpr uint32_t WRITTEN_VERSION = 12;
 constexpr uint32_t HEADER_RESERVED_BYTES = 62;
 constexpr uint32_t VERIFY_CACHE_SIZE = 0x100000;
 constexpr uint32_t COPY_CACHE_SIZE = 65535;
 constexpr uint32_t MAX_WRITTEN_LODS = 65536; // the first has no distance, and the count of distances 16 bits
+
+static void PutFloats(uint8_t* p, const float* pValues, uint32_t nValues)
+{
+    for (uint32_t i = 0; i < nValues; ++i)
+        PutF32(p + size_t{4} * i, pValues[i]);
+}
+
+static void PutVector(uint8_t* p, const Vector3& v)
+{
+    PutF32(p, v.x);
+    PutF32(p + 4, v.y);
+    PutF32(p + 8, v.z);
+}
 
 QZBOOL Model::Save(ModelStream* pStream)
 {
@@ -95,8 +112,8 @@ QZBOOL Model::WriteSections(ModelStream* pTarget)
         return QZFALSE;
     pStream->WriteString(m_CommandString);
     pStream->WriteF32(m_HeaderFloat).WriteU16(static_cast<uint16_t>(m_LODDistances.GetSize()));
-    for (uint32_t i = 0; i < HEADER_RESERVED_BYTES; ++i)
-        pStream->WriteU8(0);
+    const uint8_t reserved[HEADER_RESERVED_BYTES] = {};
+    pStream->Write(reserved, sizeof(reserved));
     for (uint32_t i = 0; i < m_LODDistances.GetSize(); ++i)
         pStream->WriteF32(m_LODDistances[i]);
 
@@ -154,26 +171,34 @@ QZBOOL Model::SavePiece(ModelStream* pStream, ModelPiece* pPiece)
 
 QZBOOL ModelPieceLOD::Save(ModelStream* pStream)
 {
-    pStream->WriteU32(NumTris());
-    for (uint32_t i = 0; i < NumTris(); ++i)
+    BlockWriter writer(pStream);
+    PutU32(writer.Put(4), NumTris());
+    for (const ModelTri *pTri = m_Tris.GetArray(), *pEnd = pTri + NumTris(); pTri != pEnd; ++pTri)
     {
-        const ModelTri& tri = m_Tris[i];
-        for (uint32_t iCorner = 0; iCorner < 3; ++iCorner)
-            pStream->WriteF32(tri.m_UVs[iCorner].u).WriteF32(tri.m_UVs[iCorner].v).WriteU16(tri.m_Indices[iCorner]);
-    }
-    pStream->WriteU32(NumVerts());
-    for (uint32_t i = 0; i < NumVerts(); ++i)
-    {
-        const ModelVert& vert = m_Verts[i];
-        pStream->WriteU16(vert.m_nWeights).WriteU16(vert.m_VertReserved);
-        for (uint32_t k = 0; k < vert.m_nWeights; ++k)
+        uint8_t* pCorner = writer.Put(30);
+        for (uint32_t i = 0; i < 3; ++i, pCorner += 10)
         {
-            const ModelVertWeight& weight = vert.m_Weights[k];
-            pStream->WriteU32(weight.m_iNode);
-            for (const float value : weight.m_Vec)
-                pStream->WriteF32(value);
+            PutF32(pCorner, pTri->m_UVs[i].u);
+            PutF32(pCorner + 4, pTri->m_UVs[i].v);
+            PutU16(pCorner + 8, pTri->m_Indices[i]);
         }
-        pStream->WriteVector(vert.m_vPos).WriteVector(vert.m_vNormal);
+    }
+    PutU32(writer.Put(4), NumVerts());
+    for (const ModelVert *pVert = m_Verts.GetArray(), *pEnd = pVert + NumVerts(); pVert != pEnd; ++pVert)
+    {
+        uint8_t* pCounts = writer.Put(4);
+        PutU16(pCounts, pVert->m_nWeights);
+        PutU16(pCounts + 2, pVert->m_VertReserved);
+        for (uint32_t k = 0; k < pVert->m_nWeights; ++k)
+        {
+            const ModelVertWeight& weight = pVert->m_Weights[k];
+            uint8_t* pRecord = writer.Put(20);
+            PutU32(pRecord, weight.m_iNode);
+            PutFloats(pRecord + 4, weight.m_Vec, 4);
+        }
+        uint8_t* pPlace = writer.Put(24);
+        PutVector(pPlace, pVert->m_vPos);
+        PutVector(pPlace + 12, pVert->m_vNormal);
     }
     return QZTRUE;
 }
@@ -181,10 +206,12 @@ QZBOOL ModelPieceLOD::Save(ModelStream* pStream)
 QZBOOL ModelNode::Save(ModelStream* pStream)
 {
     pStream->WriteString(m_Name);
-    pStream->WriteU16(m_NodeIndex).WriteU8(m_Flags);
-    for (const float value : m_mGlobal.m)
-        pStream->WriteF32(value);
-    pStream->WriteU32(NumChildren());
+    uint8_t record[2 + 1 + 64 + 4];
+    PutU16(record, m_NodeIndex);
+    record[2] = m_Flags;
+    PutFloats(record + 3, m_mGlobal.m, 16);
+    PutU32(record + 67, NumChildren());
+    pStream->Write(record, sizeof(record));
     for (uint32_t i = 0; i < NumChildren(); ++i)
     {
         if (!m_Children[i]->Save(pStream))
@@ -207,9 +234,10 @@ QZBOOL Model::SaveWeightSets(ModelStream* pStream)
 QZBOOL WeightSet::Save(ModelStream* pStream)
 {
     pStream->WriteString(m_Name);
-    pStream->WriteU32(m_Weights.GetSize());
+    BlockWriter writer(pStream);
+    PutU32(writer.Put(4), m_Weights.GetSize());
     for (uint32_t i = 0; i < m_Weights.GetSize(); ++i)
-        pStream->WriteF32(m_Weights[i]);
+        PutF32(writer.Put(4), m_Weights[i]);
     return QZTRUE;
 }
 
@@ -218,13 +246,13 @@ QZBOOL ChildInfo::Save(ModelStream* pStream)
     if (!m_pParentModel)
         return QZFALSE;
     pStream->WriteU32(m_Stamp);
+    const uint32_t nNodes = m_pParentModel->NumNodes();
+    const uint32_t nRelations = std::min(nNodes, m_Relations.GetSize());
+    NodeKeyFrame::SaveKeys(pStream, m_Relations.GetArray(), nRelations);
     NodeKeyFrame identity;
     identity.SetIdentity();
-    for (uint32_t i = 0; i < m_pParentModel->NumNodes(); ++i)
-    {
-        const NodeKeyFrame& relation = i < m_Relations.GetSize() ? m_Relations[i] : identity;
-        pStream->WriteVector(relation.m_vTranslation).WriteRotation(relation.m_qRotation);
-    }
+    for (uint32_t i = nRelations; i < nNodes; ++i)
+        NodeKeyFrame::SaveKeys(pStream, &identity, 1);
     return QZTRUE;
 }
 
@@ -240,10 +268,13 @@ QZBOOL ModelAnim::Save(ModelStream* pStream)
 {
     pStream->WriteString(m_Name);
     pStream->WriteI32(m_AnimParamA).WriteI32(m_AnimParamB).WriteU32(NumKeyFrames());
-    for (uint32_t i = 0; i < NumKeyFrames(); ++i)
     {
-        pStream->WriteU32(m_KeyFrames[i].m_Time);
-        pStream->WriteString(m_KeyFrames[i].m_pString);
+        BlockWriter writer(pStream);
+        for (uint32_t i = 0; i < NumKeyFrames(); ++i)
+        {
+            PutU32(writer.Put(4), m_KeyFrames[i].m_Time);
+            writer.PutString(m_KeyFrames[i].m_pString);
+        }
     }
     return m_pRootNode->Save(pStream);
 }
@@ -255,8 +286,7 @@ QZBOOL AnimNode::Save(ModelStream* pStream)
     // The array reports a track that has fewer keys than its animation; there is nothing to write for it.
     if (!ZOLT_ASSERT(NumKeyFrames() <= m_KeyFrames.GetSize(), "index < m_nElements"))
         return QZFALSE;
-    for (uint32_t i = 0; i < NumKeyFrames(); ++i)
-        m_KeyFrames[i].Save(pStream);
+    NodeKeyFrame::SaveKeys(pStream, m_KeyFrames.GetArray(), NumKeyFrames());
     for (uint32_t i = 0; i < NumChildren(); ++i)
     {
         if (!m_Children[i]->Save(pStream))

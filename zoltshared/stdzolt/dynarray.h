@@ -68,7 +68,10 @@ public:
     QZBOOL SetSize(uint32_t n) { return SetSize(n, &g_DefaultAllocator); }
     QZBOOL SetSize(uint32_t n, Allocator* pAllocator);
 
-    // The same, then assigns `value`, which must not be an element of this array, to all of them.
+    // The same for plain elements, which are left unset: the caller fills them all, or empties the array.
+    QZBOOL SetSizeUnset(uint32_t n, Allocator* pAllocator);
+
+    // As `SetSize`, then assigns `value`, which must not be an element of this array, to all of them.
     QZBOOL SetSizeInit(uint32_t n, const T& value) { return SetSizeInit(n, value, &g_DefaultAllocator); }
     QZBOOL SetSizeInit(uint32_t n, const T& value, Allocator* pAllocator);
 
@@ -133,7 +136,9 @@ private:
         return m_nElements - 1;
     }
 
+    static T* NewUnsetStorage(uint64_t n, Allocator* pAllocator);
     static T* NewStorage(uint64_t n, Allocator* pAllocator);
+    QZBOOL Resize(uint32_t n, Allocator* pAllocator, T* (*pNew)(uint64_t, Allocator*));
     void DeleteStorage(Allocator* pAllocator);
     void ShortenBy(uint32_t n);
     QZBOOL StoreFrom(uint32_t index, const ListAccess<T>& other);
@@ -145,12 +150,18 @@ private:
     [[no_unique_address]] C m_Cache;
 };
 
-// One block of n constructed elements. Null for n = 0, without memory, and for more than 32 bits of bytes or elements.
-template <class T, class C> T* DynArray<T, C>::NewStorage(uint64_t n, Allocator* pAllocator)
+// One block for n elements. Null for n = 0, without memory, and for more than 32 bits of bytes or elements.
+template <class T, class C> T* DynArray<T, C>::NewUnsetStorage(uint64_t n, Allocator* pAllocator)
 {
     if (n > UINT32_MAX / ELEMENT_SIZE)
         return nullptr;
-    T* pStorage = static_cast<T*>(pAllocator->Alloc(static_cast<uint32_t>(n * ELEMENT_SIZE)));
+    return static_cast<T*>(pAllocator->Alloc(static_cast<uint32_t>(n * ELEMENT_SIZE)));
+}
+
+// The same with the elements constructed.
+template <class T, class C> T* DynArray<T, C>::NewStorage(uint64_t n, Allocator* pAllocator)
+{
+    T* pStorage = NewUnsetStorage(n, pAllocator);
     if constexpr (!std::is_trivially_default_constructible_v<T>)
     {
         if (pStorage)
@@ -178,6 +189,18 @@ template <class T, class C> void DynArray<T, C>::Init(uint32_t size, uint32_t ca
 
 template <class T, class C> QZBOOL DynArray<T, C>::SetSize(uint32_t n, Allocator* pAllocator)
 {
+    return Resize(n, pAllocator, NewStorage);
+}
+
+template <class T, class C> QZBOOL DynArray<T, C>::SetSizeUnset(uint32_t n, Allocator* pAllocator)
+{
+    static_assert(std::is_trivially_copyable_v<T>);
+    return Resize(n, pAllocator, NewUnsetStorage);
+}
+
+template <class T, class C>
+QZBOOL DynArray<T, C>::Resize(uint32_t n, Allocator* pAllocator, T* (*pNew)(uint64_t, Allocator*))
+{
     if (n == m_nElements && n != 0)
         return QZTRUE;
     DeleteStorage(pAllocator);
@@ -185,7 +208,7 @@ template <class T, class C> QZBOOL DynArray<T, C>::SetSize(uint32_t n, Allocator
     m_nElements = 0;
     if (n == 0)
         return QZTRUE;
-    m_pArray = NewStorage(uint64_t(n) + m_Cache.GetCacheSize(), pAllocator);
+    m_pArray = pNew(uint64_t(n) + m_Cache.GetCacheSize(), pAllocator);
     if (!m_pArray)
         return QZFALSE;
     m_nElements = n;

@@ -18,7 +18,9 @@ public:
     // What doesn't fit is refused whole, without setting the error status.
     int Write(const void* pData, uint32_t size) override;
 
-private:
+    const uint8_t* GetData() const { return m_pData; }
+
+protected:
     uint8_t* m_pData;
     uint32_t m_Pos = 0;
     uint32_t m_Size;

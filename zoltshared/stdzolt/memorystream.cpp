@@ -27,11 +27,26 @@ int MemoryStream::Write(const void* pData, uint32_t size)
     const uint64_t end = uint64_t(m_Pos) + size;
     if (end > UINT32_MAX)
         return 1;
-    if (end > m_Data.GetSize() && !m_Data.NiceSetSize(static_cast<uint32_t>(end), QZTRUE))
+    if (end > m_Data.GetSize() && !Grow(static_cast<uint32_t>(end)))
         return 1;
     std::memcpy(m_Data.GetArray() + m_Pos, pData, size);
     m_Pos += size;
     return 0;
+}
+
+QZBOOL MemoryStream::Grow(uint32_t size)
+{
+    const uint32_t cacheSize = m_Data.GetCacheSize();
+    const uint32_t half = m_Data.GetSize() / 2;
+    if (half > cacheSize)
+    {
+        m_Data.SetCacheSize(half);
+        const QZBOOL bGrown = m_Data.NiceSetSize(size, QZTRUE);
+        m_Data.SetCacheSize(cacheSize);
+        if (bGrown)
+            return QZTRUE;
+    }
+    return m_Data.NiceSetSize(size, QZTRUE);
 }
 
 int MemoryStream::SeekTo(uint32_t pos)

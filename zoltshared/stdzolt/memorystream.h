@@ -16,7 +16,9 @@ public:
     int GetPos(uint32_t* pPos) override;
     int GetLen(uint32_t* pLen) override;
 
-    // Lack of memory is a failure that doesn't set the error status.
+    // Takes the spare bytes of the cache size whenever it grows, or half of what it holds where that is more: a stream
+    // much larger than its cache isn't copied over and over. Lack of memory is a failure that doesn't set the error
+    // status.
     int Write(const void* pData, uint32_t size) override;
 
     // For an empty stream: takes memory for so many bytes at once, so that it needn't grow step by step. Only a hint;
@@ -26,11 +28,13 @@ public:
     DynArray<uint8_t, DefaultCache> m_Data;
 
 private:
+    QZBOOL Grow(uint32_t size);
+
     uint32_t m_Pos = 0;
     QZBOOL m_bError = QZFALSE;
 };
 
-// An empty stream that takes `cacheSize` bytes more than it needs whenever it grows; null without memory.
+// An empty stream that takes at least `cacheSize` bytes more than it needs whenever it grows; null without memory.
 MemoryStream* CreateMemoryStream(uint32_t cacheSize);
 
 // A stream that holds the whole file and stands at its start; null if the file can't be read.

@@ -2,54 +2,46 @@
 
 #include <bit>
 
+#include "zoltshared/stdzolt/littleendian.h"
 #include "zoltshared/stdzolt/quaternion.h"
 #include "zoltshared/stdzolt/vector3.h"
 
-template <class T> static T ReadNumber(ModelStream& stream)
-{
-    uint8_t bytes[sizeof(T)] = {};
-    stream.Read(bytes, static_cast<uint32_t>(sizeof(T)));
-    uint32_t value = 0;
-    for (size_t i = 0; i < sizeof(T); i++)
-        value |= uint32_t(bytes[i]) << (8 * i);
-    return static_cast<T>(value);
-}
-
-template <class T> static void WriteNumber(ModelStream& stream, T value)
-{
-    uint8_t bytes[sizeof(T)];
-    for (size_t i = 0; i < sizeof(T); i++)
-        bytes[i] = static_cast<uint8_t>(value >> (8 * i));
-    stream.Write(bytes, static_cast<uint32_t>(sizeof(T)));
-}
-
 ModelStream& ModelStream::ReadU8(uint8_t& value)
 {
-    value = ReadNumber<uint8_t>(*this);
+    value = 0;
+    Read(&value, sizeof(value));
     return *this;
 }
 
 ModelStream& ModelStream::ReadU16(uint16_t& value)
 {
-    value = ReadNumber<uint16_t>(*this);
+    uint8_t bytes[2] = {};
+    Read(bytes, sizeof(bytes));
+    value = GetU16(bytes);
     return *this;
 }
 
 ModelStream& ModelStream::ReadU32(uint32_t& value)
 {
-    value = ReadNumber<uint32_t>(*this);
+    uint8_t bytes[4] = {};
+    Read(bytes, sizeof(bytes));
+    value = GetU32(bytes);
     return *this;
 }
 
 ModelStream& ModelStream::ReadI32(int32_t& value)
 {
-    value = static_cast<int32_t>(ReadNumber<uint32_t>(*this));
+    uint32_t bits;
+    ReadU32(bits);
+    value = static_cast<int32_t>(bits);
     return *this;
 }
 
 ModelStream& ModelStream::ReadF32(float& value)
 {
-    value = std::bit_cast<float>(ReadNumber<uint32_t>(*this));
+    uint32_t bits;
+    ReadU32(bits);
+    value = std::bit_cast<float>(bits);
     return *this;
 }
 
@@ -65,19 +57,23 @@ ModelStream& ModelStream::ReadRotation(Quaternion& value)
 
 ModelStream& ModelStream::WriteU8(uint8_t value)
 {
-    WriteNumber(*this, value);
+    Write(&value, sizeof(value));
     return *this;
 }
 
 ModelStream& ModelStream::WriteU16(uint16_t value)
 {
-    WriteNumber(*this, value);
+    uint8_t bytes[2];
+    PutU16(bytes, value);
+    Write(bytes, sizeof(bytes));
     return *this;
 }
 
 ModelStream& ModelStream::WriteU32(uint32_t value)
 {
-    WriteNumber(*this, value);
+    uint8_t bytes[4];
+    PutU32(bytes, value);
+    Write(bytes, sizeof(bytes));
     return *this;
 }
 

@@ -19,6 +19,7 @@
 #include <cstdint>
 
 class AnimTracker;
+class BlockReader;
 class ModelStream;
 class TransformMaker;
 struct ModelAllocations;
@@ -232,6 +233,8 @@ public:
     uint32_t PrepareBlock(ModelStream* pStream, Allocator* pAllocator);
     // Reads a text and interns it; false if it can't be read, and without memory.
     QZBOOL LoadStoredString(ModelStream* pStream, const char** ppOut);
+    // The same for the characters alone, which must have been announced.
+    QZBOOL LoadStoredText(BlockReader& reader, uint16_t length, const char** ppOut);
     // True if the stream still holds nCount records of at least `bytes` bytes each: what a count is held against before
     // memory is asked for.
     bool HasRoomFor(ModelStream* pStream, uint32_t nCount, uint64_t bytes) const;
@@ -335,7 +338,7 @@ private:
     QZBOOL LoadPieces(ModelStream* pStream);
     QZBOOL LoadNodes(ModelStream* pStream);
     QZBOOL LoadWeightSets(ModelStream* pStream);
-    QZBOOL CheckGeometry() const;
+    QZBOOL CheckWeights() const;
     uint32_t LoadChildModels(LoadRequest* pRequest);
     QZBOOL LoadAnims(ModelStream* pStream);
     QZBOOL CopyChildAnimRows(uint32_t nOwnAnims);

@@ -134,11 +134,8 @@ QZBOOL Model::LoadHeaderSection(ModelStream* pStream)
         return QZFALSE;
     uint16_t nDistances = 0;
     pStream->ReadF32(m_HeaderFloat).ReadU16(nDistances);
-    for (uint32_t i = 0; i < HEADER_RESERVED_BYTES; ++i)
-    {
-        uint8_t reserved = 0;
-        pStream->ReadU8(reserved);
-    }
+    uint8_t reserved[HEADER_RESERVED_BYTES];
+    pStream->Read(reserved, sizeof(reserved));
     if (!HasRoomFor(pStream, nDistances, sizeof(float)) || !m_LODDistances.SetSize(nDistances, m_pAllocator))
         return QZFALSE;
     for (uint32_t i = 0; i < nDistances; ++i)
@@ -204,10 +201,9 @@ QZBOOL ChildInfo::Load(ModelStream* pStream)
     pStream->ReadU32(m_Stamp);
     const uint32_t nNodes = m_pParentModel->NumNodes();
     if (!m_pParentModel->HasRoomFor(pStream, nNodes, DISK_NODEKEY) ||
-        !m_Relations.SetSize(nNodes, m_pParentModel->GetAllocator()))
+        !m_Relations.SetSizeUnset(nNodes, m_pParentModel->GetAllocator()))
         return QZFALSE;
-    for (uint32_t i = 0; i < nNodes; ++i)
-        pStream->ReadVector(m_Relations[i].m_vTranslation).ReadRotation(m_Relations[i].m_qRotation);
+    NodeKeyFrame::LoadKeys(pStream, m_Relations.GetArray(), nNodes);
     return QZTRUE;
 }
 

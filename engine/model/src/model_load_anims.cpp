@@ -3,6 +3,8 @@
 #include "engine/model/src/model.h"
 #include "engine/model/src/seektosection.h"
 #include "zoltshared/stdzolt/assertion.h"
+#include "zoltshared/stdzolt/blockreader.h"
+#include "zoltshared/stdzolt/littleendian.h"
 #include "zoltshared/stdzolt/modelstream.h"
 #include "zoltshared/stdzolt/strcasecompare.h"
 
@@ -15,7 +17,7 @@
 // The least that a record takes in a file, in bytes, names and lists empty.
 constexpr uint64_t DISK_NODEKEY = 28;
 constexpr uint64_t DISK_ANIM = 18;
-constexpr uint64_t DISK_KEY = 6;
+constexpr uint32_t DISK_KEY = 6;
 constexpr uint64_t DISK_BINDING = 26;
 
 QZBOOL Model::LoadAnims(ModelStream* pStream)
@@ -89,26 +91,36 @@ QZBOOL ModelAnim::Load(ModelStream* pStream, uint32_t nVersion)
         return QZFALSE;
     if (!m_KeyFrames.SetSize(nKeys, m_pModel->GetGrowAllocator()))
         return QZFALSE;
-    for (uint32_t i = 0; i < nKeys; ++i)
-    {
-        pStream->ReadU32(m_KeyFrames[i].m_Time);
-        if (!m_pModel->LoadStoredString(pStream, &m_KeyFrames[i].m_pString))
-            return QZFALSE;
-    }
+    if (!LoadKeyTimes(pStream))
+        return QZFALSE;
     m_pRootNode->m_pNode = m_pModel->GetRootNode();
     if (!m_pRootNode->Load(pStream))
         return QZFALSE;
     return PrecalcNodeLists(QZTRUE);
 }
 
+QZBOOL ModelAnim::LoadKeyTimes(ModelStream* pStream)
+{
+    BlockReader reader(pStream, DISK_KEY * NumKeyFrames());
+    for (uint32_t i = 0; i < NumKeyFrames(); ++i)
+    {
+        const uint8_t* pKey = reader.Take(DISK_KEY);
+        m_KeyFrames[i].m_Time = GetU32(pKey);
+        const uint16_t length = GetU16(pKey + 4);
+        reader.Announce(length);
+        if (length != 0 && !m_pModel->LoadStoredText(reader, length, &m_KeyFrames[i].m_pString))
+            return QZFALSE;
+    }
+    return QZTRUE;
+}
+
 QZBOOL AnimNode::Load(ModelStream* pStream)
 {
     ZOLT_ASSERT(m_KeyFrames.GetSize() == 0, "!m_KeyFrames");
     Allocator* pAllocator = GetModel()->GetGrowAllocator();
-    if (!m_KeyFrames.SetSize(NumKeyFrames(), pAllocator))
+    if (!m_KeyFrames.SetSizeUnset(NumKeyFrames(), pAllocator))
         return QZFALSE;
-    for (uint32_t i = 0; i < m_KeyFrames.GetSize(); ++i)
-        m_KeyFrames[i].Load(pStream);
+    NodeKeyFrame::LoadKeys(pStream, m_KeyFrames.GetArray(), m_KeyFrames.GetSize());
     const uint32_t nChildren = m_pNode->NumChildren();
     if (!m_Children.SetSizeInit(nChildren, nullptr, pAllocator))
         return QZFALSE;

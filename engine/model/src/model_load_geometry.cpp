@@ -2,16 +2,20 @@
 
 #include "engine/model/src/model.h"
 #include "engine/model/src/seektosection.h"
+#include "zoltshared/stdzolt/blockreader.h"
+#include "zoltshared/stdzolt/littleendian.h"
 #include "zoltshared/stdzolt/modelstream.h"
 
+#include <algorithm>
+
 // The least that a record takes in a file, in bytes, names and lists empty.
-constexpr uint64_t DISK_TRI = 30;
-constexpr uint64_t DISK_VERT = 28;
-constexpr uint64_t DISK_WEIGHT = 20;
-constexpr uint64_t DISK_MESH = 8;
-constexpr uint64_t DISK_PIECE = 14;
-constexpr uint64_t DISK_NODE = 73;
-constexpr uint64_t DISK_WEIGHTSET = 6;
+constexpr uint32_t DISK_TRI = 30;
+constexpr uint32_t DISK_VERT = 28;
+constexpr uint32_t DISK_WEIGHT = 20;
+constexpr uint32_t DISK_MESH = 8;
+constexpr uint32_t DISK_PIECE = 14;
+constexpr uint32_t DISK_NODE = 73;
+constexpr uint32_t DISK_WEIGHTSET = 6;
 
 QZBOOL Model::LoadPieces(ModelStream* pStream)
 {
@@ -20,9 +24,9 @@ QZBOOL Model::LoadPieces(ModelStream* pStream)
     if (!SeekToSection(pStream, "Pieces"))
         return QZFALSE;
     pStream->ReadU32(nWeights).ReadU32(nPieces);
-    if (!HasRoomFor(pStream, nWeights, DISK_WEIGHT) || !m_VertexWeights.SetSize(nWeights, m_pAllocator))
+    if (!HasRoomFor(pStream, nWeights, DISK_WEIGHT) || !m_VertexWeights.SetSizeUnset(nWeights, m_pAllocator))
         return QZFALSE;
-    if (!HasRoomFor(pStream, nPieces, DISK_PIECE + DISK_MESH * NumLODs()) ||
+    if (!HasRoomFor(pStream, nPieces, DISK_PIECE + uint64_t{DISK_MESH} * NumLODs()) ||
         !m_Pieces.SetSizeInit(nPieces, nullptr, m_pAllocator))
         return QZFALSE;
     uint32_t iWeight = 0;
@@ -32,6 +36,8 @@ QZBOOL Model::LoadPieces(ModelStream* pStream)
         if (!m_Pieces[i] || !m_Pieces[i]->LoadPiece(pStream, iWeight) || pStream->ErrorStatus() != 0)
             return QZFALSE;
     }
+    // Weights that no vertex has.
+    std::fill(m_VertexWeights.GetArray() + iWeight, m_VertexWeights.GetArray() + nWeights, ModelVertWeight());
     return QZTRUE;
 }
 
@@ -69,40 +75,66 @@ QZBOOL ModelPiece::LoadPiece(ModelStream* pStream, uint32_t& iWeight)
 
 QZBOOL ModelPieceLOD::Load(ModelStream* pStream, uint32_t& iWeight)
 {
+    uint32_t maxIndex = 0;
+    if (LoadTris(pStream, maxIndex) && LoadVerts(pStream, iWeight) && (NumTris() == 0 || maxIndex < NumVerts()))
+        return QZTRUE;
+    // Without elements that were never filled.
+    m_Tris.Term(m_pModel->GetAllocator());
+    m_Verts.Term(m_pModel->GetAllocator());
+    return QZFALSE;
+}
+
+QZBOOL ModelPieceLOD::LoadTris(ModelStream* pStream, uint32_t& maxIndex)
+{
     uint32_t nTris = 0;
     pStream->ReadU32(nTris);
-    if (!m_pModel->HasRoomFor(pStream, nTris, DISK_TRI) || !m_Tris.SetSize(nTris, m_pModel->GetAllocator()))
+    if (!m_pModel->HasRoomFor(pStream, nTris, DISK_TRI) || !m_Tris.SetSizeUnset(nTris, m_pModel->GetAllocator()))
         return QZFALSE;
-    for (uint32_t i = 0; i < nTris; ++i)
+    BlockReader reader(pStream, uint64_t{DISK_TRI} * nTris);
+    for (ModelTri *pTri = m_Tris.GetArray(), *pEnd = pTri + nTris; pTri != pEnd; ++pTri)
     {
-        ModelTri& tri = m_Tris[i];
-        for (uint32_t iCorner = 0; iCorner < 3; ++iCorner)
-            pStream->ReadF32(tri.m_UVs[iCorner].u).ReadF32(tri.m_UVs[iCorner].v).ReadU16(tri.m_Indices[iCorner]);
+        const uint8_t* pCorner = reader.Take(DISK_TRI);
+        for (uint32_t i = 0; i < 3; ++i, pCorner += DISK_TRI / 3)
+        {
+            pTri->m_UVs[i].u = GetF32(pCorner);
+            pTri->m_UVs[i].v = GetF32(pCorner + 4);
+            const uint16_t index = GetU16(pCorner + 8);
+            pTri->m_Indices[i] = index;
+            maxIndex = std::max<uint32_t>(maxIndex, index);
+        }
     }
+    return QZTRUE;
+}
 
+QZBOOL ModelPieceLOD::LoadVerts(ModelStream* pStream, uint32_t& iWeight)
+{
     uint32_t nVerts = 0;
     pStream->ReadU32(nVerts);
-    if (!m_pModel->HasRoomFor(pStream, nVerts, DISK_VERT) || !m_Verts.SetSize(nVerts, m_pModel->GetAllocator()))
+    if (!m_pModel->HasRoomFor(pStream, nVerts, DISK_VERT) || !m_Verts.SetSizeUnset(nVerts, m_pModel->GetAllocator()))
         return QZFALSE;
-    for (uint32_t i = 0; i < nVerts; ++i)
+    const uint32_t nWeights = m_pModel->m_VertexWeights.GetSize();
+    ModelVertWeight* pWeight = m_pModel->m_VertexWeights.GetArray() + iWeight;
+    BlockReader reader(pStream, uint64_t{DISK_VERT} * nVerts);
+    for (ModelVert *pVert = m_Verts.GetArray(), *pEnd = pVert + nVerts; pVert != pEnd; ++pVert)
     {
-        ModelVert& vert = m_Verts[i];
-        pStream->ReadU16(vert.m_nWeights).ReadU16(vert.m_VertReserved);
-        if (uint64_t{iWeight} + vert.m_nWeights > m_pModel->m_VertexWeights.GetSize())
+        const uint8_t* pCounts = reader.Take(4);
+        pVert->m_nWeights = GetU16(pCounts);
+        pVert->m_VertReserved = GetU16(pCounts + 2);
+        if (pVert->m_nWeights > nWeights - iWeight)
             return QZFALSE;
-        if (vert.m_nWeights != 0)
+        pVert->m_Weights = pVert->m_nWeights != 0 ? pWeight : nullptr;
+        reader.Announce(uint64_t{DISK_WEIGHT} * pVert->m_nWeights);
+        iWeight += pVert->m_nWeights;
+        for (const ModelVertWeight* pLast = pWeight + pVert->m_nWeights; pWeight != pLast; ++pWeight)
         {
-            vert.m_Weights = &m_pModel->m_VertexWeights[iWeight];
-            iWeight += vert.m_nWeights;
+            const uint8_t* pRecord = reader.Take(DISK_WEIGHT);
+            pWeight->m_iNode = GetU32(pRecord);
+            for (uint32_t i = 0; i < 4; ++i)
+                pWeight->m_Vec[i] = GetF32(pRecord + 4 + size_t{4} * i);
         }
-        for (uint32_t k = 0; k < vert.m_nWeights; ++k)
-        {
-            ModelVertWeight& weight = vert.m_Weights[k];
-            pStream->ReadU32(weight.m_iNode);
-            pStream->ReadF32(weight.m_Vec[0]).ReadF32(weight.m_Vec[1]).ReadF32(weight.m_Vec[2]);
-            pStream->ReadF32(weight.m_Vec[3]);
-        }
-        pStream->ReadVector(vert.m_vPos).ReadVector(vert.m_vNormal);
+        const uint8_t* pPlace = reader.Take(DISK_VERT - 4);
+        pVert->m_vPos.Set(GetF32(pPlace), GetF32(pPlace + 4), GetF32(pPlace + 8));
+        pVert->m_vNormal.Set(GetF32(pPlace + 12), GetF32(pPlace + 16), GetF32(pPlace + 20));
     }
     return QZTRUE;
 }
@@ -114,7 +146,7 @@ QZBOOL Model::LoadNodes(ModelStream* pStream)
     if (!GetRootNode()->Load(pStream) || pStream->ErrorStatus() != 0)
         return QZFALSE;
     // Ahead of the weight sets, which keep one value for each node.
-    return Precalc(QZTRUE) && LoadWeightSets(pStream) && CheckGeometry();
+    return Precalc(QZTRUE) && LoadWeightSets(pStream) && CheckWeights();
 }
 
 QZBOOL ModelNode::Load(ModelStream* pStream)
@@ -129,14 +161,16 @@ QZBOOL ModelNode::LoadLevel(ModelStream* pStream, uint32_t nLevel, uint32_t& nNo
 {
     if (nLevel > MODEL_MAX_LEVELS || !m_pModel->LoadStoredString(pStream, &m_Name))
         return QZFALSE;
-    pStream->ReadU16(m_NodeIndex).ReadU8(m_Flags);
+    uint8_t record[DISK_NODE - 2] = {};
+    pStream->Read(record, sizeof(record));
+    m_NodeIndex = GetU16(record);
+    m_Flags = record[2];
     Matrix4 global;
-    for (float& value : global.m)
-        pStream->ReadF32(value);
+    for (uint32_t i = 0; i < 16; ++i)
+        global.m[i] = GetF32(record + 3 + size_t{4} * i);
     SetGlobalTransform(global);
 
-    uint32_t nChildren = 0;
-    pStream->ReadU32(nChildren);
+    const uint32_t nChildren = GetU32(record + 67);
     Allocator* pAllocator = m_pModel->GetAllocator();
     if (!m_pModel->HasRoomFor(pStream, nChildren, DISK_NODE) || nChildren > MODEL_MAX_NODES - nNodes)
         return QZFALSE;
@@ -187,38 +221,21 @@ QZBOOL WeightSet::Load(ModelStream* pStream)
     if (!m_pModel->HasRoomFor(pStream, nValues, sizeof(float)) || nValues < nNodes ||
         !m_Weights.SetSize(nNodes, m_pModel->GetAllocator()))
         return QZFALSE;
-    for (uint32_t i = 0; i < nValues; ++i)
-    {
-        float value = 0.0f;
-        pStream->ReadF32(value);
-        if (i < nNodes)
-            m_Weights[i] = value;
-    }
+    BlockReader reader(pStream, sizeof(float) * uint64_t{nValues});
+    for (uint32_t i = 0; i < nNodes; ++i)
+        m_Weights[i] = GetF32(reader.Take(sizeof(float)));
+    for (uint32_t i = nNodes; i < nValues; ++i)
+        reader.Take(sizeof(float));
     return QZTRUE;
 }
 
-// What the evaluator, the deformation and the tool side index without a further test.
-QZBOOL Model::CheckGeometry() const
+// With the indices of the triangles, which a mesh holds against its vertices: what the evaluator, the deformation and
+// the tool side index without a further test.
+QZBOOL Model::CheckWeights() const
 {
-    for (uint32_t iPiece = 0; iPiece < NumPieces(); ++iPiece)
-    {
-        for (uint32_t iLOD = 0; iLOD < NumLODs(); ++iLOD)
-        {
-            const ModelPieceLOD* pMesh = GetPiece(iPiece)->GetLOD(iLOD);
-            for (uint32_t iTri = 0; iTri < pMesh->NumTris(); ++iTri)
-            {
-                for (const uint16_t index : pMesh->m_Tris[iTri].m_Indices)
-                {
-                    if (index >= pMesh->NumVerts())
-                        return QZFALSE;
-                }
-            }
-        }
-    }
+    uint32_t maxNode = 0;
+    const ModelVertWeight* pWeights = m_VertexWeights.GetArray();
     for (uint32_t i = 0; i < m_VertexWeights.GetSize(); ++i)
-    {
-        if (m_VertexWeights[i].m_iNode >= NumNodes())
-            return QZFALSE;
-    }
-    return QZTRUE;
+        maxNode = std::max(maxNode, pWeights[i].m_iNode);
+    return maxNode < NumNodes();
 }

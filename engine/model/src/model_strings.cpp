@@ -2,14 +2,32 @@
 // of the recursive node reader.
 
 #include "engine/model/src/model.h"
+#include "zoltshared/stdzolt/blockreader.h"
 #include "zoltshared/stdzolt/modelstream.h"
+
+#include <algorithm>
+
+static QZBOOL Intern(Model& model, const char* pText, const char** ppOut)
+{
+    *ppOut = model.AddString(pText);
+    // An empty result for a text that isn't empty: there was no memory for it.
+    return **ppOut || !pText[0];
+}
 
 QZBOOL Model::LoadStoredString(ModelStream* pStream, const char** ppOut)
 {
     char buffer[MODEL_STRING_BUFFER];
     if (pStream->ReadString(buffer, sizeof(buffer)) != 0)
         return QZFALSE;
-    *ppOut = AddString(buffer);
-    // An empty result for a text that isn't empty: there was no memory for it.
-    return **ppOut || !buffer[0];
+    return Intern(*this, buffer, ppOut);
+}
+
+QZBOOL Model::LoadStoredText(BlockReader& reader, uint16_t length, const char** ppOut)
+{
+    char buffer[MODEL_STRING_BUFFER];
+    const uint32_t kept = std::min<uint32_t>(length, MODEL_STRING_BUFFER - 1);
+    if (!reader.TakeTo(buffer, kept) || !reader.Skip(length - kept))
+        return QZFALSE;
+    buffer[kept] = 0;
+    return Intern(*this, buffer, ppOut);
 }

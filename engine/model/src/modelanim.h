@@ -61,4 +61,7 @@ public:
     const char* m_Name; // in the model's string store
     AnimNode m_DefaultRootNode;
     AnimNode* m_pRootNode; // never null
+
+private:
+    QZBOOL LoadKeyTimes(ModelStream* pStream);
 };

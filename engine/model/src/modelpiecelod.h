@@ -34,12 +34,17 @@ public:
     QZBOOL FindTriangle(const Vector3* pPositions, const Vector3& p0, const Vector3& p1, const Vector3& p2,
                         uint32_t* piTri);
 
-    // iWeight runs through the model's m_VertexWeights, mesh by mesh. False if the stream is too short for a count, if
-    // the weights go beyond m_VertexWeights, or without memory.
+    // iWeight runs through the model's m_VertexWeights, mesh by mesh. False, and the mesh empty, if the stream is too
+    // short for a count, if the weights go beyond m_VertexWeights, if a triangle has an index beyond the vertices, or
+    // without memory.
     QZBOOL Load(ModelStream* pStream, uint32_t& iWeight);
     QZBOOL Save(ModelStream* pStream); // tool side
 
     DynArray<ModelVert, NoCache> m_Verts;
     DynArray<ModelTri, NoCache> m_Tris;
     Model* m_pModel = nullptr; // its allocator serves both arrays; null in a fresh element of m_LODs
+
+private:
+    QZBOOL LoadTris(ModelStream* pStream, uint32_t& maxIndex);
+    QZBOOL LoadVerts(ModelStream* pStream, uint32_t& iWeight);
 };

@@ -2,9 +2,8 @@
 
 #include "zoltshared/stdzolt/modelstream.h"
 
+#include <algorithm>
 #include <bit>
-
-constexpr uint32_t KEY_FLOATS = 7;
 
 void NodeKeyFrame::SetIdentity()
 {
@@ -24,27 +23,37 @@ void NodeKeyFrame::FromMatrix(const Matrix4& in)
     in.GetTranslation(m_vTranslation);
 }
 
-void NodeKeyFrame::Load(ModelStream* pStream)
+static_assert(sizeof(NodeKeyFrame) == 28); // in memory as in a file, but for the order of a float's bytes
+
+static void ReverseFloats(NodeKeyFrame* pKeys, uint32_t nKeys)
 {
-    uint8_t bytes[4 * KEY_FLOATS] = {};
-    pStream->Read(bytes, sizeof(bytes));
-    float values[KEY_FLOATS];
-    for (uint32_t i = 0; i < KEY_FLOATS; ++i)
-    {
-        const uint8_t* p = bytes + size_t(4) * i;
-        values[i] =
-            std::bit_cast<float>(uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24);
-    }
-    m_vTranslation.Set(values[0], values[1], values[2]);
-    m_qRotation = Quaternion(values[3], values[4], values[5], values[6]);
+    uint8_t* pBytes = reinterpret_cast<uint8_t*>(pKeys);
+    for (uint8_t* pEnd = pBytes + sizeof(NodeKeyFrame) * nKeys; pBytes != pEnd; pBytes += sizeof(float))
+        std::reverse(pBytes, pBytes + sizeof(float));
 }
 
-void NodeKeyFrame::Save(ModelStream* pStream) const
+void NodeKeyFrame::LoadKeys(ModelStream* pStream, NodeKeyFrame* pKeys, uint32_t nKeys)
 {
-    const float values[KEY_FLOATS] = {m_vTranslation.x, m_vTranslation.y, m_vTranslation.z, m_qRotation.x,
-                                      m_qRotation.y,    m_qRotation.z,    m_qRotation.w};
-    uint8_t bytes[4 * KEY_FLOATS];
-    for (uint32_t i = 0; i < sizeof(bytes); ++i)
-        bytes[i] = static_cast<uint8_t>(std::bit_cast<uint32_t>(values[i / 4]) >> (8 * (i % 4)));
-    pStream->Write(bytes, sizeof(bytes));
+    if (nKeys == 0)
+        return;
+    pStream->Read(pKeys, nKeys * static_cast<uint32_t>(sizeof(NodeKeyFrame)));
+    if constexpr (std::endian::native != std::endian::little)
+        ReverseFloats(pKeys, nKeys);
+}
+
+void NodeKeyFrame::SaveKeys(ModelStream* pStream, const NodeKeyFrame* pKeys, uint32_t nKeys)
+{
+    if (nKeys == 0)
+        return;
+    if constexpr (std::endian::native == std::endian::little)
+    {
+        pStream->Write(pKeys, nKeys * static_cast<uint32_t>(sizeof(NodeKeyFrame)));
+        return;
+    }
+    for (uint32_t i = 0; i < nKeys; ++i)
+    {
+        NodeKeyFrame key = pKeys[i];
+        ReverseFloats(&key, 1);
+        pStream->Write(&key, sizeof(key));
+    }
 }

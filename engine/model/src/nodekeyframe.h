@@ -4,6 +4,8 @@
 #include "zoltshared/stdzolt/quaternion.h"
 #include "zoltshared/stdzolt/vector3.h"
 
+#include <cstdint>
+
 class ModelStream;
 
 // A rigid local transform: one key of a track, a relation of a child link, or the place of a socket.
@@ -19,7 +21,8 @@ struct NodeKeyFrame
     // The rotation part must be a rotation; scale doesn't survive.
     void FromMatrix(const Matrix4& in);
 
-    // One block of 28 bytes: x, y, z; x, y, z, w. A read that fails gives zeros and sets the stream's error status.
-    void Load(ModelStream* pStream);
-    void Save(ModelStream* pStream) const;
+    // Keys of 28 bytes each, in one block: x, y, z; x, y, z, w. A read that fails gives zeros and sets the stream's
+    // error status.
+    static void LoadKeys(ModelStream* pStream, NodeKeyFrame* pKeys, uint32_t nKeys);
+    static void SaveKeys(ModelStream* pStream, const NodeKeyFrame* pKeys, uint32_t nKeys);
 };

@@ -108,6 +108,11 @@ TEST(ModelSave, FilesOfAllVersionsComeBackAsVersion12)
         ASSERT_EQ(LoadBytes(again, first), RESULT_OK);
         EXPECT_EQ(Saved(again), SampleFile(version, true, 502)) << version;
     }
+    abc::File large = abc::Random(2).LargeModel();
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    ASSERT_EQ(LoadBytes(model, BytesOf(large)), RESULT_OK);
+    ++large.links[0].stamp;
+    EXPECT_TRUE(Saved(model) == BytesOf(large));
 }
 
 TEST(ModelSave, StampsRiseWithEachWriting)

@@ -9,6 +9,7 @@
 #include "zoltshared/stdzolt/fileio.h"
 #include "zoltshared/stdzolt/fileiostream.h"
 #include "zoltshared/stdzolt/fixedmemorystream.h"
+#include "zoltshared/stdzolt/mappedstream.h"
 #include "zoltshared/stdzolt/memorystream.h"
 #include "zoltshared/stdzolt/quaternion.h"
 #include "zoltshared/stdzolt/stdiostream.h"
@@ -220,6 +221,13 @@ TEST(MemoryStream, GrowsByItsCacheAndKeepsToItsEnd)
     EXPECT_EQ(stream.ErrorStatus(), 0);
     EXPECT_EQ(stream.WriteString(std::string(65536 + 2, 's').c_str()), 0);
     EXPECT_EQ(ReadAll(stream), std::string("abxyz\2\0ss", 9));
+    // Larger than its cache it grows by half.
+    const std::string large(1000, 'l');
+    EXPECT_EQ(stream.Write(large.data(), 1000), 0);
+    EXPECT_EQ(stream.Write(large.data(), 10), 0);
+    EXPECT_EQ(stream.m_Data.GetNumAllocatedElements(), 1019U);
+    EXPECT_EQ(stream.Write("x", 1), 0);
+    EXPECT_EQ(stream.m_Data.GetNumAllocatedElements(), 1020U + 1019 / 2);
 }
 
 TEST(FixedMemoryStream, DoesNotGrow)
@@ -233,6 +241,31 @@ TEST(FixedMemoryStream, DoesNotGrow)
     EXPECT_EQ(stream.ErrorStatus(), 0);
     EXPECT_EQ(stream.Write("xy", 2), 0);
     EXPECT_STREQ(bytes, "abxy");
+}
+
+TEST(MappedStream, ReadsAFileAndWritesNone)
+{
+    const std::string path = MakeFile("mapped", "abcdef");
+    ModelStream* pStream = OpenMappedStream(path.c_str());
+    ASSERT_NE(pStream, nullptr);
+    EXPECT_EQ(rename(MakeFile("other", "xyz").c_str(), path.c_str()), 0); // another file in its place
+    EXPECT_EQ(ReadAll(*pStream), "abcdef");
+    EXPECT_EQ(pStream->SeekTo(0), 0);
+    EXPECT_EQ(pStream->Write("x", 1), 1);
+    EXPECT_EQ(pStream->ErrorStatus(), 1);
+    EXPECT_EQ(ReadAll(*pStream), "abcdef");
+    pStream->Release();
+    MakeFile("mapped", "");
+    pStream = OpenMappedStream(path.c_str());
+    ASSERT_NE(pStream, nullptr);
+    EXPECT_EQ(pStream->GetLength(), 0U);
+    char byte = 'x';
+    EXPECT_EQ(pStream->Read(&byte, 1), 1);
+    EXPECT_EQ(byte, 0);
+    pStream->Release();
+    std::remove(path.c_str());
+    EXPECT_EQ(OpenMappedStream(path.c_str()), nullptr);
+    EXPECT_EQ(OpenMappedStream("/dev/zero"), nullptr); // no regular file
 }
 
 TEST(StdioStream, WithoutAFile)

@@ -409,6 +409,18 @@ public:
             f.links.push_back({"child" + std::to_string(i), Int(100), {Place()}});
         return f;
     }
+    // Of some 400 KB, with long texts.
+    File LargeModel()
+    {
+        File f;
+        f.nodes = Tree(5);
+        f.pieces = {{"large", 0, 0, {2, 3, 4}, {RandomMesh(3000, 2000, 5)}}};
+        f.sets = {{"set", std::vector<float>(5, 0.5f)}};
+        f.anims = {Animation("walk", 5, 1000)};
+        for (uint32_t k = 0; k < 1000; k += 10)
+            f.anims[0].keys[k].second = std::string(1 + Int(4095), static_cast<char>('a' + k % 26));
+        return f;
+    }
 
 private:
     std::mt19937 m_Engine;

@@ -3,6 +3,12 @@
 #include "tests/engine/model/src/loadbytes.h"
 #include "tests/zoltshared/stdzolt/testallocator.h"
 #include "zoltshared/stdzolt/countingallocator.h"
+#include "zoltshared/stdzolt/mappedstream.h"
+#include "zoltshared/stdzolt/memorystream.h"
+#include "zoltshared/stdzolt/stdiostream.h"
+
+#include <fstream>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -232,6 +238,43 @@ TEST(ModelLoad, RandomModelsInEveryVersionAndOrder)
     text.nodes[0].name = std::string(5000, 'n');
     ASSERT_EQ(LoadBytes(model, text.Write()), RESULT_OK);
     EXPECT_EQ(strlen(model.GetNode(0)->GetName()), 4095u);
+}
+
+// A stream that isn't read in place.
+class DerivedStream : public MemoryStream
+{
+public:
+    explicit DerivedStream(const std::string& bytes) : MemoryStream(0)
+    {
+        Write(bytes.data(), static_cast<uint32_t>(bytes.size()));
+    }
+};
+
+// A model that is read in many blocks, with records and texts across their ends; cut at many places.
+TEST(ModelLoad, AnyStreamGivesALargeModel)
+{
+    abc::Random random(1);
+    const std::string bytes = random.LargeModel().Write();
+    const std::string path = testing::TempDir() + "/zolt_load_" + std::to_string(getpid());
+    for (size_t size = bytes.size(); size != 0; size -= std::min<size_t>(size, 4999))
+    {
+        std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(size));
+        for (ModelStream* pStream :
+             {static_cast<ModelStream*>(new DerivedStream(bytes.substr(0, size))), OpenStdioStream(path.c_str(), "rb"),
+              LoadFileToMemoryStream(path.c_str()), OpenMappedStream(path.c_str())})
+        {
+            Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+            LoadRequest request;
+            request.m_pStream = pStream;
+            ASSERT_EQ(model.Load(&request), size == bytes.size() ? RESULT_OK : RESULT_ERROR) << size;
+            if (size == bytes.size())
+                ExpectHolds(model, abc::Random(1).LargeModel());
+            else
+                EXPECT_TRUE(IsEmpty(model)) << size;
+            pStream->Release();
+        }
+    }
+    std::remove(path.c_str());
 }
 
 TEST(ModelLoad, OutOfRangeIsRefused)

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+
+class ModelStream;
+
+// Gathers small records and writes them to a stream in large blocks, the last one when it ends. Results of writes are
+// the stream's to keep, as with its own typed writes.
+class BlockWriter
+{
+public:
+    explicit BlockWriter(ModelStream* pStream) : m_pStream(pStream) {}
+    ~BlockWriter() { Flush(); }
+    BlockWriter(const BlockWriter&) = delete;
+    BlockWriter& operator=(const BlockWriter&) = delete;
+
+    // Room for the next `size` bytes, at most 64, which the caller fills before the next call.
+    uint8_t* Put(uint32_t size)
+    {
+        if (size > BUFFER_SIZE - m_nUsed)
+            Flush();
+        uint8_t* pRoom = m_Buffer + m_nUsed;
+        m_nUsed += size;
+        return pRoom;
+    }
+
+    // As `ModelStream::WriteString` does.
+    void PutString(const char* pText);
+
+private:
+    static constexpr uint32_t BUFFER_SIZE = 16384;
+
+    void Flush();
+
+    ModelStream* m_pStream;
+    uint32_t m_nUsed = 0;
+    uint8_t m_Buffer[BUFFER_SIZE];
+};

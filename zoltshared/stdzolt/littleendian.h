@@ -1,0 +1,40 @@
+#pragma once
+
+#include <bit>
+#include <cstdint>
+
+// Numbers as the bytes of a file, on a machine of any byte order. Compilers make single loads and stores of these.
+
+inline uint16_t GetU16(const uint8_t* p)
+{
+    return static_cast<uint16_t>(p[0] | p[1] << 8);
+}
+
+inline uint32_t GetU32(const uint8_t* p)
+{
+    return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
+}
+
+inline float GetF32(const uint8_t* p)
+{
+    return std::bit_cast<float>(GetU32(p));
+}
+
+inline void PutU16(uint8_t* p, uint16_t value)
+{
+    p[0] = static_cast<uint8_t>(value);
+    p[1] = static_cast<uint8_t>(value >> 8);
+}
+
+inline void PutU32(uint8_t* p, uint32_t value)
+{
+    p[0] = static_cast<uint8_t>(value);
+    p[1] = static_cast<uint8_t>(value >> 8);
+    p[2] = static_cast<uint8_t>(value >> 16);
+    p[3] = static_cast<uint8_t>(value >> 24);
+}
+
+inline void PutF32(uint8_t* p, float value)
+{
+    PutU32(p, std::bit_cast<uint32_t>(value));
+}
