@@ -32,9 +32,32 @@ static void PutVector(uint8_t* p, const Vector3& v)
     PutF32(p + 8, v.z);
 }
 
+// About what a file of the model takes: its long tables, and a margin for names and texts.
+static uint64_t EstimateFileSize(Model& model)
+{
+    uint64_t size = uint64_t{20} * model.m_VertexWeights.GetSize();
+    for (uint32_t i = 0; i < model.NumPieces(); ++i)
+    {
+        for (uint32_t iLOD = 0; iLOD < model.GetPiece(i)->NumLODs(); ++iLOD)
+        {
+            ModelPieceLOD* pMesh = model.GetPiece(i)->GetLOD(iLOD);
+            size += uint64_t{30} * pMesh->NumTris() + uint64_t{28} * pMesh->NumVerts();
+        }
+    }
+    for (uint32_t i = 0; i < model.NumAnims(); ++i)
+    {
+        const ModelAnim* pAnim = model.GetAnim(i);
+        if (pAnim && pAnim->GetModel() == &model)
+            size += uint64_t{pAnim->NumKeyFrames()} * (6 + sizeof(NodeKeyFrame) * model.NumNodes());
+    }
+    return size + size / 16 + uint64_t{128} * (model.NumNodes() + model.NumPieces() + model.NumAnims());
+}
+
 QZBOOL Model::Save(ModelStream* pStream)
 {
     OrderAnimsForSave();
+    if (MemoryStream* pGrowing = dynamic_cast<MemoryStream*>(pStream))
+        pGrowing->Reserve(static_cast<uint32_t>(std::min<uint64_t>(EstimateFileSize(*this), UINT32_MAX)));
     if (!WriteSections(pStream))
         return QZFALSE;
 
@@ -118,7 +141,7 @@ QZBOOL Model::WriteSections(ModelStream* pTarget)
         pStream->WriteF32(m_LODDistances[i]);
 
     iLink = BeginSection(pStream, "Pieces", iLink);
-    pStream->WriteU32(CalcNumWeights()).WriteU32(NumPieces());
+    pStream->WriteU32(allocs.m_nVertexWeights).WriteU32(NumPieces());
     for (uint32_t i = 0; i < NumPieces(); ++i)
     {
         if (!SavePiece(pStream, m_Pieces[i]))

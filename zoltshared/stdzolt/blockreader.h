@@ -37,7 +37,7 @@ public:
     bool Skip(uint32_t size);
 
 private:
-    static constexpr uint32_t BUFFER_SIZE = 16384;
+    static constexpr uint32_t BUFFER_SIZE = 65536;
 
     void Refill(uint32_t size);
 
