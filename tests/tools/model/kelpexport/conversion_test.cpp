@@ -259,76 +259,48 @@ TEST_F(ConversionTest, SharesOfFivePercentAreDropped)
     EXPECT_EQ(pPiece->GetVert(0)->m_Weights, pPiece->GetVert(1)->m_Weights);
 }
 
-TEST_F(ConversionTest, WeightListsAsTheNestedSearchGivesThem)
+// The weights of a vertex stand by node and by envelope, and a piece without vertices is skipped.
+TEST_F(ConversionTest, WeightListsAndTheirLimit)
 {
-    std::mt19937 random(99); // NOLINT(cert-msc51-cpp): the same numbers in every run
     ConvModel_Soft& model = *m_pModel;
-    for (const uint32_t nVerts : {40u, 0u, 25u})
+    for (const uint32_t nVerts : {2u, 0u, 1u})
     {
         ModelPiece* pPiece = new ModelPiece(&model);
         ASSERT_TRUE(model.m_Pieces.Append(pPiece, model.GetAllocator()));
         ASSERT_TRUE(pPiece->m_Verts.SetSize(nVerts, model.GetAllocator()));
     }
-    ASSERT_TRUE(model.CreateChildNodes(model.GetRootNode()->m_Children, 6));
+    ASSERT_TRUE(model.CreateChildNodes(model.GetRootNode()->m_Children, 1));
     ASSERT_TRUE(model.Precalc(QZTRUE));
-    for (uint32_t n = 0; n < 7; ++n)
+    const auto add = [&](uint32_t iNode, uint32_t iPiece, const std::vector<uint32_t>& verts)
     {
-        SoftNode* pNode = static_cast<SoftNode*>(model.GetNode(n));
-        for (unsigned e = random() % 4; e > 0; --e)
+        Envelope* pEnvelope = new Envelope(iPiece);
+        ASSERT_TRUE(static_cast<SoftNode*>(model.GetNode(iNode))->m_Envelopes.Append(pEnvelope));
+        ASSERT_TRUE(pEnvelope->m_Weights.SetSize(static_cast<uint32_t>(verts.size())));
+        for (uint32_t i = 0; i < verts.size(); ++i)
         {
-            Envelope* pEnvelope = new Envelope(random() % 2 * 2);
-            ASSERT_TRUE(pNode->m_Envelopes.Append(pEnvelope));
-            for (unsigned w = random() % 60; w > 0; --w)
-            {
-                EnvelopeWeight weight;
-                weight.m_iVert = random() % model.GetPiece(pEnvelope->m_iPiece)->NumVerts(); // may repeat
-                weight.m_Weight = static_cast<float>(random() % 100) / 100.0f;
-                weight.m_vOffset.Set(static_cast<float>(random() % 9), 1.0f, -2.0f);
-                ASSERT_TRUE(pEnvelope->m_Weights.Append(weight));
-            }
+            pEnvelope->m_Weights[i].m_iVert = verts[i];
+            pEnvelope->m_Weights[i].m_Weight = 0.5f;
+            pEnvelope->m_Weights[i].m_vOffset.Set(static_cast<float>(10 * iNode + i), 0, 4);
         }
-    }
+    };
+    add(1, 2, {0});
+    add(1, 0, {1, 0, 1});
+    add(0, 0, {1});
+    add(0, 2, std::vector<uint32_t>(65534, 0));
     ASSERT_TRUE(model.ConvertVertexWeights());
-    const ModelVertWeight* pEntry = model.m_VertexWeights.GetArray();
-    for (uint32_t i = 0; i < model.NumPieces(); ++i)
+    const ModelVertWeight* pFirst = model.m_VertexWeights.GetArray();
+    const float xs[] = {11, 0, 10, 12}; // vertex 0; vertex 1
+    for (int i = 0; i < 4; ++i)
     {
-        for (uint32_t v = 0; v < model.GetPiece(i)->NumVerts(); ++v)
-        {
-            const ModelVert* pVert = model.GetPiece(i)->GetVert(v);
-            ASSERT_EQ(pVert->m_Weights, pEntry);
-            uint32_t nWeights = 0;
-            for (uint32_t n = 0; n < model.NumNodes(); ++n)
-            {
-                const SoftNode* pNode = static_cast<SoftNode*>(model.GetNode(n));
-                for (uint32_t e = 0; e < pNode->m_Envelopes.GetSize(); ++e)
-                {
-                    const Envelope* pEnvelope = pNode->m_Envelopes[e];
-                    for (uint32_t w = 0; pEnvelope->m_iPiece == i && w < pEnvelope->m_Weights.GetSize(); ++w)
-                    {
-                        const EnvelopeWeight& weight = pEnvelope->m_Weights[w];
-                        if (weight.m_iVert != v)
-                            continue;
-                        ASSERT_EQ(pEntry->m_iNode, n);
-                        ASSERT_EQ(pEntry->m_Vec[0], weight.m_vOffset.x * weight.m_Weight);
-                        ASSERT_EQ(pEntry->m_Vec[2], -2.0f * weight.m_Weight);
-                        ASSERT_EQ(pEntry->m_Vec[3], weight.m_Weight);
-                        ++pEntry;
-                        ++nWeights;
-                    }
-                }
-            }
-            ASSERT_EQ(pVert->m_nWeights, nWeights);
-        }
+        EXPECT_EQ(pFirst[i].m_Vec[0], 0.5f * xs[i]) << i;
+        EXPECT_EQ(pFirst[i].m_Vec[2], 2.0f);
+        EXPECT_EQ(pFirst[i].m_Vec[3], 0.5f);
+        EXPECT_EQ(pFirst[i].m_iNode, i == 1 ? 0u : 1u);
     }
-    EXPECT_EQ(pEntry, model.m_VertexWeights.GetArray() + model.m_VertexWeights.GetSize());
-
-    // As many weights on a vertex as its count can hold, and one more.
-    Envelope* pEnvelope = new Envelope(2);
-    ASSERT_TRUE(static_cast<SoftNode*>(model.GetRootNode())->m_Envelopes.Append(pEnvelope));
-    ASSERT_TRUE(pEnvelope->m_Weights.SetSize(65535u - model.GetPiece(2)->GetVert(0)->m_nWeights));
-    EXPECT_TRUE(model.ConvertVertexWeights());
-    EXPECT_EQ(model.GetPiece(2)->GetVert(0)->m_nWeights, 65535);
-    ASSERT_TRUE(pEnvelope->m_Weights.NiceSetSize(pEnvelope->m_Weights.GetSize() + 1));
+    EXPECT_EQ(model.GetPiece(0)->GetVert(1)->m_Weights, pFirst + 1);
+    EXPECT_EQ(model.GetPiece(0)->GetVert(1)->m_nWeights, 3);
+    EXPECT_EQ(model.GetPiece(2)->GetVert(0)->m_nWeights, 65535); // as many as its count can hold; and one more:
+    add(0, 2, {0});
     EXPECT_FALSE(model.ConvertVertexWeights());
 }
 
@@ -420,26 +392,6 @@ TEST_F(ConversionTest, Orthonormalise)
     Matrix4 nothing = matrix({0, 0, 0, 5, 0, 0, 0, 6, 0, 0, 0, 7, 0, 0, 0, 1});
     EXPECT_TRUE(Orthonormalise(nothing, Matrix4(nothing)));
     EXPECT_EQ(nothing(0, 0) + nothing(1, 1) + nothing(2, 2), 3.0f);
-}
-
-TEST_F(ConversionTest, CustomValues)
-{
-    SAA_CusvalSet values;
-    values.strings["text"] = "a value of some length";
-    OwnedString text;
-    EXPECT_TRUE(ConvModel_Soft::GetCustomString(&values, "text", text));
-    EXPECT_STREQ(text.GetString(), "a value of some length");
-    EXPECT_FALSE(ConvModel_Soft::GetCustomString(&values, "other", text));
-    EXPECT_STREQ(text.GetString(), "a value of some length");
-    for (const int length : {-1, std::numeric_limits<int>::max()})
-    {
-        LieCount("SAA_cusvalGetStringLength", length);
-        EXPECT_FALSE(ConvModel_Soft::GetCustomString(&values, "text", text));
-    }
-    g_HostLies.clear();
-    FailOperation("SAA_cusvalGetStringValue", 1, 5);
-    EXPECT_TRUE(ConvModel_Soft::GetCustomString(&values, "text", text)) << "whose result doesn't count";
-    EXPECT_STREQ(text.GetString(), "");
 }
 
 TEST_F(ConversionTest, DeepAndBareScenes)
