@@ -17,19 +17,19 @@ static ordered_json RotationJson(const Quaternion& q)
 
 static ordered_json CountsJson(const ModelAllocations& header)
 {
-    return {{"m_nKeyFrames", header.m_nKeyFrames},
-            {"m_nAnims", header.m_nAnims},
-            {"m_nNodes", header.m_nNodes},
-            {"m_nPieces", header.m_nPieces},
-            {"m_nChildModels", header.m_nChildModels},
-            {"m_nTris", header.m_nTris},
-            {"m_nVerts", header.m_nVerts},
-            {"m_nVertexWeights", header.m_nVertexWeights},
-            {"m_nLODs", header.m_nLODs},
-            {"m_nSockets", header.m_nSockets},
-            {"m_nWeightSets", header.m_nWeightSets},
-            {"m_nStrings", header.m_nStrings},
-            {"m_StringLengths", header.m_StringLengths}};
+    return {{"keyFrames", header.m_nKeyFrames},
+            {"anims", header.m_nAnims},
+            {"nodes", header.m_nNodes},
+            {"pieces", header.m_nPieces},
+            {"childModels", header.m_nChildModels},
+            {"tris", header.m_nTris},
+            {"verts", header.m_nVerts},
+            {"vertexWeights", header.m_nVertexWeights},
+            {"lods", header.m_nLODs},
+            {"sockets", header.m_nSockets},
+            {"weightSets", header.m_nWeightSets},
+            {"strings", header.m_nStrings},
+            {"stringLengths", header.m_StringLengths}};
 }
 
 static ordered_json NodesJson(const Model& model)
@@ -133,24 +133,24 @@ static ordered_json NormalRefJson(Model& model)
 
 ordered_json ModelSettings(Model& model)
 {
-    return {{"NoAnimation", model.m_bNoAnimation != QZFALSE},
-            {"ShadowEnable", model.m_bShadowEnable != QZFALSE},
-            {"SpecularEnable", model.m_bSpecularEnable != QZFALSE},
-            {"Rigid", model.m_bRigid != QZFALSE},
-            {"VisRadius", model.m_VisRadius},
-            {"AmbientLight", model.m_AmbientLight},
-            {"DirLight", model.m_DirLight},
-            {"ShadowProjectLength", model.m_ShadowProjectLength},
-            {"ShadowLightDist", model.m_ShadowLightDist},
-            {"ShadowSizeX", model.m_ShadowSizeX},
-            {"ShadowSizeY", model.m_ShadowSizeY},
-            {"ShadowCenterOffset", VectorJson(model.m_ShadowCenterOffset)},
-            {"FadeRangeMin", model.m_FadeRangeMin},
-            {"FadeRangeMax", model.m_FadeRangeMax},
-            {"FadeSpriteSize", {model.m_FadeSpriteSize[0], model.m_FadeSpriteSize[1]}},
-            {"FovXOffset", model.m_bFovOffset ? ordered_json(model.m_FovXOffset) : ordered_json(nullptr)},
-            {"FovYOffset", model.m_bFovOffset ? ordered_json(model.m_FovYOffset) : ordered_json(nullptr)},
-            {"NormalRef", NormalRefJson(model)}};
+    return {{"noAnimation", model.m_bNoAnimation != QZFALSE},
+            {"shadowEnable", model.m_bShadowEnable != QZFALSE},
+            {"specularEnable", model.m_bSpecularEnable != QZFALSE},
+            {"rigid", model.m_bRigid != QZFALSE},
+            {"visRadius", model.m_VisRadius},
+            {"ambientLight", model.m_AmbientLight},
+            {"dirLight", model.m_DirLight},
+            {"shadowProjectLength", model.m_ShadowProjectLength},
+            {"shadowLightDist", model.m_ShadowLightDist},
+            {"shadowSizeX", model.m_ShadowSizeX},
+            {"shadowSizeY", model.m_ShadowSizeY},
+            {"shadowCenterOffset", VectorJson(model.m_ShadowCenterOffset)},
+            {"fadeRangeMin", model.m_FadeRangeMin},
+            {"fadeRangeMax", model.m_FadeRangeMax},
+            {"fadeSpriteSize", {model.m_FadeSpriteSize[0], model.m_FadeSpriteSize[1]}},
+            {"fovXOffset", model.m_bFovOffset ? ordered_json(model.m_FovXOffset) : ordered_json(nullptr)},
+            {"fovYOffset", model.m_bFovOffset ? ordered_json(model.m_FovYOffset) : ordered_json(nullptr)},
+            {"normalRef", NormalRefJson(model)}};
 }
 
 ordered_json ModelInfo(Model& model, size_t nBytes, const ModelAllocations& header)
@@ -169,14 +169,14 @@ ordered_json ModelInfo(Model& model, size_t nBytes, const ModelAllocations& head
             {"stamp", model.GetModelStamp()},
             {"counts", CountsJson(header)},
             {"command", ToUtf8(model.m_CommandString)},
-            {"header_value", model.m_HeaderFloat},
+            {"headerValue", model.m_HeaderFloat},
             {"lods", model.NumLODs()},
-            {"lod_distances", distances},
+            {"lodDistances", distances},
             {"nodes", NodesJson(model)},
             {"pieces", PiecesJson(model)},
             {"anims", AnimsJson(model)},
             {"sockets", SocketsJson(model)},
-            {"weight_sets", WeightSetsJson(model)},
-            {"child_models", children},
+            {"weightSets", WeightSetsJson(model)},
+            {"childModels", children},
             {"settings", ModelSettings(model)}};
 }

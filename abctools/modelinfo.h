@@ -14,26 +14,26 @@ class Model;
 // nBytes is the length of the file, `header` what stands in it. Text is made valid UTF-8; numbers that aren't finite
 // become null when the document is written.
 //
-//   version, bytes, stamp, command, header_value, lods, lod_distances
-//   counts        the header's 13 counts by name
+//   version, bytes, stamp, command, headerValue, lods, lodDistances
+//   counts        the header's 13 counts
 //   nodes         name, parent (-1 for the root), flags; in pre-order
 //   pieces        name, texture, params, tris, verts, weights (of LOD 0), lods: the same three of every LOD
 //   anims         name, keys, last (the last key's time in ms), dims, offset, commands: key index and text
 //   sockets       name, node, position, rotation (x, y, z, w)
-//   weight_sets   name, values by node
-//   child_models  name, stamp; the first is SELF
-//   settings      what the command string sets, by its keywords
+//   weightSets    name, values by node
+//   childModels   name, stamp; the first is SELF
+//   settings      what the command string sets, by its keywords with a small first letter
 nlohmann::ordered_json ModelInfo(Model& model, size_t nBytes, const ModelAllocations& header);
 
-// What the command string has set, by keyword: switches are booleans, offsets of the field of view radians or null,
-// NormalRef is null or names the node and the animation and gives the matrix.
+// What the command string has set, by keyword with a small first letter: switches are booleans, offsets of the field of
+// view radians or null, normalRef is null or names the node and the animation and gives the matrix.
 nlohmann::ordered_json ModelSettings(Model& model);
 
 // The memory that a load of the file takes:
 //   load, allocations       bytes and number of requests of a plain load
 //   announced               the upper bound that the header's counts give
-//   block, block_used       size of the one block of a one-block load, and the bytes used in it
-//   block_allocations       requests to the allocator behind the block
+//   block, blockUsed        size of the one block of a one-block load, and the bytes used in it
+//   blockAllocations        requests to the allocator behind the block
 // or an "error" in place of the last three.
 nlohmann::ordered_json ModelMemory(std::span<const uint8_t> bytes);
 

@@ -3,7 +3,7 @@
 #include "abctools/modelinfo.h"
 #include "engine/model/src/model.h"
 
-#include <algorithm>
+#include <vector>
 
 using nlohmann::ordered_json;
 
@@ -92,13 +92,33 @@ static std::string PlacesText(const ordered_json& info)
             Format("  %s on node %u, %s; position %s, rotation %s\n", TextOf(socket["name"]).c_str(),
                    socket["node"].get<uint32_t>(), TextOf(info["nodes"][socket["node"].get<size_t>()]["name"]).c_str(),
                    ValueText(socket["position"]).c_str(), ValueText(socket["rotation"]).c_str());
-    text += Format("weight sets: %zu\n", info["weight_sets"].size());
-    for (const ordered_json& set : info["weight_sets"])
+    text += Format("weight sets: %zu\n", info["weightSets"].size());
+    for (const ordered_json& set : info["weightSets"])
         text += "  " + TextOf(set["name"]) + ": " + ValueText(set["values"]) + "\n";
-    text += Format("child models: %zu\n", info["child_models"].size());
-    for (const ordered_json& child : info["child_models"])
+    text += Format("child models: %zu\n", info["childModels"].size());
+    for (const ordered_json& child : info["childModels"])
         text += "  " + TextOf(child["name"]) + ", stamp " + ValueText(child["stamp"]) + "\n";
     return text;
+}
+
+// A setting's keyword in the command string out of its key.
+static std::string Capitalised(std::string key)
+{
+    if (key[0] >= 'a' && key[0] <= 'z')
+        key[0] = static_cast<char>(key[0] - 'a' + 'A');
+    return key;
+}
+
+// "blockUsed" as "block used".
+static std::string WordsOf(const std::string& key)
+{
+    std::string words;
+    for (const char c : key)
+    {
+        const bool isCapital = c >= 'A' && c <= 'Z';
+        words += isCapital ? std::string(" ") + static_cast<char>(c - 'A' + 'a') : std::string(1, c);
+    }
+    return words;
 }
 
 static std::string SettingsText(const ordered_json& info)
@@ -110,7 +130,7 @@ static std::string SettingsText(const ordered_json& info)
     {
         if (value == defaults[keyword])
             continue;
-        text += "  " + keyword + ": ";
+        text += "  " + Capitalised(keyword) + ": ";
         text += value.is_object() ? "node " + TextOf(value["node"]) + ", animation " + TextOf(value["animation"])
                                   : ValueText(value);
         text += "\n";
@@ -122,11 +142,7 @@ static std::string MemoryText(const ordered_json& memory)
 {
     std::string text = "memory:\n";
     for (const auto& [name, value] : memory.items())
-    {
-        std::string words = name;
-        std::replace(words.begin(), words.end(), '_', ' ');
-        text += "  " + words + ": " + ValueText(value) + "\n";
-    }
+        text += "  " + WordsOf(name) + ": " + ValueText(value) + "\n";
     return text;
 }
 
@@ -138,19 +154,19 @@ static std::string CountsText(const ordered_json& counts)
         const char* m_pOne;
         const char* m_pMany;
     } words[] = {
-        {"m_nKeyFrames", "key", nullptr},
-        {"m_nAnims", "animation", nullptr},
-        {"m_nNodes", "node", nullptr},
-        {"m_nPieces", "piece", nullptr},
-        {"m_nChildModels", "child model", nullptr},
-        {"m_nTris", "triangle", nullptr},
-        {"m_nVerts", "vertex", "vertices"},
-        {"m_nVertexWeights", "weight", nullptr},
-        {"m_nLODs", "LOD", nullptr},
-        {"m_nSockets", "socket", nullptr},
-        {"m_nWeightSets", "weight set", nullptr},
-        {"m_nStrings", "text", nullptr},
-        {"m_StringLengths", "byte of text", "bytes of text"},
+        {"keyFrames", "key", nullptr},
+        {"anims", "animation", nullptr},
+        {"nodes", "node", nullptr},
+        {"pieces", "piece", nullptr},
+        {"childModels", "child model", nullptr},
+        {"tris", "triangle", nullptr},
+        {"verts", "vertex", "vertices"},
+        {"vertexWeights", "weight", nullptr},
+        {"lods", "LOD", nullptr},
+        {"sockets", "socket", nullptr},
+        {"weightSets", "weight set", nullptr},
+        {"strings", "text", nullptr},
+        {"stringLengths", "byte of text", "bytes of text"},
     };
     std::string text;
     for (const auto& word : words)
@@ -162,10 +178,10 @@ std::string ModelInfoText(const ordered_json& info)
 {
     std::string text = Format("model file of version %u, %zu bytes, stamp %u\n", info["version"].get<uint32_t>(),
                               info["bytes"].get<size_t>(), info["stamp"].get<uint32_t>());
-    text += "header: value " + ValueText(info["header_value"]) + "; it announces " + CountsText(info["counts"]);
+    text += "header: value " + ValueText(info["headerValue"]) + "; it announces " + CountsText(info["counts"]);
     text += "\nLODs: " + ValueText(info["lods"]);
-    if (!info["lod_distances"].empty())
-        text += ", distances " + ValueText(info["lod_distances"]);
+    if (!info["lodDistances"].empty())
+        text += ", distances " + ValueText(info["lodDistances"]);
     text += "\n" + NodesText(info["nodes"]) + PiecesText(info) + AnimsText(info["anims"]) + PlacesText(info) +
             SettingsText(info);
     if (info.contains("memory"))

@@ -33,7 +33,7 @@ ordered_json ModelMemory(std::span<const uint8_t> bytes)
         memory["error"] = "the file can't be loaded into the block";
     else
         memory.update({{"block", blockModel.m_BlockAllocator.GetBlockSize()},
-                       {"block_used", blockModel.m_BlockAllocator.GetUsed()},
-                       {"block_allocations", behindBlock.m_nTotalAllocations}});
+                       {"blockUsed", blockModel.m_BlockAllocator.GetUsed()},
+                       {"blockAllocations", behindBlock.m_nTotalAllocations}});
     return memory;
 }

@@ -61,7 +61,7 @@ static ordered_json PositionJson(Model& model, const AnimTracker& position)
                          {"keys", {position.m_Prev.m_iFrame, position.m_Cur.m_iFrame}},
                          {"fraction", position.m_Percent}};
     if (position.m_iWeightSet != ANIMTRACKER_NO_WEIGHTSET)
-        json["weight_set"] = ToUtf8(model.GetWeightSet(position.m_iWeightSet)->GetName());
+        json["weightSet"] = ToUtf8(model.GetWeightSet(position.m_iWeightSet)->GetName());
     return json;
 }
 
@@ -155,8 +155,8 @@ static std::string PoseText(const ordered_json& pose)
         text += (text.empty() ? "animation " : "layer ") + TerminalText(position["anim"].get<std::string>());
         text += Format(": keys %u and %u, fraction %s", position["keys"][0].get<uint32_t>(),
                        position["keys"][1].get<uint32_t>(), FloatText(position["fraction"].get<float>()).c_str());
-        if (position.contains("weight_set"))
-            text += ", weight set " + TerminalText(position["weight_set"].get<std::string>());
+        if (position.contains("weightSet"))
+            text += ", weight set " + TerminalText(position["weightSet"].get<std::string>());
         text += "\n";
     }
     const auto addMatrix = [&text](const ordered_json& rows)

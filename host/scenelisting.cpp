@@ -73,11 +73,13 @@ std::string ListSceneAsJson(const Scene& scene, const ExportOptions& options)
     list["clips"] = nlohmann::ordered_json::array();
     for (int i = 0; i < static_cast<int>(scene.clips.size()); i++)
     {
-        const ClipRange range = FindClipRange(scene, i, options.fps);
+        const double fps = RateOf(scene, i, options);
+        const ClipRange range = FindClipRange(scene, i, fps);
         list["clips"].push_back({{"name", scene.clips[static_cast<size_t>(i)].name},
                                  {"start", range.start},
                                  {"end", range.end},
-                                 {"keys", FindKeyFrames(scene, i, options.fps).size()}});
+                                 {"keys", FindKeyFrames(scene, i, fps).size()},
+                                 {"fps", fps}});
     }
     const SceneCounts counts = CountParts(scene);
     list["meshes"] = counts.meshes;

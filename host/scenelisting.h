@@ -11,8 +11,7 @@ struct ExportOptions;
 // none) and the frame rate. A clip whose own rate is another one says so.
 std::string ListScene(const Scene& scene, int clip, const ExportOptions& options);
 
-// The same as one JSON object, all clips counted at "fps": {"clips": [{"name", "start", "end", "keys"}], "meshes",
-// "joints", "fps"}.
+// The same as one JSON object: {"clips": [{"name", "start", "end", "keys", "fps"}], "meshes", "joints", "fps"}.
 std::string ListSceneAsJson(const Scene& scene, const ExportOptions& options);
 
 // A frame rate with as many digits as it needs.

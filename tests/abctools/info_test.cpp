@@ -43,10 +43,10 @@ TEST(Info, JsonHoldsWhatTheModelHolds)
     const json info = json::parse(out.str());
     // Parts of it, as a patch that changes nothing; lists apart.
     json same = info;
-    same.merge_patch(json::parse(R"({"version": 12, "lods": 2, "counts": {"m_nKeyFrames": 6, "m_nVertexWeights": 26},
-        "settings": {"VisRadius": 75.0, "Rigid": true, "AmbientLight": 0.25, "NormalRef": {"node": "hand"}}})"));
+    same.merge_patch(json::parse(R"({"version": 12, "lods": 2, "counts": {"keyFrames": 6, "vertexWeights": 26},
+        "settings": {"visRadius": 75.0, "rigid": true, "ambientLight": 0.25, "normalRef": {"node": "hand"}}})"));
     EXPECT_EQ(same, info);
-    EXPECT_TRUE(info["settings"]["FovXOffset"].is_null());
+    EXPECT_TRUE(info["settings"]["fovXOffset"].is_null());
     EXPECT_EQ(info["bytes"], bytes.size());
     EXPECT_EQ(info["nodes"][1], json({{"name", "sp\xC3\xBFine"}, {"parent", 0}, {"flags", 0}}));
     EXPECT_EQ(info["nodes"][3]["flags"], 0x82);
@@ -60,14 +60,14 @@ TEST(Info, JsonHoldsWhatTheModelHolds)
         json::parse(R"({"name": "run", "keys": 4, "last": 300, "commands": [{"key": 0, "text": "start"}]})"));
     EXPECT_EQ(anim, info["anims"][0]);
     EXPECT_EQ(info["sockets"][0]["node"], 2);
-    EXPECT_EQ(info["weight_sets"][0]["values"], json({0.0, 1.0, 0.5, 2.0}));
-    EXPECT_EQ(info["child_models"][0]["name"], "SELF");
-    EXPECT_EQ(info["child_models"][0]["stamp"], info["stamp"]);
+    EXPECT_EQ(info["weightSets"][0]["values"], json({0.0, 1.0, 0.5, 2.0}));
+    EXPECT_EQ(info["childModels"][0]["name"], "SELF");
+    EXPECT_EQ(info["childModels"][0]["stamp"], info["stamp"]);
     const json& memory = info["memory"];
     EXPECT_LE(memory["load"], memory["announced"]);
-    EXPECT_EQ(memory["block_allocations"], 1);
-    EXPECT_LE(memory["block_used"], memory["block"]);
-    EXPECT_GE(memory["block_used"], memory["load"]);
+    EXPECT_EQ(memory["blockAllocations"], 1);
+    EXPECT_LE(memory["blockUsed"], memory["block"]);
+    EXPECT_GE(memory["blockUsed"], memory["load"]);
     // The document is printable as it stands.
     EXPECT_EQ(out.str().find('\x1b'), std::string::npos);
 }
