@@ -89,6 +89,37 @@ ConvNode* ConvModel::FindPieceNode(uint32_t iPiece)
     return iNode == static_cast<uint32_t>(-1) ? nullptr : static_cast<ConvNode*>(m_FlatNodeList[iNode]);
 }
 
+void ConvModel::RemoveOwnAnim(uint32_t iAnim)
+{
+    if (ModelAnim* pAnim = GetOwnAnim(iAnim))
+    {
+        FreeObject(*m_pAllocator, pAnim);
+        RemoveAnimRow(iAnim);
+    }
+}
+
+void ConvModel::ReplaceOwnAnim(uint32_t iAnim, uint32_t iFrom)
+{
+    ModelAnim* pAnim = GetOwnAnim(iAnim);
+    ModelAnim* pFrom = GetOwnAnim(iFrom);
+    if (!pAnim || !pFrom || iAnim == iFrom)
+        return;
+    FreeObject(*m_pAllocator, pAnim);
+    m_Anims[iAnim].m_pAnim = pFrom;
+    RemoveAnimRow(iFrom);
+}
+
+// The rows of further links stand behind the own ones.
+void ConvModel::RemoveAnimRow(uint32_t iAnim)
+{
+    m_Anims.Remove(iAnim, m_pDefaultAllocator);
+    for (uint32_t i = 1; i < NumChildModels(); ++i)
+    {
+        if (GetChildModel(i)->m_iAnimOffset > iAnim)
+            --GetChildModel(i)->m_iAnimOffset;
+    }
+}
+
 void ConvModel::RemoveAllAnims()
 {
     for (uint32_t i = 0; i < NumAnims(); ++i)

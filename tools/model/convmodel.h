@@ -4,6 +4,17 @@
 #include "tools/model/convanimnode.h"
 #include "tools/model/convnode.h"
 
+// What AddAnims and TakeAnims give.
+enum : uint32_t
+{
+    ADDANIMS_OK = 0,
+    ADDANIMS_TREES_DIFFER = 1,
+    ADDANIMS_INVALID_ANIM = 2,
+};
+
+// Room for a free animation name.
+constexpr uint32_t ANIM_NAME_BUFFER = 2048;
+
 // A model that is being converted, or that a tool writes. Lives on g_DefaultAllocator.
 class ConvModel : public Model
 {
@@ -32,8 +43,20 @@ public:
     // a copy of the source was pruned to the nodes that this model knows by name: 1 if they don't. 2 if an animation
     // couldn't be added; those ahead of it stay. pSource isn't changed. convmodel_addanims.cpp
     uint32_t AddAnims(Model* pSource);
+    // AddAnims for a source that isn't needed any longer: nothing is copied, the animations move over, and what is
+    // pruned is pruned from pSource itself, which is left without animations. Both models live on g_DefaultAllocator.
+    // convmodel_takeanims.cpp
+    uint32_t TakeAnims(ConvModel* pSource);
     // Removes the nodes whose names pTarget doesn't have, as far as RemoveNode lets it.
     void RemoveForeignNodes(Model* pTarget);
+    // Deletes the own animation of a row, and the row.
+    void RemoveOwnAnim(uint32_t iAnim);
+    // The animation of row iFrom takes the place of that of row iAnim, which is deleted: row iAnim keeps what else it
+    // holds, row iFrom goes. Both are own animations.
+    void ReplaceOwnAnim(uint32_t iAnim, uint32_t iFrom);
     // Deletes the model's own animations and empties the table.
     void RemoveAllAnims();
+
+private:
+    void RemoveAnimRow(uint32_t iAnim);
 };

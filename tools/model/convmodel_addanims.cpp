@@ -2,16 +2,6 @@
 
 #include "tools/model/convmodel.h"
 
-// Room for a free animation name.
-constexpr uint32_t ANIM_NAME_BUFFER = 2048;
-
-enum : uint32_t
-{
-    ADDANIMS_OK = 0,
-    ADDANIMS_TREES_DIFFER = 1,
-    ADDANIMS_INVALID_ANIM = 2,
-};
-
 void ConvModel::RemoveForeignNodes(Model* pTarget)
 {
     const bool bWeights = HasVertexWeights();

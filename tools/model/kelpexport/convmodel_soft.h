@@ -86,6 +86,9 @@ public:
     // envelope where its vertices are in the space of its node. Needs Precalc.
     QZBOOL ComputeWeightOffsets();
 
+    // For an append: without it meshes are left alone, and their nodes have no pieces. What goes into a file that has
+    // its geometry already doesn't depend on them.
+    bool m_bReadMeshes = true;
     const SAA_Scene* m_pScene = nullptr; // for the time of ConvertScene; not owned
 
 private:

@@ -82,7 +82,7 @@ static void LogNode(const SoftNode* pNode, uint32_t nDepth, const ModelPiece* pP
 // A node without a piece is left as it is; otherwise the piece is made and filled.
 QZBOOL ConvModel_Soft::ReadPiece(SoftNode* pNode)
 {
-    if (pNode->m_ModelType != SAA_MSMSH && pNode->m_ModelType != SAA_MFACE)
+    if (!m_bReadMeshes || (pNode->m_ModelType != SAA_MSMSH && pNode->m_ModelType != SAA_MFACE))
         return QZTRUE;
     ModelPiece* pPiece = new ModelPiece(this);
     if (!pPiece || !m_Pieces.Append(pPiece, m_pAllocator))

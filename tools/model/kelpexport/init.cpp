@@ -5,9 +5,9 @@
 #include "tools/model/kelpexport/exportdialog.h"
 #include "tools/model/kelpexport/log.h"
 #include "tools/model/kelpexport/messages.h"
+#include "tools/model/kelpexport/modelmessages.h"
 #include "tools/model/kelpexport/settings.h"
 #include "tools/model/kelpexport/softnode.h"
-#include "zoltshared/stdzolt/replacefilestream.h"
 #include "zoltshared/stdzolt/stdiostream.h"
 
 #include <algorithm>
@@ -152,36 +152,12 @@ bool ExportRun::TakeGeometry()
 
 bool ExportRun::AddAnimation()
 {
-    switch (m_Destination.AddAnims(&m_Source))
-    {
-    case 0:
-        return true;
-    case 1:
-        ShowMessage(MESSAGE_OK, "Geometry in %s is different.", m_Filename.GetString());
-        return false;
-    case 2:
-        ShowMessage(MESSAGE_OK, "Invalid animation data.");
-        return false;
-    default:
-        ShowMessage(MESSAGE_OK, "Generic error in AddAnims().");
-        return false;
-    }
+    return ShowAddResult(m_Destination.AddAnims(&m_Source), m_Filename.GetString());
 }
 
 bool ExportRun::WriteFile()
 {
-    SetStatus(1, "Writing file...");
-    ReplaceFileStream* pStream = OpenReplaceFileStream(m_Filename.GetString());
-    if (!pStream)
-    {
-        ShowMessage(MESSAGE_OK, "Unable to open %s for writing.", m_Filename.GetString());
-        return false;
-    }
-    const bool bWritten = m_Destination.Save(pStream) && pStream->Commit() == 0;
-    pStream->Release();
-    if (!bWritten)
-        ShowMessage(MESSAGE_OK, "Unable to write %s.", m_Filename.GetString());
-    return bWritten;
+    return WriteModelFile(&m_Destination, m_Filename.GetString(), m_Filename.GetString());
 }
 
 bool ExportRun::Export()
