@@ -1,60 +1,22 @@
 #include "host/workingfolder.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <vector>
 
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
 
 static const size_t MAX_KEPT_NAME = 100; // bytes of the target's name in that of the folder
-
-// Signals that end the process unless somebody has chosen otherwise.
-static sigset_t EndingSignals()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
-    {
-        struct sigaction action = {};
-        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_DFL)
-            sigaddset(&signals, number);
-    }
-    return signals;
-}
-
-// One of the set, 0 if it is empty.
-static int AnySignal(const sigset_t& signals)
-{
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
-    {
-        if (sigismember(&signals, number) == 1)
-            return number;
-    }
-    return 0;
-}
-
-// Another thread may still be creating files in it; under another name it is out of that thread's reach, save for what
-// is on its way already.
-static void RemoveFolder(const std::string& path)
-{
-    std::error_code error;
-    const std::string aside = path + "~";
-    fs::rename(path, aside, error);
-    const std::string& doomed = error ? path : aside;
-    for (int i = 0; i < 100; i++)
-    {
-        fs::remove_all(doomed, error);
-        if (!error && !fs::exists(doomed, error))
-            return;
-    }
-}
 
 static std::string NamePrefix(const std::string& name)
 {
@@ -148,8 +110,6 @@ bool WorkingFolder::Create(const std::string& target, size_t maxPath)
     const std::string name = path.filename().string();
     if (name.empty())
         return false;
-    m_Signals = EndingSignals();
-    m_Masked = pthread_sigmask(SIG_BLOCK, &m_Signals, &m_MaskBefore) == 0;
 
     std::error_code error;
     const bool exists = fs::exists(path, error);
@@ -163,46 +123,66 @@ bool WorkingFolder::Create(const std::string& target, size_t maxPath)
     if (m_Path.empty() && (!fs::is_directory(beside, error) ||
                            !CreateIn(fs::temp_directory_path(error).string(), name) || m_File.size() > maxPath))
         return false;
-    if (AnySignal(m_Signals) != 0)
-        m_Watcher = std::thread([this] { WatchSignals(); });
+    StartKeeper();
     return true;
 }
 
-void WorkingFolder::WatchSignals()
+// A process that does nothing but wait for the end of this one, however that comes, and then removes the folder. It is
+// deaf to what a terminal sends to all of its processes. A copy of this process would do, but would have each page
+// copied that is written from now on. Without it, for want of processes, the folder stays with a process that is
+// killed.
+void WorkingFolder::StartKeeper()
 {
-    int number = 0;
-    if (sigwait(&m_Signals, &number) != 0)
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
         return;
-    const auto lock = HoldEnd();
-    if (m_Stopping)
-        return;
-    RemoveFolder(m_Path);
-    sigset_t only;
-    sigemptyset(&only);
-    sigaddset(&only, number);
-    pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
-    raise(number);
-}
-
-void WorkingFolder::StopWatching()
-{
-    if (!m_Watcher.joinable())
-        return;
-    {
-        const auto lock = HoldEnd();
-        m_Stopping = true;
-    }
-    pthread_kill(m_Watcher.native_handle(), AnySignal(m_Signals)); // wakes it
-    m_Watcher.join();
+    sigset_t all;
+    sigfillset(&all);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    posix_spawnattr_setsigmask(&attributes, &all);
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_adddup2(&files, ends[0], STDIN_FILENO);
+    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+    std::string words[] = {"sh", "-c", "read -r end; exec rm -rf -- \"$0\"", m_Path};
+    char* const arguments[] = {words[0].data(), words[1].data(), words[2].data(), words[3].data(), nullptr};
+    char* const environment[] = {nullptr};
+    if (posix_spawn(&m_Keeper, "/bin/sh", &files, &attributes, arguments, environment) != 0)
+        m_Keeper = -1;
+    posix_spawn_file_actions_destroy(&files);
+    posix_spawnattr_destroy(&attributes);
+    close(ends[0]);
+    m_Alive = ends[1];
 }
 
 WorkingFolder::~WorkingFolder()
 {
-    StopWatching();
+    std::error_code error;
     if (!m_Path.empty())
-        RemoveFolder(m_Path);
+        fs::remove_all(m_Path, error);
+    if (m_Alive >= 0)
+        close(m_Alive);
+    if (m_Keeper > 0)
+        waitpid(m_Keeper, nullptr, 0);
     if (m_Lock >= 0)
         close(m_Lock);
-    if (m_Masked)
-        pthread_sigmask(SIG_SETMASK, &m_MaskBefore, nullptr);
+}
+
+HeldSignals::HeldSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP})
+        sigaddset(&signals, number);
+    m_Held = pthread_sigmask(SIG_BLOCK, &signals, &m_Before) == 0;
+}
+
+HeldSignals::~HeldSignals()
+{
+    if (m_Held)
+        pthread_sigmask(SIG_SETMASK, &m_Before, nullptr);
 }

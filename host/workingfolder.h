@@ -1,13 +1,12 @@
-// A private folder beside a file that is to be written in several steps. It is gone when the object is, and also when
-// the process is told to end (SIGINT, SIGTERM, SIGHUP), which it then does. What a killed process leaves goes with the
-// next Create or RemoveAbandonedFolders for the same target.
+// A private folder beside a file that is to be written in several steps. It is gone when the object is, and soon after
+// the process is, even if that was killed. What has stayed nevertheless, with a machine that went down for one, goes
+// with the next Create or RemoveAbandonedFolders for the same target.
 #pragma once
 
-#include <mutex>
 #include <string>
-#include <thread>
 
 #include <csignal>
+#include <sys/types.h>
 
 class WorkingFolder
 {
@@ -26,24 +25,30 @@ public:
     // Has the target's name. The file isn't made.
     const std::string& GetFile() const { return m_File; }
 
-    // While the lock is held the process isn't ended.
-    std::unique_lock<std::mutex> HoldEnd() { return std::unique_lock<std::mutex>(m_Ending); }
-
 private:
     bool CreateIn(const std::string& folder, const std::string& name);
     bool Lock();
-    void WatchSignals();
-    void StopWatching();
+    void StartKeeper();
 
     std::string m_Path; // empty: no folder
     std::string m_File;
-    int m_Lock = -1; // the folder, locked: somebody is at work in it; -1 where nothing can be locked
-    std::mutex m_Ending;
-    std::thread m_Watcher;
-    sigset_t m_Signals = {};
-    sigset_t m_MaskBefore = {};
-    bool m_Masked = false;
-    bool m_Stopping = false; // read by the watcher under m_Ending
+    int m_Lock = -1;     // the folder, locked: somebody is at work in it; -1 where nothing can be locked
+    int m_Alive = -1;    // a pipe that ends with the process
+    pid_t m_Keeper = -1; // the process that waits for that
+};
+
+// While it lives, what a user sends to end or stop the process waits.
+class HeldSignals
+{
+public:
+    HeldSignals();
+    ~HeldSignals();
+    HeldSignals(const HeldSignals&) = delete;
+    HeldSignals& operator=(const HeldSignals&) = delete;
+
+private:
+    sigset_t m_Before = {};
+    bool m_Held = false;
 };
 
 // Removes what killed processes have left beside the target. Folders in which somebody is at work stay.
