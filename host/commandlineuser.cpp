@@ -48,23 +48,21 @@ bool CommandLineUser::ChooseTarget(const std::string& offered)
     return !m_Staged.empty();
 }
 
-// The name, or as many whole UTF-8 characters of it as an animation's name may have bytes.
-static std::string CutAnimName(const std::string& name)
+std::string FitAnimName(const std::string& name, Console& console)
 {
     if (name.size() <= MAX_ANIM_NAME)
         return name;
     size_t size = MAX_ANIM_NAME;
     while (size > MAX_ANIM_NAME - 4 && (static_cast<unsigned char>(name[size]) & 0xC0U) == 0x80U)
         size--;
+    console.Warning("The animation name is longer than 250 bytes and was cut: " + name);
     return name.substr(0, size);
 }
 
 void CommandLineUser::ChooseAnimName(DialogWindow& dialog)
 {
     const std::string wanted = m_Answers.animName ? *m_Answers.animName : dialog.GetText(IDC_ANIMNAME);
-    m_AnimName = CutAnimName(wanted);
-    if (m_AnimName != wanted)
-        m_Console.Warning("The animation name is longer than 250 bytes and was cut: " + wanted);
+    m_AnimName = FitAnimName(wanted, m_Console);
     if (m_Answers.animName || m_AnimName != wanted)
         dialog.Type(IDC_ANIMNAME, m_AnimName);
     m_AnimName = dialog.GetText(IDC_ANIMNAME);

@@ -44,6 +44,9 @@ public:
     // to that file. Without a question the file is new.
     void TellDecision(std::function<void(bool appends)> decided) { m_Decided = std::move(decided); }
 
+    // For what goes on without the dialog, after one that ended with OK: an animation of that name is made.
+    void SetAnimName(const std::string& name) { m_AnimName = name; }
+
     // What the dialog ended with.
     bool PressedOk() const { return m_PressedOk; }
     const std::string& GetTarget() const { return m_Target; } // absolute
@@ -67,6 +70,9 @@ private:
     bool m_PressedOk = false;
     bool m_SawDifference = false;
 };
+
+// The name, cut to MAX_ANIM_NAME bytes of whole UTF-8 characters, with a warning if that takes something off.
+std::string FitAnimName(const std::string& name, Console& console);
 
 // The text with every `from` replaced by `to`.
 std::string ReplaceAll(std::string text, const std::string& from, const std::string& to);

@@ -1,7 +1,10 @@
 #include "host/exportoptions.h"
 
+#include "host/argumentfiles.h"
+
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <filesystem>
@@ -16,7 +19,8 @@ namespace
 // Options whose text needs a look of its own before it counts.
 struct RawTexts
 {
-    std::string out, anim, clip, fps, keys, start, end, rest, scale, up, log, report, strict;
+    std::vector<std::string> scenes;
+    std::string out, anim, clip, fps, keys, start, end, rest, restName, scale, up, log, report, strict;
 };
 
 } // namespace
@@ -27,12 +31,13 @@ static constexpr double MIN_SCALE = 1e-6;
 static constexpr double MAX_SCALE = 1e6;
 static constexpr int MAX_FRAME = 1000000000; // so that differences of frames stay within an int
 
-static const char* const VALUE_OPTIONS[] = {"-o",      "--output", "-a",      "--anim",       "--clip",
-                                            "--fps",   "--keys",   "--start", "--end",        "--log",
-                                            "--scale", "--up",     "--keep",  "--report-json"};
-static const char* const OTHER_OPTIONS[] = {
-    "--all-clips", "--append", "--fit",  "--keep-all", "--overwrite", "--debug", "--no-debug", "--quiet",  "-q",
-    "--list",      "--json",   "--help", "-h",         "--version",   "--rest",  "--flip-v",   "--report", "--strict"};
+static const char* const VALUE_OPTIONS[] = {"-o",      "--output", "-a",      "--anim",        "--clip",
+                                            "--fps",   "--keys",   "--start", "--end",         "--log",
+                                            "--scale", "--up",     "--keep",  "--report-json", "--rest-name"};
+static const char* const OTHER_OPTIONS[] = {"--all-clips", "--append",   "--fit",    "--keep-all", "--overwrite",
+                                            "--debug",     "--no-debug", "--quiet",  "-q",         "--list",
+                                            "--json",      "--help",     "-h",       "--version",  "--rest",
+                                            "--flip-v",    "--report",   "--strict", "--replace",  "--watch"};
 
 namespace
 {
@@ -47,6 +52,27 @@ struct OptionalValue
 
 // Options whose value may be left out.
 static const OptionalValue OPTIONAL_VALUES[] = {{"--rest", "rest"}, {"--strict", "1"}};
+
+static const std::pair<const char*, RestChoice> REST_CHOICES[] = {
+    {"auto", RestChoice::Auto}, {"bind", RestChoice::Bind}, {"first", RestChoice::First}};
+
+static const std::pair<const char*, KeyChoice> KEY_CHOICES[] = {
+    {"shape", KeyChoice::Shape}, {"authored", KeyChoice::Authored}, {"every", KeyChoice::Every}};
+
+// False for a word that isn't in the table.
+template <typename Choice, size_t n>
+static bool TakeChoice(const std::pair<const char*, Choice> (&choices)[n], const std::string& text, Choice& taken)
+{
+    for (const auto& [name, choice] : choices)
+    {
+        if (text == name)
+        {
+            taken = choice;
+            return true;
+        }
+    }
+    return false;
+}
 
 static CommandLine WrongUsage(const std::string& sentence)
 {
@@ -91,22 +117,22 @@ static bool MakeAbsolute(const std::string& path, std::string& absolute)
 
 // An option that lacks its value would take the next option as one, and with an '=' and nothing behind it the next
 // word. A value that looks like an option can be given with '='.
-static std::string FindSwallowedOption(int argc, const char* const* argv)
+static std::string FindSwallowedOption(const std::vector<std::string>& arguments)
 {
     const std::set<std::string> takesValue(std::begin(VALUE_OPTIONS), std::end(VALUE_OPTIONS));
     std::set<std::string> all(std::begin(OTHER_OPTIONS), std::end(OTHER_OPTIONS));
     all.insert(takesValue.begin(), takesValue.end());
-    for (int i = 1; i < argc; i++)
+    for (size_t i = 1; i < arguments.size(); i++)
     {
-        std::string word = argv[i];
+        const std::string& word = arguments[i];
         if (word == "--")
             break;
         if (!word.empty() && word.back() == '=' && all.count(word.substr(0, word.size() - 1)) != 0)
             return word.substr(0, word.size() - 1);
-        if (takesValue.count(word) == 0 || i + 1 == argc)
+        if (takesValue.count(word) == 0 || i + 1 == arguments.size())
             continue;
         i++;
-        if (all.count(argv[i]) != 0)
+        if (all.count(arguments[i]) != 0)
             return word;
     }
     return std::string();
@@ -122,12 +148,21 @@ static const OptionalValue* FindOptionalValue(const std::string& argument)
     return nullptr;
 }
 
+// Whether the word behind the option is meant for it. What looks like a path is a scene, and so is all but a number
+// behind --strict.
+static bool CouldBeValue(const OptionalValue& optional, const std::string& word)
+{
+    double number = 0.0;
+    if (optional.option == std::string("--strict"))
+        return ParseNumber(word, number);
+    return !word.empty() && word[0] != '-' && word.find_first_of("./") == std::string::npos;
+}
+
 // Gives each option whose value may be left out one with '='. What stands behind such an option is its value, unless it
 // is an option itself, or the command line would be left without a scene.
-static std::vector<std::string> CompleteOptionalValues(int argc, const char* const* argv)
+static void CompleteOptionalValues(std::vector<std::string>& arguments)
 {
     const std::set<std::string> takesValue(std::begin(VALUE_OPTIONS), std::end(VALUE_OPTIONS));
-    std::vector<std::string> arguments(argv, argv + argc);
     std::vector<size_t> open; // options with a word behind them
     bool hasScene = false;
     for (size_t i = 1; i < arguments.size(); i++)
@@ -139,7 +174,7 @@ static std::vector<std::string> CompleteOptionalValues(int argc, const char* con
             hasScene = hasScene || hasNext;
             break;
         }
-        if (optional && hasNext && !arguments[i + 1].empty() && arguments[i + 1][0] != '-')
+        if (optional && hasNext && CouldBeValue(*optional, arguments[i + 1]))
             open.push_back(i++);
         else if (optional)
             arguments[i] += std::string("=") + optional->value;
@@ -160,22 +195,25 @@ static std::vector<std::string> CompleteOptionalValues(int argc, const char* con
         arguments[i] += "=" + arguments[i + 1];
         arguments.erase(arguments.begin() + static_cast<std::ptrdiff_t>(i) + 1);
     }
-    return arguments;
 }
 
-static bool TakeKeys(const std::string& text, KeyChoice& keys)
+// --rest takes one of three words; any other is the name of the animation that holds the pose.
+static std::string TakeRest(const CLI::App& app, const RawTexts& texts, ExportOptions& options)
 {
-    static const std::pair<const char*, KeyChoice> choices[] = {
-        {"shape", KeyChoice::Shape}, {"authored", KeyChoice::Authored}, {"every", KeyChoice::Every}};
-    for (const auto& [name, choice] : choices)
+    const bool named = app.count("--rest-name") > 0;
+    const bool isChoice = app.count("--rest") == 0 || TakeChoice(REST_CHOICES, texts.rest, options.rest);
+    if (!isChoice && named)
+        return "--rest needs auto, bind or first where --rest-name gives the name.";
+    if (named && options.rest == RestChoice::First)
+        return "--rest first exports no pose at rest that --rest-name could name.";
+    if (!isChoice || named)
     {
-        if (text == name)
-        {
-            keys = choice;
-            return true;
-        }
+        options.rest = RestChoice::Bind;
+        options.restName = named ? texts.restName : texts.rest;
+        if (options.restName->empty() || options.restName->size() > MAX_ANIM_NAME)
+            return (named ? "--rest-name" : "--rest") + std::string(" needs a name of 1 to 250 bytes.");
     }
-    return false;
+    return std::string();
 }
 
 // What turns, scales and times the scene. Empty if all of it makes sense.
@@ -187,12 +225,10 @@ static std::string TakeSceneTexts(const CLI::App& app, const RawTexts& texts, Ex
         if (!ParseNumber(texts.fps, options.fps) || options.fps < MIN_FPS || options.fps > MAX_FPS)
             return "--fps needs a number from 1 to 1000, or auto.";
     }
-    if (app.count("--keys") > 0 && !TakeKeys(texts.keys, options.keys))
+    if (app.count("--keys") > 0 && !TakeChoice(KEY_CHOICES, texts.keys, options.keys))
         return "--keys needs shape, authored or every.";
-    if (app.count("--rest") > 0)
-        options.rest = texts.rest;
-    if (options.rest && (options.rest->empty() || options.rest->size() > MAX_ANIM_NAME))
-        return "--rest needs a name of 1 to 250 bytes.";
+    if (const std::string problem = TakeRest(app, texts, options); !problem.empty())
+        return problem;
     if (app.count("--scale") > 0 &&
         (!ParseNumber(texts.scale, options.scale) || options.scale < MIN_SCALE || options.scale > MAX_SCALE))
         return "--scale needs a number from 0.000001 to 1000000.";
@@ -219,10 +255,38 @@ static std::string TakeReportTexts(const CLI::App& app, const RawTexts& texts, E
     return std::string();
 }
 
+// The scenes, and what doesn't go together with several of them. Empty if all of it makes sense.
+static std::string TakeScenes(const RawTexts& texts, ExportOptions& options)
+{
+    if (std::count(texts.scenes.begin(), texts.scenes.end(), std::string()) > 0)
+        return "The name of the scene file is empty.";
+    options.scenePath = texts.scenes.front();
+    options.moreScenes.assign(texts.scenes.begin() + 1, texts.scenes.end());
+    if (options.moreScenes.empty())
+        return std::string();
+    if (options.animName)
+        return "Several scenes name each animation after its clip and don't go together with --anim.";
+    if (options.clip)
+        return "Several scenes give their first clip, or all with --all-clips; they don't go together with --clip.";
+    if (options.list)
+        return "--list shows one scene.";
+    return std::string();
+}
+
+// Files that are written again, and animations that are.
+static std::string FindRepetitionProblem(const ExportOptions& options)
+{
+    if (options.replace && !options.append)
+        return "--replace goes together with --append.";
+    if (options.watch && options.append && !options.replace)
+        return "--watch would add an animation with each change; --replace puts it in the place of the one before.";
+    if (options.watch && options.list)
+        return "--watch doesn't go together with --list.";
+    return std::string();
+}
+
 static CommandLine TakeTexts(const CLI::App& app, const RawTexts& texts, ExportOptions& options)
 {
-    if (options.scenePath.empty())
-        return WrongUsage("The name of the scene file is empty.");
     if (app.count("--output") > 0 && !MakeAbsolute(texts.out, options.outPath))
         return WrongUsage("--output needs the name of a file.");
     if (options.outPath.size() > MAX_DIALOG_TEXT)
@@ -239,9 +303,13 @@ static CommandLine TakeTexts(const CLI::App& app, const RawTexts& texts, ExportO
         return WrongUsage("--all-clips names each animation after its clip and doesn't go together with --anim.");
     if (options.allClips && options.clip)
         return WrongUsage("--all-clips doesn't go together with --clip.");
-    std::string problem = TakeSceneTexts(app, texts, options);
+    std::string problem = TakeScenes(texts, options);
+    if (problem.empty())
+        problem = TakeSceneTexts(app, texts, options);
     if (problem.empty())
         problem = TakeReportTexts(app, texts, options);
+    if (problem.empty())
+        problem = FindRepetitionProblem(options);
     if (!problem.empty())
         return WrongUsage(problem);
     if (app.count("--start") > 0 && !ParseFrame(texts.start, options.start))
@@ -281,7 +349,11 @@ static CommandLine ParseWith(CLI::App& app, int argc, const char* const* argv, c
 CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions& options)
 {
     options = ExportOptions();
-    const std::string swallowed = FindSwallowedOption(argc, argv);
+    std::vector<std::string> arguments(argv, argv + argc);
+    std::string problem;
+    if (!ExpandArgumentFiles(arguments, problem))
+        return WrongUsage(problem);
+    const std::string swallowed = FindSwallowedOption(arguments);
     if (!swallowed.empty())
         return WrongUsage(swallowed + " lacks its value.");
 
@@ -291,7 +363,12 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
     bool noDebug = false;
     CLI::App app("Exports the animated scene of a glTF, FBX, Collada, ... file to an .abc model file.", "zoltexport");
     app.set_version_flag("--version", "zoltexport " ZOLT_VERSION);
-    app.add_option("scene", options.scenePath, "The scene file")->required()->type_name("SCENE");
+    app.add_option(
+           "scene", texts.scenes,
+           "The scene files. The first gives the figure and its clip; each further one adds a clip, or all with "
+           "--all-clips, to the model; all or nothing. @FILE stands for the words in FILE")
+        ->required()
+        ->type_name("SCENE...");
     app.add_option("-o,--output", texts.out,
                    "The model file; without it, that of the last run, at first model.abc in the current folder")
         ->type_name("FILE");
@@ -310,10 +387,15 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
     app.add_option("--start", texts.start, "First frame, instead of that of the clip's first key")->type_name("F");
     app.add_option("--end", texts.end, "Last frame, instead of that of the clip's last key")->type_name("F");
     app.add_option("--rest", texts.rest,
-                   "Export the pose at rest first, skins as they were bound, as an animation of one frame (rest), and "
-                   "add the clips to that, all or nothing; with --append, all of it is added to the model file, which "
-                   "keeps its skin if it exists. NAME may be left out")
-        ->type_name("[NAME]");
+                   "Where the skin of a fresh model is taken: auto, the default: at the bind pose, if a vertex would "
+                   "stray by more than 0.1 % of the radius with the skin of the first frame, and less with that; bind; "
+                   "first. Any other word counts as bind and --rest-name with that name, and no word as rest. A model "
+                   "that is added to keeps its skin")
+        ->type_name("[auto|bind|first]");
+    app.add_option("--rest-name", texts.restName,
+                   "Take the skin at the bind pose, and keep that as an animation of one frame ahead of the others; "
+                   "without it, the model holds none for it")
+        ->type_name("NAME");
     app.add_option("--scale", texts.scale,
                    "Scale the scene as a whole; files that state their unit (FBX, Collada) are in metres by then")
         ->type_name("S");
@@ -335,6 +417,12 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
     app.add_flag("--keep-all", keepAll, "Remove no node");
     app.add_flag("--overwrite", options.overwrite,
                  "Replace the model file; with --append, only if it is no valid model");
+    app.add_flag("--replace", options.replace,
+                 "With --append: an animation of the same name gives way to the new one, which takes its place; "
+                 "without it, the new one gets a number");
+    app.add_flag("--watch", options.watch,
+                 "Export again whenever a file of the scenes changes, until interrupted; a file that is there already "
+                 "still wants --overwrite, or --append and --replace");
     auto* debugFlag = app.add_flag("--debug", debug, "Show each call of the scene library that fails");
     app.add_flag("--no-debug", noDebug, "Don't; without either, as in the last run")->excludes(debugFlag);
     app.add_option("--log", texts.log, "Where the log goes")->type_name("FILE");
@@ -347,11 +435,10 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
         ->type_name("[LIMIT]");
     app.add_flag("-q,--quiet", options.quiet, "Say nothing but errors; --report and --list still print");
     app.add_flag("--list", options.list, "Print what is in the scene and export nothing");
-    app.add_flag("--json", options.json,
-                 "With --list: print it as JSON, all clips counted in frames of the one rate that it states");
+    app.add_flag("--json", options.json, "With --list: print it as JSON");
     app.footer("Exit status: 0 written, 1 not written, 2 wrong usage.");
 
-    const std::vector<std::string> arguments = CompleteOptionalValues(argc, argv);
+    CompleteOptionalValues(arguments);
     std::vector<const char*> words;
     words.reserve(arguments.size());
     for (const std::string& argument : arguments)

@@ -20,9 +20,18 @@ enum class KeyChoice
     Every     // each frame of the play range
 };
 
+// Where the skin of a fresh model is taken.
+enum class RestChoice
+{
+    Auto, // at the bind pose if that plays better, else as First
+    Bind,
+    First // at the first frame of the first clip
+};
+
 struct ExportOptions
 {
     std::string scenePath;               // as it was given
+    std::vector<std::string> moreScenes; // likewise; what else the model gets animations from
     std::string outPath;                 // absolute; empty: what the dialog offers
     std::optional<std::string> animName; // none: what the dialog offers
     std::optional<std::string> clip;     // a clip's name or index
@@ -30,9 +39,10 @@ struct ExportOptions
     bool autoFps = true; // the rate that suits the keys, in place of fps
     double fps = 30.0;
     KeyChoice keys = KeyChoice::Shape;
-    std::optional<std::string> rest; // the name of the animation that holds the rest pose; none: no such animation
-    double scale = 1.0;              // of the scene as a whole
-    char up = 0;                     // which axis of the model points up, 'y' or 'z'; 0: y, as the scene has it
+    RestChoice rest = RestChoice::Auto;
+    std::optional<std::string> restName; // of the animation that holds the pose at rest; none: no such animation
+    double scale = 1.0;                  // of the scene as a whole
+    char up = 0;                         // which axis of the model points up, 'y' or 'z'; 0: y, as the scene has it
     bool flipV = false;
     std::optional<int> start; // frames
     std::optional<int> end;
@@ -40,12 +50,14 @@ struct ExportOptions
     bool fit = false;              // bring a scene into the shape of the model that it is added to
     std::vector<std::string> keep; // shell patterns of nodes that a fresh export doesn't remove
     bool overwrite = false;
+    bool replace = false;         // an animation of the same name gives way to the new one
     std::optional<bool> debug;    // none: as the dialog offers it
     std::string logPath;          // absolute; empty: the usual place
     bool report = false;          // print what the model made of the scene
     std::string reportPath;       // absolute; empty: no file for a script
     std::optional<double> strict; // percent of the radius; none: no limit
     bool quiet = false;
+    bool watch = false; // export again whenever an input changes
     bool list = false;
     bool json = false;
 };

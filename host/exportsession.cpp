@@ -1,7 +1,7 @@
 #include "host/exportsession.h"
 
-#include "host/appendtarget.h"
 #include "host/console.h"
+#include "host/counted.h"
 #include "host/fileclash.h"
 #include "host/fitsentences.h"
 #include "host/keepnodes.h"
@@ -11,19 +11,30 @@
 #include "host/scenelisting.h"
 #include "host/workingfolder.h"
 #include "saa/saahost.h"
-#include "scene/framerate.h"
-#include "scene/readscene.h"
-#include "scene/transformscene.h"
+#include "tools/model/kelpexport/clipappender.h"
 #include "win32/stateplaces.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
-ExportSession::ExportSession(const Scene& scene, const ExportOptions& options, const ExportSurroundings& surroundings,
-                             const std::string& logPath)
-    : m_Scene(scene), m_Options(options), m_Surroundings(surroundings), m_Console(*surroundings.console), m_Log(logPath)
+ExportSession::ExportSession(const std::vector<OpenedScene>& scenes, const ExportOptions& options,
+                             const ExportSurroundings& surroundings, const std::string& logPath)
+    : m_Scenes(scenes), m_Options(options), m_Surroundings(surroundings), m_Console(*surroundings.console),
+      m_Log(logPath)
 {
+}
+
+std::string ExportSession::FindClash(const std::string& target) const
+{
+    std::string clash;
+    for (const OpenedScene& opened : m_Scenes)
+    {
+        if (clash.empty())
+            clash = FindFileClash(opened.scene, opened.options, target, m_Log.GetPath());
+    }
+    return clash;
 }
 
 bool ExportSession::LoadPlugin()
@@ -44,7 +55,10 @@ CommandLineAnswers ExportSession::MakeAnswers() const
     answers.append = m_Options.append;
     answers.overwrite = m_Options.overwrite;
     answers.objection = [this](const std::string& target)
-    { return FindFileClash(m_Scene, m_Options, target, m_Log.GetPath()); };
+    {
+        const std::string problem = FindOutputProblem(target);
+        return problem.empty() ? FindClash(target) : problem;
+    };
     return answers;
 }
 
@@ -69,13 +83,62 @@ void ExportSession::KeepLog(const std::string& text)
                                        : "The log can't be written to " + path + ".");
 }
 
-// Opens the clip as the host's current scene and lets the plug-in export it. A dialog that ends without OK leaves the
-// log of the run before.
-bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, bool isOneOfSeveral)
+// Runs something that may tell or ask the user, and shows its progress.
+bool ExportSession::RunAsUser(CommandLineUser& user, const std::function<bool()>& run)
+{
+    SetStatusSink([](const char* text, void* console) { static_cast<Console*>(console)->Say(text); }, &m_Console);
+    SetFrameSink([](int frame, void* console) { static_cast<Console*>(console)->ShowFrame(frame); }, &m_Console);
+    DialogUser* before = SetDialogUser(&user);
+    const bool done = run();
+    SetDialogUser(before);
+    SetStatusSink(nullptr, nullptr);
+    SetFrameSink(nullptr, nullptr);
+    m_Console.ClearBar();
+    return done;
+}
+
+// The model that the job's scene is fitted to, or measured by where it has no triangles; null where it needs none.
+const AppendTarget* ExportSession::FindAppendTarget(const ExportJob& job, ClipAppender* appender)
+{
+    const bool isOfThisScene = appender && job.source == 0 && !m_Appends;
+    if ((!m_Options.fit || isOfThisScene) && HasTriangles(*job.scene))
+        return nullptr;
+    if (m_Target)
+        return &*m_Target;
+    AppendTarget target;
+    const bool isFresh = m_Options.overwrite && !m_Options.append;
+    if (appender)
+        DescribeAppendTarget(appender->GetModel(), target);
+    else if (isFresh || !LoadAppendTarget(FindTarget(m_Options), target))
+    {
+        if (m_Options.fit && m_Scenes.size() == 1)
+            WarnOnce("--fit does nothing: there is no model that the scene could be fitted to.");
+        return nullptr;
+    }
+    m_Target = std::move(target);
+    return &*m_Target;
+}
+
+// A whole run of the plug-in.
+bool ExportSession::RunPlugin(CommandLineUser& user, KeepWishes& keep)
+{
+    user.TellDecision(
+        [&](bool appends)
+        {
+            m_Appends = appends;
+            keep.Tell(!appends);
+        });
+    keep.Tell(true);
+    return m_Plugin.Init() == 0;
+}
+
+// Opens the clip as the host's current scene and lets the plug-in export it, or adds it to a model in memory. The log
+// is kept, one of several under the animation's name. A dialog that ends without OK leaves the log of the run before.
+bool ExportSession::RunJob(const ExportJob& job, CommandLineUser& user, ClipAppender* appender, bool isOneOfSeveral)
 {
     PreparedJob prepared;
     std::string error;
-    if (!PrepareJob(*job.scene, job.clip, m_Options, m_AppendTo, prepared, error))
+    if (!PrepareJob(*job.scene, job.clip, *job.options, FindAppendTarget(job, appender), prepared, error))
     {
         m_Console.Error(error);
         return false;
@@ -87,30 +150,17 @@ bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, bool 
     RecordedScene recorded(*prepared.scene, prepared.options);
     for (const std::string& warning : recorded.Warnings())
         WarnOnce(warning);
-    KeepWishes keep(recorded, m_Options.keep);
-    bool appends = false;
-    user.TellDecision(
-        [&](bool isAppend)
-        {
-            appends = isAppend;
-            keep.Tell(!appends);
-        });
-    keep.Tell(true);
 
     m_Console.SetFrames(recorded.StartFrame(), recorded.EndFrame());
-    SetStatusSink([](const char* text, void* console) { static_cast<Console*>(console)->Say(text); }, &m_Console);
-    SetFrameSink([](int frame, void* console) { static_cast<Console*>(console)->ShowFrame(frame); }, &m_Console);
+    KeepWishes keep(recorded, appender ? std::vector<std::string>() : m_Options.keep);
     const MemoryLog log;
     SetLogPath(log.GetPath().c_str());
     SetCurrentScene(&recorded);
-    DialogUser* before = SetDialogUser(&user);
-    bool written = m_Plugin.Init() == 0;
-    SetDialogUser(before);
+    if (appender)
+        user.SetAnimName(FitAnimName(job.animName.value_or(recorded.Name()), m_Console));
+    bool written =
+        RunAsUser(user, [&] { return appender ? appender->Add(user.GetAnimName().c_str()) : RunPlugin(user, keep); });
     SetCurrentScene(nullptr);
-    SetStatusSink(nullptr, nullptr);
-    SetFrameSink(nullptr, nullptr);
-    m_Console.ClearBar();
-
     if (user.PressedOk())
     {
         const std::string text = keep.CleanText(ReplaceAll(log.Read(), user.GetStaged(), user.GetTarget()));
@@ -121,35 +171,40 @@ bool ExportSession::RunPlugin(const ExportJob& job, CommandLineUser& user, bool 
     }
     SetLogPath(nullptr);
     if (user.SawDifference())
-        ExplainDifference(user, recorded);
-    if (written)
-        written = FinishKeeping(keep, appends, user.GetStaged());
+        ExplainDifference(user, appender, recorded);
+    if (written && !appender)
+        written = FinishKeeping(keep, user.GetStaged());
     if (written)
     {
-        m_Played.push_back(RecordPlayedClip(recorded, user.GetAnimName()));
-        m_Played.back().scene = job.scene;
-        m_Played.back().clip = job.clip;
-        m_Played.back().sceneNodes = prepared.sceneNodes;
+        PlayedClip played = RecordPlayedClip(recorded, user.GetAnimName());
+        played.scene = job.scene;
+        played.clip = job.clip;
+        played.source = job.source;
+        played.sceneNodes = prepared.sceneNodes;
+        m_Played.push_back(std::move(played));
     }
     return written;
 }
 
 // Why the plug-in has found that the animation doesn't go with the model.
-void ExportSession::ExplainDifference(const CommandLineUser& user, const RecordedScene& recorded)
+void ExportSession::ExplainDifference(const CommandLineUser& user, ClipAppender* appender,
+                                      const RecordedScene& recorded)
 {
     AppendTarget target;
-    if (!LoadAppendTarget(user.GetStaged(), target))
+    if (appender)
+        DescribeAppendTarget(appender->GetModel(), target);
+    else if (!LoadAppendTarget(user.GetStaged(), target))
         return;
     for (const std::string& sentence : ExplainRefusal(recorded, target))
         m_Console.Error(sentence);
 }
 
 // Takes what kept nodes from being removed out of the file again, and says what of it was in vain.
-bool ExportSession::FinishKeeping(const KeepWishes& keep, bool appends, const std::string& file)
+bool ExportSession::FinishKeeping(const KeepWishes& keep, const std::string& file)
 {
-    if (appends)
+    if (m_Appends)
     {
-        if (m_Played.empty() && !m_Options.keep.empty())
+        if (!m_Options.keep.empty())
             WarnOnce("--keep has no say in an append: the nodes of the model stay as they are.");
         return true;
     }
@@ -166,7 +221,7 @@ bool ExportSession::HasPlayRanges(const std::vector<ExportJob>& jobs)
 {
     for (const ExportJob& job : jobs)
     {
-        const std::string problem = PlayRangeProblem(*job.scene, job.clip, m_Options);
+        const std::string problem = PlayRangeProblem(*job.scene, job.clip, *job.options);
         if (!problem.empty())
         {
             m_Console.Error(problem);
@@ -176,35 +231,41 @@ bool ExportSession::HasPlayRanges(const std::vector<ExportJob>& jobs)
     return true;
 }
 
-void ExportSession::NameOtherClips(int clip)
+void ExportSession::NameOtherClips() const
 {
+    const auto& [scene, options, clip] = m_Scenes.front();
     std::string others;
-    for (int i = 0; i < static_cast<int>(m_Scene.clips.size()); i++)
+    for (int i = 0; i < static_cast<int>(scene.clips.size()); i++)
     {
         if (i != clip)
-            others += (others.empty() ? "" : ", ") + DescribeClip(m_Scene, i);
+            others += (others.empty() ? "" : ", ") + DescribeClip(scene, i);
     }
     if (!others.empty())
-        m_Console.Say("Exporting the first clip, " + DescribeClip(m_Scene, clip) + "; not exported: " + others +
+        m_Console.Say("Exporting the first clip, " + DescribeClip(scene, clip) + "; not exported: " + others +
                       " (--clip NAME for one of them, --all-clips for all).");
 }
 
-// The file that the first job may be added to; empty if it is replaced.
-std::string ExportSession::FindFileToAppendTo() const
+// The last words on a run whose model is in its place, or isn't written.
+bool ExportSession::Finish(const CommandLineUser& user, bool written)
 {
-    return m_Options.overwrite && !m_Options.append ? std::string() : FindTarget(m_Options);
+    const std::string& target = user.GetTarget();
+    const auto nKept = static_cast<size_t>(
+        std::count_if(m_Played.begin(), m_Played.end(), [](const PlayedClip& played) { return played.isKept; }));
+    if (written && !m_Appends && !m_SkinChoice.empty())
+        m_Console.Say(m_SkinChoice);
+    if (!written)
+        m_Console.Error((target.empty() ? FindTarget(m_Options) : target) + " was not written.");
+    else if (nKept > 1)
+        m_Console.Say(target + ": " + Counted(nKept, "animation") + " written.");
+    else
+        m_Console.Say(target + ": animation \"" + m_Played.back().animation + "\" written.");
+    return PublishReport(target, written) && written;
 }
 
-bool ExportSession::ExportOne(int clip)
+bool ExportSession::ExportDirectly(const ExportJob& job)
 {
-    const ExportJob job = {&m_Scene, clip, m_Options.animName, DescribeClip(m_Scene, clip)};
-    if (!m_Options.clip)
-        NameOtherClips(clip);
-    if (!HasPlayRanges({job}))
-        return false;
     CommandLineUser user(MakeAnswers(), m_Console, m_Surroundings.terminal);
-    m_AppendTo = FindFileToAppendTo();
-    const bool written = RunPlugin(job, user, false);
+    const bool written = RunJob(job, user, nullptr, false);
     const std::string& target = user.GetTarget();
     // Of what isn't a file nothing can be read back.
     std::error_code error;
@@ -213,126 +274,82 @@ bool ExportSession::ExportOne(int clip)
         RemoveAbandonedFolders(target);
         HoldAgainstScene(target, target);
     }
-    if (written)
-        m_Console.Say(target + ": animation \"" + (m_Report ? m_Report->clips[0].animation : user.GetAnimName()) +
-                      "\" written.");
-    else
-        m_Console.Error((target.empty() ? "The model file" : target) + " was not written.");
-    return PublishReport(target, written) && written;
+    if (written && m_Report)
+        NameNewest(m_Played.back(), m_Report->clips[0].animation, true);
+    return Finish(user, written);
 }
 
-static int ListAndPrint(const Scene& scene, int clip, const ExportOptions& options,
-                        const ExportSurroundings& surroundings)
+bool ExportSession::Export()
 {
-    const std::string text = options.json ? ListSceneAsJson(scene, options) : ListScene(scene, clip, options);
+    std::vector<ExportJob> jobs = ListJobs();
+    const bool isFirstOfOne = m_Scenes.size() == 1 && !m_Options.allClips && !m_Options.clip;
+    if (isFirstOfOne)
+        NameOtherClips();
+    if (!HasPlayRanges(jobs))
+        return false;
+    AddRestJob(jobs);
+    const bool direct = jobs.size() == 1 && !m_Options.strict && !m_Options.replace && m_Options.keep.empty();
+    return direct ? ExportDirectly(jobs.front()) : ExportInCopy(jobs);
+}
+
+static int ListAndPrint(const OpenedScene& opened, const ExportSurroundings& surroundings)
+{
+    const std::string text = opened.options.json ? ListSceneAsJson(opened.scene, opened.options)
+                                                 : ListScene(opened.scene, opened.clip, opened.options);
     if (std::fputs(text.c_str(), surroundings.out) >= 0 && std::fflush(surroundings.out) == 0)
         return 0;
     surroundings.console->Error("The list can't be written.");
     return 1;
 }
 
-// The rate that suits the keys of the clips that are exported: `clip`, or all of them.
-static FrameRateChoice ChooseRate(const Scene& scene, int clip, const ExportOptions& options)
+// Why one of the scenes can't be exported, as a sentence; empty if they can. All but the first are only added.
+static std::string FindProblem(const std::vector<OpenedScene>& scenes, const ExportOptions& options)
 {
-    std::vector<int> clips;
-    for (int i = 0; i < static_cast<int>(scene.clips.size()); i++)
+    for (const OpenedScene& opened : scenes)
     {
-        if (options.allClips || i == clip)
-            clips.push_back(i);
+        const bool isFirst = &opened == scenes.data();
+        if (!isFirst && opened.scene.roots.empty())
+            return "There is nothing in " + opened.options.scenePath + ".";
+        const std::string problem = isFirst ? FindSceneProblem(opened.scene, options) : std::string();
+        if (!problem.empty())
+            return problem;
     }
-    return ChooseFrameRate(scene, clips);
+    return std::string();
 }
 
-static std::string DescribeRate(const FrameRateChoice& choice)
+static int ExportScenes(const std::vector<OpenedScene>& scenes, const ExportOptions& options,
+                        const ExportSurroundings& surroundings)
 {
-    std::string text = FormatFps(choice.fps) + " frames per second";
-    switch (choice.reason)
-    {
-    case FrameRateReason::FitsKeys:
-        return text + ": every key lies on a frame.";
-    case FrameRateReason::StatedRate:
-        return text + ", as the file states.";
-    case FrameRateReason::NoneFits:
-        break;
-    }
-    return text + ".";
-}
-
-// Brings the scene to the unit, the axes and the texture coordinates that the model gets.
-static void TransformAsAsked(Scene& scene, const ExportOptions& options, Console& console)
-{
-    const std::string done = ConvertStatedUnits(scene);
-    if (!done.empty() && !options.list)
-        console.Say(done);
-    SceneTransform transform;
-    transform.scale = options.scale;
-    transform.toUp = options.up ? options.up : transform.toUp;
-    transform.flipV = options.flipV;
-    TransformScene(scene, transform);
-}
-
-static int ExportScene(const Scene& scene, int clip, const ExportOptions& options,
-                       const ExportSurroundings& surroundings)
-{
-    Console& console = *surroundings.console;
-    const std::string sceneProblem = FindSceneProblem(scene, options);
-    if (!sceneProblem.empty())
-    {
-        console.Error(sceneProblem);
-        return 1;
-    }
     SetLogPath(options.logPath.empty() ? nullptr : options.logPath.c_str());
-    const std::string logPath = GetLogPath();
+    ExportSession session(scenes, options, surroundings, GetLogPath());
     SetLogPath(nullptr);
-    std::string problem = FindFileClash(scene, options, options.outPath, logPath);
+    std::string problem = FindProblem(scenes, options);
+    if (problem.empty())
+        problem = session.FindClash(options.outPath);
     if (!problem.empty() || (!options.reportPath.empty() && !CheckReportFile(options.reportPath, problem)))
     {
-        console.Error(problem);
+        surroundings.console->Error(problem);
         return 1;
     }
-    ExportSession session(scene, options, surroundings, logPath);
-    if (!session.LoadPlugin())
-        return 1;
-    const bool all = options.allClips && !scene.clips.empty();
-    const bool several = all || options.rest || options.strict || !options.keep.empty();
-    const bool written = several ? session.ExportSeveral(all ? -1 : clip) : session.ExportOne(clip);
-    return written ? 0 : 1;
+    return session.LoadPlugin() && session.Export() ? 0 : 1;
 }
 
 int RunExport(const ExportOptions& options, const ExportSurroundings& surroundings)
 {
-    Console& console = *surroundings.console;
     if (!options.reportPath.empty())
         ReplaceOldReport(options.reportPath, MissingReportAsJson("", false));
-    Scene scene;
-    std::string error;
-    if (!ReadScene(options.scenePath.c_str(), scene, error))
+    const std::string problem = FindOutputProblem(options.outPath);
+    if (!problem.empty())
     {
-        console.Error(error);
+        surroundings.console->Error(problem);
         return 1;
     }
-    int clip = scene.clips.empty() ? -1 : 0;
-    if (options.clip)
-    {
-        clip = FindClip(scene, *options.clip, error);
-        if (clip < 0)
-        {
-            console.Error(error);
-            return 1;
-        }
-        const std::string others = NameTwins(scene, clip, *options.clip);
-        if (!others.empty())
-            console.Warning(others);
-    }
-    TransformAsAsked(scene, options, console);
-    ExportOptions settled = options;
-    if (options.autoFps)
-    {
-        const FrameRateChoice choice = ChooseRate(scene, clip, options);
-        settled.fps = choice.fps;
-        if (!options.list && clip >= 0)
-            console.Say(DescribeRate(choice));
-    }
-    return options.list ? ListAndPrint(scene, clip, settled, surroundings)
-                        : ExportScene(scene, clip, settled, surroundings);
+    std::vector<OpenedScene> scenes;
+    std::vector<std::string> files;
+    const bool opened = OpenScenes(options, *surroundings.console, scenes, files);
+    if (surroundings.read)
+        *surroundings.read = files;
+    if (!opened)
+        return 1;
+    return options.list ? ListAndPrint(scenes.front(), surroundings) : ExportScenes(scenes, options, surroundings);
 }

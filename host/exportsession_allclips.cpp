@@ -1,15 +1,22 @@
-// Several animations into one file, all or nothing: the plug-in works on a copy beside the target, which takes the
-// target's place after the last one, if it passes.
+// Several animations into one file, all or nothing: the plug-in works on a copy beside the target, the further clips
+// are added to that in memory, and the copy takes the target's place at the end, if it passes.
 #include "host/exportsession.h"
 
 #include "host/console.h"
 #include "host/exportsettings.h"
+#include "host/loadmodelfile.h"
 #include "host/placefile.h"
+#include "host/preparejob.h"
 #include "host/sceneclips.h"
+#include "host/skinchoice.h"
 #include "host/workingfolder.h"
-#include "scene/bindpose.h"
+#include "scene/readfile.h"
+#include "tools/model/kelpexport/clipappender.h"
 #include "win32/registrystore.h"
+#include "zoltshared/stdzolt/strcasecompare.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -72,41 +79,172 @@ static bool CopyTarget(const std::string& target, const std::string& copy)
     return CopyFileBytes(target, copy);
 }
 
-std::vector<ExportJob> ExportSession::ListJobs(int clip)
+// Whether a model is there that the run is going to add to, as far as that is known before anybody is asked.
+bool ExportSession::WillAppend() const
+{
+    std::error_code error;
+    if (!m_Options.append || !std::filesystem::is_regular_file(FindTarget(m_Options), error))
+        return false;
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    return !m_Options.overwrite || LoadModelFile(FindTarget(m_Options), model);
+}
+
+std::vector<ExportJob> ExportSession::ListJobs() const
 {
     std::vector<ExportJob> jobs;
-    if (m_Options.rest)
+    for (size_t source = 0; source < m_Scenes.size(); source++)
     {
-        m_RestScene = m_Scene;
-        PoseAtBind(m_RestScene);
-        jobs.push_back({&m_RestScene, -1, m_Options.rest, "the scene at rest"});
+        const auto& [scene, options, chosen] = m_Scenes[source];
+        const std::string file = m_Scenes.size() > 1 ? " of " + FileNameOf(options.scenePath) : "";
+        ExportJob job = {&scene, &options, static_cast<int>(source), -1, options.animName, {}, true};
+        const std::vector<std::string> names = NameAnimations(scene);
+        for (int i = 0; i < static_cast<int>(names.size()); i++)
+        {
+            if (!options.allClips && i != chosen)
+                continue;
+            job.clip = i;
+            job.animName = options.animName.value_or(names[static_cast<size_t>(i)]);
+            job.title = DescribeClip(scene, i) + file;
+            jobs.push_back(job);
+        }
+        if (names.empty())
+        {
+            job.title = DescribeClip(scene, -1) + file;
+            jobs.push_back(job);
+        }
     }
-    const std::vector<std::string> names = NameAnimations(m_Scene);
-    for (int i = 0; i < static_cast<int>(names.size()); i++)
-    {
-        if (clip < 0 || i == clip)
-            jobs.push_back({&m_Scene, i, m_Options.animName.value_or(names[static_cast<size_t>(i)]),
-                            "clip " + std::to_string(jobs.size() + (m_Options.rest ? 0 : 1)) + " of " +
-                                std::to_string(clip < 0 ? names.size() : 1) + ", " + DescribeClip(m_Scene, i)});
-    }
-    if (jobs.empty())
-        jobs.push_back({&m_Scene, -1, m_Options.animName, DescribeClip(m_Scene, -1)});
+    // A figure that doesn't move is no animation beside those of the other scenes.
+    jobs.front().isKept = jobs.size() == 1 || jobs.front().clip >= 0 || WillAppend();
     return jobs;
 }
 
-bool ExportSession::ExportSeveral(int clip)
+// Puts the pose at rest ahead where the skin is to be taken from it.
+void ExportSession::AddRestJob(std::vector<ExportJob>& jobs)
 {
-    const std::vector<ExportJob> jobs = ListJobs(clip);
-    if (clip >= 0 && !m_Options.clip)
-        NameOtherClips(clip);
-    if (!HasPlayRanges(jobs))
+    const Scene& scene = m_Scenes.front().scene;
+    const bool isAuto = m_Options.rest == RestChoice::Auto;
+    if (m_Options.rest == RestChoice::First || (!m_Options.restName && WillAppend()))
+        return;
+    std::vector<ClipSpan> clips;
+    for (const ExportJob& job : jobs)
+    {
+        const ClipRange range = FindPlayRange(*job.scene, job.clip, *job.options);
+        if (job.source == 0)
+            clips.push_back({job.clip, job.options->fps, range.start, range.end});
+    }
+    SkinChoice choice;
+    if (isAuto)
+        choice = ChooseSkin(scene, clips, m_Scenes.size() > 1, m_RestScene);
+    else
+        m_RestScene = MakeSceneAtBind(scene);
+    m_SkinChoice = choice.reason;
+    if (isAuto && !choice.atBind)
+        return;
+    if (!jobs.front().isKept)
+        jobs.erase(jobs.begin());
+    m_RestOptions = m_Scenes.front().options;
+    m_RestOptions.start.reset();
+    m_RestOptions.end.reset();
+    jobs.insert(jobs.begin(), {&m_RestScene, &m_RestOptions, 0, -1, m_Options.restName.value_or("rest"),
+                               "the scene at rest", m_Options.restName.has_value()});
+}
+
+// The name that an animation has got, and why it isn't the one that was wanted.
+void ExportSession::NameNewest(PlayedClip& played, const std::string& name, bool canReplace)
+{
+    if (name != played.animation)
+        m_Console.Say("The model has an animation \"" + played.animation + "\" already; the new one is called \"" +
+                      name + (canReplace ? "\" (--replace puts it in the place of the old one)." : "\"."));
+    played.animation = name;
+}
+
+// The row of an animation of that name that was in the model before the run; -1 without one.
+static int FindOldRow(const ConvModel& model, const std::vector<const ModelAnim*>& made, const std::string& name)
+{
+    for (uint32_t i = 0; i < model.CalcNumOwnAnims(); i++)
+    {
+        const ModelAnim* anim = model.GetOwnAnim(i);
+        if (CompareNoCase(anim->GetName(), name.c_str()) == 0 &&
+            std::find(made.begin(), made.end(), anim) == made.end())
+            return static_cast<int>(i);
+    }
+    return -1;
+}
+
+// Takes note of what a job has put into the model, and puts that where it belongs.
+void ExportSession::SettleNewest(const ExportJob& job, ClipAppender& appender)
+{
+    ConvModel& model = appender.GetModel();
+    PlayedClip& played = m_Played.back();
+    ModelAnim* anim = appender.GetNewest();
+    m_Made.push_back(anim);
+    played.isKept = job.isKept;
+    if (!job.isKept || anim->GetName() == played.animation)
+        return;
+    const int old = FindOldRow(model, m_Made, played.animation);
+    if (!m_Options.replace || old < 0)
+    {
+        NameNewest(played, anim->GetName(), old >= 0);
+        return;
+    }
+    model.ReplaceOwnAnim(static_cast<uint32_t>(old), model.CalcNumOwnAnims() - 1);
+    anim->SetName(played.animation.c_str());
+    m_Console.Say("The animation \"" + played.animation + "\" of the model is replaced.");
+}
+
+// Takes the animation out that has only given the figure, and finds out where the others are.
+void ExportSession::SettleRows(ConvModel& model)
+{
+    for (size_t i = 0; i < m_Played.size(); i++)
+    {
+        for (uint32_t row = 0; row < model.CalcNumOwnAnims(); row++)
+        {
+            if (model.GetOwnAnim(row) != m_Made[i])
+                continue;
+            if (!m_Played[i].isKept)
+                model.RemoveOwnAnim(row);
+            break;
+        }
+    }
+    for (size_t i = 0; i < m_Played.size(); i++)
+    {
+        m_Played[i].toOldModel = m_Appends;
+        for (uint32_t row = 0; row < model.CalcNumOwnAnims(); row++)
+        {
+            if (m_Played[i].isKept && model.GetOwnAnim(row) == m_Made[i])
+                m_Played[i].row = static_cast<int>(row);
+        }
+    }
+}
+
+// What comes after the first job, in memory; the file is the working copy.
+bool ExportSession::AddFurtherClips(const std::vector<ExportJob>& jobs, const std::string& file, bool debug,
+                                    CommandLineUser& user)
+{
+    ClipAppender appender;
+    if (!RunAsUser(user, [&] { return appender.Load(file.c_str(), user.GetTarget().c_str(), debug); }))
         return false;
+    SettleNewest(jobs.front(), appender);
+    for (size_t i = 1; i < jobs.size(); i++)
+    {
+        m_Console.Say("Exporting " + jobs[i].title + ":");
+        if (!RunJob(jobs[i], user, &appender, true))
+            return false;
+        SettleNewest(jobs[i], appender);
+    }
+    SettleRows(appender.GetModel());
+    return RunAsUser(user, [&] { return appender.Save(); });
+}
+
+bool ExportSession::ExportInCopy(const std::vector<ExportJob>& jobs)
+{
     WorkingFolder folder;
     ExportSettings settings;
     SettingsInMemory inMemory;
 
     // The target is known once the dialog is up.
     CommandLineAnswers answers = MakeAnswers();
+    answers.animName = jobs.front().animName;
     answers.stage = [&](const std::string& target)
     {
         if (!folder.Create(target, MAX_DIALOG_TEXT) ||
@@ -118,47 +256,31 @@ bool ExportSession::ExportSeveral(int clip)
         return folder.GetFile();
     };
 
-    std::string target;
-    m_AppendTo = FindFileToAppendTo();
-    bool written = true;
-    for (size_t i = 0; written && i < jobs.size(); i++)
+    CommandLineUser user(answers, m_Console, m_Surroundings.terminal);
+    if (jobs.size() > 1)
+        m_Console.Say("Exporting " + jobs.front().title + ":");
+    bool written = RunJob(jobs.front(), user, nullptr, jobs.size() > 1);
+    if (user.PressedOk())
+        settings = ReadExportSettings();
+    if (jobs.size() > 1 || m_Options.replace)
     {
-        m_Console.Say("Exporting " + jobs[i].title + ":");
-        answers.animName = jobs[i].animName;
-        CommandLineUser user(answers, m_Console, m_Surroundings.terminal);
-        written = RunPlugin(jobs[i], user, true);
-        if (i == 0)
-        {
-            target = user.GetTarget();
-            if (user.PressedOk())
-                settings = ReadExportSettings();
-            // From here on the file is the working copy, which is there and is appended to.
-            answers.append = true;
-            answers.overwrite = false;
-            answers.file = target;
-            answers.stage = [&](const std::string&) { return folder.GetFile(); };
-            m_AppendTo = folder.GetFile();
-        }
+        const bool debug = std::atoi(settings.debugMode.text.c_str()) != 0; // NOLINT(cert-err34-c): as the plug-in
+        written = written && AddFurtherClips(jobs, folder.GetFile(), debug, user);
     }
-    written = written && HoldAgainstScene(folder.GetFile(), target);
+    written = written && HoldAgainstScene(folder.GetFile(), user.GetTarget());
     if (written)
     {
-        const auto held = folder.HoldEnd();
+        const HeldSignals held; // nothing half done stays beside the target
         std::string error;
-        written = PlaceFile(folder.GetFile(), target, error);
+        written = PlaceFile(folder.GetFile(), user.GetTarget(), error);
         if (!written)
             m_Console.Error(error);
     }
     inMemory.End();
     if (settings.filename.has)
     {
-        settings.filename.text = target;
+        settings.filename.text = user.GetTarget();
         WriteExportSettings(settings);
     }
-    if (written)
-        m_Console.Say(target + ": " + std::to_string(jobs.size()) + (jobs.size() == 1 ? " animation" : " animations") +
-                      " written.");
-    else
-        m_Console.Error((target.empty() ? "The model file" : target) + " was not written.");
-    return PublishReport(target, written) && written;
+    return Finish(user, written);
 }

@@ -57,8 +57,7 @@ bool ExportSession::PublishReport(const std::string& target, bool written)
     }
     const std::string json = m_Report ? ModelReportAsJson(*m_Report, written) : MissingReportAsJson(target, written);
     // A report that is the target itself has been refused.
-    const bool goesToFile =
-        !m_Options.reportPath.empty() && FindFileClash(m_Scene, m_Options, target, m_Log.GetPath()).empty();
+    const bool goesToFile = !m_Options.reportPath.empty() && FindClash(target).empty();
     if (goesToFile && !WriteReportFile(m_Options.reportPath, json, error))
         m_Console.Error(error);
     return error.empty();

@@ -30,6 +30,21 @@ static bool IsSameFile(const std::string& one, const std::string& other)
     return !FindEnd(one).empty() && FindEnd(one) == FindEnd(other);
 }
 
+std::string FindOutputProblem(const std::string& target)
+{
+    const fs::path path(target);
+    std::error_code error;
+    if (target.empty())
+        return std::string();
+    if (fs::is_directory(path, error) || !path.has_filename())
+        return "The output file is a folder: " + target;
+    const fs::path folder = path.parent_path();
+    if (fs::is_directory(folder, error))
+        return std::string();
+    return "The output file can't be written: " + folder.string() +
+           (fs::exists(folder, error) ? " is no folder." : " doesn't exist.");
+}
+
 std::string FindFileClash(const Scene& scene, const ExportOptions& options, const std::string& target,
                           const std::string& logPath)
 {

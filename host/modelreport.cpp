@@ -38,8 +38,8 @@ static bool MovesMorphs(const PlayedClip& played)
                        [](const SceneChannel& channel) { return channel.path == ScenePath::Weights; });
 }
 
-// The poses from which the skin may be: of a model that was made here that of its first clip; in a file from before,
-// any that the scene offers.
+// The poses from which the skin may be: of a model that was made here that of what was exported first; in a file from
+// before, any that the scene offers.
 static std::vector<ScenePlace> FindSkinPlaces(const std::vector<PlayedClip>& clips, bool fresh)
 {
     const PlayedClip& first = clips.front();
@@ -50,6 +50,90 @@ static std::vector<ScenePlace> FindSkinPlaces(const std::vector<PlayedClip>& cli
     for (int clip = 0; clip < static_cast<int>(first.scene->clips.size()); clip++)
         places.push_back({first.scene, clip, first.Seconds(FindClipRange(*first.scene, clip, first.fps).start)});
     return places;
+}
+
+// The clips in runs of one source. Those without a row get theirs: the newest ones of the model, in their order. False
+// if it doesn't have as many.
+static bool SplitBySource(const Model& model, const std::vector<PlayedClip>& clips,
+                          std::vector<std::vector<PlayedClip>>& groups)
+{
+    const std::uint32_t nOwn = model.CalcNumOwnAnims();
+    const auto hasNoRow = [](const PlayedClip& clip) { return clip.isKept && clip.row < 0; };
+    const std::uint32_t firstRow =
+        nOwn - static_cast<std::uint32_t>(std::count_if(clips.begin(), clips.end(), hasNoRow));
+    if (clips.empty() || firstRow > nOwn)
+        return false;
+    std::uint32_t row = firstRow;
+    for (PlayedClip clip : clips)
+    {
+        if (hasNoRow(clip))
+        {
+            clip.toOldModel = firstRow > 0;
+            clip.row = static_cast<int>(row++);
+        }
+        if (groups.empty() || groups.back().front().source != clip.source)
+            groups.emplace_back();
+        groups.back().push_back(std::move(clip));
+    }
+    return true;
+}
+
+static ClipReport DescribeClipOf(const Model& model, const PlayedClip& played)
+{
+    ClipReport clip;
+    clip.played = played;
+    if (played.clip >= 0)
+        clip.clip = played.scene->clips[static_cast<std::size_t>(played.clip)].name;
+    clip.animation = model.GetAnim(static_cast<std::uint32_t>(played.row))->GetName();
+    clip.animatesScale = AnimatesScale(*played.scene, played.clip);
+    clip.movesMorphs = MovesMorphs(played);
+    clip.keysBetweenFrames = HasKeysBetweenFrames(played);
+    return clip;
+}
+
+// What the clips of one scene have become. `report.fresh` says whether the model was made in this run, `isFirst` of
+// this scene.
+static bool ReportOnScene(Model& model, const std::vector<PlayedClip>& clips, bool isFirst, ModelReport& report,
+                          std::string& error)
+{
+    RecordedSceneOptions options;
+    options.clip = clips.front().clip;
+    options.fps = clips.front().fps;
+    RecordedScene recorded(*clips.front().scene, options);
+    const bool fresh = report.fresh && isFirst;
+    if (isFirst)
+        report.leftOut = FindLeftOut(model, recorded, clips, fresh, report.warnings);
+    const auto kept = std::find_if(clips.begin(), clips.end(), [](const PlayedClip& clip) { return clip.isKept; });
+    if (kept == clips.end())
+        return true;
+    ModelComparison comparison(model, recorded, clips.front().sceneNodes);
+    if (!comparison.HasPoints())
+    {
+        error = "No node of the scene is called as one of those in " + report.file + "; nothing can be compared.";
+        return false;
+    }
+    if (!fresh && clips.front().sceneNodes.empty())
+        report.misplaced = DescribeMisplaced(recorded, MakeModelTree(model));
+    comparison.Match(FindSkinPlaces(clips, fresh), static_cast<std::uint32_t>(kept->row), *kept);
+    if (report.clips.empty())
+    {
+        report.nodesCompared = comparison.NumNodesCompared();
+        report.radius = comparison.Radius();
+        report.skinAtRest = comparison.SkinPlace().clip < 0;
+    }
+    for (const PlayedClip& played : clips)
+    {
+        if (!played.isKept)
+            continue;
+        ClipReport clip = DescribeClipOf(model, played);
+        if (!comparison.Compare(static_cast<std::uint32_t>(played.row), played, clip.distance))
+        {
+            error = report.file + ": animation \"" + clip.animation + "\" can't be played.";
+            return false;
+        }
+        report.clips.push_back(std::move(clip));
+    }
+    return true;
 }
 
 bool MakeModelReport(const std::string& file, const std::string& target, const std::vector<PlayedClip>& clips,
@@ -64,50 +148,18 @@ bool MakeModelReport(const std::string& file, const std::string& target, const s
         error = "Unable to read " + target + " back.";
         return false;
     }
-    const std::uint32_t nOwn = model.CalcNumOwnAnims();
-    if (clips.empty() || nOwn < clips.size())
+    std::vector<std::vector<PlayedClip>> groups;
+    if (!SplitBySource(model, clips, groups))
     {
         error = target + " doesn't hold the animations that were exported.";
         return false;
     }
-    const std::uint32_t firstRow = nOwn - static_cast<std::uint32_t>(clips.size());
-    report.fresh = firstRow == 0;
-
-    RecordedSceneOptions options;
-    options.clip = clips.front().clip;
-    options.fps = clips.front().fps;
-    RecordedScene recorded(*clips.front().scene, options);
-    ModelComparison comparison(model, recorded, clips.front().sceneNodes);
-    if (!comparison.HasPoints())
+    report.fresh = !groups.front().front().toOldModel;
+    for (const std::vector<PlayedClip>& group : groups)
     {
-        error = "No node of the scene is called as one of those in " + target + "; nothing can be compared.";
-        return false;
-    }
-    report.nodesCompared = comparison.NumNodesCompared();
-    if (!report.fresh && clips.front().sceneNodes.empty())
-        report.misplaced = DescribeMisplaced(recorded, MakeModelTree(model));
-    comparison.Match(FindSkinPlaces(clips, report.fresh), firstRow, clips.front());
-    report.radius = comparison.Radius();
-    report.skinAtRest = comparison.SkinPlace().clip < 0;
-    for (std::size_t i = 0; i < clips.size(); i++)
-    {
-        ClipReport clip;
-        clip.played = clips[i];
-        if (clips[i].clip >= 0)
-            clip.clip = clips[i].scene->clips[static_cast<std::size_t>(clips[i].clip)].name;
-        const std::uint32_t row = firstRow + static_cast<std::uint32_t>(i);
-        clip.animation = model.GetAnim(row)->GetName();
-        clip.animatesScale = AnimatesScale(*clips[i].scene, clips[i].clip);
-        clip.movesMorphs = MovesMorphs(clips[i]);
-        clip.keysBetweenFrames = HasKeysBetweenFrames(clips[i]);
-        if (!comparison.Compare(row, clips[i], clip.distance))
-        {
-            error = target + ": animation \"" + clip.animation + "\" can't be played.";
+        if (!ReportOnScene(model, group, &group == groups.data(), report, error))
             return false;
-        }
-        report.clips.push_back(std::move(clip));
     }
-    report.leftOut = FindLeftOut(model, recorded, clips, report.fresh, warnings);
     return true;
 }
 
@@ -147,8 +199,8 @@ static std::string AdviceFor(const ModelReport& report, const ClipReport& clip)
     const bool isFarAtKeys = distance.atKeys.part > REPORT_LIMIT;
     if (isSimple && !report.fresh && report.misplaced.empty() && distance.atKeys.part > MISFIT)
         causes += "; the model may have been made with another --scale or --up";
-    if (isSimple && isFarAtKeys && !report.skinAtRest && report.nodesCompared == 0)
-        switches = report.fresh ? "--rest" : "a fresh export with --rest";
+    if (isSimple && isFarAtKeys && !report.fresh && !report.skinAtRest && report.nodesCompared == 0)
+        switches = "a fresh export";
     // With a single key there is no curve in between that a key could bring closer.
     const bool isFarBetween = distance.worst.part > std::max(1.5 * distance.atKeys.part, REPORT_LIMIT);
     if (isFarBetween && (isSimple || clip.distance.keyFrames.size() > 1))

@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <system_error>
 
-// The scene at rest is one frame, whatever part of the clips is exported.
 static RecordedSceneOptions MakeRecordedOptions(const Scene& scene, int clip, const ExportOptions& options,
                                                 const ShapeKeyModel& model)
 {
@@ -26,16 +25,14 @@ static RecordedSceneOptions MakeRecordedOptions(const Scene& scene, int clip, co
     return recorded;
 }
 
-bool PrepareJob(const Scene& scene, int clip, const ExportOptions& options, const std::string& model, PreparedJob& job,
+bool PrepareJob(const Scene& scene, int clip, const ExportOptions& options, const AppendTarget* model, PreparedJob& job,
                 std::string& error)
 {
     job = PreparedJob();
     job.scene = &scene;
-    AppendTarget target;
-    const bool isBare = !HasTriangles(scene);
-    if (!model.empty() && (options.fit || isBare) && LoadAppendTarget(model, target))
+    if (model)
     {
-        const SceneFit fit(target, scene, clip);
+        const SceneFit fit(*model, scene, clip);
         if (options.fit && fit.CountNamed() == 0)
         {
             error = "No node of the scene is called as one of the model; --fit has nothing to go by.";

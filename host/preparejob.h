@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+struct AppendTarget;
 struct ExportOptions;
 
 struct PreparedJob
@@ -19,11 +20,11 @@ struct PreparedJob
     std::vector<std::string> warnings; // sentences
 };
 
-// What of the clip (-1 for the scene at rest) is recorded, and on which frames it has further keys. If `model` is the
-// file of a model, the animation is going to be added to that, and the scene is fitted to it if the options say so;
-// else the export is fresh. Nothing but the original must outlive the result, which isn't to be moved. False with a
-// sentence in `error` if the scene has nothing to do with the model that it should fit.
-bool PrepareJob(const Scene& scene, int clip, const ExportOptions& options, const std::string& model, PreparedJob& job,
+// What of the clip (-1 for the scene at rest) is recorded, and on which frames it has further keys. `model` is the one
+// that the animation is going to be added to, to which the scene is fitted if the options say so; null where the scene
+// goes by itself. Nothing but the original must outlive the result, which isn't to be moved. False with a sentence in
+// `error` if the scene has nothing to do with the model that it should fit.
+bool PrepareJob(const Scene& scene, int clip, const ExportOptions& options, const AppendTarget* model, PreparedJob& job,
                 std::string& error);
 
 // The file that a run writes: that of the options, else what the dialog is going to offer, made absolute.

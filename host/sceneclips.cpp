@@ -87,8 +87,6 @@ std::vector<std::string> NameAnimations(const Scene& scene)
 ClipRange FindPlayRange(const Scene& scene, int clip, const ExportOptions& options)
 {
     ClipRange range = FindClipRange(scene, clip, options.fps);
-    if (clip < 0 && options.rest)
-        return range;
     range.start = options.start.value_or(range.start);
     range.end = options.end.value_or(range.end);
     return range;

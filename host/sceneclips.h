@@ -27,7 +27,7 @@ std::string NameTwins(const Scene& scene, int clip, const std::string& nameOrInd
 // A name for the animation of each clip: the clip's own, else one that is made from the scene's and the clip's index.
 std::vector<std::string> NameAnimations(const Scene& scene);
 
-// The frames that are exported of a clip (-1 for the scene at rest, one frame where the options ask for a rest pose).
+// The frames that are exported of a clip (-1 for the scene at rest).
 ClipRange FindPlayRange(const Scene& scene, int clip, const ExportOptions& options);
 
 // Why the clip can't be exported over its range, as a sentence; empty if it can.

@@ -3,6 +3,7 @@
 #include "host/exportoptions.h"
 #include "host/exportsession.h"
 #include "host/seedrandom.h"
+#include "host/watchandexport.h"
 #include "win32/terminaluser.h"
 
 #include <csignal>
@@ -35,7 +36,7 @@ static int Run(int argc, char** argv)
     surroundings.console = &console;
     surroundings.terminal = errorsShow && isatty(STDIN_FILENO) != 0 ? &terminal : nullptr;
     surroundings.plugin = FindPluginLibrary();
-    return RunExport(options, surroundings);
+    return options.watch ? WatchAndExport(options, surroundings) : RunExport(options, surroundings);
 }
 
 int main(int argc, char** argv)

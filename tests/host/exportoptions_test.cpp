@@ -1,7 +1,10 @@
 // The command line, as tables.
 #include "host/exportoptions.h"
 
+#include "tests/win32/temporaryfolder.h"
+
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sstream>
@@ -39,7 +42,8 @@ TEST(ExportOptionsTest, EverythingGiven)
 
     ASSERT_TRUE(Parse({"s.gltf"}, options).run);
     EXPECT_TRUE(options.autoFps && options.keys == KeyChoice::Shape);
-    EXPECT_FALSE(options.rest || options.flipV || options.up);
+    EXPECT_TRUE(options.rest == RestChoice::Auto && !options.restName);
+    EXPECT_FALSE(options.flipV || options.up);
     EXPECT_EQ(options.scale, 1.0);
     ASSERT_TRUE(
         Parse({"s", "--fps", "auto", "--keys", "every", "--scale", "1/100", "--up", "z", "--flip-v"}, options).run);
@@ -65,23 +69,53 @@ TEST(ExportOptionsTest, RestPoseWithAndWithoutAName)
         std::vector<const char*> line;
         const char* scene;
         const char* name;
-    } rows[] = {{{"s.gltf", "--rest"}, "s.gltf", "rest"},
-                {{"s.gltf", "--rest", "-q"}, "s.gltf", "rest"},
-                {{"--rest", "s.gltf"}, "s.gltf", "rest"},
-                {{"--rest", "s.gltf", "-o", "x.abc"}, "s.gltf", "rest"},
-                {{"s.gltf", "--rest", "bind"}, "s.gltf", "bind"},
-                {{"--rest", "bind", "s.gltf"}, "s.gltf", "bind"},
-                {{"--rest", "bind", "-o", "x.abc", "s.gltf"}, "s.gltf", "bind"},
-                {{"--clip", "run", "--rest", "bind", "--", "s.gltf"}, "s.gltf", "bind"},
-                {{"--rest=bind", "s.gltf"}, "s.gltf", "bind"},
-                {{"--rest=-b-", "s.gltf"}, "s.gltf", "-b-"}};
+        RestChoice rest = RestChoice::Bind;
+    } rows[] = {{{"s", "--rest"}, "s", "rest"},
+                {{"s", "--rest", "-q"}, "s", "rest"},
+                {{"--rest", "s"}, "s", "rest"},
+                {{"--rest", "s", "-o", "x.abc"}, "s", "rest"},
+                {{"--rest", "s.gltf", "t.gltf"}, "s.gltf", "rest"},
+                {{"s", "--rest", "pose"}, "s", "pose"},
+                {{"--rest", "pose", "s"}, "s", "pose"},
+                {{"--rest", "pose", "-o", "x.abc", "s"}, "s", "pose"},
+                {{"--clip", "run", "--rest", "pose", "--", "s"}, "s", "pose"},
+                {{"--rest=-b-", "s"}, "s", "-b-"},
+                {{"--rest", "bind", "s"}, "s", nullptr},
+                {{"--rest=first", "s"}, "s", nullptr, RestChoice::First},
+                {{"s", "--rest", "auto"}, "s", nullptr, RestChoice::Auto},
+                {{"s", "--rest-name", "pose", "--rest", "bind"}, "s", "pose"},
+                {{"s", "--rest-name=pose"}, "s", "pose"}};
     for (const auto& row : rows)
     {
         ExportOptions options;
         EXPECT_TRUE(Parse(row.line, options).run) << row.line[0] << " " << row.line[1];
         EXPECT_EQ(options.scenePath, row.scene);
-        EXPECT_EQ(options.rest, row.name);
+        EXPECT_TRUE(options.rest == row.rest) << row.line[1];
+        EXPECT_EQ(options.restName, row.name ? std::optional<std::string>(row.name) : std::nullopt) << row.line[1];
     }
+}
+
+// A comment, quotes, a file in a file; several scenes; what repeats itself.
+TEST(ExportOptionsTest, ScenesAndArgumentsInFiles)
+{
+    const TemporaryFolder folder;
+    const std::string outer = "@" + (folder / "outer");
+    const std::string inner = "@" + (folder / "inner");
+    std::ofstream(folder / "outer") << "'a b.fbx' # 'not this\n \"c\\\"d\"\\ e\t" << inner << "\n--all-clips";
+    std::ofstream(folder / "inner") << "-o x#y.abc";
+    ExportOptions options;
+    const CommandLine line = Parse({"base.glb", outer.c_str(), "--overwrite", "--watch", "--", "@f"}, options);
+    ASSERT_TRUE(line.run) << line.problem;
+    EXPECT_EQ(options.scenePath, "base.glb");
+    EXPECT_EQ(options.moreScenes, (std::vector<std::string>{"a b.fbx", "c\"d e", "@f"}));
+    EXPECT_EQ(options.outPath, std::filesystem::current_path() / "x#y.abc");
+    EXPECT_TRUE(options.allClips && options.watch && !options.replace);
+    std::ofstream(folder / "inner") << outer;
+    EXPECT_NE(Parse({outer.c_str()}, options).problem.find(" is in itself."), std::string::npos);
+    std::ofstream(folder / "inner") << "'";
+    EXPECT_NE(Parse({outer.c_str()}, options).problem.find(" ends between quotes."), std::string::npos);
+    std::filesystem::remove(folder / "inner");
+    EXPECT_NE(Parse({outer.c_str()}, options).problem.find("/inner can't be opened: No such file"), std::string::npos);
 }
 
 // The limit may be left away without taking what follows for it.
@@ -122,7 +156,9 @@ TEST(ExportOptionsTest, WrongUsage)
         {"s", "--rest", name251.c_str()},
     };
     std::istringstream plain(
-        "a b|s --bogus|s --strict -1|s --strict=much|s --list --strict|s -o|s -o --append|s -o a -o b|--rest|s --json|"
+        "a b --anim x|a b --clip 0|a b --list|s --replace|s --append --watch|s --list --watch|"
+        "s --rest first --rest-name n|s --rest pose --rest-name n|s --rest-name=|s --bogus|s --strict -1|s "
+        "--strict=much|s --list --strict|s -o|s -o --append|s -o a -o b|--rest|s --json|"
         "s --all-clips --anim x|s --all-clips --clip 0|s --debug --no-debug|s --start 1.5|s --end 99999999999|"
         "s --fps 0.99|s --fps 1000.5|s --fps -30|s --fps nan|s --fps 30x|s --fps 30/0|s --fps 30/|s --fps Auto|"
         "s --keys some|s --keys --rest|s --rest=|--rest= s|--log= x s|s --rest a --rest b|s --scale 0|s --scale -1|s "

@@ -4,16 +4,20 @@
 #include "engine/model/src/loadrequest.h"
 #include "engine/model/src/model.h"
 #include "host/exportsettings.h"
+#include "host/seedrandom.h"
 #include "saa/saahost.h"
 #include "win32/scripteduser.h"
 #include "win32/zoltwin32.h"
-#include "zoltshared/stdzolt/stdiostream.h"
+#include "zoltshared/stdzolt/replacefilestream.h"
 
 #include <functional>
 #include <future>
 #include <memory>
 
+#include <csignal>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -201,7 +205,9 @@ TEST_F(ExportSessionTest, AllClipsInOneFile)
     size_t written = 0;
     for (size_t at = log.find("Writing file..."); at != std::string::npos; at = log.find("Writing file...", at + 1))
         written++;
-    EXPECT_EQ(written, 3U) << log;
+    EXPECT_EQ(written, 1U) << log;
+    for (const char* clip : {"walk", "run", "scene_2"})
+        EXPECT_NE(log.find("Clip: " + std::string(clip) + "\nStatusBar: Reading geometry"), std::string::npos) << log;
     EXPECT_EQ(log.find(".zolt-"), std::string::npos);
 
     const std::string before = ReadFile(m_Options.outPath);
@@ -257,8 +263,90 @@ TEST_F(ExportSessionTest, AllClipsOrNone)
     EXPECT_TRUE(ReadFile(m_Options.outPath) == before);
     m_Options.outPath = m_Folder / "out/missing/m.abc";
     EXPECT_EQ(Run(), 1);
-    EXPECT_TRUE(Said("Unable to open " + m_Options.outPath + " for writing.")) << m_Said;
+    EXPECT_TRUE(Said("The output file can't be written: " + (m_Folder / "out/missing") + " doesn't exist.")) << m_Said;
+    m_Options.outPath = m_Folder / "out";
+    m_Options.scenePath.clear(); // not even looked for
+    EXPECT_EQ(Run(), 1);
+    EXPECT_EQ(m_Said, "error: The output file is a folder: " + m_Options.outPath + "\n");
     ExpectOnly({"m.abc"});
+}
+
+// What is added in memory is what appends to the file would make of it, for clips of one scene and of several.
+TEST_F(ExportSessionTest, ClipsAtOnceAndOneByOne)
+{
+    const ScopedVariable epoch("SOURCE_DATE_EPOCH", "1000000000");
+    const std::string other = m_Folder / "other.gltf";
+    std::ofstream(other) << MakeSceneText(true);
+    std::ofstream(m_Options.scenePath) << MakeSceneText(true);
+    m_Options.overwrite = true;
+    m_Options.keep = {"*"};
+    m_Options.allClips = true;
+    SeedRandom(); // stamps too
+    EXPECT_EQ(Run(), 0) << m_Said;
+    const std::string atOnce = ReadFile(m_Options.outPath);
+    m_Options.allClips = false;
+    for (const char* clip : {"walk", "run", "2"})
+    {
+        m_Options.clip = clip;
+        m_Options.animName = *clip == '2' ? "scene_2" : clip;
+        SeedRandom();
+        EXPECT_EQ(Run(), 0) << m_Said;
+        m_Options.append = true;
+        m_Options.overwrite = false;
+        m_Options.keep.clear();
+    }
+    EXPECT_TRUE(ReadFile(m_Options.outPath) == atOnce);
+
+    m_Options.clip.reset();
+    m_Options.animName.reset();
+    m_Options.append = false;
+    m_Options.overwrite = true;
+    m_Options.moreScenes = {other, m_Options.scenePath};
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(Animations(m_Options.outPath), "walk walk0 walk1");
+    EXPECT_TRUE(Said("Exporting \"walk\" of other.gltf:\n")) << m_Said;
+    EXPECT_TRUE(Said("has an animation \"walk\" already; the new one is called \"walk1\".\n")) << m_Said;
+    const std::string before = ReadFile(m_Options.outPath);
+    m_Options.moreScenes = {other, m_Folder / "none.gltf"};
+    EXPECT_EQ(Run(), 1);
+    EXPECT_TRUE(ReadFile(m_Options.outPath) == before);
+    ExpectOnly({"m.abc"});
+}
+
+TEST_F(ExportSessionTest, ReplacedInItsPlace)
+{
+    m_Options.allClips = true;
+    EXPECT_EQ(Run(), 0) << m_Said;
+    auto model = LoadModel(m_Options.outPath);
+    ASSERT_TRUE(model);
+    model->m_Anims[1].m_vDims = Vector3(1, 2, 3);
+    ReplaceFileStream* stream = OpenReplaceFileStream(m_Options.outPath.c_str());
+    ASSERT_TRUE(stream && model->Save(stream) && stream->Commit() == 0);
+    stream->Release();
+
+    m_Options.allClips = false;
+    m_Options.append = true;
+    m_Options.animName = "RUN";
+    m_Options.end = 12; // of 24 frames
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_TRUE(
+        Said("an animation \"RUN\" already; the new one is called \"RUN0\" (--replace puts it in the place of "))
+        << m_Said;
+    m_Options.replace = true;
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_TRUE(Said("The animation \"RUN\" of the model is replaced.\n")) << m_Said;
+    EXPECT_EQ(KeyTimes(m_Options.outPath), "walk 0 500 1000; RUN 0 500; scene_2 0 500 1000; RUN0 0 500; ");
+    model = LoadModel(m_Options.outPath);
+    EXPECT_EQ(model->m_Anims[1].m_vDims.z, 3.0F);
+
+    // All of them, twice "walk" among them: that of the model is replaced, not that of this run.
+    std::string text = ReadFile(m_Options.scenePath);
+    text.replace(text.find("\"run\""), 5, "\"walk\"");
+    std::ofstream(m_Options.scenePath) << text;
+    m_Options.animName.reset();
+    m_Options.allClips = true;
+    EXPECT_EQ(Run(), 0) << m_Said;
+    EXPECT_EQ(KeyTimes(m_Options.outPath), "walk 0 500; RUN 0 500; scene_2 0 500; RUN0 0 500; walk0 0 500; ");
 }
 
 // The scene's keys stand at 0, 0.5 and 1 s; the curve is straight between them.
@@ -281,13 +369,15 @@ TEST_F(ExportSessionTest, FrameRateAndKeys)
     EXPECT_EQ(keyTimes(), "walk 0 200 400 600 800 1000; ");
     m_Options.start = 1;
     m_Options.end = 3;
-    m_Options.rest = "bind"; // one frame, whatever part of the clip is exported
+    m_Options.rest = RestChoice::Bind;
+    m_Options.restName = "bind"; // one frame, whatever part of the clip is exported
     EXPECT_EQ(keyTimes(), "bind 0; walk 0 200 400; ");
 }
 
 TEST_F(ExportSessionTest, RestPoseFirst)
 {
-    m_Options.rest = "rest";
+    m_Options.rest = RestChoice::Bind;
+    m_Options.restName = "rest";
     EXPECT_EQ(Run(), 0) << m_Said;
     EXPECT_EQ(Animations(m_Options.outPath), "rest walk");
     EXPECT_TRUE(Said("not exported: \"run\", clip 2")) << m_Said;
@@ -428,6 +518,44 @@ TEST_F(ExportSessionTest, LongNamesAreCut)
     m_Options.append = m_Options.allClips = true;
     EXPECT_EQ(Run(), 0) << m_Said;
     EXPECT_EQ(Animations(m_Options.outPath), std::string(249, 'n') + " " + std::string(249, 'n') + "0 run scene_2");
+}
+
+// A scene that is replaced, damaged, and written again.
+TEST_F(ExportSessionTest, WatchedScene)
+{
+    const ScopedVariable config("XDG_CONFIG_HOME", (m_Folder / "config").c_str());
+    const ScopedVariable plugin("ZOLTEXPORT_PLUGIN", ZOLT_PLUGIN);
+    const auto expectClip = [this](const std::string& name)
+    {
+        for (int i = 0; i < 1000 && Animations(m_Options.outPath) != name; i++)
+            usleep(10000);
+        EXPECT_EQ(Animations(m_Options.outPath), name);
+    };
+    const auto renamed = [](const std::string& name)
+    {
+        std::string text = MakeSceneText();
+        return text.replace(text.find("walk"), 4, name);
+    };
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        execl(ZOLT_PROGRAM, ZOLT_PROGRAM, m_Options.scenePath.c_str(), "-o", m_Options.outPath.c_str(), "--watch", "-q",
+              nullptr);
+        _exit(127);
+    }
+    expectClip("walk");
+    std::ofstream(m_Folder / "new") << renamed("stroll");
+    fs::rename(m_Folder / "new", m_Options.scenePath);
+    expectClip("stroll");
+    std::ofstream(m_Options.scenePath) << "{";
+    usleep(300000);
+    std::ofstream(m_Options.scenePath) << renamed("stride");
+    expectClip("stride");
+    kill(child, SIGINT);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
+    ExpectOnly({"m.abc"});
 }
 
 TEST_F(ExportSessionTest, FileThatGrowsTooLarge)
