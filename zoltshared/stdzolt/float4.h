@@ -37,7 +37,7 @@ struct Float4
     void StoreXYZ(void* p) const
     {
         _mm_storel_epi64(static_cast<__m128i*>(p), _mm_castps_si128(v));
-        const float z = _mm_cvtss_f32(_mm_movehl_ps(v, v));
+        const float z = _mm_cvtss_f32(Splat<2>().v);
         std::memcpy(static_cast<char*>(p) + 8, &z, sizeof(z)); // `p` may have any alignment.
     }
 
@@ -151,6 +151,15 @@ inline Float4 Sums(Float4 a, Float4 b, Float4 c, Float4 d)
     const __m128 ab = _mm_add_ps(_mm_unpacklo_ps(a.v, b.v), _mm_unpackhi_ps(a.v, b.v));
     const __m128 cd = _mm_add_ps(_mm_unpacklo_ps(c.v, d.v), _mm_unpackhi_ps(c.v, d.v));
     return _mm_add_ps(_mm_movelh_ps(ab, cd), _mm_movehl_ps(cd, ab));
+}
+
+// The same of three; the fourth float means nothing.
+inline Float4 Sums(Float4 a, Float4 b, Float4 c)
+{
+    const __m128 ab = _mm_add_ps(_mm_unpacklo_ps(a.v, b.v), _mm_unpackhi_ps(a.v, b.v));
+    const __m128i upper = _mm_shuffle_epi32(_mm_castps_si128(c.v), _MM_SHUFFLE(3, 2, 3, 2));
+    const __m128 cc = _mm_add_ps(c.v, _mm_castsi128_ps(upper));
+    return _mm_add_ps(_mm_movelh_ps(ab, cc), _mm_shuffle_ps(ab, cc, _MM_SHUFFLE(1, 1, 3, 2)));
 }
 
 #else
@@ -293,6 +302,11 @@ inline Float4 Sums(const Float4& a, const Float4& b, const Float4& c, const Floa
 {
     const auto sum = [](const Float4& f) { return (f.v[0] + f.v[2]) + (f.v[1] + f.v[3]); };
     return Float4(sum(a), sum(b), sum(c), sum(d));
+}
+
+inline Float4 Sums(const Float4& a, const Float4& b, const Float4& c)
+{
+    return Sums(a, b, c, c);
 }
 
 #endif
