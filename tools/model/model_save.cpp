@@ -19,19 +19,6 @@ constexpr uint32_t VERIFY_CACHE_SIZE = 0x100000;
 constexpr uint32_t COPY_CACHE_SIZE = 65535;
 constexpr uint32_t MAX_WRITTEN_LODS = 65536; // the first has no distance, and the count of distances 16 bits
 
-static void PutFloats(uint8_t* p, const float* pValues, uint32_t nValues)
-{
-    for (uint32_t i = 0; i < nValues; ++i)
-        PutF32(p + size_t{4} * i, pValues[i]);
-}
-
-static void PutVector(uint8_t* p, const Vector3& v)
-{
-    PutF32(p, v.x);
-    PutF32(p + 4, v.y);
-    PutF32(p + 8, v.z);
-}
-
 // About what a file of the model takes: its long tables, and a margin for names and texts.
 static uint64_t EstimateFileSize(Model& model)
 {
@@ -201,8 +188,7 @@ QZBOOL ModelPieceLOD::Save(ModelStream* pStream)
         uint8_t* pCorner = writer.Put(30);
         for (uint32_t i = 0; i < 3; ++i, pCorner += 10)
         {
-            PutF32(pCorner, pTri->m_UVs[i].u);
-            PutF32(pCorner + 4, pTri->m_UVs[i].v);
+            PutFloats(pCorner, &pTri->m_UVs[i], 2);
             PutU16(pCorner + 8, pTri->m_Indices[i]);
         }
     }
@@ -220,8 +206,8 @@ QZBOOL ModelPieceLOD::Save(ModelStream* pStream)
             PutFloats(pRecord + 4, weight.m_Vec, 4);
         }
         uint8_t* pPlace = writer.Put(24);
-        PutVector(pPlace, pVert->m_vPos);
-        PutVector(pPlace + 12, pVert->m_vNormal);
+        PutFloats(pPlace, &pVert->m_vPos, 3);
+        PutFloats(pPlace + 12, &pVert->m_vNormal, 3);
     }
     return QZTRUE;
 }

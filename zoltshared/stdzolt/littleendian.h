@@ -1,7 +1,9 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 // Numbers as the bytes of a file, on a machine of any byte order. Compilers make single loads and stores of these.
 
@@ -37,4 +39,34 @@ inline void PutU32(uint8_t* p, uint32_t value)
 inline void PutF32(uint8_t* p, float value)
 {
     PutU32(p, std::bit_cast<uint32_t>(value));
+}
+
+// Floats in a row, such as those of a vector. In place they may be converted too.
+inline void GetFloats(const uint8_t* p, void* pValues, size_t nValues)
+{
+    if constexpr (std::endian::native == std::endian::little)
+    {
+        std::memmove(pValues, p, sizeof(float) * nValues);
+        return;
+    }
+    for (size_t i = 0; i < nValues; ++i)
+    {
+        const float value = GetF32(p + sizeof(float) * i);
+        std::memcpy(static_cast<uint8_t*>(pValues) + sizeof(float) * i, &value, sizeof(float));
+    }
+}
+
+inline void PutFloats(uint8_t* p, const void* pValues, size_t nValues)
+{
+    if constexpr (std::endian::native == std::endian::little)
+    {
+        std::memcpy(p, pValues, sizeof(float) * nValues);
+        return;
+    }
+    for (size_t i = 0; i < nValues; ++i)
+    {
+        float value;
+        std::memcpy(&value, static_cast<const uint8_t*>(pValues) + sizeof(float) * i, sizeof(float));
+        PutF32(p + sizeof(float) * i, value);
+    }
 }

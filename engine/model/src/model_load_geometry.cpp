@@ -96,8 +96,7 @@ QZBOOL ModelPieceLOD::LoadTris(ModelStream* pStream, uint32_t& maxIndex)
         const uint8_t* pCorner = reader.Take(DISK_TRI);
         for (uint32_t i = 0; i < 3; ++i, pCorner += DISK_TRI / 3)
         {
-            pTri->m_UVs[i].u = GetF32(pCorner);
-            pTri->m_UVs[i].v = GetF32(pCorner + 4);
+            GetFloats(pCorner, &pTri->m_UVs[i], 2);
             const uint16_t index = GetU16(pCorner + 8);
             pTri->m_Indices[i] = index;
             maxIndex = std::max<uint32_t>(maxIndex, index);
@@ -129,12 +128,11 @@ QZBOOL ModelPieceLOD::LoadVerts(ModelStream* pStream, uint32_t& iWeight)
         {
             const uint8_t* pRecord = reader.Take(DISK_WEIGHT);
             pWeight->m_iNode = GetU32(pRecord);
-            for (uint32_t i = 0; i < 4; ++i)
-                pWeight->m_Vec[i] = GetF32(pRecord + 4 + size_t{4} * i);
+            GetFloats(pRecord + 4, pWeight->m_Vec, 4);
         }
         const uint8_t* pPlace = reader.Take(DISK_VERT - 4);
-        pVert->m_vPos.Set(GetF32(pPlace), GetF32(pPlace + 4), GetF32(pPlace + 8));
-        pVert->m_vNormal.Set(GetF32(pPlace + 12), GetF32(pPlace + 16), GetF32(pPlace + 20));
+        GetFloats(pPlace, &pVert->m_vPos, 3);
+        GetFloats(pPlace + 12, &pVert->m_vNormal, 3);
     }
     return QZTRUE;
 }
@@ -166,8 +164,7 @@ QZBOOL ModelNode::LoadLevel(ModelStream* pStream, uint32_t nLevel, uint32_t& nNo
     m_NodeIndex = GetU16(record);
     m_Flags = record[2];
     Matrix4 global;
-    for (uint32_t i = 0; i < 16; ++i)
-        global.m[i] = GetF32(record + 3 + size_t{4} * i);
+    GetFloats(record + 3, global.m, 16);
     SetGlobalTransform(global);
 
     const uint32_t nChildren = GetU32(record + 67);

@@ -1,8 +1,8 @@
 #include "engine/model/src/nodekeyframe.h"
 
+#include "zoltshared/stdzolt/littleendian.h"
 #include "zoltshared/stdzolt/modelstream.h"
 
-#include <algorithm>
 #include <bit>
 
 void NodeKeyFrame::SetIdentity()
@@ -23,14 +23,8 @@ void NodeKeyFrame::FromMatrix(const Matrix4& in)
     in.GetTranslation(m_vTranslation);
 }
 
-static_assert(sizeof(NodeKeyFrame) == 28); // in memory as in a file, but for the order of a float's bytes
-
-static void ReverseFloats(NodeKeyFrame* pKeys, uint32_t nKeys)
-{
-    uint8_t* pBytes = reinterpret_cast<uint8_t*>(pKeys);
-    for (uint8_t* pEnd = pBytes + sizeof(NodeKeyFrame) * nKeys; pBytes != pEnd; pBytes += sizeof(float))
-        std::reverse(pBytes, pBytes + sizeof(float));
-}
+constexpr uint32_t KEY_FLOATS = 7;
+static_assert(sizeof(NodeKeyFrame) == KEY_FLOATS * sizeof(float)); // in memory as in a file, but for the order of bytes
 
 void NodeKeyFrame::LoadKeys(ModelStream* pStream, NodeKeyFrame* pKeys, uint32_t nKeys)
 {
@@ -38,7 +32,7 @@ void NodeKeyFrame::LoadKeys(ModelStream* pStream, NodeKeyFrame* pKeys, uint32_t 
         return;
     pStream->Read(pKeys, nKeys * static_cast<uint32_t>(sizeof(NodeKeyFrame)));
     if constexpr (std::endian::native != std::endian::little)
-        ReverseFloats(pKeys, nKeys);
+        GetFloats(reinterpret_cast<const uint8_t*>(pKeys), pKeys, size_t{KEY_FLOATS} * nKeys);
 }
 
 void NodeKeyFrame::SaveKeys(ModelStream* pStream, const NodeKeyFrame* pKeys, uint32_t nKeys)
@@ -52,8 +46,8 @@ void NodeKeyFrame::SaveKeys(ModelStream* pStream, const NodeKeyFrame* pKeys, uin
     }
     for (uint32_t i = 0; i < nKeys; ++i)
     {
-        NodeKeyFrame key = pKeys[i];
-        ReverseFloats(&key, 1);
-        pStream->Write(&key, sizeof(key));
+        uint8_t bytes[sizeof(NodeKeyFrame)];
+        PutFloats(bytes, pKeys + i, KEY_FLOATS);
+        pStream->Write(bytes, sizeof(bytes));
     }
 }
