@@ -28,14 +28,15 @@ QZBOOL ConvModel::Finish(QZBOOL bRemoveNodes, QZBOOL bMagScale)
 
 QZBOOL ConvModel::CreateChildNodes(DynArray<ModelNode*, NoCache>& children, uint32_t nNodes)
 {
-    if (!children.SetSizeInit(nNodes, nullptr, m_pAllocator))
+    Allocator* pAllocator = GetGrowAllocator();
+    if (!children.SetSizeInit(nNodes, nullptr, pAllocator))
         return QZFALSE;
     for (uint32_t i = 0; i < nNodes; ++i)
     {
-        children[i] = AllocNew<ConvNode>(*m_pAllocator, this);
+        children[i] = AllocNew<ConvNode>(*pAllocator, this);
         if (!children[i])
         {
-            DeleteAndClearArray(children, m_pAllocator);
+            DeleteAndClearArray(children, pAllocator);
             return QZFALSE;
         }
     }
@@ -45,14 +46,15 @@ QZBOOL ConvModel::CreateChildNodes(DynArray<ModelNode*, NoCache>& children, uint
 QZBOOL ConvModel::CreateChildAnimNodes(DynArray<AnimNode*, NoCache>& children, uint32_t nNodes, ModelAnim* pAnim,
                                        AnimNode* pParent)
 {
-    if (!children.SetSizeInit(nNodes, nullptr, m_pAllocator))
+    Allocator* pAllocator = GetGrowAllocator();
+    if (!children.SetSizeInit(nNodes, nullptr, pAllocator))
         return QZFALSE;
     for (uint32_t i = 0; i < nNodes; ++i)
     {
-        children[i] = AllocNew<ConvAnimNode>(*m_pAllocator, pAnim, pParent);
+        children[i] = AllocNew<ConvAnimNode>(*pAllocator, pAnim, pParent);
         if (!children[i])
         {
-            DeleteAndClearArray(children, m_pAllocator);
+            DeleteAndClearArray(children, pAllocator);
             return QZFALSE;
         }
     }

@@ -20,7 +20,7 @@ static uint32_t AddAnimCopy(Model* pDest, ModelAnim* pSource)
     char name[ANIM_NAME_BUFFER];
     if (!pDest->MakeUniqueAnimName(pSource->GetName(), name, sizeof(name)))
         return ADDANIMS_INVALID_ANIM;
-    Allocator* pAllocator = pDest->GetAllocator();
+    Allocator* pAllocator = pDest->GetGrowAllocator();
     ModelAnim* pAnim = AllocNew<ModelAnim>(*pAllocator, pDest);
     if (!pAnim)
         return ADDANIMS_INVALID_ANIM;

@@ -9,8 +9,8 @@ class ConvNode;
 constexpr uint32_t NO_VERTEX = 0xFFFFFFFFu;
 
 // Told once when many vertices have left the LOD 0 mesh pLOD: pNewIndices holds for each old vertex its new index, that
-// of its replacement, or NO_VERTEX.
-typedef void (*VertexRemapHandler)(ConvNode* pNode, ModelPieceLOD* pLOD, const uint32_t* pNewIndices);
+// of its replacement, or NO_VERTEX. False, with nothing done, if the node wants to be told one by one.
+typedef bool (*VertexRemapHandler)(ConvNode* pNode, ModelPieceLOD* pLOD, const uint32_t* pNewIndices);
 
 // A node with what only the conversion needs.
 class ConvNode : public ModelNode

@@ -86,8 +86,7 @@ QZBOOL Model::OrderAnimsForSave()
     {
         for (uint32_t i = 0; i < NumAnims(); ++i)
         {
-            const ChildInfo* pInfo = m_Anims[i].m_pChildInfo;
-            if ((pInfo->m_pParentModel == pInfo->m_pModel) == bOwn)
+            if (IsOwn(m_Anims[i]) == bOwn)
                 ordered[iRow++] = m_Anims[i];
         }
     }
@@ -153,7 +152,8 @@ QZBOOL Model::WriteSections(ModelStream* pTarget)
     pStream->WriteU32(CalcNumOwnAnims());
     for (uint32_t i = 0; i < NumAnims(); ++i)
     {
-        if (m_Anims[i].m_pChildInfo->m_pModel == this && !m_Anims[i].SaveAnimInfo(pStream))
+        // A row of link 0 that isn't an own one can't be written.
+        if (m_Anims[i].m_pChildInfo == &m_SelfChildModel && !(IsOwn(m_Anims[i]) && m_Anims[i].SaveAnimInfo(pStream)))
             return QZFALSE;
     }
 
@@ -243,10 +243,12 @@ QZBOOL Model::SaveWeightSets(ModelStream* pStream)
 QZBOOL WeightSet::Save(ModelStream* pStream)
 {
     pStream->WriteString(m_Name);
+    // What the header counts, and a load keeps, whatever has become of the tree since the set was made.
+    const uint32_t nNodes = m_pModel->NumNodes();
     BlockWriter writer(pStream);
-    PutU32(writer.Put(4), m_Weights.GetSize());
-    for (uint32_t i = 0; i < m_Weights.GetSize(); ++i)
-        PutF32(writer.Put(4), m_Weights[i]);
+    PutU32(writer.Put(4), nNodes);
+    for (uint32_t i = 0; i < nNodes; ++i)
+        PutF32(writer.Put(4), i < m_Weights.GetSize() ? m_Weights[i] : 0.0f);
     return QZTRUE;
 }
 

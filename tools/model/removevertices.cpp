@@ -49,9 +49,9 @@ QZBOOL RemoveVertices(ModelPiece* pPiece, const uint32_t* pTargets)
     for (uint32_t i = 0; i < pModel->NumNodes(); ++i)
     {
         ConvNode* pNode = dynamic_cast<ConvNode*>(pModel->GetNode(i));
-        if (pNode && pNode->m_pOnVerticesRemapped)
-            pNode->m_pOnVerticesRemapped(pNode, pPiece, newIndices.GetArray());
-        else
+        const bool bTold =
+            pNode && pNode->m_pOnVerticesRemapped && pNode->m_pOnVerticesRemapped(pNode, pPiece, newIndices.GetArray());
+        if (!bTold)
             TellOneByOne(pModel->GetNode(i), pPiece, pTargets);
     }
     for (uint32_t i = 0; i < nVerts; ++i)

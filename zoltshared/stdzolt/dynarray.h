@@ -96,6 +96,9 @@ public:
     const T& operator[](uint32_t index) const { return m_pArray[CheckIndex(index)]; }
     T& Get(uint32_t index) { return m_pArray[CheckIndex(index)]; }
     const T& Get(uint32_t index) const { return m_pArray[CheckIndex(index)]; }
+    // For callers whose index may be wrong: null, or T(), for one out of range, which is reported all the same.
+    T* At(uint32_t index) { return HasIndex(index) ? m_pArray + index : nullptr; }
+    T GetOrNone(uint32_t index) const { return HasIndex(index) ? m_pArray[index] : T(); }
     T& Last() { return m_pArray[CheckLast()]; }
     const T& Last() const { return m_pArray[CheckLast()]; }
 
@@ -124,9 +127,11 @@ public:
     void ListSetCacheSize(uint32_t cacheSize) override { SetCacheSize(cacheSize); }
 
 private:
+    bool HasIndex(uint32_t index) const { return ZOLT_ASSERT(index < m_nElements, "index < m_nElements"); }
+
     uint32_t CheckIndex(uint32_t index) const
     {
-        ZOLT_ASSERT(index < m_nElements, "index < m_nElements");
+        HasIndex(index);
         return index;
     }
 

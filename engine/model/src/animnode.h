@@ -29,7 +29,7 @@ public:
     virtual AnimNode* CreateAnimNode(ModelAnim* pAnim, AnimNode* pParent);
 
     uint32_t NumChildren() const { return m_Children.GetSize(); }
-    AnimNode* GetChild(uint32_t index) const { return m_Children.Get(index); }
+    AnimNode* GetChild(uint32_t index) const { return m_Children.GetOrNone(index); }
     // That of the animation, not the size of this track's own array.
     uint32_t NumKeyFrames() const;
     Model* GetModel() const;

@@ -1,5 +1,6 @@
 #include "engine/model/src/model.h"
 
+#include "engine/model/src/transformmaker.h"
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/strcasecompare.h"
 
@@ -77,9 +78,8 @@ void Model::Term(QZBOOL bDeleteChildren)
 
     for (uint32_t i = 0; i < NumAnims(); ++i)
     {
-        ModelAnim* pAnim = m_Anims[i].m_pAnim;
-        if (pAnim && m_Anims[i].m_pChildInfo && m_Anims[i].m_pChildInfo == m_ChildModels[0])
-            FreeObject(*m_pAllocator, pAnim);
+        if (IsOwn(m_Anims[i]))
+            FreeObject(*m_pAllocator, m_Anims[i].m_pAnim);
     }
     m_Anims.Term(m_pDefaultAllocator);
 
@@ -164,8 +164,19 @@ void Model::SetFadeRange(float fMin, float fMax)
 
 ModelAnim* Model::GetOwnAnim(uint32_t i) const
 {
-    const AnimInfo& info = m_Anims.Get(i);
-    return info.GetAnimOwner() == this ? info.m_pAnim : nullptr;
+    const AnimInfo row = m_Anims.GetOrNone(i);
+    return IsOwn(row) ? row.m_pAnim : nullptr;
+}
+
+bool Model::IsOwn(const AnimInfo& row) const
+{
+    return row.m_pChildInfo == &m_SelfChildModel && row.m_pAnim && row.m_pAnim->GetModel() == this;
+}
+
+Matrix4& Model::GetTransform(uint32_t i)
+{
+    Matrix4* pTransform = m_Transforms.At(i);
+    return pTransform ? *pTransform : g_TempMat;
 }
 
 // The first named element of an array of pointers.
@@ -287,6 +298,8 @@ QZBOOL Model::SwapPieces(uint32_t iA, uint32_t iB)
 
 QZBOOL Model::AddWeightSet(WeightSet* pSet)
 {
+    if (NumNodes() != 0 && !pSet->FitToNodes())
+        return QZFALSE;
     return m_WeightSets.Append(pSet, GetGrowAllocator());
 }
 
@@ -350,8 +363,7 @@ QZBOOL Model::Precalc(QZBOOL bForce)
 
     for (uint32_t i = 0; i < NumAnims(); ++i)
     {
-        ModelAnim* pAnim = m_Anims[i].m_pAnim;
-        if (pAnim && pAnim->GetModel() == this && !pAnim->PrecalcNodeLists(bForce))
+        if (IsOwn(m_Anims[i]) && !m_Anims[i].m_pAnim->PrecalcNodeLists(bForce))
             return QZFALSE;
     }
 
@@ -453,8 +465,7 @@ uint32_t Model::CalcNumOwnAnims() const
     uint32_t nAnims = 0;
     for (uint32_t i = 0; i < NumAnims(); ++i)
     {
-        const ModelAnim* pAnim = GetAnim(i);
-        if (pAnim && pAnim->GetModel() == this)
+        if (IsOwn(m_Anims[i]))
             ++nAnims;
     }
     return nAnims;

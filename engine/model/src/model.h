@@ -58,7 +58,7 @@ struct ModelLink
 // The run-time library holds all but what is marked as tool side here and in the headers of the elements (Save,
 // RemoveNode and so on): those are declared for the tools, which bring them along, and don't link without them.
 //
-// Access by index asserts its range and doesn't guard it, unless told otherwise.
+// Access by index gives null for an index out of range, and reports it.
 //
 // An object that is handed over (AddSocket, AddWeightSet, AddAnim, SetRootNode) must come from GetGrowAllocator();
 // for a model on g_DefaultAllocator, and for one in its own block, that is what `new` of the model classes gives.
@@ -84,23 +84,27 @@ public:
     bool IsUnreferenced() const { return m_RefCount == 0; }
     // Empties the model and keeps it usable. Child models are released, and with bDeleteChildren deleted once nothing
     // refers to them. The stamp, the file version, m_HeaderFloat and what the command string set (but for NormalRef)
-    // stay as they were. Link 0 has no model until the next load: GetOwnAnim gives null for every row until then.
+    // stay as they were. Link 0 has no model until the next load, AddAnim or AddChildModel.
     void Term(QZBOOL bDeleteChildren);
 
     // Plain access; none of it allocates. NumNodes is 0 until Precalc has run.
     ModelNode* GetRootNode() const { return m_pRootNode; }
     uint32_t NumNodes() const { return m_Transforms.GetSize(); }
-    ModelNode* GetNode(uint32_t i) const { return m_FlatNodeList.Get(i); }
-    Matrix4& GetTransform(uint32_t i) { return m_Transforms[i]; }
+    ModelNode* GetNode(uint32_t i) const { return m_FlatNodeList.GetOrNone(i); }
+    // For an index out of range a matrix that means nothing.
+    Matrix4& GetTransform(uint32_t i);
     uint32_t NumPieces() const { return m_Pieces.GetSize(); }
-    ModelPiece* GetPiece(uint32_t i) const { return m_Pieces.Get(i); }
+    ModelPiece* GetPiece(uint32_t i) const { return m_Pieces.GetOrNone(i); }
     uint32_t NumWeightSets() const { return m_WeightSets.GetSize(); }
-    WeightSet* GetWeightSet(uint32_t i) const { return m_WeightSets.Get(i); }
+    WeightSet* GetWeightSet(uint32_t i) const { return m_WeightSets.GetOrNone(i); }
     uint32_t NumAnims() const { return m_Anims.GetSize(); }
-    ModelAnim* GetAnim(uint32_t i) const { return m_Anims.Get(i).m_pAnim; }
-    AnimInfo* GetAnimInfo(uint32_t i) { return &m_Anims[i]; }
-    // Null for a row that came from a child model.
+    ModelAnim* GetAnim(uint32_t i) const { return m_Anims.GetOrNone(i).m_pAnim; }
+    AnimInfo* GetAnimInfo(uint32_t i) { return m_Anims.At(i); }
+    // Null for a row that isn't an own one.
     ModelAnim* GetOwnAnim(uint32_t i) const;
+    // Own is what link 0 has and what was made for this model. A child that borrows from this model in its turn hands
+    // such animations back through its link; there they aren't own.
+    bool IsOwn(const AnimInfo& row) const;
     uint32_t NumLODs() const { return m_LODDistances.GetSize() + 1; }
     Allocator* GetAllocator() const { return m_pAllocator; }
     Allocator* GetDefaultAllocator() const { return m_pDefaultAllocator; }
@@ -136,7 +140,7 @@ public:
     void SetRootNode(ModelNode* pRoot);
     // Exchanges two pieces; false for an index out of range.
     QZBOOL SwapPieces(uint32_t iA, uint32_t iB);
-    // Takes ownership on success. The set needs a value for each node: see WeightSet::Init.
+    // Takes ownership on success. In a precalculated model the set is fitted to the nodes: see WeightSet::FitToNodes.
     QZBOOL AddWeightSet(WeightSet* pSet);
     // Deletes the set; those behind it move up. An index out of range is reported and changes nothing.
     void RemoveWeightSet(uint32_t iSet);
@@ -192,7 +196,7 @@ public:
 
     // Sockets. model_sockets.cpp
     uint32_t NumSockets() const { return m_Sockets.GetSize(); }
-    ModelSocket* GetSocket(uint32_t index) const { return m_Sockets.Get(index); }
+    ModelSocket* GetSocket(uint32_t index) const { return m_Sockets.GetOrNone(index); }
     // Takes ownership on success.
     QZBOOL AddSocket(ModelSocket* pSocket);
     // Deletes the socket; those behind it move up. False for an index out of range.
@@ -326,6 +330,8 @@ protected:
     QZBOOL RemoveNode(ModelNode* pNode, bool bWeights);
 
 private:
+    // Gives link 0 its model back, which Term takes.
+    void TieSelf() { m_SelfChildModel.m_pModel = this; }
     QZBOOL PrecalcTransforms(QZBOOL bForce);
     QZBOOL PrecalcFlatNodeList(QZBOOL bForce);
     void CalcNodeRelations(ChildInfo* pInfo, const Matrix4& mParentA, const Matrix4& mParentB, ModelNode* pNodeA,

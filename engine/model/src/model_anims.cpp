@@ -13,6 +13,8 @@ AnimInfo* Model::AddAnimToChildInfo(ModelAnim* pAnim, ChildInfo* pInfo)
     AnimInfo row;
     row.m_pAnim = pAnim;
     row.m_pChildInfo = pInfo;
+    if (pInfo == &m_SelfChildModel)
+        TieSelf();
     uint32_t iRow = pInfo->m_iAnimOffset;
     if (pInfo->m_pModel)
         iRow += pInfo->m_pModel->CalcNumOwnAnims();

@@ -39,6 +39,7 @@ ChildInfo* Model::FindChildModelByName(const char* pName, uint32_t* pIndex) cons
 
 ChildInfo* Model::AddChildModel(Model* pChild, const char* pName, char* pErrStr, QZBOOL bCalcRelation)
 {
+    TieSelf();
     if (!ZOLT_ASSERT(!FindChildModel(pChild), "!FindChildModel(pChild)"))
     {
         snprintf(pErrStr, MODEL_ERRSTR_SIZE, "Model already exists.");

@@ -50,7 +50,7 @@ public:
     uint32_t GetNodeIndex() const { return m_NodeIndex; }
     uint32_t GetParentIndex() const { return m_iParent; }
     uint32_t NumChildren() const { return m_Children.GetSize(); }
-    ModelNode* GetChild(uint32_t index) const { return m_Children.Get(index); }
+    ModelNode* GetChild(uint32_t index) const { return m_Children.GetOrNone(index); }
     Model* GetModel() const { return m_pModel; }
     const Matrix4* GetGlobalTransform() const { return &m_mGlobal; }
     // Stores the matrix and its rigid inverse: true only for a rotation and a translation.

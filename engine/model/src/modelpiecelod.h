@@ -23,8 +23,8 @@ public:
 
     uint32_t NumVerts() const { return m_Verts.GetSize(); }
     uint32_t NumTris() const { return m_Tris.GetSize(); }
-    ModelVert* GetVert(uint32_t index) { return &m_Verts[index]; }
-    ModelTri* GetTri(uint32_t index) { return &m_Tris[index]; }
+    ModelVert* GetVert(uint32_t index) { return m_Verts.At(index); }
+    ModelTri* GetTri(uint32_t index) { return m_Tris.At(index); }
 
     // Takes over the texture coordinates of every triangle; false, with nothing changed, if the triangle counts differ.
     QZBOOL CopyUVs(ModelPieceLOD* pOther);

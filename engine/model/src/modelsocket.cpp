@@ -23,3 +23,9 @@ void ModelSocket::ToMatrix(Matrix4& out) const
     m_qRotation.ToMatrix(out);
     out.SetTranslation(m_vPos.x, m_vPos.y, m_vPos.z);
 }
+
+void ModelSocket::FromMatrix(const Matrix4& in)
+{
+    m_qRotation.FromMatrix(in);
+    in.GetTranslation(m_vPos);
+}

@@ -21,6 +21,8 @@ public:
     void SetIdentity();
     // The socket's transform in its node's space.
     void ToMatrix(Matrix4& out) const;
+    // Takes a rotation and a translation, as NodeKeyFrame::FromMatrix.
+    void FromMatrix(const Matrix4& in);
 
     Vector3 m_vPos;         // in the node's space, model units
     Quaternion m_qRotation; // socket space to node space

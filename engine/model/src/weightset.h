@@ -28,10 +28,13 @@ public:
     const char* GetName() const { return m_Name; }
     // One weight for each node of the model, which must be precalculated, all 0.0. False without memory.
     QZBOOL Init();
+    // Gives the set one weight for each node: 0.0 where it lacks some; what it has beyond is dropped. False, with the
+    // set as it was, without memory.
+    QZBOOL FitToNodes();
 
     // Reads name and values, of which one for each node is kept; false if the file has fewer, or without memory.
     QZBOOL Load(ModelStream* pStream);
-    QZBOOL Save(ModelStream* pStream); // tool side
+    QZBOOL Save(ModelStream* pStream); // tool side; writes one value for each node, as FitToNodes would leave them
 
     char m_Name[WEIGHTSET_NAME_SIZE] = {};
     DynArray<float, DefaultCache> m_Weights; // by node index

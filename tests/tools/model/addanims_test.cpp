@@ -54,6 +54,17 @@ TEST(AddAnims, TreesOfOneShapeJoinByPositionUnderFreeNames)
     dest.RemoveAllAnims();
     EXPECT_EQ(dest.NumAnims(), 0u);
     EXPECT_EQ(dest.AddAnims(&source), 0u);
+
+    // A model in one block takes in as much, on the heap.
+    ConvModel block;
+    MemoryStream stream(65536);
+    ASSERT_TRUE(dest.Save(&stream) && block.PrepareBlock(&stream, &g_DefaultAllocator) == RESULT_OK);
+    LoadRequest request;
+    request.m_pStream = &stream;
+    ASSERT_EQ(block.Load(&request), RESULT_OK);
+    ASSERT_EQ(block.AddAnims(&source), 0u);
+    ASSERT_EQ(dest.AddAnims(&source), 0u);
+    EXPECT_EQ(Snapshot(block), Snapshot(dest));
 }
 
 TEST(AddAnims, ForeignNodesArePrunedFromACopy)

@@ -38,12 +38,13 @@ public:
     std::vector<uint32_t> m_Followed;
 
 private:
-    static void OnRemap(ConvNode* pNode, ModelPieceLOD* pLOD, const uint32_t* pNewIndices)
+    static bool OnRemap(ConvNode* pNode, ModelPieceLOD* pLOD, const uint32_t* pNewIndices)
     {
         if (pLOD != pNode->m_pModel->GetPiece(0))
-            return;
+            return true;
         for (uint32_t& i : static_cast<RemapNode*>(pNode)->m_Followed)
             i = i == NO_VERTEX ? i : pNewIndices[i];
+        return true;
     }
 };
 
@@ -244,12 +245,17 @@ TEST(CleanGeometry, MagScaleOfRadiusAndName)
     {
         // One pair a little closer than the limit, one a little farther.
         const float limit = 0.1f / test.magScale;
+        const float away = (test.pName[1] == 'a' ? 7 : -7) * test.radius; // the box is far from the origin
         ConvModel model;
         AddNode<ConvNode>(model, nullptr, test.pName);
         ASSERT_TRUE(model.Precalc(QZTRUE));
-        ModelPiece* pPiece = AddPiece(
-            model, {{-test.radius, 0, 0}, {test.radius, 0, 0}, {0, 0, 0}, {0.99f * limit, 0, 0}, {0, 1.01f * limit, 0}},
-            {{0, 1, 2}, {0, 1, 3}, {0, 1, 4}});
+        ModelPiece* pPiece = AddPiece(model,
+                                      {{-test.radius, 0, away},
+                                       {test.radius, 0, away},
+                                       {0, 0, away},
+                                       {0.99f * limit, 0, away},
+                                       {0, 1.01f * limit, away}},
+                                      {{0, 1, 2}, {0, 1, 3}, {0, 1, 4}});
         EXPECT_FLOAT_EQ(CalcModelRadius(&model), test.radius);
         ASSERT_TRUE(CleanGeometry(&model));
         EXPECT_EQ(XOf(pPiece), (std::vector<float>{-test.radius, test.radius, 0.99f * limit, 0})) << test.pName;

@@ -173,6 +173,27 @@ TEST(ModelSave, RefusesWhatIsInconsistent)
     EXPECT_EQ(catcher.Caught(), (std::vector<std::string>{"index < m_nElements", "m_CommandString"}));
 }
 
+// The file holds a value for each node, whatever the set has: that is what the header counts.
+TEST(ModelSave, WeightSetsAreThoseOfTheNodes)
+{
+    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+    ASSERT_EQ(LoadBytes(model, SampleFile(12, true, 1)), RESULT_OK);
+    for (const uint32_t nValues : {0u, 1u, 5u})
+    {
+        WeightSet* pSet = new WeightSet(&model);
+        ASSERT_TRUE(pSet->m_Weights.SetSizeInit(nValues, 0.25f) && model.AddWeightSet(pSet));
+        EXPECT_EQ(pSet->m_Weights.GetSize(), 2u);
+    }
+    const Bytes fitted = Snapshot(model);
+    ASSERT_TRUE(model.GetWeightSet(1)->m_Weights.NiceSetSize(0) && model.GetWeightSet(3)->m_Weights.Append(3.0f));
+    EXPECT_EQ(Snapshot(model), fitted);
+    Model again(&g_DefaultAllocator, &g_DefaultAllocator);
+    ASSERT_EQ(LoadBytes(again, Saved(model)), RESULT_OK);
+    const float expected[] = {0, 0, 0.25f, 0, 0.25f, 0.25f};
+    for (uint32_t i = 0; i < 6; ++i)
+        EXPECT_EQ(again.GetWeightSet(1 + i / 2)->m_Weights[i % 2], expected[i]) << i;
+}
+
 TEST(ModelSave, OwnAnimationsComeFirstAndBindingsFindTheirRows)
 {
     char error[MODEL_ERRSTR_SIZE];

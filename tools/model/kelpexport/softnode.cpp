@@ -3,10 +3,15 @@
 #include "engine/model/src/model.h"
 
 #include <cstring>
+#include <typeinfo>
 
-static void RemapVertices(ConvNode* pNode, ModelPieceLOD* pLOD, const uint32_t* pNewIndices)
+static bool RemapVertices(ConvNode* pNode, ModelPieceLOD* pLOD, const uint32_t* pNewIndices)
 {
+    // A class of its own may have its own OnVertexRemoved.
+    if (typeid(*pNode) != typeid(SoftNode))
+        return false;
     static_cast<SoftNode*>(pNode)->OnVerticesRemapped(pLOD, pNewIndices);
+    return true;
 }
 
 SoftNode::SoftNode(Model* pModel) : ConvNode(pModel)

@@ -90,6 +90,26 @@ TEST(ChildModels, RowsAndReferences)
     pModel->Term(QZFALSE);
     EXPECT_EQ(b.m_RefCount, 0); // released, not deleted
     EXPECT_EQ(Rows(b), "c0 ");
+
+    // Filled again by hand it is whole: its rows are its own, and it doesn't borrow from itself.
+    ASSERT_TRUE(pModel->Precalc(QZTRUE) && pModel->AddDefaultAnim("p") && pModel->AddDefaultAnim("q"));
+    EXPECT_EQ(Rows(*pModel), "p0 q0 ");
+    EXPECT_TRUE(pModel->GetOwnAnim(1) && pModel->GetOwnAnim(1) == pModel->GetAnim(1));
+    pModel->Term(QZFALSE);
+    {
+        AssertionCatcher catcher;
+        EXPECT_FALSE(pModel->AddChildModel(pModel, "self", errStr, QZFALSE));
+        EXPECT_STREQ(errStr, "Model already exists.");
+    }
+    EXPECT_TRUE(pModel->AddChildModel(nullptr, "none", errStr, QZFALSE));
+
+    // What a child lends that has borrowed it from here isn't an own row a second time.
+    ASSERT_TRUE(a.AddChildModel(&d, "d", errStr, QZFALSE) && d.AddChildModel(&a, "a", errStr, QZFALSE));
+    EXPECT_EQ(Rows(d), "d0 e0 a1 b1 z1 d1 e1 ");
+    EXPECT_EQ(d.CalcNumOwnAnims(), 2u);
+    EXPECT_EQ(d.GetOwnAnim(5), nullptr);
+    d.Term(QZFALSE);
+    a.Term(QZFALSE);
     Model::DeleteModel(pModel);
 
     // With deletion a child goes with its last parent.

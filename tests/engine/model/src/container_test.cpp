@@ -178,7 +178,10 @@ TEST(Model, CountsAndStructure)
     EXPECT_EQ(model.GetPiece(1)->m_iFirstVert, 7u);
 
     model.RemoveWeightSet(0); // there is none
-    EXPECT_EQ(catcher.Caught().size(), 3u);
+    EXPECT_TRUE(!model.GetNode(9) && !model.GetAnim(9) && !model.GetAnimInfo(9) && !model.GetOwnAnim(9));
+    EXPECT_TRUE(!model.GetPiece(9) && !model.GetWeightSet(9) && !model.GetSocket(9) && &model.GetTransform(9));
+    EXPECT_TRUE(!model.GetRootNode()->GetChild(9) && !model.GetPiece(0)->GetVert(99) && !model.GetPiece(0)->GetTri(99));
+    EXPECT_EQ(catcher.Caught().size(), 14u);
 
     LoadedModel other(file);
     EXPECT_FALSE(other.CopyUVs(&model) || model.CopyUVs(&other)); // the swapped pieces have other triangle counts

@@ -198,6 +198,11 @@ TEST(TransformMaker, AgainstTheDefinitions)
         ExpectNear(single, reference::Product(rig.Expected(place.node, rig.Start()), inNode));
         ASSERT_TRUE(model.GetCurrentSocketTransform(model.GetSocket(seed % 2), &socket));
         EXPECT_TRUE(std::equal(socket.m, socket.m + 16, single.m));
+        ModelSocket taken;
+        model.GetSocket(seed % 2)->ToMatrix(socket);
+        taken.FromMatrix(socket);
+        taken.ToMatrix(single);
+        ExpectNear(single, inNode);
     }
 }
 
@@ -271,8 +276,9 @@ TEST(TransformMaker, Refuses)
     EXPECT_TRUE(refused([&](TransformMaker& m) { m.m_Anims[2].m_Prev.m_iFrame = nKeys; }));
     EXPECT_TRUE(refused([&](TransformMaker& m) { m.m_Anims[2].m_Cur.m_iFrame = nKeys; }));
     EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[2].m_Prev.m_iFrame = 99; }));
-    // What IsValid doesn't see: a weight set that nobody sized, a child of another shape, no track list.
+    // What IsValid doesn't see: a weight set without values, a child of another shape, no track list.
     ASSERT_TRUE(model.AddWeightSet(new WeightSet(&model)));
+    model.GetWeightSet(3)->m_Weights.Term();
     EXPECT_TRUE(refused([](TransformMaker& m) { m.m_Anims[7].m_iWeightSet = 3; }));
     rig.pChild->GetRootNode()->Clear();
     EXPECT_TRUE(model.NumNodes() == 1 || (rig.pChild->m_Transforms.SetSize(1) &&

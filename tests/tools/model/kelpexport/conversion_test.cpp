@@ -4,6 +4,7 @@
 #include "tests/tools/model/kelpexport/lyinghost.h"
 #include "tools/model/kelpexport/convmodel_soft.h"
 #include "tools/model/orthonormalise.h"
+#include "tools/model/removevertices.h"
 
 #include <algorithm>
 #include <cmath>
@@ -304,6 +305,18 @@ TEST_F(ConversionTest, WeightListsAndTheirLimit)
     EXPECT_FALSE(model.ConvertVertexWeights());
 }
 
+// A class of a user's own, told of each removal.
+struct ListeningSoftNode : SoftNode
+{
+    using SoftNode::SoftNode;
+    void OnVertexRemoved(ModelPieceLOD* pLOD, uint32_t iVert, uint32_t iReplacement) override
+    {
+        m_Heard.push_back({iVert, iReplacement});
+        SoftNode::OnVertexRemoved(pLOD, iVert, iReplacement);
+    }
+    std::vector<std::pair<uint32_t, uint32_t>> m_Heard;
+};
+
 TEST_F(ConversionTest, WeightsFollowRemovedVertices)
 {
     ConvModel_Soft& model = *m_pModel;
@@ -337,6 +350,13 @@ TEST_F(ConversionTest, WeightsFollowRemovedVertices)
     pNode->OnVerticesRemapped(model.GetPiece(0), drop);
     EXPECT_EQ(indices(0), (std::vector<uint32_t>{0, 2, 1, 2}));
     EXPECT_EQ(indices(1), (std::vector<uint32_t>{0, 1, 4, 2, 3, 4}));
+
+    ListeningSoftNode* pListener = new ListeningSoftNode(&model);
+    model.SetRootNode(pListener);
+    ASSERT_TRUE(model.GetPiece(0)->m_Verts.SetSize(5) && model.Precalc(QZTRUE));
+    const uint32_t targets[] = {0, 4, 2, 4, 4};
+    ASSERT_TRUE(RemoveVertices(model.GetPiece(0), targets));
+    EXPECT_EQ(pListener->m_Heard, (std::vector<std::pair<uint32_t, uint32_t>>{{1, 4}, {2, 3}}));
 }
 
 TEST_F(ConversionTest, ScaleOfZeroOrBelow)
