@@ -1,5 +1,5 @@
 // The commands of abctool. Each prints its result to `out` and sentences about failures to `err`, and returns the exit
-// status: 0, or 1 after a failure (or, for RunCheck, a fault).
+// status: 0, or 1 after a failure, of one file if there are several (or, for RunCheck, a fault).
 #pragma once
 
 #include "abctools/pose.h"
@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
-int RunInfo(const std::string& path, bool bJson, bool bMemory, std::ostream& out, std::ostream& err);
+// A page or a JSON object for each file; of several files, pages that begin with the file's name, or one JSON array.
+// Files that can't be read are left out.
+int RunInfo(const std::vector<std::string>& paths, bool bJson, bool bMemory, std::ostream& out, std::ostream& err);
 
 // A line for each fault, "FILE: fault", and one for a file without any, unless quiet. What doesn't make a file invalid
 // is told as "FILE: warning: ..." (unless quiet); with bExport, what no export writes counts as a fault.

@@ -90,9 +90,9 @@ static int Run(int argc, char** argv)
     PoseOptions pose;
     std::vector<std::string> layers;
 
-    CLI::App* pInfo = app.add_subcommand("info", "Show what a file holds");
-    AddFile(*pInfo, "FILE", path, "A model file");
-    pInfo->add_flag("--json", bJson, "Print JSON");
+    CLI::App* pInfo = app.add_subcommand("info", "Show what files hold");
+    pInfo->add_option("FILE", paths, "Model files")->type_name("")->required();
+    pInfo->add_flag("--json", bJson, "Print JSON: an object, or a list of them for several files");
     pInfo->add_flag("--memory", bMemory, "Show the memory that loads take, against what the header announces");
 
     CLI::App* pCheck =
@@ -126,7 +126,7 @@ static int Run(int argc, char** argv)
         return WrongUsage("pose needs --key or --time");
 
     if (*pInfo)
-        return RunInfo(path, bJson, bMemory, std::cout, std::cerr);
+        return RunInfo(paths, bJson, bMemory, std::cout, std::cerr);
     if (*pCheck)
         return RunCheck(paths, bExport, bQuiet, std::cout, std::cerr);
     if (*pCopy)

@@ -160,6 +160,7 @@ TEST(Check, WhatOnlyExportsHold)
     const size_t tri = file.Behind("body") + 4;
     file.Put<uint16_t>(tri + 8, 1); // corners 1, 1, 2: vertex 0 is in no triangle
     file.Put(tri + 30 + 4 + 44 + 12, 0.5f);
+    file.Put(file.Body("ChildModels") + 8 + 12, 0.12f); // a rotation of length 1.007, as keys near a half turn have
     file.m_Bytes[file.Behind("Pieces") - 30] = 1;
     file.Put(file.Behind("AnimBindings"), static_cast<uint32_t>(file.m_Bytes.size()));
     for (const char c : std::string("\4\0more\xFF\xFF\xFF\xFF", 10))
@@ -202,7 +203,7 @@ TEST(Check, NamesAndVerticesThatAreLikelyNotMeant)
     const std::vector<uint8_t> bytes = BytesOf(*model);
     EXPECT_EQ(FindingsText(bytes, FindingKind::Fault), "");
     EXPECT_EQ(FindingsText(bytes, FindingKind::Warning),
-              "node HAND: there are two of this name\n1 vertex has no weight and deform to 0, 0, 0\n");
+              "node HAND: there are two of this name\n1 vertex has no weight and deforms to 0, 0, 0\n");
 
     model->GetAnim(1)->SetName("RUN");
     EXPECT_EQ(FindingsText(BytesOf(*model), FindingKind::Fault), "animation RUN: there are two of this name\n");

@@ -39,7 +39,7 @@ TEST(Info, JsonHoldsWhatTheModelHolds)
     WriteBytes(folder / "m.abc", bytes);
     std::ostringstream out;
     std::ostringstream err;
-    ASSERT_EQ(RunInfo(folder / "m.abc", true, true, out, err), 0);
+    ASSERT_EQ(RunInfo({folder / "m.abc"}, true, true, out, err), 0);
     const json info = json::parse(out.str());
     // Parts of it, as a patch that changes nothing; lists apart.
     json same = info;
@@ -78,11 +78,17 @@ TEST(Info, TextIsPrintableAndShowsWhatDiffers)
     WriteBytes(folder / "m.abc", BytesOf(*MakeTestModel()));
     std::ostringstream out;
     std::ostringstream err;
-    ASSERT_EQ(RunInfo(folder / "m.abc", false, true, out, err), 0);
+    // One of two files isn't there.
+    ASSERT_EQ(RunInfo({folder / "none.abc", folder / "m.abc"}, false, true, out, err), 1);
     const std::string text = out.str();
-    for (const char* pPart : {"\n      2 hand\n", "3 leg, fixed offset, 0x80\n", "t\\x1B[31m: texture 7\n",
-                              "run: 4 keys, 300 ms\n", "LODs: 2, distances 500\n", "it announces 6 keys, 2 animations",
-                              "VisRadius: 75\n", "NormalRef: node hand, animation run\n", "block used: "})
+    EXPECT_NE(err.str().find("none.abc: there is no such file"), std::string::npos) << err.str();
+    std::ostringstream list;
+    ASSERT_EQ(RunInfo({folder / "m.abc", folder / "m.abc"}, true, false, list, err), 0);
+    EXPECT_EQ(json::parse(list.str())[1]["file"], folder / "m.abc");
+    for (const char* pPart : {"m.abc: model file of version 12", "\n      2 hand\n", "3 leg, fixed offset, 0x80\n",
+                              "t\\x1B[31m: texture 7\n", "run: 4 keys, 300 ms\n", "LODs: 2, distances 500\n",
+                              "it announces 6 keys, 2 animations", "VisRadius: 75\n",
+                              "NormalRef: node hand, animation run\n", "block used: "})
         EXPECT_NE(text.find(pPart), std::string::npos) << pPart << " in\n" << text;
     EXPECT_EQ(text.find("AmbientLight"), std::string::npos);
     EXPECT_EQ(text.find('\x1b'), std::string::npos);
@@ -133,7 +139,7 @@ TEST(Copy, MakesVersion12AndKeepsTheTargetOnFailure)
         EXPECT_NE(sentence.str().find(c.m_pName), std::string::npos) << sentence.str();
         EXPECT_EQ(ReadBytes(folder / "new.abc"), before);
         std::ostringstream out;
-        EXPECT_EQ(RunInfo(folder / c.m_pName, true, false, out, sentence), 1);
+        EXPECT_EQ(RunInfo({folder / c.m_pName}, true, false, out, sentence), 1);
         EXPECT_EQ(out.str(), "");
     }
     std::ostringstream sentence;
