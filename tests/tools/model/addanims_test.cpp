@@ -65,6 +65,10 @@ TEST(AddAnims, TreesOfOneShapeJoinByPositionUnderFreeNames)
     ASSERT_EQ(block.AddAnims(&source), 0u);
     ASSERT_EQ(dest.AddAnims(&source), 0u);
     EXPECT_EQ(Snapshot(block), Snapshot(dest));
+    // And a model joins itself once.
+    const uint32_t nAnims = dest.NumAnims();
+    ASSERT_EQ(dest.AddAnims(&dest), 0u);
+    EXPECT_EQ(dest.NumAnims(), 2 * nAnims);
 }
 
 TEST(AddAnims, ForeignNodesArePrunedFromACopy)
@@ -103,6 +107,21 @@ TEST(AddAnims, TreesThatCannotBeMadeToFitAreRefused)
     EXPECT_EQ(AddTo(dest, "r*(e*(d*(f*)),c*(g*))", "walk"), 1u);     // too little is left
     EXPECT_EQ(AddTo(dest, "other*(e*(c*,a*(b*(g*))))", "walk"), 0u); // the root always stays
     EXPECT_EQ(dest.NumAnims(), 1u);
+}
+
+TEST(AddAnims, ACopyTakesTracksOfItsOwnTreeAlone)
+{
+    ConvModel source;
+    BuildTree(source, "r(a(b),c)");
+    ModelAnim* pAnim = AddRandomAnim(source, "walk", 2, 1);
+    const std::pair<const char*, bool> trees[] = {{"x(y(z),w)", true}, {"r(a(b))", false}, {"r(a(b),c,d)", false}};
+    for (const auto& [pTree, bFits] : trees)
+    {
+        ConvModel dest;
+        BuildTree(dest, pTree);
+        ModelAnim copy(&dest);
+        EXPECT_EQ(copy.CopyFrom(pAnim) != QZFALSE, bFits) << pTree;
+    }
 }
 
 TEST(AddAnims, NamesThatDoNotFitAreNotFree)

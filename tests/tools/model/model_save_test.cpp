@@ -206,6 +206,11 @@ TEST(ModelSave, OwnAnimationsComeFirstAndBindingsFindTheirRows)
     ChildInfo* pLink = parent.AddChildModel(pChild, "child.abc", error, QZFALSE);
     ASSERT_TRUE(pLink);
     ASSERT_TRUE(parent.AddChildModel(nullptr, "absent.abc", error, QZFALSE));
+    Model* pBare = Model::CreateModel();
+    BuildTree(*pBare, "r(b)");
+    ChildInfo* pBareLink = parent.AddChildModel(pBare, "bare.abc", error, QZFALSE);
+    ASSERT_TRUE(pBareLink);
+    pBareLink->m_iAnimOffset = 1;
     AddRandomAnim(parent, "a", 1, 3);
     AddRandomAnim(parent, "b", 1, 4);
     const auto names = [](Model& model)
@@ -225,6 +230,7 @@ TEST(ModelSave, OwnAnimationsComeFirstAndBindingsFindTheirRows)
     const Bytes file = Saved(parent);
     EXPECT_EQ(names(parent), "abxy");
     EXPECT_EQ(pLink->m_iAnimOffset, 2u);
+    EXPECT_EQ(pBareLink->m_iAnimOffset, 4u) << "behind all";
     EXPECT_EQ(parent.GetSelfChildModel()->m_iAnimOffset, 0u);
 
     Model loaded(&g_DefaultAllocator, &g_DefaultAllocator);

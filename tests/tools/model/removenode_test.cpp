@@ -81,6 +81,7 @@ TEST(RemoveNode, RefusalsChangeNothing)
     BuildTree(other, "r(a(b),foreign*)");
     AddRandomAnim(model, "walk", 2, 1);
     AddWeightedPiece(model, {"b", "a"});
+    model.FindNode("c", nullptr)->m_Flags = MNODE_FIXEDOFFSET;
     const Bytes before = Snapshot(model);
     EXPECT_FALSE(model.RemoveNode(nullptr));
     EXPECT_FALSE(model.RemoveNode(model.GetRootNode()));

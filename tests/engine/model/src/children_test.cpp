@@ -282,6 +282,14 @@ TEST_F(ChildLoad, TiesRowsAndBindings)
     EXPECT_EQ(model.GetModelStamp(), 9u);
     EXPECT_EQ(a.m_RefCount + b.m_RefCount, 2);
 
+    // Either tells alone: a stale stamp, or another number.
+    file.links[1].stamp = 0;
+    ASSERT_EQ(LoadFile(), RESULT_OK);
+    EXPECT_FALSE(request.m_bBindingsValid);
+    file.links[1].stamp = 1;
+    file.linkBindings[1] = {};
+    ASSERT_EQ(LoadFile(), RESULT_OK);
+    EXPECT_FALSE(request.m_bBindingsValid);
     // A stale stamp, a renamed animation, another order, a missing one: by name what is found.
     file.links[1].stamp = 0;
     file.linkBindings = {{{"WALK", {4, 0, 0}}, {"gone", {5, 0, 0}}, {"run", {6, 0, 0}}}, {}};

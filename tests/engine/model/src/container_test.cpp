@@ -270,9 +270,16 @@ TEST(ModelNode, NumbersAndMoves)
     EXPECT_NE(pC->GetName(), pOldName);
     EXPECT_EQ(pC->GetModel(), &other);
     pRoot->SetModel(&model);
-    pRoot->Clear();
-    EXPECT_EQ(pRoot->CountNodes(), 1u);
-    EXPECT_EQ(pRoot->GetModel(), &model);
+    pB->SetName("B");
+    pB->m_Flags = 3;
+    pB->SetGlobalTransform(turned);
+    pB->m_vOffsetFromParent.Set(1, 2, 3);
+    pB->Clear();
+    EXPECT_TRUE(pB->NumChildren() == 0 && pB->m_Name == g_EmptyString && pB->m_NodeIndex == 0 && pB->m_Flags == 0);
+    EXPECT_TRUE(pB->m_vOffsetFromParent.NearlyEquals(Vector3(0, 0, 0), 0));
+    for (const Matrix4* pMatrix : {&pB->m_mGlobal, &pB->m_mGlobalInverse})
+        EXPECT_TRUE(std::equal(pMatrix->m, pMatrix->m + 16, Matrix4().m));
+    EXPECT_EQ(pB->GetModel(), &model);
 }
 
 struct ListeningNode : ModelNode

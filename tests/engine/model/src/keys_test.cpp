@@ -34,7 +34,10 @@ static void ExpectKeys(const ModelAnim* pAnim, const std::vector<PlainKey>& keys
         EXPECT_EQ(pAnim->m_KeyFrames[k].m_pString, keys[k].text);
         for (uint32_t n = 0; n < keys[k].places.size(); ++n)
         {
-            ASSERT_EQ(pAnim->m_AnimNodes[n]->m_KeyFrames.GetSize(), keys.size());
+            AnimNode* pTrack = pAnim->m_AnimNodes[n];
+            ASSERT_EQ(pTrack->m_KeyFrames.GetSize(), keys.size());
+            for (uint32_t c = 0; c < pTrack->NumChildren(); ++c)
+                EXPECT_EQ(pTrack->GetChild(c)->m_pParent, pTrack);
             const NodeKeyFrame& key = pAnim->m_AnimNodes[n]->m_KeyFrames[k];
             EXPECT_EQ((abc::Vec{key.m_vTranslation.x, key.m_vTranslation.y, key.m_vTranslation.z}),
                       keys[k].places[n].t);

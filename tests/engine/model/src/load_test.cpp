@@ -359,22 +359,6 @@ TEST(ModelLoad, CountsAskForNoMemory)
     EXPECT_EQ(LoadBytes(model, file.Write()), RESULT_OK);
 }
 
-// Searches along lists would take minutes.
-TEST(ModelLoad, ManyStringsAndBindings)
-{
-    abc::File file;
-    const uint32_t n = 40000;
-    for (uint32_t i = 0; i < n; ++i)
-    {
-        const std::string name = "animation " + std::to_string(n - i);
-        file.anims.push_back({name, {}, {static_cast<float>(i), 0, 0}, -1, 200, {{0, "key of " + name}}, {{{}}}});
-    }
-    LoadedModel model(file);
-    ASSERT_EQ(model.m_Result, RESULT_OK);
-    EXPECT_EQ(model.GetAnimInfo(n - 1)->m_vTranslation.x, n - 1);
-    EXPECT_EQ(model.m_Strings.NumStrings(), 2 * n);
-}
-
 TEST(OneBlock, TakesOneAllocationWithinTheBound)
 {
     for (uint32_t seed = 0; seed < 200; ++seed)
@@ -393,7 +377,15 @@ TEST(OneBlock, TakesOneAllocationWithinTheBound)
             Model model(&g_DefaultAllocator, &tables);
             ASSERT_EQ(PrepareBlockBytes(model, bytes, &counter), RESULT_OK);
             const uint32_t size = counter.m_TotalMemoryAllocated;
-            EXPECT_LE(scratch.m_TotalMemoryAllocated, size);
+            // To the byte, but for the texts: a fixed part each, and 3 bytes on top of the characters.
+            uint32_t texts = 0, room = 0;
+            for (const ModelStringRecord* p = plain.m_Strings.m_pHead; p; p = p->m_pNext)
+            {
+                texts += p->m_Size;
+                room += static_cast<uint32_t>(strlen(p->m_Text)) + 3;
+            }
+            room = (room + 3) / 4 * 4 + plain.m_Strings.NumStrings() * MODEL_STRING_FIXED_SIZE;
+            EXPECT_EQ(scratch.m_TotalMemoryAllocated - texts + room, size);
             EXPECT_EQ(g_ModelMemory, memory + sizeof(Model) + size);
             for (int round = 0; round < 2; ++round) // the second load reuses the block
             {
@@ -425,6 +417,7 @@ TEST(OneBlock, GrowsOnTheHeap)
     file.sets = {{"set", {1, 1, 1, 1}}};
     const std::string bytes = file.Write();
     LoadedModel* pChild = new LoadedModel(file);
+    const uint32_t memory = g_ModelMemory;
     CountingAllocator counter(&g_DefaultAllocator);
     Model model(&g_DefaultAllocator, &g_DefaultAllocator);
     for (int round = 0; round < 2; ++round) // what was added goes with the next load
@@ -440,7 +433,9 @@ TEST(OneBlock, GrowsOnTheHeap)
         EXPECT_TRUE(model.AddSocket(pSocket) && model.RemoveSocket(0) && model.RemoveSocket(1));
         EXPECT_STREQ(model.GetSocket(0)->GetName(), "b");
         WeightSet* pSet = new WeightSet(&model);
-        EXPECT_TRUE(pSet->Init() && model.AddWeightSet(pSet));
+        EXPECT_TRUE(pSet->Init() && model.AddWeightSet(pSet) && model.AddWeightSet(new WeightSet(&model)));
+        model.RemoveWeightSet(1);
+        EXPECT_STREQ(model.GetWeightSet(0)->GetName(), "set");
         model.RemoveWeightSet(0);
         char errStr[MODEL_ERRSTR_SIZE];
         EXPECT_TRUE(model.AddChildModel(pChild, "child.abc", errStr, QZTRUE));
@@ -474,6 +469,7 @@ TEST(OneBlock, GrowsOnTheHeap)
     EXPECT_EQ(PrepareBlockBytes(model, large.Write(), &counter), RESULT_OK);
     EXPECT_TRUE(IsEmpty(model));
     EXPECT_EQ(counter.m_nCurrentAllocations, 1u);
+    EXPECT_EQ(g_ModelMemory, memory + sizeof(Model) + model.m_BlockAllocator.GetBlockSize());
     EXPECT_EQ(LoadBytes(model, large.Write()), RESULT_OK);
     ExpectHolds(model, large);
     // A header that asks for more than any file of its length needs leaves everything as it is.
@@ -481,6 +477,24 @@ TEST(OneBlock, GrowsOnTheHeap)
     large.bodies["Header"][4 + 6 * 4 + 3] = 0x01; // 16 million vertices
     EXPECT_EQ(PrepareBlockBytes(model, large.Write(), &counter), RESULT_INVALID_MODEL_FILE);
     EXPECT_FALSE(IsEmpty(model));
+    // Nor does a block of more than 31 bits help, if the file were that long.
+    struct LongStream : FixedMemoryStream
+    {
+        using FixedMemoryStream::FixedMemoryStream;
+        int GetLen(uint32_t* pLen) override { return *pLen = 0xF0000000, 0; }
+    };
+    large.bodies["Header"][4 + 6 * 4 + 3] = 0x05;
+    std::string longBytes = large.Write();
+    LongStream longStream(longBytes.data(), static_cast<uint32_t>(longBytes.size()));
+    EXPECT_EQ(model.PrepareBlock(&longStream, &counter), RESULT_INVALID_MODEL_FILE);
+    // Where the new block can't be had, the old one is gone, and the model on the heap.
+    TestAllocator none;
+    none.m_nLeft = 0;
+    EXPECT_EQ(PrepareBlockBytes(model, bytes, &none), RESULT_OUT_OF_MEMORY);
+    EXPECT_TRUE(IsEmpty(model));
+    EXPECT_EQ(model.GetAllocator(), &g_DefaultAllocator);
+    EXPECT_EQ(g_ModelMemory, memory + sizeof(Model));
+    EXPECT_EQ(LoadBytes(model, bytes), RESULT_OK);
     EXPECT_EQ(pChild->m_RefCount, 0);
     Model::DeleteModel(pChild);
 }

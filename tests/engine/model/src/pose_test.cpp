@@ -297,6 +297,11 @@ TEST(TransformMaker, Refuses)
     EXPECT_FALSE(model.GetSocketTransform(&maker.m_Anims[0], 0, nullptr, &out));
     EXPECT_EQ(catcher.Caught(),
               (std::vector<std::string>{"pOutTransform", "pTime && pBaseTransform && pOutTransform"}));
+    Rig twin(11);
+    maker.m_Anims[0].Init(twin.pModel, 0, 0, 0, 0, 0);
+    EXPECT_FALSE(model.GetSocketTransform(&maker, 0, &out)) << "a pose of another model";
+    maker.m_Anims[0].Init(&model, 0, 0, 0, 0, 0);
+    EXPECT_TRUE(model.GetSocketTransform(&maker, 0, &out));
     model.GetSocket(0)->m_iNode = model.NumNodes();
     EXPECT_FALSE(model.GetSocketTransform(&maker, 0, &out));
     EXPECT_FALSE(model.GetCurrentSocketTransform(model.GetSocket(0), &out));
@@ -433,5 +438,7 @@ TEST(VertexDeformation, OddWeights)
     model.GetPiece(0)->GetVert(2)->m_Weights[0].m_iNode = 1;
     ASSERT_TRUE(model.GetVertexPositions(&request, QZFALSE));
     EXPECT_TRUE(out[2].NearlyEquals(expected[2], 0)); // by the record that is left
-    EXPECT_EQ(catcher.Caught(), std::vector<std::string>{"pWeight->m_iNode < NumNodes()"});
+    request.m_iLOD = 1;
+    EXPECT_FALSE(model.GetVertexPositions(&request, QZFALSE));
+    EXPECT_EQ(catcher.Caught(), (std::vector<std::string>{"pWeight->m_iNode < NumNodes()", "FALSE"}));
 }

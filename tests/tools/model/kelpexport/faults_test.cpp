@@ -349,6 +349,7 @@ TEST_F(FaultTest, NumbersThatAreNone)
         g_HostLies["SAA_frame2Seconds"] = [&](HostAnswer& answer) { *answer.floats[0] = bad; };
         EXPECT_EQ(Run(false), 0);
         EXPECT_EQ(Boxes(), "");
+        EXPECT_NE(Log().find("Node hat has a pose that is no number"), std::string::npos) << "by its rotation";
         ExpectSoundFile(1);
     }
     // A position that only a double can hold.
