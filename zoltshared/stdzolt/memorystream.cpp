@@ -8,7 +8,7 @@ int MemoryStream::Read(void* pData, uint32_t size)
 {
     if (size == 0)
         return 0;
-    if (uint64_t(m_Pos) + size > m_Data.GetSize())
+    if (size > m_Data.GetSize() - m_Pos)
     {
         m_Pos = m_Data.GetSize();
         m_bError = QZTRUE;

@@ -250,6 +250,23 @@ TEST(DynArray, ChecksOfIndices)
     EXPECT_EQ(AssertionCatcher::Caught(), (std::vector<std::string>{"index < m_nElements", "index < m_nElements"}));
 }
 
+// Says that it is as long as can be.
+struct LongList : ListAccess<int>
+{
+    ListPos ListBegin() const override { return ListPos(); }
+    QZBOOL ListIsValid(const ListPos&) const override { return QZFALSE; }
+    int ListGetNext(ListPos&) const override { return 0; }
+    int ListGetAt(const ListPos&) const override { return 0; }
+    QZBOOL ListAppend(const int&) override { return QZFALSE; }
+    void ListRemoveAt(const ListPos&) override {}
+    void ListRemoveAll() override {}
+    uint32_t ListGetSize() const override { return 0xFFFFFFFF; }
+    QZBOOL ListCopyFrom(const ListAccess<int>&) override { return QZFALSE; }
+    QZBOOL ListAppendFrom(const ListAccess<int>&) override { return QZFALSE; }
+    QZBOOL ListFindElement(const int&, ListPos&) const override { return QZFALSE; }
+    void ListSetCacheSize(uint32_t) override {}
+};
+
 TEST(DynArray, WalkedAndCopiedAsList)
 {
     DynArray<int> source;
@@ -269,6 +286,8 @@ TEST(DynArray, WalkedAndCopiedAsList)
     ASSERT_TRUE(copy.ListCopyFrom(source));
     ASSERT_TRUE(copy.ListAppendFrom(source));
     EXPECT_EQ(std::vector<int>(copy.GetArray(), copy.GetArray() + copy.GetSize()), (std::vector<int>{4, 6, 4, 6}));
+    EXPECT_FALSE(copy.ListAppendFrom(LongList()));
+    EXPECT_EQ(copy.GetSize(), 4U);
 }
 
 struct PolymorphicBase

@@ -213,10 +213,12 @@ TEST(Quaternion, Slerp)
         QuatSlerp(b, a, b, 1.0f); // into itself
         EXPECT_NEAR(sign * (a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w), sign * std::fabs(dot), 1e-5f);
     }
-    // Less than the threshold apart it's a plain blend.
+    // Up to 0.00001 from each other it's a plain blend, from there on the sphere: a little more than a quarter.
     Quaternion out;
-    QuatSlerp(out, Quaternion(0, 0, 0, 1), Quaternion(0.004f, 0, 0, 0.999992f), 0.25f);
-    EXPECT_EQ(out.x, 0.001f);
+    QuatSlerp(out, Quaternion(0, 0, 0, 1), Quaternion(0.00436f, 0, 0, 0.9999905f), 0.25f);
+    EXPECT_EQ(out.x, 0.00109f);
+    QuatSlerp(out, Quaternion(0, 0, 0, 1), Quaternion(0.0046f, 0, 0, 0.99998942f), 0.25f);
+    EXPECT_NEAR(out.x / 0.0046, 0.25 * (1.0 + (1.0 - 1.0 / 16) * 2e-5 / 6), 2e-7);
 }
 
 TEST(Rotations, EulerIsTheProductOfThreeTurns)

@@ -273,6 +273,16 @@ TEST(StdioStream, WithoutAFile)
     EXPECT_EQ(OpenStdioStream("/no/such/file", "rb"), nullptr);
     EXPECT_EQ(LoadFileToMemoryStream("/no/such/file"), nullptr);
     EXPECT_EQ(LoadFileToMemoryStream(testing::TempDir().c_str()), nullptr); // a folder
+    StdioStream stream;
+    char byte = 'x';
+    uint32_t number = 7;
+    EXPECT_EQ(stream.Read(&byte, 1) + stream.Write(&byte, 1) + stream.SeekTo(0), 3);
+    EXPECT_EQ(byte, 0);
+    EXPECT_EQ(stream.GetPos(&number), 1);
+    EXPECT_EQ(number, 0U);
+    number = 7;
+    EXPECT_EQ(stream.GetLen(&number), 1);
+    EXPECT_EQ(number, 0U);
 }
 
 TEST(StdioStream, AFailedWriteIsRemembered)
