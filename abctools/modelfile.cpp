@@ -5,6 +5,7 @@
 #include "abctools/modelfilecheck.h"
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelallocations.h"
+#include "engine/model/src/modelformat.h"
 #include "engine/model/src/seektosection.h"
 #include "zoltshared/stdzolt/fixedmemorystream.h"
 #include "zoltshared/stdzolt/memorystream.h"
@@ -74,9 +75,10 @@ static std::string ReasonFor(std::span<const uint8_t> bytes, uint32_t result)
 {
     FixedMemoryStream stream(const_cast<uint8_t*>(bytes.data()), static_cast<uint32_t>(bytes.size()));
     uint32_t version = 0;
-    if (!SeekToSection(&stream, "Header"))
+    if (!SeekToSection(&stream, SECTION_HEADER))
         return "it is not a model file";
-    if (stream.ReadU32(version).ErrorStatus() == 0 && (version < 9 || version > 12))
+    if (stream.ReadU32(version).ErrorStatus() == 0 &&
+        (version < MODEL_OLDEST_VERSION || version > MODEL_NEWEST_VERSION))
         return Format("it is a model file of version %u, and versions 9 to 12 can be read", version);
     for (const Finding& finding : CheckModelFile(bytes))
     {

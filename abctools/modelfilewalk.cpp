@@ -3,19 +3,19 @@
 #include "abctools/modelfilewalk.h"
 
 #include "abctools/format.h"
+#include "engine/model/src/model.h"
+#include "engine/model/src/modelformat.h"
+#include "engine/model/src/seektosection.h"
 
 #include <algorithm>
 #include <cmath>
 
-constexpr uint32_t LAST_SECTION = 0xFFFFFFFFu;
-// The reader gives up after so many.
-constexpr size_t MAX_SECTIONS = 512;
-constexpr size_t STRING_BUFFER = 4096;
 // Near a half turn the float rule that keys are made by leaves them up to half a percent off; a pose makes up for it.
 constexpr double ROTATION_TOLERANCE = 0.01;
 
-static const char* const SECTION_ORDER[] = {"Header",    "Pieces",  "Nodes",       "ChildModels",
-                                            "Animation", "Sockets", "AnimBindings"};
+static const char* const SECTION_ORDER[] = {SECTION_HEADER,       SECTION_PIECES,    SECTION_NODES,
+                                            SECTION_CHILD_MODELS, SECTION_ANIMATION, SECTION_SOCKETS,
+                                            SECTION_ANIM_BINDINGS};
 
 std::string Named(const char* pKind, const std::string& name)
 {
@@ -37,11 +37,13 @@ bool ModelFileWalk::Stop(const std::string& text)
 
 bool ModelFileWalk::Run()
 {
-    if (!WalkChain() || !WalkSection("Header", &ModelFileWalk::WalkHeader) ||
-        !WalkSection("Nodes", &ModelFileWalk::WalkNodes) || !WalkSection("Pieces", &ModelFileWalk::WalkPieces) ||
-        !WalkSection("ChildModels", &ModelFileWalk::WalkChildModels) ||
-        !WalkSection("Animation", &ModelFileWalk::WalkAnims) || !WalkSection("Sockets", &ModelFileWalk::WalkSockets) ||
-        !WalkSection("AnimBindings", &ModelFileWalk::WalkBindings))
+    if (!WalkChain() || !WalkSection(SECTION_HEADER, &ModelFileWalk::WalkHeader) ||
+        !WalkSection(SECTION_NODES, &ModelFileWalk::WalkNodes) ||
+        !WalkSection(SECTION_PIECES, &ModelFileWalk::WalkPieces) ||
+        !WalkSection(SECTION_CHILD_MODELS, &ModelFileWalk::WalkChildModels) ||
+        !WalkSection(SECTION_ANIMATION, &ModelFileWalk::WalkAnims) ||
+        !WalkSection(SECTION_SOCKETS, &ModelFileWalk::WalkSockets) ||
+        !WalkSection(SECTION_ANIM_BINDINGS, &ModelFileWalk::WalkBindings))
         return false;
     CheckCounts();
     return true;
@@ -59,13 +61,14 @@ bool ModelFileWalk::WalkChain()
             return Stop(at == 0 ? "it is not a model file: no section begins it"
                                 : Format("the section at %u lies beyond the end of the file", at));
         const uint32_t fileEnd = static_cast<uint32_t>(m_Bytes.size());
-        m_Sections.push_back({name, static_cast<uint32_t>(m_Reader.Position()), link == LAST_SECTION ? fileEnd : link});
-        if (link == LAST_SECTION)
+        m_Sections.push_back(
+            {name, static_cast<uint32_t>(m_Reader.Position()), link == SECTION_CHAIN_END ? fileEnd : link});
+        if (link == SECTION_CHAIN_END)
             break;
         if (link <= at)
             return Stop(Format("the section chain goes from %u back to %u", at, link));
         if (m_Sections.size() == MAX_SECTIONS)
-            return Stop(Format("the section chain has more than %zu sections", MAX_SECTIONS));
+            return Stop(Format("the section chain has more than %u sections", MAX_SECTIONS));
         at = link;
     }
 
@@ -119,14 +122,14 @@ bool ModelFileWalk::WalkHeader()
     m_Totals.m_Version = m_Reader.U32();
     if (m_Reader.Failed())
         return false;
-    if (m_Totals.m_Version < 9 || m_Totals.m_Version > 12)
+    if (m_Totals.m_Version < MODEL_OLDEST_VERSION || m_Totals.m_Version > MODEL_NEWEST_VERSION)
         return Stop(Format("version %u, 9 to 12 can be read", m_Totals.m_Version));
     if (m_Totals.m_Version != 12)
         Add(FindingKind::Export, Format("version %u, an export writes 12", m_Totals.m_Version));
     for (uint32_t& count : m_Counts)
         count = m_Reader.U32();
     const std::string command = m_Reader.String();
-    CheckLength("the command string", command, STRING_BUFFER);
+    CheckLength("the command string", command, MODEL_STRING_BUFFER);
     Intern(command);
     const float headerValue = m_Reader.F32();
     m_nLODs = 1u + m_Reader.U16();
@@ -160,7 +163,7 @@ void ModelFileWalk::CheckLength(const std::string& owner, const std::string& tex
 
 void ModelFileWalk::Intern(const std::string& text)
 {
-    const std::string kept = text.substr(0, std::min(STRING_BUFFER - 1, text.find('\0')));
+    const std::string kept = text.substr(0, std::min<size_t>(MODEL_STRING_BUFFER - 1, text.find('\0')));
     if (!kept.empty())
         m_Strings.insert(kept);
 }

@@ -4,11 +4,10 @@
 
 #include "abctools/format.h"
 #include "engine/model/src/model.h"
+#include "engine/model/src/modelformat.h"
 
 #include <algorithm>
 
-constexpr uint64_t NODEKEY_BYTES = 28;
-constexpr uint64_t KEY_BYTES = 6;
 constexpr size_t BINDING_NAME_SIZE = 256;
 
 bool ModelFileWalk::WalkChildModels()
@@ -24,7 +23,7 @@ bool ModelFileWalk::WalkChildModels()
         const std::string name = i == 0 ? "SELF" : m_Reader.String();
         const std::string label = Named("child model", name);
         m_Reader.U32(); // stamp
-        if (!m_Reader.HasRoomFor(m_Totals.m_nNodes, NODEKEY_BYTES))
+        if (!m_Reader.HasRoomFor(m_Totals.m_nNodes, DISK_NODEKEY))
             return false;
         bool bFinite = true;
         const size_t nBefore = m_Findings.size();
@@ -68,7 +67,7 @@ bool ModelFileWalk::WalkAnim()
     if (m_Totals.m_Version >= 12)
         m_Reader.U32();
     const uint32_t nKeys = m_Reader.U32();
-    if (!m_Reader.HasRoomFor(nKeys, KEY_BYTES + NODEKEY_BYTES * m_Totals.m_nNodes))
+    if (!m_Reader.HasRoomFor(nKeys, DISK_KEY + uint64_t{DISK_NODEKEY} * m_Totals.m_nNodes))
         return false;
     const std::string label = Named("animation", name);
     ++m_Totals.m_nAnims;
@@ -97,7 +96,7 @@ bool ModelFileWalk::WalkAnim()
     }
     if (bFalls)
         Fault(label + ": the key times fall");
-    if (!m_Reader.HasRoomFor(nKeys, NODEKEY_BYTES * m_Totals.m_nNodes))
+    if (!m_Reader.HasRoomFor(nKeys, uint64_t{DISK_NODEKEY} * m_Totals.m_nNodes))
         return false;
     bool bFinite = true;
     const size_t nBefore = m_Findings.size();

@@ -3,6 +3,7 @@
 #include "abctools/modelfilewalk.h"
 
 #include "abctools/format.h"
+#include "engine/model/src/modelformat.h"
 #include "engine/model/src/modelnode.h"
 #include "engine/model/src/weightset.h"
 
@@ -42,7 +43,6 @@ void ModelFileWalk::CheckNode(const std::string& name, const float* pMatrix)
 
 bool ModelFileWalk::WalkNodes()
 {
-    constexpr uint64_t NODE_BYTES = 73;
     std::set<std::string> seen;
     std::vector<uint32_t> pending = {1}; // nodes still to come on each level
     bool bNumbered = true;
@@ -60,7 +60,7 @@ bool ModelFileWalk::WalkNodes()
         float matrix[16];
         m_Reader.Floats(matrix, 16);
         const uint32_t nChildren = m_Reader.U32();
-        if (!m_Reader.HasRoomFor(nChildren, NODE_BYTES))
+        if (!m_Reader.HasRoomFor(nChildren, DISK_NODE))
             return false;
         ++m_Totals.m_nNodes;
         CheckLength(Named("node", name), name, 4096);

@@ -3,14 +3,12 @@
 #include "abctools/modelfilewalk.h"
 
 #include "abctools/format.h"
+#include "engine/model/src/modelformat.h"
 #include "engine/model/src/modelpiece.h"
 
 #include <algorithm>
 #include <cmath>
 
-constexpr uint64_t TRI_BYTES = 30;
-constexpr uint64_t VERT_BYTES = 28;
-constexpr uint64_t WEIGHT_BYTES = 20;
 // Shares are rounded to float, and so is their sum.
 constexpr double SHARE_TOLERANCE = 1e-4;
 constexpr double NORMAL_TOLERANCE = 1e-3;
@@ -48,7 +46,7 @@ bool ModelFileWalk::WalkPieces()
 bool ModelFileWalk::WalkMesh(const std::string& label, bool bFirst)
 {
     const uint32_t nTris = m_Reader.U32();
-    if (!m_Reader.HasRoomFor(nTris, TRI_BYTES))
+    if (!m_Reader.HasRoomFor(nTris, DISK_TRI))
         return false;
     std::vector<bool> used(MODEL_MAX_VERTS);
     uint32_t highest = 0;
@@ -70,7 +68,7 @@ bool ModelFileWalk::WalkMesh(const std::string& label, bool bFirst)
     }
 
     const uint32_t nVerts = m_Reader.U32();
-    if (!m_Reader.HasRoomFor(nVerts, VERT_BYTES))
+    if (!m_Reader.HasRoomFor(nVerts, DISK_VERT))
         return false;
     bool bFinite = true;
     bool bFiniteWeights = true;
@@ -83,7 +81,7 @@ bool ModelFileWalk::WalkMesh(const std::string& label, bool bFirst)
     {
         const uint16_t nWeights = m_Reader.U16();
         m_Reader.U16();
-        if (!m_Reader.HasRoomFor(nWeights, WEIGHT_BYTES))
+        if (!m_Reader.HasRoomFor(nWeights, DISK_WEIGHT))
             return false;
         double sum = 0.0;
         for (uint32_t k = 0; k < nWeights; ++k)

@@ -1,5 +1,6 @@
 #include "tools/model/beginsection.h"
 
+#include "engine/model/src/seektosection.h"
 #include "zoltshared/stdzolt/modelstream.h"
 
 uint32_t BeginSection(ModelStream* pStream, const char* pName, uint32_t iPrevLink)
@@ -13,6 +14,6 @@ uint32_t BeginSection(ModelStream* pStream, const char* pName, uint32_t iPrevLin
     }
     pStream->WriteString(pName);
     const uint32_t iLink = pStream->GetPosition();
-    pStream->WriteU32(0xFFFFFFFFu);
+    pStream->WriteU32(SECTION_CHAIN_END);
     return iLink;
 }

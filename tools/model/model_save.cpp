@@ -3,6 +3,7 @@
 
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelallocations.h"
+#include "engine/model/src/modelformat.h"
 #include "tools/model/beginsection.h"
 #include "tools/model/checkedwritestream.h"
 #include "zoltshared/stdzolt/assertion.h"
@@ -13,8 +14,6 @@
 
 #include <algorithm>
 
-constexpr uint32_t WRITTEN_VERSION = 12;
-constexpr uint32_t HEADER_RESERVED_BYTES = 62;
 constexpr uint32_t VERIFY_CACHE_SIZE = 0x100000;
 constexpr uint32_t COPY_CACHE_SIZE = 65535;
 constexpr uint32_t MAX_WRITTEN_LODS = 65536; // the first has no distance, and the count of distances 16 bits
@@ -114,8 +113,8 @@ QZBOOL Model::WriteSections(ModelStream* pTarget)
     CheckedWriteStream checked(pTarget);
     ModelStream* pStream = &checked;
 
-    uint32_t iLink = BeginSection(pStream, "Header", NO_PREVIOUS_SECTION);
-    pStream->WriteU32(WRITTEN_VERSION);
+    uint32_t iLink = BeginSection(pStream, SECTION_HEADER, NO_PREVIOUS_SECTION);
+    pStream->WriteU32(MODEL_NEWEST_VERSION);
     ModelAllocations allocs;
     if (!allocs.InitFromModel(this) || !allocs.Write(pStream))
         return QZFALSE;
@@ -126,7 +125,7 @@ QZBOOL Model::WriteSections(ModelStream* pTarget)
     for (uint32_t i = 0; i < m_LODDistances.GetSize(); ++i)
         pStream->WriteF32(m_LODDistances[i]);
 
-    iLink = BeginSection(pStream, "Pieces", iLink);
+    iLink = BeginSection(pStream, SECTION_PIECES, iLink);
     pStream->WriteU32(allocs.m_nVertexWeights).WriteU32(NumPieces());
     for (uint32_t i = 0; i < NumPieces(); ++i)
     {
@@ -134,11 +133,11 @@ QZBOOL Model::WriteSections(ModelStream* pTarget)
             return QZFALSE;
     }
 
-    iLink = BeginSection(pStream, "Nodes", iLink);
+    iLink = BeginSection(pStream, SECTION_NODES, iLink);
     if (!GetRootNode()->Save(pStream) || !SaveWeightSets(pStream))
         return QZFALSE;
 
-    iLink = BeginSection(pStream, "ChildModels", iLink);
+    iLink = BeginSection(pStream, SECTION_CHILD_MODELS, iLink);
     pStream->WriteU32(m_nChildModels);
     for (uint32_t i = 0; i < m_nChildModels; ++i)
     {
@@ -148,7 +147,7 @@ QZBOOL Model::WriteSections(ModelStream* pTarget)
             return QZFALSE;
     }
 
-    iLink = BeginSection(pStream, "Animation", iLink);
+    iLink = BeginSection(pStream, SECTION_ANIMATION, iLink);
     pStream->WriteU32(CalcNumOwnAnims());
     for (uint32_t i = 0; i < NumAnims(); ++i)
     {
@@ -157,7 +156,7 @@ QZBOOL Model::WriteSections(ModelStream* pTarget)
             return QZFALSE;
     }
 
-    iLink = BeginSection(pStream, "Sockets", iLink);
+    iLink = BeginSection(pStream, SECTION_SOCKETS, iLink);
     if (!SaveSockets(pStream) || !SaveAnimBindings(pStream, iLink))
         return QZFALSE;
     return pStream->ErrorStatus() == 0;
@@ -321,7 +320,7 @@ QZBOOL Model::SaveSockets(ModelStream* pStream)
 
 QZBOOL Model::SaveAnimBindings(ModelStream* pStream, uint32_t iPrevLink)
 {
-    BeginSection(pStream, "AnimBindings", iPrevLink);
+    BeginSection(pStream, SECTION_ANIM_BINDINGS, iPrevLink);
     for (uint32_t i = 0; i < m_nChildModels; ++i)
     {
         const ChildInfo* pInfo = m_ChildModels[i];
@@ -381,7 +380,7 @@ QZBOOL ModelAnim::CopyFrom(ModelAnim* pSource)
     {
         pStream->SeekTo(0);
         // Read back in the layout that was just written, whatever files the two models come from.
-        bCopied = Load(pStream, WRITTEN_VERSION) && pStream->ErrorStatus() == 0 &&
+        bCopied = Load(pStream, MODEL_NEWEST_VERSION) && pStream->ErrorStatus() == 0 &&
                   pStream->GetPosition() == pStream->GetLength();
     }
     pStream->Release();

@@ -6,13 +6,10 @@
 
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelallocations.h"
+#include "engine/model/src/modelformat.h"
 #include "engine/model/src/seektosection.h"
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/modelstream.h"
-
-// The least that a record takes in a file, in bytes, names and lists empty.
-constexpr uint64_t DISK_NODEKEY = 28;
-constexpr uint64_t DISK_SOCKET = 34;
 
 // A header may ask for a block of this many bytes, and this many times its file's length on top. No record of a valid
 // file takes more than 10 times its bytes, but for tracks of animations without keys, which the base has room for.
@@ -22,10 +19,6 @@ constexpr uint64_t BLOCK_LENGTH_FACTOR = 16;
 // Animations without keys may have this many tracks in all, and one more for each so many bytes of the file.
 constexpr uint64_t EMPTY_TRACKS_BASE = 65536;
 constexpr uint64_t EMPTY_TRACKS_BYTES = 16;
-
-constexpr uint32_t OLDEST_VERSION = 9;
-constexpr uint32_t NEWEST_VERSION = 12;
-constexpr uint32_t HEADER_RESERVED_BYTES = 62;
 
 uint32_t DefaultLoadCallback(LoadRequest* /*pChildRequest*/, Model** /*ppModel*/)
 {
@@ -50,10 +43,10 @@ bool Model::CountEmptyTracks(ModelStream* pStream)
 
 QZBOOL Model::LoadHeader(ModelStream* pStream, ModelAllocations* pAllocs)
 {
-    if (!SeekToSection(pStream, "Header"))
+    if (!SeekToSection(pStream, SECTION_HEADER))
         return QZFALSE;
     pStream->ReadU32(m_FileVersion);
-    if (m_FileVersion < OLDEST_VERSION || m_FileVersion > NEWEST_VERSION)
+    if (m_FileVersion < MODEL_OLDEST_VERSION || m_FileVersion > MODEL_NEWEST_VERSION)
         return QZFALSE;
     return pAllocs->Read(pStream);
 }
@@ -146,7 +139,7 @@ QZBOOL Model::LoadHeaderSection(ModelStream* pStream)
 uint32_t Model::LoadChildModels(LoadRequest* pRequest)
 {
     ModelStream* pStream = pRequest->m_pStream;
-    if (!SeekToSection(pStream, "ChildModels"))
+    if (!SeekToSection(pStream, SECTION_CHILD_MODELS))
         return RESULT_ERROR;
     uint32_t nChildModels = 0;
     pStream->ReadU32(nChildModels);
@@ -209,7 +202,7 @@ QZBOOL ChildInfo::Load(ModelStream* pStream)
 
 QZBOOL Model::LoadSockets(ModelStream* pStream)
 {
-    if (!SeekToSection(pStream, "Sockets"))
+    if (!SeekToSection(pStream, SECTION_SOCKETS))
         return QZFALSE;
     uint32_t nSockets = 0;
     pStream->ReadU32(nSockets);

@@ -1,6 +1,7 @@
 // The reader's part for animations and their bindings.
 
 #include "engine/model/src/model.h"
+#include "engine/model/src/modelformat.h"
 #include "engine/model/src/seektosection.h"
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/blockreader.h"
@@ -14,15 +15,9 @@
 #include <new>
 #include <numeric>
 
-// The least that a record takes in a file, in bytes, names and lists empty.
-constexpr uint64_t DISK_NODEKEY = 28;
-constexpr uint64_t DISK_ANIM = 18;
-constexpr uint32_t DISK_KEY = 6;
-constexpr uint64_t DISK_BINDING = 26;
-
 QZBOOL Model::LoadAnims(ModelStream* pStream)
 {
-    if (!SeekToSection(pStream, "Animation"))
+    if (!SeekToSection(pStream, SECTION_ANIMATION))
         return QZFALSE;
     uint32_t nAnims = 0;
     pStream->ReadU32(nAnims);
@@ -85,7 +80,7 @@ QZBOOL ModelAnim::Load(ModelStream* pStream, uint32_t nVersion)
     uint32_t nKeys = 0;
     pStream->ReadU32(nKeys);
     // Each key has its place in every track.
-    if (!m_pModel->HasRoomFor(pStream, nKeys, DISK_KEY + DISK_NODEKEY * m_pModel->NumNodes()))
+    if (!m_pModel->HasRoomFor(pStream, nKeys, DISK_KEY + uint64_t{DISK_NODEKEY} * m_pModel->NumNodes()))
         return QZFALSE;
     if (nKeys == 0 && !m_pModel->CountEmptyTracks(pStream))
         return QZFALSE;
@@ -192,7 +187,7 @@ private:
 
 QZBOOL Model::LoadAnimBindings(LoadRequest* pRequest, ModelStream* pStream)
 {
-    if (!SeekToSection(pStream, "AnimBindings"))
+    if (!SeekToSection(pStream, SECTION_ANIM_BINDINGS))
         return QZFALSE;
     const RowsByName rows(*this);
     for (uint32_t i = 0; i < m_nChildModels; ++i)

@@ -1,6 +1,7 @@
 // The reader's part for pieces, nodes and weight sets.
 
 #include "engine/model/src/model.h"
+#include "engine/model/src/modelformat.h"
 #include "engine/model/src/seektosection.h"
 #include "zoltshared/stdzolt/blockreader.h"
 #include "zoltshared/stdzolt/littleendian.h"
@@ -8,20 +9,11 @@
 
 #include <algorithm>
 
-// The least that a record takes in a file, in bytes, names and lists empty.
-constexpr uint32_t DISK_TRI = 30;
-constexpr uint32_t DISK_VERT = 28;
-constexpr uint32_t DISK_WEIGHT = 20;
-constexpr uint32_t DISK_MESH = 8;
-constexpr uint32_t DISK_PIECE = 14;
-constexpr uint32_t DISK_NODE = 73;
-constexpr uint32_t DISK_WEIGHTSET = 6;
-
 QZBOOL Model::LoadPieces(ModelStream* pStream)
 {
     uint32_t nWeights = 0;
     uint32_t nPieces = 0;
-    if (!SeekToSection(pStream, "Pieces"))
+    if (!SeekToSection(pStream, SECTION_PIECES))
         return QZFALSE;
     pStream->ReadU32(nWeights).ReadU32(nPieces);
     if (!HasRoomFor(pStream, nWeights, DISK_WEIGHT) || !m_VertexWeights.SetSizeUnset(nWeights, m_pAllocator))
@@ -139,7 +131,7 @@ QZBOOL ModelPieceLOD::LoadVerts(ModelStream* pStream, uint32_t& iWeight)
 
 QZBOOL Model::LoadNodes(ModelStream* pStream)
 {
-    if (!SeekToSection(pStream, "Nodes"))
+    if (!SeekToSection(pStream, SECTION_NODES))
         return QZFALSE;
     if (!GetRootNode()->Load(pStream) || pStream->ErrorStatus() != 0)
         return QZFALSE;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/model/kelpexport/exportdialogresource.h"
 #include "zoltshared/stdzolt/ownedstring.h"
 #include "zoltshared/stdzolt/qzbool.h"
 
@@ -7,19 +8,7 @@
 
 #include <cstdint>
 
-// The export dialog: template 101 and its controls beside IDOK and IDCANCEL. On Windows the template is a resource
-// (kelpexport.rc).
-enum
-{
-    IDD_EXPORT = 101,
-    IDC_FILENAME = 1000,
-    IDC_ANIMNAME = 1001,
-    IDC_BROWSE = 1002,
-    IDC_ANIMNAME_LABEL = 1003,
-    IDC_DEBUGMODE = 1004,
-    IDC_FORCEOVERWRITE = 1005,
-};
-
+// On Windows the template is a resource (kelpexport.rc).
 #ifndef _WIN32
 struct DialogTemplate;
 extern const DialogTemplate g_ExportDialogTemplate;

@@ -58,3 +58,24 @@ TEST_F(ExportTest, PluginExportsInitAndCleanupAndRuns)
     RegisterDialogTemplate(&g_ExportDialogTemplate);
     EXPECT_EQ(Export("a", true), 0);
 }
+
+// The rows that the resource has as well.
+TEST(ExportDialog, Table)
+{
+    const DialogTemplate& dialog = g_ExportDialogTemplate;
+    EXPECT_TRUE(dialog.id == 101 && dialog.language == 1033 && std::string(dialog.title) == "ZoltExport");
+    EXPECT_TRUE(dialog.fontPoints == 8 && std::string(dialog.fontName) == "MS Sans Serif");
+    EXPECT_TRUE(dialog.x == 0 && dialog.y == 0 && dialog.width == 298 && dialog.height == 102);
+    EXPECT_EQ(dialog.style, 0x80C80AC0u);
+    std::ostringstream rows;
+    for (int i = 0; i < dialog.controlCount; ++i)
+    {
+        const DialogControl& row = dialog.controls[i];
+        rows << row.id << row.className[0] << std::string(row.text) << std::hex << row.style << std::dec << ' ' << row.x
+             << ' ' << row.y << ' ' << row.width << ' ' << row.height << '\n';
+    }
+    EXPECT_EQ(rows.str(), "1000E50810080 75 7 162 14\n1001E50810080 75 28 162 14\n1B&OK50010001 94 81 50 14\n"
+                          "2B&Cancel50010000 152 81 50 14\n1002B&Browse50010000 241 7 50 14\n"
+                          "-1SFilename50020002 7 10 65 8\n1003SAnimation Name50020002 7 31 64 8\n"
+                          "1004BDebug Mode50010023 8 49 76 10\n1005BForce Overwrite50010023 8 63 76 10\n");
+}
