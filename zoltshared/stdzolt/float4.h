@@ -113,9 +113,10 @@ inline Float4 Select(Mask4 mask, Float4 a, Float4 b)
     return _mm_or_ps(_mm_and_ps(mask.v, a.v), _mm_andnot_ps(mask.v, b.v));
 }
 
-inline Float4 NegatedWhere(Mask4 mask, Float4 a)
+// -0 where the sign is set, else 0: the sign changes where this is XORed into a float.
+inline Float4 SignBit(Float4 a)
 {
-    return _mm_xor_ps(a.v, _mm_and_ps(mask.v, _mm_set1_ps(-0.0f)));
+    return _mm_and_ps(a.v, _mm_set1_ps(-0.0f));
 }
 
 // Of the bits that the floats are made of.
@@ -261,9 +262,9 @@ inline Float4 Select(const Mask4& mask, const Float4& a, const Float4& b)
                   mask.v[3] ? a.v[3] : b.v[3]);
 }
 
-inline Float4 NegatedWhere(const Mask4& mask, const Float4& a)
+inline Float4 SignBit(const Float4& a)
 {
-    return Select(mask, Float4(-a.v[0], -a.v[1], -a.v[2], -a.v[3]), a);
+    return AtEachPlace(a, a, [](float x, float) { return std::signbit(x) ? -0.0f : 0.0f; });
 }
 
 inline Float4 OrBits(const Float4& a, const Float4& b)

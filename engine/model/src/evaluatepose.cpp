@@ -8,8 +8,9 @@
 // The factors of a spherical interpolation need no trigonometry: with z = 1 - cos x,
 //     sin(n x) / sin x = n (1 + (1 - n²) z/3 (1 + (4 - n²) z/10 (1 + ((k + 1)² - n²) z/((2k + 3)(k + 1)) (...)))),
 // the hypergeometric form of the Chebyshev polynomials of the second kind (Abramowitz & Stegun 22.5.48), which holds
-// for any n. Within a position all nodes share the fraction, and for neighbouring keys six terms do, whose coefficients
-// are made once a pose; over half the angle, eight terms serve any pair. Each stays within 1e-7 of the true factor.
+// for any n. Within a position all nodes share the fraction, and for neighbouring keys four terms do, whose
+// coefficients are made once a pose; over half the angle, eight terms serve any pair. Each stays within 1e-7 of the
+// true factor.
 
 #include "engine/model/src/evaluatepose.h"
 
@@ -21,6 +22,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <cstring>
 
 namespace
 {
@@ -53,7 +55,7 @@ struct Chunk
     uint32_t m_nNodes;
     uint32_t m_nBlocks;
     bool m_bRoot; // the first node is the root
-    Pose4 m_Poses[BLOCKS];
+    alignas(64) Pose4 m_Poses[BLOCKS];
 };
 
 struct Factors
@@ -61,64 +63,78 @@ struct Factors
     Float4 a, b;
 };
 
-// 1 - cos of the angle between two quaternions up to which the short series holds: rotations 63 degrees apart.
-constexpr float NEAR_PAIR = 0.15f;
-constexpr int NEAR_TERMS = 6;
+// 1 - cos of the angle between two quaternions up to which the short series holds: rotations 36 degrees apart.
+constexpr float NEAR_PAIR = 0.05f;
+constexpr int NEAR_TERMS = 4;
+constexpr int FULL_TERMS = 8;
 
-// The coefficients of the short series for a fraction and for what it leaves.
+// 1 / ((2k + 3)(k + 1))
+constexpr double RATIOS[FULL_TERMS - 1] = {1.0 / 3, 1.0 / 10, 1.0 / 21, 1.0 / 36, 1.0 / 55, 1.0 / 78, 1.0 / 105};
+
+// Two series at once.
+template <int N> inline Factors SeriesAt(const Factors (&terms)[N], Float4 z)
+{
+    Factors f = terms[N - 1];
+    for (int k = N - 2; k >= 0; --k)
+    {
+        f.a = f.a * z + terms[k].a;
+        f.b = f.b * z + terms[k].b;
+    }
+    return f;
+}
+
+// The short series for a fraction and for what it leaves.
 struct NearSeries
 {
     void Init(float t)
     {
         double a = 1.0 - t, b = t;
         const double aa = a * a, bb = b * b;
-        static constexpr double ratios[NEAR_TERMS] = {1.0 / 3, 1.0 / 10, 1.0 / 21, 1.0 / 36, 1.0 / 55, 1.0 / 78};
         for (int k = 0; k < NEAR_TERMS; ++k)
         {
-            m_A[k] = Float4(static_cast<float>(a));
-            m_B[k] = Float4(static_cast<float>(b));
+            m_Terms[k] = {Float4(static_cast<float>(a)), Float4(static_cast<float>(b))};
             const double square = (k + 1) * (k + 1);
-            a *= (square - aa) * ratios[k];
-            b *= (square - bb) * ratios[k];
+            a *= (square - aa) * RATIOS[k];
+            b *= (square - bb) * RATIOS[k];
         }
     }
 
-    Factors At(Float4 z) const
-    {
-        Factors f{m_A[NEAR_TERMS - 1], m_B[NEAR_TERMS - 1]};
-        for (int k = NEAR_TERMS - 2; k >= 0; --k)
-        {
-            f.a = f.a * z + m_A[k];
-            f.b = f.b * z + m_B[k];
-        }
-        return f;
-    }
-
-    Float4 m_A[NEAR_TERMS], m_B[NEAR_TERMS];
+    Factors m_Terms[NEAR_TERMS];
 };
 
 // The factors at any angle up to 90 degrees, for weights from -1 to 2: with h half the angle,
 // sin(w 2h) / sin(2h) = (sin(2w h) / sin h) / (2 cos h).
-inline Factors FactorsOfAnyPair(Float4 z, Float4 weight)
+struct FullSeries
 {
-    const Float4 one(1.0f);
-    const Float4 cosine = Sqrt(one - Float4(0.5f) * z);
-    const Float4 half = one - cosine;
-    const Float4 rest = one - weight;
-    const Float4 aa = Float4(4.0f) * rest * rest;
-    const Float4 bb = Float4(4.0f) * weight * weight;
-    static constexpr float squares[] = {1, 4, 9, 16, 25, 36, 49};
-    static constexpr float ratios[] = {1.0f / 3, 1.0f / 10, 1.0f / 21, 1.0f / 36, 1.0f / 55, 1.0f / 78, 1.0f / 105};
-    Factors f{one, one};
-    for (int k = 6; k >= 0; --k)
+    void Init(Float4 weight)
     {
-        const Float4 step = Float4(ratios[k]) * half;
-        f.a = (Float4(squares[k]) - aa) * step * f.a + one;
-        f.b = (Float4(squares[k]) - bb) * step * f.b + one;
+        const Float4 four(4.0f);
+        Factors term{Float4(1.0f) - weight, weight};
+        const Float4 aa = four * term.a * term.a, bb = four * term.b * term.b;
+        m_Terms[0] = term;
+        for (int k = 0; k < FULL_TERMS - 1; ++k)
+        {
+            const Float4 square(static_cast<float>((k + 1) * (k + 1))), ratio(static_cast<float>(RATIOS[k]));
+            term = {(square - aa) * ratio * term.a, (square - bb) * ratio * term.b};
+            m_Terms[k + 1] = term;
+        }
+        m_Weight = weight;
+        m_Outside = (weight < Float4(-1.0f)) | (Float4(2.0f) < weight);
     }
-    const Float4 f0 = one / cosine;
-    return {rest * f0 * f.a, weight * f0 * f.b};
-}
+
+    Factors At(Float4 z) const
+    {
+        const Float4 one(1.0f);
+        const Float4 cosine = Sqrt(one - Float4(0.5f) * z);
+        const Factors f = SeriesAt(m_Terms, one - cosine);
+        const Float4 scale = one / cosine;
+        return {f.a * scale, f.b * scale};
+    }
+
+    Float4 m_Weight;
+    Mask4 m_Outside; // where the weight isn't one of those
+    Factors m_Terms[FULL_TERMS];
+};
 
 Float4 Dot(const Quat4& a, const Quat4& b)
 {
@@ -146,8 +162,9 @@ Vec4 Select(Mask4 mask, const Vec4& a, const Vec4& b)
     return {Select(mask, a.x, b.x), Select(mask, a.y, b.y), Select(mask, a.z, b.z)};
 }
 
-// The places of `lanes` anew, in double.
-[[gnu::noinline]] void SlerpLanes(int lanes, Quat4& out, const Quat4& a, const Quat4& b, Float4 weight)
+// `out` with the places of `lanes` anew, in double. This and the next take and give values, so that the fast way need
+// not keep them in memory.
+[[gnu::noinline]] Quat4 SlerpLanes(int lanes, Quat4 out, Quat4 a, Quat4 b, Float4 weight)
 {
     float from[4][LANES], to[4][LANES], result[4][LANES], weights[LANES];
     weight.Store(weights);
@@ -163,50 +180,60 @@ Vec4 Select(Mask4 mask, const Vec4& a, const Vec4& b)
                   Quaternion(to[0][i], to[1][i], to[2][i], to[3][i]), weights[i]);
         result[0][i] = q.x, result[1][i] = q.y, result[2][i] = q.z, result[3][i] = q.w;
     }
-    out = {Float4::Load(result[0]), Float4::Load(result[1]), Float4::Load(result[2]), Float4::Load(result[3])};
+    return {Float4::Load(result[0]), Float4::Load(result[1]), Float4::Load(result[2]), Float4::Load(result[3])};
 }
 
-// Replaces the factors of those beyond the short series.
-[[gnu::noinline]] void ReplaceFarFactors(Factors& f, Float4 z, Float4 weight)
+// `f` with other factors for those beyond the short series.
+[[gnu::noinline]] Factors WithFarFactors(Factors f, Float4 z, Float4 weight)
 {
     const Mask4 isFar = Float4(NEAR_PAIR) < z;
-    const Factors any = FactorsOfAnyPair(z, weight);
-    f = {Select(isFar, any.a, f.a), Select(isFar, any.b, f.b)};
+    FullSeries series;
+    series.Init(weight);
+    const Factors full = series.At(z);
+    return {Select(isFar, full.a, f.a), Select(isFar, full.b, f.b)};
 }
 
-// Spherical interpolation the short way round, as QuatSlerp. With pNear, which belongs to the weight, all weights are
-// the same and from 0 to 1.
-inline Quat4 Slerp(const Quat4& a, const Quat4& b, Float4 weight, const NearSeries* pNear)
+// Which way is the short one is a matter of rounding near a half turn.
+constexpr float HALF_TURN = 2e-6f;
+
+inline Quat4 Sum(const Factors& f, const Quat4& a, const Quat4& b)
 {
-    const Float4 one(1.0f), zero(0.0f);
+    return {f.a * a.x + f.b * b.x, f.a * a.y + f.b * b.y, f.a * a.z + f.b * b.z, f.a * a.w + f.b * b.w};
+}
+
+// Both are spherical interpolation the short way round, as QuatSlerp. Where the cosine is beyond 1, and there is no
+// angle, either series gives the weight itself.
+inline Quat4 Slerp(const Quat4& a, const Quat4& b, const NearSeries& series)
+{
     const Float4 dot = Dot(a, b);
-    const Mask4 away = dot < zero;
-    const Float4 cosine = NegatedWhere(away, dot);
-    // Beyond 1, where there is no angle, both series give the weight itself.
-    const Float4 z = Max(one - cosine, zero);
-    // Which way is the short one is a matter of rounding near a half turn.
-    Mask4 special = cosine < Float4(2e-6f);
-    Factors f;
-    bool bSpecial = false;
-    if (pNear)
+    const Float4 sign = SignBit(dot);
+    const Float4 cosine = XorBits(dot, sign);
+    const Float4 z = Max(Float4(1.0f) - cosine, Float4(0.0f));
+    Factors f = SeriesAt(series.m_Terms, z);
+    int special = 0;
+    if (Bits(Float4(NEAR_PAIR) < z)) [[unlikely]]
     {
-        f = pNear->At(z);
-        if (Bits(Float4(NEAR_PAIR) < z))
-        {
-            ReplaceFarFactors(f, z, weight);
-            bSpecial = Bits(special) != 0;
-        }
+        f = WithFarFactors(f, z, series.m_Terms[0].b);
+        special = Bits(cosine < Float4(HALF_TURN));
     }
-    else
-    {
-        f = FactorsOfAnyPair(z, weight);
-        special = special | (weight < Float4(-1.0f)) | (Float4(2.0f) < weight);
-        bSpecial = Bits(special) != 0;
-    }
-    f.b = NegatedWhere(away, f.b);
-    Quat4 out{f.a * a.x + f.b * b.x, f.a * a.y + f.b * b.y, f.a * a.z + f.b * b.z, f.a * a.w + f.b * b.w};
-    if (bSpecial)
-        SlerpLanes(Bits(special), out, a, b, weight);
+    f.b = XorBits(f.b, sign);
+    Quat4 out = Sum(f, a, b);
+    if (special) [[unlikely]]
+        out = SlerpLanes(special, out, a, b, series.m_Terms[0].b);
+    return out;
+}
+
+inline Quat4 Slerp(const Quat4& a, const Quat4& b, const FullSeries& series)
+{
+    const Float4 dot = Dot(a, b);
+    const Float4 sign = SignBit(dot);
+    const Float4 cosine = XorBits(dot, sign);
+    Factors f = series.At(Max(Float4(1.0f) - cosine, Float4(0.0f)));
+    const int special = Bits((cosine < Float4(HALF_TURN)) | series.m_Outside);
+    f.b = XorBits(f.b, sign);
+    Quat4 out = Sum(f, a, b);
+    if (special) [[unlikely]]
+        out = SlerpLanes(special, out, a, b, series.m_Weight);
     return out;
 }
 
@@ -247,9 +274,10 @@ inline void FindKeys(AnimNode* const* pTracks, ptrdiff_t iKey, ptrdiff_t iStep, 
     }
 }
 
-// A position of some nodes between its two keys, without the root offset.
-void InterpolateKeys(const PosePosition& position, const NearSeries& series, const uint32_t* pNodes, uint32_t nBlocks,
-                     Pose4* pPoses)
+// A position of some nodes between its two keys, without the root offset: out(iBlock, pose).
+template <class Out>
+inline void InterpolateKeys(const PosePosition& position, const NearSeries& series, const uint32_t* pNodes,
+                            uint32_t nBlocks, Out out)
 {
     const NodeKeyFrame* prevKeys[CHUNK];
     const NodeKeyFrame* curKeys[CHUNK];
@@ -273,13 +301,12 @@ void InterpolateKeys(const PosePosition& position, const NearSeries& series, con
             t[i] = from + (TranslationOf(cur[i]) - from) * percent;
         }
         Transpose(t[0], t[1], t[2], t[3]);
-        pPoses[iBlock].t = {t[0], t[1], t[2]};
-        pPoses[iBlock].q = Slerp(RotationsOf(pPrev), RotationsOf(cur), percent, &series);
+        out(iBlock, Pose4{Slerp(RotationsOf(pPrev), RotationsOf(cur), series), {t[0], t[1], t[2]}});
     }
 }
 
 // The pose and what the layer has done since the first key of its animation.
-Pose4 Sum(const Pose4& pose, const Pose4& layer, const PosePosition& position, const uint32_t* pNodes)
+Pose4 SumOf(const Pose4& pose, const Pose4& layer, const PosePosition& position, const uint32_t* pNodes)
 {
     const NodeKeyFrame* first[LANES];
     for (uint32_t i = 0; i < LANES; ++i)
@@ -322,29 +349,33 @@ void AddLayer(Chunk& chunk, const PosePosition& position, const NearSeries& seri
         weights[nTouched] = w;
         blocks[nTouched++] = iBlock;
     }
-    Pose4 layer[BLOCKS];
-    InterpolateKeys(position, series, read, nTouched, layer);
-    for (uint32_t i = 0; i < nTouched; ++i)
+    // As a rule neighbours share their weight.
+    FullSeries full;
+    full.Init(Float4(0.0f));
+    const auto blend = [&](uint32_t i, const Pose4& layer)
     {
         Pose4& pose = chunk.m_Poses[blocks[i]];
         const Mask4 isTouched = weights[i] != Float4(0.0f), isAdded = weights[i] == Float4(2.0f);
         Pose4 result = pose;
         if (Bits(isAdded) != Bits(isTouched))
         {
-            Vec4 t = layer[i].t;
+            Vec4 t = layer.t;
             if (blocks[i] == 0 && chunk.m_bRoot)
                 AddRootOffset(t, position.m_vRootOffset);
-            result = {Slerp(pose.q, layer[i].q, weights[i], nullptr), Lerp(pose.t, t, weights[i])};
+            if (Bits(weights[i] != full.m_Weight))
+                full.Init(weights[i]);
+            result = {Slerp(pose.q, layer.q, full), Lerp(pose.t, t, weights[i])};
         }
         if (Bits(isAdded))
         {
-            const Pose4 sum = Sum(pose, layer[i], position, read + size_t(LANES) * i);
+            const Pose4 sum = SumOf(pose, layer, position, read + size_t(LANES) * i);
             result = {Select(isAdded, sum.q, result.q), Select(isAdded, sum.t, result.t)};
         }
         if (Bits(isTouched) != 15)
             result = {Select(isTouched, result.q, pose.q), Select(isTouched, result.t, pose.t)};
         pose = result;
-    }
+    };
+    InterpolateKeys(position, series, read, nTouched, blend);
 }
 
 // The upper three rows of a matrix.
@@ -396,21 +427,11 @@ bool AreIdentities(const NodeKeyFrame* pRelations, uint32_t nRelations)
 {
     if (nRelations == 0)
         return true; // There may be no list at all.
-    // Four at a time, which are seven vectors with ones at these places.
-    const float* p = &pRelations->m_vTranslation.x;
-    const Float4 one3(0.0f, 0.0f, 1.0f, 0.0f), one2(0.0f, 1.0f, 0.0f, 0.0f), one1(1.0f, 0.0f, 0.0f, 0.0f);
-    const Float4 one4(0.0f, 0.0f, 0.0f, 1.0f);
-    Float4 differs(0.0f);
-    for (; nRelations >= 4; nRelations -= 4, p += 28)
-    {
-        const Float4 a = OrBits(Float4::Load(p), XorBits(Float4::Load(p + 4), one3));
-        const Float4 b = OrBits(Float4::Load(p + 8), XorBits(Float4::Load(p + 12), one2));
-        const Float4 c = OrBits(Float4::Load(p + 16), XorBits(Float4::Load(p + 20), one1));
-        differs = OrBits(OrBits(OrBits(a, b), OrBits(c, XorBits(Float4::Load(p + 24), one4))), differs);
-    }
-    for (; nRelations > 0; --nRelations, p += 7)
-        differs = OrBits(OrBits(Float4::Load(p), XorBits(Float4::Load(p + 3), one4)), differs);
-    return !AnyBit(differs);
+    static_assert(sizeof(NodeKeyFrame) == 7 * sizeof(float));
+    constexpr float identity[7] = {0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
+    // The first, and each of the others the same as the one before it.
+    return !std::memcmp(pRelations, identity, sizeof(identity)) &&
+           !std::memcmp(pRelations, pRelations + 1, (nRelations - 1) * sizeof(NodeKeyFrame));
 }
 
 bool IsAffine(const Matrix4& m)
@@ -442,19 +463,20 @@ void FixOffset(Rows& rows, const Vector3& offset)
     rows = {Select(isLast, x, rows.x), Select(isLast, y, rows.y), Select(isLast, z, rows.z)};
 }
 
-// Parents first, each node onto its parent's finished matrix.
-void ComposeChunk(const PoseCall& call, const uint32_t* pIndices, uint32_t nNodes, Rows* pRows)
+// Puts nodes iFirst to iFirst + nNodes - 1 onto their parents' finished matrices.
+void ComposeChunk(const PoseCall& call, uint32_t iFirst, uint32_t nNodes, Rows* pRows)
 {
     ModelNode* const* pNodes = call.m_pNodes;
     Matrix4* pOutput = call.m_pOutput;
+    const Matrix4* pParent = call.m_pStartMat;
     for (uint32_t i = 0; i < nNodes; ++i)
     {
-        const uint32_t iNode = pIndices[i];
-        const ModelNode* pNode = pNodes[iNode];
-        const uint32_t iParent = pNode->m_iParent;
+        const ModelNode* pNode = pNodes[iFirst + i];
+        if (iFirst + i != 0)
+            pParent = pOutput + pNode->m_iParent;
         if (pNode->m_Flags & MNODE_FIXEDOFFSET)
             FixOffset(pRows[i], pNode->m_vOffsetFromParent);
-        Compose(pOutput[iNode], iParent == MNODE_NO_PARENT ? *call.m_pStartMat : pOutput[iParent], pRows[i], false);
+        Compose(pOutput[iFirst + i], *pParent, pRows[i], false);
     }
 }
 
@@ -490,18 +512,18 @@ void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes)
         series[i].Init(call.m_Positions[i].m_Percent);
 
     Chunk chunk;
-    Rows rows[CHUNK], relations[CHUNK];
+    alignas(64) Rows rows[CHUNK], relations[CHUNK];
     for (uint32_t iFirst = 0; iFirst < nNodes; iFirst += CHUNK)
     {
         chunk.m_bRoot = iFirst == 0;
         chunk.m_nNodes = std::min(CHUNK, nNodes - iFirst);
         chunk.m_nBlocks = (chunk.m_nNodes + LANES - 1) / LANES;
-        for (uint32_t i = 0; i < LANES * chunk.m_nBlocks; ++i)
-        {
-            const uint32_t iNode = std::min(iFirst + i, nNodes - 1);
-            chunk.m_Nodes[i] = pPath ? pPath[iNode] : iNode;
-        }
-        InterpolateKeys(call.m_Positions[0], series[0], chunk.m_Nodes, chunk.m_nBlocks, chunk.m_Poses);
+        for (uint32_t i = 0; i < chunk.m_nNodes; ++i)
+            chunk.m_Nodes[i] = pPath ? pPath[iFirst + i] : iFirst + i;
+        for (uint32_t i = chunk.m_nNodes; i < LANES * chunk.m_nBlocks; ++i)
+            chunk.m_Nodes[i] = chunk.m_Nodes[chunk.m_nNodes - 1];
+        InterpolateKeys(call.m_Positions[0], series[0], chunk.m_Nodes, chunk.m_nBlocks,
+                        [&](uint32_t iBlock, const Pose4& pose) { chunk.m_Poses[iBlock] = pose; });
         if (chunk.m_bRoot)
             AddRootOffset(chunk.m_Poses[0].t, call.m_Positions[0].m_vRootOffset);
         for (uint32_t i = 1; i < call.m_nPositions; ++i)
@@ -510,9 +532,9 @@ void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes)
             ToRows(chunk.m_Poses[iBlock], rows + LANES * iBlock);
         if (bRelations)
             RelationRows(call, chunk, relations);
-        if (bRelations || bBottom)
+        if (bRelations || bBottom || pPath)
             ComposeWithExtras(call, chunk.m_Nodes, chunk.m_nNodes, rows, bRelations ? relations : nullptr, bBottom);
         else
-            ComposeChunk(call, chunk.m_Nodes, chunk.m_nNodes, rows);
+            ComposeChunk(call, iFirst, chunk.m_nNodes, rows);
     }
 }
