@@ -2,6 +2,8 @@
 
 #ifndef _WIN32
 
+#include <algorithm>
+
 #include "engine/model/src/modelallocations.h"
 #include "tests/faults/memoryfault.h"
 #include "tests/tools/model/testmodel.h"
@@ -65,7 +67,9 @@ bool SaveBehindAChild(ConvModel&, const Bytes& bytes)
     bDone = bDone && child.AddDefaultAnim("still") && parent.AddChildModel(&child, "child", error, QZFALSE);
     if (bDone)
     {
-        std::swap(parent.m_Anims[0], parent.m_Anims[2]);
+        std::rotate(parent.m_Anims.GetArray(), parent.m_Anims.GetArray() + 2, parent.m_Anims.GetArray() + 3);
+        parent.GetSelfChildModel()->m_iAnimOffset = 1;
+        parent.GetChildModel(1)->m_iAnimOffset = 0;
         MemoryStream stream(65536);
         ModelAllocations counts;
         bDone = parent.Save(&stream) != QZFALSE;

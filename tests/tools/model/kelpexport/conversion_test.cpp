@@ -198,6 +198,7 @@ TEST_F(ConversionTest, MeshesAreTakenAsDeformed)
         OpenScene(scene);
         ASSERT_TRUE(Convert());
         ModelPiece* pPiece = m_pModel->FindPiece("skin_zTex1", nullptr);
+        ASSERT_TRUE(pPiece && pPiece->NumVerts() == 3);
         for (uint32_t k = 0; k < 3; ++k)
             places[i].push_back(pPiece->GetVert(k)->m_vPos);
     }
