@@ -20,6 +20,8 @@ static int FindFirstKey(const RecordedScene& recorded)
                 const auto seconds = static_cast<double>(recorded.KeySeconds(element, curve, key));
                 first = std::min(first, std::max(NearestFrame(seconds, recorded.Fps()), recorded.StartFrame()));
                 any = true;
+                if (first == recorded.StartFrame())
+                    return first;
             }
         }
     }

@@ -164,10 +164,10 @@ WorkingFolder::~WorkingFolder()
     std::error_code error;
     if (!m_Path.empty())
         fs::remove_all(m_Path, error);
+    if (m_Keeper > 0 && kill(m_Keeper, SIGKILL) == 0) // there is nothing left for it to do
+        waitpid(m_Keeper, nullptr, 0);
     if (m_Alive >= 0)
         close(m_Alive);
-    if (m_Keeper > 0)
-        waitpid(m_Keeper, nullptr, 0);
     if (m_Lock >= 0)
         close(m_Lock);
 }
