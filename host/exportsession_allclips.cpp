@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <optional>
 #include <system_error>
+#include <unordered_map>
 
 namespace
 {
@@ -195,25 +196,25 @@ void ExportSession::SettleNewest(const ExportJob& job, ClipAppender& appender)
 // Takes the animation out that has only given the figure, and finds out where the others are.
 void ExportSession::SettleRows(ConvModel& model)
 {
-    for (size_t i = 0; i < m_Played.size(); i++)
-    {
-        for (uint32_t row = 0; row < model.CalcNumOwnAnims(); row++)
-        {
-            if (model.GetOwnAnim(row) != m_Made[i])
-                continue;
-            if (!m_Played[i].isKept)
-                model.RemoveOwnAnim(row);
-            break;
-        }
-    }
+    std::unordered_map<const ModelAnim*, PlayedClip*> played;
     for (size_t i = 0; i < m_Played.size(); i++)
     {
         m_Played[i].toOldModel = m_Appends;
-        for (uint32_t row = 0; row < model.CalcNumOwnAnims(); row++)
-        {
-            if (m_Played[i].isKept && model.GetOwnAnim(row) == m_Made[i])
-                m_Played[i].row = static_cast<int>(row);
-        }
+        played[m_Made[i]] = &m_Played[i];
+    }
+    // From behind: what goes moves no row that is still to be looked at.
+    for (uint32_t row = model.CalcNumOwnAnims(); row-- > 0;)
+    {
+        const auto found = played.find(model.GetOwnAnim(row));
+        if (found != played.end() && !found->second->isKept)
+            model.RemoveOwnAnim(row);
+    }
+    const uint32_t nRows = model.CalcNumOwnAnims();
+    for (uint32_t row = 0; row < nRows; row++)
+    {
+        const auto found = played.find(model.GetOwnAnim(row));
+        if (found != played.end() && found->second->isKept)
+            found->second->row = static_cast<int>(row);
     }
 }
 

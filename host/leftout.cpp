@@ -3,6 +3,7 @@
 #include "host/counted.h"
 #include "host/sceneclips.h"
 #include "host/scenevertices.h"
+#include "zoltshared/stdzolt/strcasecompare.h"
 
 #include <algorithm>
 #include <cmath>
@@ -96,13 +97,15 @@ LeftOut FindLeftOut(const Model& model, RecordedScene& recorded, const std::vect
             leftOut.linesAndPoints.push_back(warning);
     }
     leftOut.secondRoots = FindSecondRoots(recorded.GetScene());
-    const std::vector<int>& fitted = clips.front().sceneNodes;
+    const std::set<int> fitted(clips.front().sceneNodes.begin(), clips.front().sceneNodes.end());
+    const auto less = [](const char* a, const char* b) { return CompareNoCase(a, b) < 0; };
+    std::set<const char*, decltype(less)> names;
+    for (std::uint32_t i = 0; i < model.NumNodes(); i++)
+        names.insert(model.GetNode(i)->GetName());
     for (const int element : ElementsInPreOrder(recorded))
     {
         const RecordedElement& own = recorded.Element(element);
-        const bool isThere = fitted.empty() ? model.FindNode(own.name.c_str(), nullptr) != nullptr
-                                            : std::find(fitted.begin(), fitted.end(), own.node) != fitted.end();
-        if (!isThere)
+        if (fitted.empty() ? !names.contains(own.name.c_str()) : !fitted.contains(own.node))
             leftOut.nodesRemoved.push_back(own.name);
     }
     if (!fresh)

@@ -96,7 +96,7 @@ QZBOOL ModelAnim::Load(ModelStream* pStream, uint32_t nVersion)
 
 QZBOOL ModelAnim::LoadKeyTimes(ModelStream* pStream)
 {
-    BlockReader reader(pStream, DISK_KEY * NumKeyFrames());
+    BlockReader reader(pStream, uint64_t{DISK_KEY} * NumKeyFrames());
     for (uint32_t i = 0; i < NumKeyFrames(); ++i)
     {
         const uint8_t* pKey = reader.Take(DISK_KEY);
