@@ -248,6 +248,14 @@ TEST(Pose, ChildModelsOfTheFolderAndOfTheCommandLine)
     EXPECT_TRUE(Pose(options, sentence).is_null());
     EXPECT_NE(sentence.find("child models of its own"), std::string::npos) << sentence;
 
+    const ModelPointer single(Model::CreateModel());
+    ASSERT_TRUE(single->Precalc(QZTRUE) && single->AddDefaultAnim("jump"));
+    WriteBytes(folder / "jump.abc", BytesOf(*single));
+    options.m_Children.clear();
+    options.m_Anim = "jump";
+    EXPECT_TRUE(Pose(options, sentence).is_null());
+    EXPECT_NE(sentence.find("jump.abc, whose node tree differs"), std::string::npos) << sentence;
+
     // Without its file the link stays, and the animation is gone.
     std::filesystem::remove(folder / "jump.abc");
     options.m_Children.clear();

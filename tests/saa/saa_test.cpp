@@ -252,13 +252,19 @@ TEST(Time, RangeAndFramesAgree)
     move.interpolation = SceneInterpolation::Step;
     move.times = {0.05, 0.51, 1.0 / 3.0 + 1.0};
     move.values = {1, 0, 0, 2, 0, 0, 3, 0, 0};
+    // A little behind the middle between two frames, where a float can't be.
+    SceneChannel turn = move;
+    turn.path = ScenePath::Rotation;
+    turn.interpolation = SceneInterpolation::Linear;
+    turn.times = {12.5 / 24.0 + 1e-9};
+    turn.values = {0, 0, 0, 1};
     SceneChannel grow = move;
     grow.path = ScenePath::Scale;
     grow.interpolation = SceneInterpolation::Linear;
     grow.times = {0.0, 1.0, 2.0};
     scene.clips.resize(2);
     scene.clips[1].name = "walk";
-    scene.clips[1].channels = {move, grow};
+    scene.clips[1].channels = {move, grow, turn};
     RecordedSceneOptions options;
     options.clip = 1;
     options.fps = 24.0;
@@ -284,6 +290,20 @@ TEST(Time, RangeAndFramesAgree)
     EXPECT_EQ(count, 3);
     SAA_SubHandle keys[4];
     EXPECT_NE(SAA_fcurveGetKeys(&open.record, &curves[2], count + 1, keys), 0);
+    float times[4];
+    EXPECT_EQ(SAA_fcurveGetKeys(&open.record, &curves[2], count, keys), 0);
+    EXPECT_EQ(SAA_fcurveKeyGetTime(&open.record, &curves[2], count, keys, times), 0);
+    SAA_Elem turns[3];
+    EXPECT_EQ(SAA_modelFcurveGetRotation(&open.record, &arm, &turns[0], &turns[1], &turns[2]), 0);
+    EXPECT_NE(SAA_fcurveKeyGetTime(&open.record, &turns[0], 1, keys, &times[3]), 0) << "keys of another curve";
+    EXPECT_EQ(SAA_fcurveGetKeys(&open.record, &turns[0], 1, keys), 0);
+    EXPECT_EQ(SAA_fcurveKeyGetTime(&open.record, &turns[0], 1, keys, &times[3]), 0);
+    const int framesOfKeys[] = {2, 13, 32, 13};
+    for (int i = 0; i < 4; ++i)
+    {
+        EXPECT_EQ(SAA_seconds2Frame(&open.record, times[i], &frame), 0);
+        EXPECT_EQ(frame, framesOfKeys[i]) << i;
+    }
 
     // 0.05 s is frame 1.2, 0.51 s frame 12.24: the new value holds from the next frame on; 32 is met.
     float at[3];
@@ -387,6 +407,17 @@ TEST(Meshes, MirroredMeshesHandTheirTrianglesOutTheOtherWayRound)
     const std::vector<SAA_SubHandle> corners = open.Corners(mesh);
     EXPECT_EQ(open.Indices(mesh, corners), (std::vector<int>{2, 1, 0, 3, 2, 0, 5, 4, 1, 2, 5, 1}));
     EXPECT_EQ(0.5F * open.Coordinates(mesh, corners)[8], 0.25F) << "the coordinates go with their corners";
+
+    // What joints move stands in the world already.
+    scene.skins.resize(1);
+    scene.skins[0].joints = {0};
+    scene.skins[0].inverseBinds.resize(1);
+    scene.primitives[0].influenceStarts = {0, 1, 2, 3, 4, 5, 6, 7, 8};
+    scene.primitives[0].influences.assign(8, {0, 1.0});
+    scene.nodes[1].meshes = {{0, 0}};
+    OpenScene skinned(scene);
+    const SAA_Elem skin = skinned.Find("quads");
+    EXPECT_EQ(skinned.Indices(skin, skinned.Corners(skin)), (std::vector<int>{0, 1, 2, 0, 2, 3, 1, 4, 5, 1, 5, 2}));
 }
 
 // Joints with random turns, a mesh node with a transform of its own.
@@ -416,6 +447,7 @@ static Scene RandomSkin(unsigned seed)
         primitive.influences.push_back({v % 4, 0.75});
         primitive.influences.push_back({(v + 1) % 4, 0.25 + (v % 3 == 0 ? 0.0 : 0.5)});
         primitive.influences.push_back({(v + 1) % 4, 0.01});
+        primitive.influences.push_back({(v + 2) % 4, 0.25});
         primitive.influenceStarts.push_back(static_cast<std::uint32_t>(primitive.influences.size()));
         primitive.triangles.push_back({{v, (v + 1) % 30, (v + 2) % 30}});
     }
@@ -462,9 +494,14 @@ TEST(Envelopes, PercentagesAddUpAndDeformedVerticesLandInTheWorld)
     {
         EXPECT_NEAR(sum, 100.0, 1e-4);
     }
-    // Vertex 1: joint 1 (j1) 0.75, joint 2 0.75 + 0.01. Vertex 3: joint 3 (j1 again) 0.75, joint 0 0.25 + 0.01.
-    EXPECT_FLOAT_EQ(static_cast<float>(ofJ1[1]), 100.0F * 0.75F / 1.51F);
-    EXPECT_FLOAT_EQ(static_cast<float>(ofJ1[3]), 100.0F * 0.75F / 1.01F);
+    // Vertex 1: joint 1 (j1) 0.75, joint 2 0.75 + 0.01, joint 3 (j1 again) 0.25. Vertex 2: joint 2 0.75, joint 3 (j1)
+    // 0.75 + 0.01, joint 0 0.25.
+    EXPECT_FLOAT_EQ(static_cast<float>(ofJ1[1]), 100.0F * 1.0F / 1.76F);
+    EXPECT_FLOAT_EQ(static_cast<float>(ofJ1[2]), 100.0F * 0.76F / 1.76F);
+    const SAA_Elem j0 = open.Find("j0");
+    float weight = 0;
+    EXPECT_NE(SAA_ctrlVertexGetEnvelopeWeights(&open.record, &j0, &mesh, 1, &vertices[1], &weight), 0)
+        << "joint 0 doesn't move vertex 1";
 
     // A plain reference: the element's global matrix, built up from what the operations answer, must carry the
     // deformed positions to where the joints put them.
@@ -526,6 +563,10 @@ TEST(Envelopes, WordsForWeightsThatAreLostAndFinitePositionsWithoutAnInverse)
     {
         EXPECT_TRUE(std::isfinite(position.v[0]) && std::isfinite(position.v[1]) && std::isfinite(position.v[2]));
     }
+    Scene huge = SeamScene();
+    huge.primitives[0].positions[1].x = 1e39; // more than a float holds
+    OpenScene far(huge);
+    EXPECT_EQ(far.Positions(far.Find("quads"), SAA_GEOM_DEFORMED)[1].v[0], 0.0);
     ASSERT_EQ(open.recorded.Warnings().size(), 1U);
     EXPECT_EQ(open.recorded.Warnings()[0], "Mesh mesh: 2 vertices have no weight above 5 %; they deform to 0, 0, 0.");
 }
@@ -600,6 +641,12 @@ TEST(Textures, CropIsClampedAndMeshesWithoutCoordinatesHaveNone)
     }
     EXPECT_EQ(SAA_texture2DGetCropMax(&open.record, &other, &u, &v), 0);
     EXPECT_EQ(u, 1) << "a missing image counts as 2 by 2";
+    scene.images[0].width = scene.images[0].height = 40000;
+    OpenScene large(scene);
+    const SAA_Elem beyond = large.Texture(large.Find("quads"));
+    EXPECT_EQ(SAA_texture2DGetCropMax(&large.record, &beyond, &u, &v), 0);
+    EXPECT_EQ(u, 32767) << "as far as a crop can be set";
+    EXPECT_EQ(v, 32767);
 }
 
 TEST(Morphs, EnterTheGeometryAndGiveKeys)
@@ -663,6 +710,8 @@ TEST(Host, SinksNamesAndCustomValues)
     EXPECT_NE(SAA_sceneInitInternal("SDKv1.60"), 0);
     EXPECT_EQ(SAA_sceneInitInternal("SDKv1.70.3"), 0);
     EXPECT_EQ(SAA_sceneInitInternal("SDKv1.70.3"), 3);
+    ClearFaults();
+    EXPECT_EQ(SAA_sceneInitInternal("SDKv1.70.3"), 0) << "begun anew";
     SAA_Scene nothing;
     SetCurrentScene(nullptr);
     EXPECT_NE(SAA_sceneGetCurrent(&nothing), 0);
@@ -760,9 +809,10 @@ TEST(Operations, WrongHandlesAndCountsAreRefused)
     std::vector<SAA_SubHandle> corners = open.Corners(mesh);
     corners.push_back(corners[0]);
     std::vector<int> indices(corners.size());
-    for (const auto& [count, expected] : {std::pair<int, bool>{90, true}, {0, true}, {-1, false}, {91, false}})
+    for (const auto& [count, status] :
+         {std::pair{90, 0}, {0, 0}, {-1, int(SAA_STATUS_COUNT)}, {91, int(SAA_STATUS_COUNT)}})
     {
-        EXPECT_EQ(SAA_ctrlVertexGetIndices(&open.record, &mesh, count, corners.data(), indices.data()) == 0, expected)
+        EXPECT_EQ(SAA_ctrlVertexGetIndices(&open.record, &mesh, count, corners.data(), indices.data()), status)
             << count;
     }
     EXPECT_NE(SAA_ctrlVertexGetIndices(&open.record, &mesh, 1, handles.data(), &value), 0) << "a handle of zeros";

@@ -1,6 +1,7 @@
 #include "scene/assimpreader.h"
 
 #include "scene/assimpimport.h"
+#include "scene/foldpivots.h"
 #include "scene/meshpositions.h"
 #include "scene/readscene.h"
 #include "tests/scene/sceneparts.h"
@@ -289,6 +290,42 @@ TEST(AssimpReader, FbxPivotsAreFoldedIntoNodesAndTheirMotion)
         EXPECT_EQ(scene.upAxis, 'z');
         EXPECT_TRUE(scene.warnings.empty());
     }
+}
+
+// A clip of nothing but keys that hold what is at rest still moves what another clip has moved.
+TEST(AssimpReader, FbxClipOfARestPoseKeepsItsKeys)
+{
+    std::string text = Replaced(Fbx(""), "KeyTime: *2 {\n\t\t\ta: 0,46186158000", "KeyTime: *1 {\n\t\t\ta: 0");
+    text = Replaced(text, "KeyValueFloat: *2 {\n\t\t\ta: 90,0", "KeyValueFloat: *1 {\n\t\t\ta: 90");
+    const Scene scene = ReadGood("rest.fbx", Replaced(text, "a: 2\n\t\t}\n\t}\n}", "a: 1\n\t\t}\n\t}\n}"));
+    ASSERT_EQ(scene.clips.size(), 1U);
+    EXPECT_NE(FindChannel(scene.clips[0], FindNode(scene, "Body", scene.roots[0]), ScenePath::Rotation), nullptr);
+}
+
+TEST(FoldPivotNodes, SkinsAndAPassingScaleGoAlong)
+{
+    Scene scene;
+    scene.roots = {0};
+    for (const char* name : {"top", "Arm_$AssimpFbx$_Scaling", "Arm", "Hand"})
+    {
+        scene.nodes.emplace_back();
+        scene.nodes.back().name = name;
+        scene.nodes.back().parent = static_cast<int>(scene.nodes.size()) - 2;
+    }
+    for (int i = 0; i < 3; ++i)
+    {
+        scene.nodes[i].children = {i + 1};
+    }
+    scene.skins.resize(1);
+    scene.skins[0].joints = {3, 2};
+    scene.clips = {
+        {"go", {MakeChannel(1, ScenePath::Scale, SceneInterpolation::Linear, {0, 1, 2}, {1, 1, 1, 1, 3, 1, 1, 1, 1})}}};
+    FoldPivotNodes(scene);
+    ASSERT_EQ(scene.nodes.size(), 3U);
+    EXPECT_EQ(scene.skins[0].joints, (std::vector<int>{2, 1}));
+    const SceneChannel* scale = FindChannel(scene.clips[0], 1, ScenePath::Scale);
+    ASSERT_NE(scale, nullptr) << "though it ends as it is at rest";
+    EXPECT_EQ(scale->values[4], 3.0);
 }
 
 // What an FBX file states of its axes beside a positive one that is up.

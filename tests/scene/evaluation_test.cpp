@@ -196,8 +196,10 @@ TEST(DecomposeMatrix, GivesTransformsBackAndKnowsShear)
     std::uniform_real_distribution<double> sizes(0.001, 1000.0);
     for (int i = 0; i < 2000; ++i)
     {
-        DoubleTransform transform = {
-            {sizes(random), -sizes(random), 5.0}, RandomQuat(random), {sizes(random), sizes(random), sizes(random)}};
+        const DoubleQuat halfTurns[] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}};
+        DoubleTransform transform = {{sizes(random), -sizes(random), 5.0},
+                                     i % 7 == 3 ? halfTurns[i / 7 % 3] : RandomQuat(random),
+                                     {sizes(random), sizes(random), sizes(random)}};
         double* axes[3] = {&transform.scale.x, &transform.scale.y, &transform.scale.z};
         *axes[i % 3] *= i % 2 == 0 ? -1.0 : 1.0;
         if (i % 5 == 0)
@@ -215,8 +217,15 @@ TEST(DecomposeMatrix, GivesTransformsBackAndKnowsShear)
     }
     DoubleTransform taken;
     DoubleMatrix matrix;
-    matrix.m[0][1] = 0.5;
-    EXPECT_FALSE(DecomposeMatrix(matrix, taken));
+    for (const auto& [shear, bTaken] : {std::pair{0.5, false}, {1e-4, false}, {1e-7, true}})
+    {
+        for (const int axis : {1, 2})
+        {
+            matrix = DoubleMatrix();
+            matrix.m[0][axis] = shear;
+            EXPECT_EQ(DecomposeMatrix(matrix, taken), bTaken) << shear << " " << axis;
+        }
+    }
     for (auto& row : matrix.m)
     {
         row[0] = row[1] = row[2] = 0.0;

@@ -1,3 +1,4 @@
+#include "scene/assimpreader.h"
 #include "scene/meshpositions.h"
 #include "tests/scene/gltftext.h"
 #include "tests/scene/sceneparts.h"
@@ -59,7 +60,7 @@ TEST(GltfReader, ReadsAllWaysOfStoringNumbers)
 {
     GltfText text;
     text.Floats("VEC3", {0, 0, 0, 1, 0, 0, 0, 2, 0});
-    const int quantised = text.Shorts("VEC3", {0, 0, 0, 65535, 0, 0, 0, 13107, 0}, R"("normalized": true)");
+    const int quantised = text.Shorts("VEC3", {0, 0, 0, 65535, 0, 32768, 0, 13107, 0}, R"("normalized": true)");
     const int sparseIndex = text.Bytes("SCALAR", {2});
     const int sparseValue = text.Floats("VEC3", {7, 8, 9});
     const int coords = text.Bytes("VEC2", {0, 255, 51, 0, 255, 255}, R"("normalized": true)");
@@ -89,6 +90,12 @@ TEST(GltfReader, ReadsAllWaysOfStoringNumbers)
     EXPECT_DOUBLE_EQ(scene.primitives[2].positions[2].y, 0.2);
     EXPECT_EQ(scene.primitives[2].texCoords[0].v, 1.0F);
     EXPECT_EQ(scene.primitives[2].texCoords[1].u, 0.2F);
+    const Scene withSign = ReadGood(Replaced(document, R"("componentType": 5123)", R"("componentType": 5122)"));
+    EXPECT_DOUBLE_EQ(withSign.primitives[2].positions[1].x, -1.0 / 32767.0);
+    EXPECT_EQ(withSign.primitives[2].positions[1].z, -1.0) << "the one number below it counts as -1";
+    const std::string shorter =
+        Replaced(document, R"("count": 3, "type": "VEC3", "sparse")", R"("count": 2, "type": "VEC3", "sparse")");
+    EXPECT_NE(ReadBad(shorter).find("sparse index 2 of 2 elements"), std::string::npos) << ReadBad(shorter);
 }
 
 TEST(GltfReader, BinaryExternalAndEmbeddedBuffersGiveTheSameScene)
@@ -118,9 +125,10 @@ TEST(GltfReader, ReadsNodesSkinsWeightsMorphsAndCustomValues)
     const int binds = text.Floats(
         "MAT4", {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 6, 7, 1, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1});
     text.Item("meshes",
-              R"({"weights": [0.25], "primitives": [{"indices": 1, "attributes": {"POSITION": 0, "JOINTS_0": )" +
+              R"({"weights": [0.25, 7], "primitives": [{"indices": 1, "attributes": {"POSITION": 0, "JOINTS_0": )" +
                   N(joints) + R"(, "WEIGHTS_0": )" + N(weights) + R"(, "JOINTS_1": )" + N(joints) +
-                  R"(, "WEIGHTS_1": )" + N(more) + R"(}, "targets": [{"POSITION": )" + N(delta) + "}]}]}");
+                  R"(, "WEIGHTS_1": )" + N(more) + R"(}, "targets": [{"POSITION": )" + N(delta) +
+                  R"(}]}, {"attributes": {"POSITION": 0}, "targets": [{"POSITION": )" + N(delta) + "}]}]}");
     text.Item("skins", R"({"joints": [1, 2], "inverseBindMatrices": )" + N(binds) + "}");
     text.Item("nodes", R"({"mesh": 0, "skin": 0, "name": "body", "extras": {"note": "hello", "n": 4}})");
     text.Item("nodes", R"({"children": [2], "matrix": [0, 2, 0, 0, -2, 0, 0, 0, 0, 0, -2, 0, 1, 2, 3, 1]})");
@@ -135,7 +143,11 @@ TEST(GltfReader, ReadsNodesSkinsWeightsMorphsAndCustomValues)
     EXPECT_FALSE(scene.nodes[0].isJoint);
     EXPECT_TRUE(scene.nodes[2].isJoint);
     EXPECT_EQ(scene.nodes[0].meshes[0].skin, 0);
-    EXPECT_EQ(scene.nodes[0].morphWeights, std::vector<double>{0.25});
+    EXPECT_EQ(scene.nodes[0].meshes[1].skin, -1) << "no joint moves it";
+    EXPECT_EQ(scene.nodes[0].morphWeights, std::vector<double>{0.25}) << "one for each target";
+    EXPECT_NE(ReadBad(Replaced(text.Text(), R"("count": 2, "type": "MAT4")", R"("count": 1, "type": "MAT4")"))
+                  .find("1 inverse bind matrices for 2 joints"),
+              std::string::npos);
     ASSERT_EQ(scene.nodes[0].customValues.size(), 1U) << "texts alone";
     EXPECT_EQ(scene.nodes[0].customValues[0].second, "hello");
     // The matrix mirrors: a quarter turn about z with a scale of 2 whose x is negative after the turn was made proper.
@@ -199,6 +211,12 @@ TEST(GltfReader, FindsImageSizesAndTheCoordinatesOfTheMaterial)
         EXPECT_EQ(scene.images[i].width, 5) << i;
         EXPECT_EQ(scene.images[i].height, 7) << i;
     }
+    // A view that is cut within the size, one that reaches beyond the buffer.
+    for (const char* length : {"4", "100000000"})
+    {
+        const std::string cut = Replaced(json, R"("byteLength": 13)", std::string("\"byteLength\": ") + length);
+        EXPECT_EQ(ReadGood(cut).images[2].width, 0) << length;
+    }
     EXPECT_EQ(scene.primitives[0].image, 1);
     EXPECT_EQ(scene.primitives[0].texCoords[0].v, 0.25F);
 }
@@ -232,6 +250,7 @@ static std::string WholeDocument()
     text.Floats("VEC4", {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0});
     text.Bytes("VEC4", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
     text.Floats("VEC3", {0, 0, 0, 1, 1, 1});
+    text.Floats("SCALAR", {1, 0});
     text.Item("meshes", R"({"name": "m", "primitives": [{"mode": 4, "indices": 1, "material": 0,
         "attributes": {"POSITION": 0, "JOINTS_0": 4, "WEIGHTS_0": 3}}]})");
     text.Item("materials", R"({"pbrMetallicRoughness": {"baseColorTexture": {"index": 0}}})");
@@ -298,6 +317,7 @@ TEST(GltfReader, RefusesDamagedDocuments)
         {R"("STEP")", R"("CUBICSPLINE")", "6 values for 2 keys of 9"},
         {R"("output": 5)", R"("output": 0)", "9 values for 2 keys of 3"},
         {R"("input": 2)", R"("input": 5)", "times: accessor 5"},
+        {R"("input": 2)", R"("input": 6)", "its key times don't rise"},
         {R"("count": 3)", R"("count": 4)", "POSITION: accessor 0: 4 elements reach beyond buffer view 0"},
         {R"("count": 3)", R"("count": 4000000000000)", "more than the file can hold"},
         {R"("count": 3, "type": "SCALAR")", R"("count": 2, "type": "SCALAR")", "2 corners"},
@@ -309,6 +329,7 @@ TEST(GltfReader, RefusesDamagedDocuments)
         {R"("byteLength": 36)", R"("byteLength": 36, "byteStride": 4)", "a stride of 4 bytes"},
         {R"(base64,)", R"(base64,*)", "buffer 0: its data URI isn't base64"},
         {R"(base64,AAAA)", R"(base64,)", "buffer 0: "},
+        {R"("}]})", R"(A"}]})", "buffer 0: its data URI isn't base64"},
         {R"(base64,AAAAAAAA)", R"(base64,AADAfwAA)", "element 0 isn't a finite number"},
         {R"("uri": "data:)", R"("uri": "lost.bin", "x": "data:)", "buffer 0: lost.bin can't be opened"},
         {R"("meshes": [)", R"("meshes": [5, )", "isn't valid glTF"},
@@ -322,10 +343,31 @@ TEST(GltfReader, RefusesDamagedDocuments)
     }
     const std::string deep = std::string(100000, '[') + std::string(100000, ']');
     EXPECT_NE(ReadBad(Replaced(whole, "{", "{\"extras\": " + deep + ", ")).find("deeper"), std::string::npos);
+    EXPECT_EQ(ReadBad(Replaced(whole, "leaf", "\\\"" + deep)), "") << "brackets in a text";
     EXPECT_NE(ReadBad("").find("is empty"), std::string::npos);
     Scene scene;
     std::string error;
     EXPECT_FALSE(ReadGltfScene("/nowhere/at all.gltf", scene, error));
     EXPECT_EQ(error, "/nowhere/at all.gltf can't be opened: No such file or directory.");
     EXPECT_FALSE(ReadGltfScene("/", scene, error));
+}
+
+// The other reader, which reads such files too.
+TEST(AssimpReader, MorphTargetsAreDifferences)
+{
+    GltfText text;
+    const std::string points = std::to_string(text.Floats("VEC3", {1, 1, 5, 2, 0, 5, 0, 2, 5}));
+    const std::string moves = std::to_string(text.Floats("VEC3", {0, 0, 2, 0, 2, 0, 3, 0, 0}));
+    text.Item("meshes", R"({"primitives": [{"attributes": {"POSITION": )" + points + R"(}, "targets": [{"POSITION": )" +
+                            moves + "}]}]}");
+    text.Item("nodes", R"({"mesh": 0})");
+    text.Item("scenes", R"({"nodes": [0]})");
+    text.Member(R"("scene": 0)");
+    Scene scene;
+    std::string error;
+    ASSERT_TRUE(ReadAssimpScene(WriteTestFile("morph.gltf", text.Text()).c_str(), scene, error)) << error;
+    const std::vector<Double3>& deltas = scene.primitives.at(0).morphDeltas.at(0);
+    ExpectPoint(deltas[0], 0, 0, 2);
+    ExpectPoint(deltas[1], 0, 2, 0);
+    ExpectPoint(deltas[2], 3, 0, 0);
 }

@@ -195,10 +195,26 @@ TEST(PoseAtBind, KeepsTheSizeThatTheJointsGive)
     {
         p = {100 * p.x, 100 * p.y, 100 * p.z};
     }
+    const Scene hundredfold = scene;
     PoseAtBind(scene);
-    const std::vector<Double3> bound = WorldAt(scene, -1, 0);
+    std::vector<Double3> bound = WorldAt(scene, -1, 0);
     EXPECT_NEAR(std::hypot(bound[1].x - bound[0].x, bound[1].y - bound[0].y), 2.0, 1e-12);
     ExpectPoint(scene.nodes[1].local.scale, 1, 1, 1);
+
+    // Bent at the second joint the two don't agree, and the topmost one says where the skin is, wherever it is listed.
+    scene = hundredfold;
+    scene.nodes[2].local.rotation = {HALF, 0, 0, HALF};
+    std::swap(scene.skins[0].joints[0], scene.skins[0].joints[1]);
+    std::swap(scene.skins[0].inverseBinds[0], scene.skins[0].inverseBinds[1]);
+    for (SceneInfluence& influence : scene.primitives[0].influences)
+    {
+        influence.joint = 1 - influence.joint;
+    }
+    PoseAtBind(scene);
+    bound = WorldAt(scene, -1, 0);
+    EXPECT_NEAR(std::hypot(bound[1].x - bound[0].x, bound[1].y - bound[0].y), 2.0, 1e-12);
+    EXPECT_NEAR(scene.nodes[1].local.rotation.z, HALF, 1e-12);
+    EXPECT_NEAR(std::fabs(scene.nodes[2].local.rotation.w), 1.0, 1e-12);
 }
 
 TEST(PoseAtBind, TheFirstOfTwoSkinsWinsWithAWarning)

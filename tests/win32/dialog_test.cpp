@@ -11,7 +11,8 @@ enum
     TICK = 501,
     ASK = 502,
     DEAD = 503,
-    NEST = 504
+    NEST = 504,
+    LOCKED = 505
 };
 
 static const DialogControl s_Controls[] = {
@@ -23,9 +24,10 @@ static const DialogControl s_Controls[] = {
     {ASK, "button", "&Ask", 120, 50, 50, 14, 0x50010000},
     {DEAD, "button", "Dead", 120, 70, 50, 14, 0x50010000 | WS_DISABLED},
     {NEST, "button", "Nest", 120, 90, 50, 14, 0x50010000},
+    {LOCKED, "EDIT", nullptr, 60, 21, 100, 14, 0x50810080 | WS_DISABLED},
 };
 static const DialogTemplate s_Template = {77, 1033, "Test", "MS Sans Serif", 8,          0,
-                                          0,  200,  100,    0x80C80AC0,      s_Controls, 8};
+                                          0,  200,  100,    0x80C80AC0,      s_Controls, 9};
 
 // What the test's dialog procedure saw and took over.
 struct Record
@@ -119,7 +121,7 @@ TEST_F(DialogTest, OkTakesWhatWasTypedAndTicked)
     ASSERT_EQ(m_User.m_Dialogs.size(), 1U);
     const auto& seen = m_User.m_Dialogs[0];
     EXPECT_EQ(seen.title, "Test of dialogs");
-    ASSERT_EQ(seen.atStart.size(), 8U);
+    ASSERT_EQ(seen.atStart.size(), 9U);
     EXPECT_EQ(seen.atStart[0].text, "start");
     EXPECT_EQ(seen.atStart[0].className, "edit");
     EXPECT_TRUE(seen.atStart[4].checked);
@@ -155,10 +157,18 @@ TEST_F(DialogTest, EveryOtherWayOutIsACancel)
 TEST_F(DialogTest, ActionsThatAPersonCouldNotDoAreRefused)
 {
     m_User.Type(TICK, "x").Type(12345, "x").SetCheck(NAME, true).SetCheck(ASK, true);
-    m_User.Press(NAME).Press(DEAD).Press(-1);
+    m_User.Press(NAME).Press(DEAD).Press(-1).Type(LOCKED, "x");
     EXPECT_EQ(Show(), 2);
-    EXPECT_EQ(m_User.m_FailedActions, 7);
+    EXPECT_EQ(m_User.m_FailedActions, 8);
     EXPECT_EQ(s_Record.commands, std::vector<int>{IDCANCEL});
+    m_User.Do(
+        [](DialogWindow& dialog)
+        {
+            EXPECT_TRUE(dialog.Press(IDOK));
+            EXPECT_FALSE(dialog.Type(NAME, "x")) << "it has ended";
+            EXPECT_EQ(dialog.GetText(NAME), "start");
+        });
+    EXPECT_EQ(Show(), 1);
 }
 
 TEST_F(DialogTest, BoxesAndDialogsNest)

@@ -185,9 +185,11 @@ TEST_F(RegistryTest, DamagedFileIsMovedAside)
     const std::string junk =
         "this was never a database, and it is long enough to be looked at as one: " + std::string(2000, '#');
     WriteFile(m_File, junk);
+    WriteFile(m_File + "-journal", std::string("\0its journal", 12));
     WriteFile(m_File + ".damaged", "an earlier one");
     EXPECT_EQ(GetText("Key", "name"), "<none>");
     EXPECT_EQ(ReadFile(m_File + ".damaged"), junk);
+    EXPECT_EQ(ReadFile(m_File + ".damaged-journal"), std::string("\0its journal", 12));
     EXPECT_EQ(SetText("Key", "name", "new"), ERROR_SUCCESS);
     EXPECT_EQ(GetText("Key", "name"), "new");
 
@@ -266,4 +268,9 @@ TEST_F(RegistryTest, PlaceOfTheFile)
     EXPECT_EQ(GetText("memory", "NAME"), "lives on");
     EXPECT_EQ(SetRegistryFile(""), nullptr);
     EXPECT_EQ(GetText("memory", "NAME"), "lives on");
+    const fs::path here = fs::current_path();
+    fs::current_path(m_Folder.Path());
+    SetRegistryFile("near.db");
+    fs::current_path(here);
+    EXPECT_EQ(GetRegistryFile(), fs::canonical(m_Folder.Path()) / "near.db") << "wherever one goes later";
 }
