@@ -20,6 +20,8 @@ QZBOOL ClipAppender::Load(const char* pFilename, const char* pShownName, QZBOOL 
         pStream->Release();
     if (!bLoaded)
         ShowMessage(MESSAGE_OK, "Unable to read %s back.", pShownName);
+    // Each clip enters its texts.
+    m_Model.m_Strings.BeginIndex();
     return bLoaded ? QZTRUE : QZFALSE;
 }
 
