@@ -85,14 +85,14 @@ QZBOOL TransformMaker::SetupNodePath(uint32_t iNode)
     if (iNode >= m_pModel->NumNodes())
         return QZFALSE;
     uint32_t path[MAX_NODE_PATH];
-    uint32_t iTop = MAX_NODE_PATH;
+    uint32_t nPath = 0;
     for (uint32_t i = iNode; i != MNODE_NO_PARENT; i = m_pModel->GetNode(i)->GetParentIndex())
     {
-        if (!ZOLT_ASSERT(iTop > 0, "m_iCurPath < MAX_NODE_PATH"))
+        if (!ZOLT_ASSERT(nPath < MAX_NODE_PATH, "nPath < MAX_NODE_PATH"))
             return QZFALSE;
-        path[--iTop] = i;
+        path[MAX_NODE_PATH - ++nPath] = i;
     }
-    Evaluate(path + iTop, MAX_NODE_PATH - iTop);
+    Evaluate(path + MAX_NODE_PATH - nPath, nPath);
     return QZTRUE;
 }
 

@@ -8,11 +8,16 @@
 
 using reference::Mat;
 
-// Translations here reach some hundreds. A relation near a half turn holds its rotation to five digits.
-static void ExpectNear(const Matrix4& actual, const Mat& expected)
+static Mat Wide(const Matrix4& m)
+{
+    return reference::Widened<Mat>(std::to_array(m.m));
+}
+
+// Within 1e-5 of the extent.
+static void ExpectNear(const Matrix4& actual, const Mat& expected, double extent)
 {
     for (int i = 0; i < 16; ++i)
-        ASSERT_NEAR(actual.m[i], expected[i], i % 4 == 3 ? 2e-3 : 1e-4) << "element " << i;
+        ASSERT_NEAR(actual.m[i], expected[i], 1e-5 * (i % 4 == 3 ? extent : 1)) << "element " << i;
 }
 
 // A model with random tracks, weight sets, sockets and weighted vertices, and one linked child that has other bind
@@ -21,13 +26,13 @@ struct Rig
 {
     explicit Rig(uint32_t seed) : random(seed)
     {
-        const uint32_t nNodes = 1 + random.Int(14);
+        const uint32_t nNodes = seed % 5 == 4 ? 65 + random.Int(90) : 1 + random.Int(14);
         file.nodes = random.Tree(nNodes);
         childFile.nodes = file.nodes;
         for (abc::Node& node : childFile.nodes)
             node.global = random.Matrix();
         for (abc::Node& node : file.nodes)
-            node.flags = random.Int(4) ? 1 : 3;
+            node.flags = static_cast<uint8_t>(random.Int(256) & (random.Int(2) ? 0xFD : 0xFF));
         for (int i = 0; i < 3; ++i)
         {
             file.anims.push_back(random.Animation("own" + std::to_string(i), nNodes, 1 + random.Int(5)));
@@ -41,14 +46,25 @@ struct Rig
                 file.sets.back().values.push_back(weights[random.Int(7)]);
         }
         for (uint32_t n = 0; n < nNodes; ++n)
-            file.links[0].relations.push_back(random.Place());
+            file.links[0].relations.push_back(seed % 3 ? random.Place() : abc::Key{{0, 0, 0}, {0, 0, 0, 1}});
         for (int i = 0; i < 2; ++i)
             file.sockets.push_back({random.Int(nNodes), "socket", random.Place()});
         file.lodDistances = {100};
         file.pieces.resize(2);
         for (abc::Piece& piece : file.pieces)
+        {
             piece.lods = {random.RandomMesh(9, 0, nNodes), random.RandomMesh(5, 0, nNodes)};
+            for (abc::Vert& vert : piece.lods[0].verts)
+            {
+                if (vert.weights.size() == 1 && random.Int(2))
+                    vert.weights[0].share = 1;
+                if (vert.weights.size() == 4 && random.Int(2))
+                    vert.weights.push_back({random.Int(nNodes), random.Vector(30), 0.5f});
+            }
+        }
         start = random.Matrix();
+        for (size_t i = 12; seed % 4 == 1 && i < 15; ++i)
+            start[i] = random.Float(-2e-4f, 2e-4f); // projective
 
         pChild = new LoadedModel(childFile);
         pModel = new LoadedModel(file);
@@ -65,18 +81,23 @@ struct Rig
     Rig& operator=(const Rig&) = delete;
 
     Mat Start() const { return reference::Widened<Mat>(start); }
-    // Of the link that the base animation came through.
+    // Of the link that the base animation came through, as the model holds them: near a half turn to five digits.
     std::vector<Mat> Relations(uint32_t iRow) const
     {
         std::vector<Mat> relations;
-        for (size_t n = 0; n < file.nodes.size(); ++n)
+        for (uint32_t n = 0; n < file.nodes.size(); ++n)
         {
+            const NodeKeyFrame& held = pModel->GetAnimInfo(iRow)->m_pChildInfo->m_Relations[n];
+            const auto [t, q] = std::pair(held.m_vTranslation, held.m_qRotation);
+            relations.push_back(reference::Matrix({t.x, t.y, t.z}, {q.x, q.y, q.z, q.w}));
             const abc::Key& own = file.links[0].relations[n];
-            relations.push_back(
+            const Mat exact =
                 iRow < 3 ? reference::Matrix(reference::Widened<reference::Vec>(own.t),
                                              reference::Widened<reference::Quat>(own.q))
                          : reference::Product(reference::RigidInverse(reference::BindLocal(childFile.nodes, n)),
-                                              reference::BindLocal(file.nodes, n)));
+                                              reference::BindLocal(file.nodes, n));
+            for (size_t i = 0; i < 16; ++i)
+                EXPECT_NEAR(relations[n][i], exact[i], i % 4 == 3 ? 2e-3 : 1e-4);
         }
         return relations;
     }
@@ -101,6 +122,17 @@ struct Rig
                 relations = Relations(iPrev);
         }
     }
+    // How far the nodes are from the origin, at most.
+    double Extent(const Mat& from) const
+    {
+        double extent = 1;
+        for (size_t n = 0; n < file.nodes.size(); ++n)
+        {
+            const Mat m = Expected(n, from);
+            extent = std::max(extent, std::hypot(m[3], m[7], m[11]));
+        }
+        return extent;
+    }
     Mat Expected(size_t iNode, const Mat& from) const
     {
         return reference::Global(file.nodes, positions, relations, from, iNode);
@@ -115,6 +147,19 @@ struct Rig
     std::vector<reference::Position> positions;
     std::vector<Mat> relations;
 };
+
+struct Change
+{
+    uint32_t iNode;
+    Matrix4 matrix;
+};
+
+static void ChangeNode(void* pUserA, uint32_t iNode, Matrix4* pTransform, void* /*pUserB*/)
+{
+    const Change* pChange = static_cast<Change*>(pUserA);
+    if (iNode == pChange->iNode)
+        *pTransform = pChange->matrix;
+}
 
 struct CallLog
 {
@@ -155,11 +200,31 @@ TEST(TransformMaker, AgainstTheDefinitions)
         EXPECT_EQ(memcmp(untouched.data(), model.m_Transforms.GetArray(), nNodes * sizeof(Matrix4)), 0);
         ASSERT_EQ(log.nodes.size(), nNodes);
         EXPECT_EQ(log.pUserB, &table);
+        const double extent = rig.Extent(rig.Start());
         for (uint32_t i = 0; i < nNodes; ++i)
         {
-            ExpectNear(table[i], rig.Expected(i, rig.Start()));
+            ExpectNear(table[i], rig.Expected(i, rig.Start()), extent);
             EXPECT_EQ(log.nodes[i], i); // pre-order
             EXPECT_EQ(log.translations[i], table[i].m[3]);
+        }
+
+        // Without a callback the same bits; with one that leaves any matrix, the nodes below go on from there.
+        std::vector<Matrix4> second(nNodes);
+        maker.m_pOutput = second.data(), maker.m_pCallback = nullptr;
+        ASSERT_TRUE(maker.SetupTransforms());
+        for (uint32_t i = 0; i < nNodes; ++i)
+            EXPECT_TRUE(std::equal(second[i].m, second[i].m + 16, table[i].m)) << i;
+        Change change{rig.random.Int(nNodes), Matrix4()};
+        for (float& element : change.matrix.m)
+            element = rig.random.Float(-1, 1);
+        maker.m_pCallback = ChangeNode, maker.m_pUserA = &change;
+        ASSERT_TRUE(maker.SetupTransforms());
+        for (uint32_t i = 0; i < nNodes; ++i)
+        {
+            const int parent = rig.file.nodes[i].parent;
+            const Mat from = parent < 0 ? rig.Start() : Wide(second[parent]);
+            const Mat local = reference::Local(rig.file.nodes, rig.positions, rig.relations, i);
+            ExpectNear(second[i], i == change.iNode ? Wide(change.matrix) : reference::Product(from, local), extent);
         }
 
         // One path, into the model's table, from the identity.
@@ -179,7 +244,7 @@ TEST(TransformMaker, AgainstTheDefinitions)
             for (int n = static_cast<int>(iNode); n >= 0; n = rig.file.nodes[n].parent)
                 bOnPath |= n == static_cast<int>(i);
             if (bOnPath)
-                ExpectNear(model.GetTransform(i), rig.Expected(i, identity));
+                ExpectNear(model.GetTransform(i), rig.Expected(i, identity), extent);
             else
                 EXPECT_EQ(model.GetTransform(i).m[0], 12345);
         }
@@ -192,17 +257,17 @@ TEST(TransformMaker, AgainstTheDefinitions)
         TransformMaker again = path;
         again.m_pStartMat = &start, again.m_pOutput = table.data();
         ASSERT_TRUE(model.GetSocketTransform(&again, seed % 2, &socket));
-        ExpectNear(socket, reference::Product(rig.Expected(place.node, rig.Start()), inNode));
+        ExpectNear(socket, reference::Product(rig.Expected(place.node, rig.Start()), inNode), extent);
         rig.positions.resize(1);
         ASSERT_TRUE(model.GetSocketTransform(&maker.m_Anims[0], seed % 2, &start, &single));
-        ExpectNear(single, reference::Product(rig.Expected(place.node, rig.Start()), inNode));
+        ExpectNear(single, reference::Product(rig.Expected(place.node, rig.Start()), inNode), extent);
         ASSERT_TRUE(model.GetCurrentSocketTransform(model.GetSocket(seed % 2), &socket));
         EXPECT_TRUE(std::equal(socket.m, socket.m + 16, single.m));
         ModelSocket taken;
         model.GetSocket(seed % 2)->ToMatrix(socket);
         taken.FromMatrix(socket);
         taken.ToMatrix(single);
-        ExpectNear(single, inNode);
+        ExpectNear(single, inNode, extent);
     }
 }
 

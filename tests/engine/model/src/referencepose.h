@@ -148,8 +148,9 @@ inline Mat BindLocal(const std::vector<abc::Node>& nodes, size_t iNode)
     return parent < 0 ? Bind(nodes, iNode) : Product(RigidInverse(Bind(nodes, parent)), Bind(nodes, iNode));
 }
 
-inline Mat Global(const std::vector<abc::Node>& nodes, const std::vector<Position>& positions,
-                  const std::vector<Mat>& relations, const Mat& start, size_t iNode)
+// From the node's space to its parent's, or to that of the starting matrix.
+inline Mat Local(const std::vector<abc::Node>& nodes, const std::vector<Position>& positions,
+                 const std::vector<Mat>& relations, size_t iNode)
 {
     Place pose = Blended(positions, iNode);
     if (nodes[iNode].flags & 2)
@@ -157,8 +158,14 @@ inline Mat Global(const std::vector<abc::Node>& nodes, const std::vector<Positio
         const Mat local = BindLocal(nodes, iNode);
         pose.t = nodes[iNode].parent < 0 ? Vec{} : Vec{local[3], local[7], local[11]};
     }
-    const Mat parent =
-        nodes[iNode].parent < 0 ? start : Global(nodes, positions, relations, start, nodes[iNode].parent);
-    return Product(Product(parent, Matrix(pose.t, pose.q)), relations[iNode]);
+    return Product(Matrix(pose.t, pose.q), relations[iNode]);
+}
+
+inline Mat Global(const std::vector<abc::Node>& nodes, const std::vector<Position>& positions,
+                  const std::vector<Mat>& relations, const Mat& start, size_t iNode)
+{
+    const int parent = nodes[iNode].parent;
+    return Product(parent < 0 ? start : Global(nodes, positions, relations, start, parent),
+                   Local(nodes, positions, relations, iNode));
 }
 } // namespace reference
