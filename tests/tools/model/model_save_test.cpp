@@ -185,7 +185,8 @@ TEST(ModelSave, WeightSetsAreThoseOfTheNodes)
         EXPECT_EQ(pSet->m_Weights.GetSize(), 2u);
     }
     const Bytes fitted = Snapshot(model);
-    ASSERT_TRUE(model.GetWeightSet(1)->m_Weights.NiceSetSize(0) && model.GetWeightSet(3)->m_Weights.Append(3.0f));
+    model.GetWeightSet(1)->m_Weights.Term();
+    ASSERT_TRUE(model.GetWeightSet(3)->m_Weights.Append(3.0f));
     EXPECT_EQ(Snapshot(model), fitted);
     Model again(&g_DefaultAllocator, &g_DefaultAllocator);
     ASSERT_EQ(LoadBytes(again, Saved(model)), RESULT_OK);
