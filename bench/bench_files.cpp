@@ -75,11 +75,10 @@ void Copy(benchmark::State& state)
     Measure(state, bytes.size(),
             [&bytes]
             {
-                void* pCopy = std::malloc(bytes.size());
-                memcpy(pCopy, bytes.data(), bytes.size());
-                benchmark::DoNotOptimize(pCopy);
+                const auto copy = std::make_unique_for_overwrite<uint8_t[]>(bytes.size());
+                memcpy(copy.get(), bytes.data(), bytes.size());
+                benchmark::DoNotOptimize(copy.get());
                 benchmark::ClobberMemory();
-                std::free(pCopy);
                 return true;
             });
 }
