@@ -21,6 +21,16 @@ if(UNIX AND NOT APPLE AND NOT ZOLT_SANITIZE)
         $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong>)
     target_link_options(zolt_options INTERFACE $<$<CONFIG:Release>:LINKER:-z,relro,-z,now>)
 endif()
+if(MINGW)
+    # A machine that runs this has none of the compiler's libraries.
+    target_link_options(zolt_options INTERFACE -static)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+        # Single and double precision as everywhere else, not the 80 bits of the x87; and SSE needs a stack aligned to
+        # 16 bytes, which a caller built by another compiler needn't have.
+        target_compile_options(zolt_options INTERFACE
+            $<$<COMPILE_LANGUAGE:CXX>:-msse2 -mfpmath=sse -mstackrealign>)
+    endif()
+endif()
 if(ZOLT_BUILD_FUZZ)
     # Coverage for the fuzzers' eyes.
     target_compile_options(zolt_options INTERFACE -fsanitize=fuzzer-no-link)

@@ -1,10 +1,16 @@
-# Builds for 64-bit Windows on Linux.
+# Builds for Windows on Linux. ZOLT_WINDOWS_CPU says for which processor: x86_64, or i686 for 32 bits. Built programs
+# run under Wine.
+set(ZOLT_WINDOWS_CPU x86_64 CACHE STRING "x86_64 or i686")
+set(ZOLT_WINE wine CACHE STRING "The command that runs built programs")
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ZOLT_WINDOWS_CPU)
+
 set(CMAKE_SYSTEM_NAME Windows)
-set(CMAKE_SYSTEM_PROCESSOR x86_64)
-set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
-set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
-set(CMAKE_DLLTOOL x86_64-w64-mingw32-dlltool)
-set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
+set(CMAKE_SYSTEM_PROCESSOR ${ZOLT_WINDOWS_CPU})
+set(CMAKE_CXX_COMPILER ${ZOLT_WINDOWS_CPU}-w64-mingw32-g++-posix)
+set(CMAKE_C_COMPILER ${ZOLT_WINDOWS_CPU}-w64-mingw32-gcc-posix)
+set(CMAKE_RC_COMPILER ${ZOLT_WINDOWS_CPU}-w64-mingw32-windres)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${ZOLT_WINE})
+set(CMAKE_FIND_ROOT_PATH /usr/${ZOLT_WINDOWS_CPU}-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)

@@ -14,7 +14,12 @@
 #include "zoltshared/stdzolt/quaternion.h"
 #include "zoltshared/stdzolt/stdiostream.h"
 #include "zoltshared/stdzolt/vector3.h"
+#include "zoltshared/stdzolt/win32stream.h"
 #include "zoltshared/stdzolt/zoltexception.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 static std::string TempPath(const char* pName)
 {
@@ -67,6 +72,10 @@ protected:
                 pStream = LoadFileToMemoryStream(pPath);
             else if (kind == "stdio")
                 pStream = OpenStdioStream(pPath, "r+b");
+#ifdef _WIN32
+            else if (kind == "win32")
+                pStream = OpenWin32Stream(pPath, GENERIC_READ | GENERIC_WRITE);
+#endif
             else
             {
                 m_Files[n].SetThrowOnError(QZFALSE);
@@ -78,7 +87,10 @@ protected:
         return *pStream;
     }
 
-    ModelStream& Make(const std::string& content) { return Make(GetParam(), content); }
+    ModelStream& Make(const std::string& content)
+    {
+        return Make(GetParam(), content);
+    }
 
 private:
     std::vector<ModelStream*> m_Made;
@@ -86,6 +98,10 @@ private:
     std::string m_Fixed[10];
     FileIO m_Files[10];
 };
+
+#ifdef _WIN32
+INSTANTIATE_TEST_SUITE_P(Windows, Streams, testing::Values("win32"));
+#endif
 
 INSTANTIATE_TEST_SUITE_P(Kinds, Streams, testing::Values("memory", "fixed", "loaded", "stdio", "fileio"),
                          [](const auto& info) { return std::string(info.param); });
@@ -248,7 +264,9 @@ TEST(MappedStream, ReadsAFileAndWritesNone)
     const std::string path = MakeFile("mapped", "abcdef");
     ModelStream* pStream = OpenMappedStream(path.c_str());
     ASSERT_NE(pStream, nullptr);
+#ifndef _WIN32
     EXPECT_EQ(rename(MakeFile("other", "xyz").c_str(), path.c_str()), 0); // another file in its place
+#endif
     EXPECT_EQ(ReadAll(*pStream), "abcdef");
     EXPECT_EQ(pStream->SeekTo(0), 0);
     EXPECT_EQ(pStream->Write("x", 1), 1);
@@ -265,7 +283,9 @@ TEST(MappedStream, ReadsAFileAndWritesNone)
     pStream->Release();
     std::remove(path.c_str());
     EXPECT_EQ(OpenMappedStream(path.c_str()), nullptr);
+#ifndef _WIN32
     EXPECT_EQ(OpenMappedStream("/dev/zero"), nullptr); // no regular file
+#endif
 }
 
 TEST(StdioStream, WithoutAFile)
