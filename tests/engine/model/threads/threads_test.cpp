@@ -43,7 +43,7 @@ static Outputs Evaluate(Model& model, uint32_t i, bool bOwn)
     EXPECT_TRUE(model.GetVertexPositions(&request, QZTRUE));
     TransformMaker maker;
     maker.InitFromRequest(&request);
-    EXPECT_TRUE(maker.SetupTransforms() && maker.SetupNodePath(NODES - 1));
+    EXPECT_TRUE(maker.SetupNodePath(NODES - 1));
     if (bOwn)
         return out;
     Matrix4 socket;
@@ -52,35 +52,30 @@ static Outputs Evaluate(Model& model, uint32_t i, bool bOwn)
     return out;
 }
 
-// By one thread before, then by several.
-static void ExpectTheSame(Model& model, bool bOwn, const std::vector<Outputs>& before)
-{
-    for (uint32_t i = 0; i < 30; ++i)
-    {
-        const Outputs out = Evaluate(model, i, bOwn);
-        EXPECT_EQ(memcmp(out.transforms.data(), before[i].transforms.data(), NODES * sizeof(Matrix4)), 0);
-        EXPECT_EQ(memcmp(out.verts.data(), before[i].verts.data(), VERTS * sizeof(Vector3)), 0);
-    }
-}
-
 TEST(Threads, OneModelForAllAndOneForEach)
 {
-    LoadedModel first(RandomFile(1)), second(RandomFile(2));
-    ASSERT_EQ(first.m_Result | second.m_Result, RESULT_OK);
-    std::vector<Outputs> ofFirst, ofSecond;
-    for (uint32_t i = 0; i < 30; ++i)
+    LoadedModel models[] = {LoadedModel(RandomFile(1)), LoadedModel(RandomFile(2))};
+    std::vector<Outputs> alone[2];
+    for (int m = 0; m < 2; ++m)
     {
-        ofFirst.push_back(Evaluate(first, i, true));
-        ofSecond.push_back(Evaluate(second, i, true));
+        ASSERT_EQ(models[m].m_Result, RESULT_OK);
+        for (uint32_t i = 0; i < 30; ++i)
+            alone[m].push_back(Evaluate(models[m], i, true));
     }
+    const auto expectTheSame = [&](int m, bool bOwn)
+    {
+        for (uint32_t i = 0; i < 30; ++i)
+        {
+            const Outputs out = Evaluate(models[m], i, bOwn);
+            EXPECT_EQ(memcmp(out.transforms.data(), alone[m][i].transforms.data(), NODES * sizeof(Matrix4)), 0);
+            EXPECT_EQ(memcmp(out.verts.data(), alone[m][i].verts.data(), VERTS * sizeof(Vector3)), 0);
+        }
+    };
     for (const bool bOwn : {true, false})
     {
         std::vector<std::thread> threads;
-        for (int i = 0; i < (bOwn ? 4 : 1); ++i)
-        {
-            threads.emplace_back([&] { ExpectTheSame(first, bOwn, ofFirst); });
-            threads.emplace_back([&] { ExpectTheSame(second, bOwn, ofSecond); });
-        }
+        for (int i = 0; i < (bOwn ? 8 : 2); ++i)
+            threads.emplace_back([&expectTheSame, i, bOwn] { expectTheSame(i % 2, bOwn); });
         for (std::thread& thread : threads)
             thread.join();
     }
