@@ -134,6 +134,14 @@ static bool ReadClip(AssimpReading& reading, const aiAnimation& source, const st
     {
         warnings.push_back(place + ": the motion of morph targets is left out.");
     }
+    for (unsigned i = 0; source.mMeshChannels != nullptr && i < source.mNumMeshChannels; ++i)
+    {
+        clip.unreadMorphs.emplace_back(source.mMeshChannels[i]->mName.C_Str());
+    }
+    for (unsigned i = 0; source.mMorphMeshChannels != nullptr && i < source.mNumMorphMeshChannels; ++i)
+    {
+        clip.unreadMorphs.emplace_back(source.mMorphMeshChannels[i]->mName.C_Str());
+    }
     for (unsigned i = 0; source.mChannels != nullptr && i < source.mNumChannels; ++i)
     {
         const aiNodeAnim* track = source.mChannels[i];

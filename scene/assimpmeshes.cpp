@@ -50,11 +50,29 @@ static bool ReadTriangles(AssimpReading& reading, const aiMesh& source, const st
     }
     if (nLeftOut > 0)
     {
-        reading.scene.warnings.push_back(
+        reading.scene.pointsAndLines.push_back(
             place + ": " + std::to_string(nLeftOut) +
             (nLeftOut == 1 ? " point or line is left out." : " points and lines are left out."));
+        reading.scene.warnings.push_back(reading.scene.pointsAndLines.back());
     }
     return true;
+}
+
+static void ReadExtras(const AssimpReading& reading, const aiMesh& source, SceneMeshExtras& extras)
+{
+    extras.hasColors = source.GetNumColorChannels() > 0;
+    extras.hasNormals = source.HasNormals();
+    extras.nFurtherTexCoords = std::max(source.GetNumUVChannels(), 1U) - 1;
+    if (source.mMaterialIndex < reading.source.mNumMaterials &&
+        reading.source.mMaterials[source.mMaterialIndex] != nullptr)
+    {
+        const std::string name = reading.source.mMaterials[source.mMaterialIndex]->GetName().C_Str();
+        extras.material = name.empty() ? PlaceName("material", source.mMaterialIndex, "") : name;
+        if (name == AI_DEFAULT_MATERIAL_NAME) // Assimp's own
+        {
+            extras.material.clear();
+        }
+    }
 }
 
 static bool ReadTexCoords(AssimpReading& reading, const aiMesh& source, ScenePrimitive& primitive)
@@ -202,6 +220,7 @@ static bool ReadMesh(AssimpReading& reading, const aiMesh& source, std::size_t i
     {
         return reading.Fail("a position isn't made of finite numbers");
     }
+    ReadExtras(reading, source, primitive.extras);
     if (!ReadTriangles(reading, source, place, primitive))
     {
         return false;

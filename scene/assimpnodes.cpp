@@ -135,6 +135,22 @@ bool ReadAssimpNodes(AssimpReading& reading)
             reading.repeatedNames.insert(lookup);
         }
     }
+    for (unsigned i = 0; i < reading.source.mNumCameras; ++i)
+    {
+        const auto it = reading.nodeOfName.find(reading.source.mCameras[i]->mName.C_Str());
+        if (it != reading.nodeOfName.end())
+        {
+            reading.scene.nodes[it->second].isCamera = true;
+        }
+    }
+    for (unsigned i = 0; i < reading.source.mNumLights; ++i)
+    {
+        const auto it = reading.nodeOfName.find(reading.source.mLights[i]->mName.C_Str());
+        if (it != reading.nodeOfName.end())
+        {
+            reading.scene.nodes[it->second].isLight = true;
+        }
+    }
     for (std::size_t i = 0; i < reading.nodes.size(); ++i)
     {
         for (unsigned c = 0; c < reading.nodes[i]->mNumChildren; ++c)

@@ -298,6 +298,24 @@ static bool ReadTexCoords(GltfReading& reading, const tinygltf::Primitive& sourc
     return true;
 }
 
+static void ReadExtras(const GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
+{
+    SceneMeshExtras& extras = primitive.extras;
+    extras.hasColors = FindAttribute(source.attributes, "COLOR_0") >= 0;
+    extras.hasNormals = FindAttribute(source.attributes, "NORMAL") >= 0;
+    unsigned nTexCoords = 0;
+    for (const auto& [name, accessor] : source.attributes)
+    {
+        nTexCoords += name.compare(0, 9, "TEXCOORD_") == 0 ? 1 : 0;
+    }
+    extras.nFurtherTexCoords = nTexCoords - (primitive.texCoords.empty() ? 0 : 1);
+    if (source.material >= 0)
+    {
+        const std::string& name = reading.document.model.materials[source.material].name;
+        extras.material = name.empty() ? PlaceName("material", static_cast<std::size_t>(source.material), "") : name;
+    }
+}
+
 static bool ReadPrimitive(GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
 {
     Numbers positions;
@@ -316,6 +334,7 @@ static bool ReadPrimitive(GltfReading& reading, const tinygltf::Primitive& sourc
     {
         return false;
     }
+    ReadExtras(reading, source, primitive);
     RemoveUnusedVertices(primitive);
     return reading.Spend(3 * primitive.positions.size() + 2 * primitive.triangles.size() +
                          2 * primitive.influences.size());
@@ -334,7 +353,8 @@ bool ReadGltfMeshes(GltfReading& reading)
             const std::string place = PlaceName("mesh", m, meshes[m].name) + ", primitive " + std::to_string(p);
             if (source.mode >= TINYGLTF_MODE_POINTS && source.mode <= TINYGLTF_MODE_LINE_STRIP)
             {
-                reading.scene.warnings.push_back(place + ": points and lines are left out.");
+                reading.scene.pointsAndLines.push_back(place + ": points and lines are left out.");
+                reading.scene.warnings.push_back(reading.scene.pointsAndLines.back());
                 continue;
             }
             if (source.mode < 0 || source.mode > TINYGLTF_MODE_TRIANGLE_FAN)

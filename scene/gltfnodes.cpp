@@ -206,6 +206,8 @@ bool ReadGltfNodes(GltfReading& reading)
             return reading.Fail(place + ": " + reading.error);
         }
         reading.hasMatrix[i] = !sources[i].matrix.empty();
+        node.isCamera = sources[i].camera >= 0;
+        node.isLight = sources[i].extensions.count("KHR_lights_punctual") != 0;
         ReadCustomValues(sources[i].extras, node);
     }
     return LinkChildren(reading) && ReadRoots(reading);

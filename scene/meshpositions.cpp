@@ -1,5 +1,7 @@
 #include "scene/meshpositions.h"
 
+#include "scene/commonjoint.h"
+
 #include <algorithm>
 
 std::vector<Double3> MorphedPositions(const ScenePrimitive& primitive, const std::vector<double>& weights)
@@ -24,7 +26,7 @@ std::vector<Double3> MorphedPositions(const ScenePrimitive& primitive, const std
 }
 
 static Double3 SkinPoint(const SceneInfluence* influence, const SceneInfluence* end,
-                         const std::vector<DoubleMatrix>& joints, const Double3& point)
+                         const std::vector<DoubleMatrix>& joints, const DoubleMatrix& ofOthers, const Double3& point)
 {
     Double3 sum;
     double weights = 0.0;
@@ -38,7 +40,7 @@ static Double3 SkinPoint(const SceneInfluence* influence, const SceneInfluence* 
     }
     if (weights == 0.0)
     {
-        return {};
+        return TransformPoint(ofOthers, point);
     }
     return {sum.x / weights, sum.y / weights, sum.z / weights};
 }
@@ -61,11 +63,18 @@ std::vector<Double3> WorldPositions(const Scene& scene, int node, const SceneMes
     {
         joints[i] = MultiplyAffine(pose.globals[skin.joints[i]], skin.inverseBinds[i]);
     }
+    // What moves a vertex that no joint does.
+    DoubleMatrix ofOthers = pose.globals[node];
+    const std::vector<std::uint32_t>& starts = primitive.influenceStarts;
+    if (std::adjacent_find(starts.begin(), starts.end()) != starts.end())
+    {
+        const int common = FindCommonJoint(scene, skin);
+        ofOthers = common < 0 ? ofOthers : joints[common];
+    }
     const SceneInfluence* influences = primitive.influences.data();
     for (std::size_t v = 0; v < positions.size(); ++v)
     {
-        positions[v] = SkinPoint(influences + primitive.influenceStarts[v],
-                                 influences + primitive.influenceStarts[v + 1], joints, positions[v]);
+        positions[v] = SkinPoint(influences + starts[v], influences + starts[v + 1], joints, ofOthers, positions[v]);
     }
     return positions;
 }

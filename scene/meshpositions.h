@@ -9,5 +9,6 @@
 std::vector<Double3> MorphedPositions(const ScenePrimitive& primitive, const std::vector<double>& weights);
 
 // The vertices of one mesh of a node in the world. With a skin: linear blend skinning by all weights, divided by their
-// sum, in which the node's own transform plays no part; a vertex whose weights sum up to 0 is at 0, 0, 0.
+// sum, in which the node's own transform plays no part. A vertex without weights follows the joint that all others are
+// below, or, if there is none, the node.
 std::vector<Double3> WorldPositions(const Scene& scene, int node, const SceneMeshUse& use, const ScenePose& pose);

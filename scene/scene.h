@@ -38,6 +38,15 @@ struct SceneTriangle
     std::uint32_t corners[3] = {0, 0, 0};
 };
 
+// What a file says of a mesh that goes no further.
+struct SceneMeshExtras
+{
+    bool hasColors = false;
+    bool hasNormals = false;
+    unsigned nFurtherTexCoords = 0; // sets beside the one that is read
+    std::string material;           // what the file calls it, or its number; empty for none
+};
+
 // Triangles with one material. Strips, fans and polygons are resolved by the reader, which also leaves out vertices
 // that no triangle uses. The order of the vertices that are left is the file's.
 struct ScenePrimitive
@@ -51,13 +60,17 @@ struct ScenePrimitive
     std::vector<SceneInfluence> influences;     // those of vertex v from influenceStarts[v] to influenceStarts[v + 1]
     std::vector<std::vector<Double3>> morphDeltas; // for each morph target, what it adds to each position at weight 1
     int image = -1;                                // index into the scene's images, -1 for none
+    SceneMeshExtras extras;
 };
 
-// One primitive as a node shows it. With a skin, the node's own transform plays no part in where the vertices are.
+// One primitive as a node shows it. With a skin, the node's own transform plays no part in where the vertices are,
+// except for those without influences where the skin has no joint above all others.
 struct SceneMeshUse
 {
     int primitive = -1; // index into the scene's primitives
     int skin = -1;      // index into the scene's skins, -1 for none; never set for a primitive without weights
+    int part = 0;       // 0 for a whole mesh or the first part of one that was too large, else the number of the part
+    int whole = 0;      // then the first part's place among the node's meshes
 };
 
 struct SceneNode
@@ -67,6 +80,8 @@ struct SceneNode
     std::vector<int> children; // in file order
     DoubleTransform local;     // the node at rest; a matrix is taken apart by DecomposeMatrix
     bool isJoint = false;
+    bool isCamera = false;
+    bool isLight = false;
     std::vector<SceneMeshUse> meshes; // in file order
     std::vector<double> morphWeights; // the weights at rest of the morph targets of the node's meshes
     std::vector<std::pair<std::string, std::string>> customValues; // texts that the file attaches to the node
@@ -109,6 +124,7 @@ struct SceneClip
 {
     std::string name; // may be empty
     std::vector<SceneChannel> channels;
+    std::vector<std::string> unreadMorphs = {}; // what moves morph targets in the file and wasn't read
 };
 
 struct Scene
@@ -122,8 +138,9 @@ struct Scene
     std::vector<SceneSkin> skins;
     std::vector<SceneImage> images;
     std::vector<SceneClip> clips;
-    std::vector<std::string> warnings; // what was left out or changed, a sentence each
-    double statedFps = 0.0;            // frames per second that the file itself states, 0 for none
-    double unitMeters = 0.0;           // length of one unit in metres where the file states it, else 0
-    char upAxis = 0;                   // 'x', 'y' or 'z' where the file states it, else 0
+    std::vector<std::string> warnings;       // what was left out or changed, a sentence each
+    std::vector<std::string> pointsAndLines; // those of them that are about points and lines
+    double statedFps = 0.0;                  // frames per second that the file itself states, 0 for none
+    double unitMeters = 0.0;                 // length of one unit in metres where the file states it, else 0
+    char upAxis = 0;                         // 'x', 'y' or 'z' where the file states it, else 0
 };

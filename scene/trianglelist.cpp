@@ -1,5 +1,7 @@
 #include "scene/trianglelist.h"
 
+#include <algorithm>
+
 bool AppendTriangles(TriangleMode mode, const std::vector<std::uint32_t>& indices,
                      std::vector<SceneTriangle>& triangles)
 {
@@ -30,59 +32,71 @@ bool AppendTriangles(TriangleMode mode, const std::vector<std::uint32_t>& indice
     return true;
 }
 
+// Appends vertices of one primitive to another.
+static void CopyVertices(const ScenePrimitive& from, const std::vector<std::uint32_t>& vertices, ScenePrimitive& to)
+{
+    to.morphDeltas.resize(from.morphDeltas.size());
+    to.influenceStarts.assign(from.influenceStarts.empty() ? 0 : 1, 0);
+    for (const std::uint32_t v : vertices)
+    {
+        to.positions.push_back(from.positions[v]);
+        if (!from.texCoords.empty())
+        {
+            to.texCoords.push_back(from.texCoords[v]);
+        }
+        for (std::size_t target = 0; target < from.morphDeltas.size(); ++target)
+        {
+            to.morphDeltas[target].push_back(from.morphDeltas[target][v]);
+        }
+        if (!from.influenceStarts.empty())
+        {
+            to.influences.insert(to.influences.end(), from.influences.begin() + from.influenceStarts[v],
+                                 from.influences.begin() + from.influenceStarts[v + 1]);
+            to.influenceStarts.push_back(static_cast<std::uint32_t>(to.influences.size()));
+        }
+    }
+}
+
+ScenePrimitive CopyTriangles(const ScenePrimitive& primitive, std::size_t begin, std::size_t end)
+{
+    std::vector<std::uint32_t> used;
+    used.reserve(3 * (end - begin));
+    for (std::size_t i = begin; i < end; ++i)
+    {
+        const std::uint32_t* corners = primitive.triangles[i].corners;
+        used.insert(used.end(), corners, corners + 3);
+    }
+    std::sort(used.begin(), used.end());
+    used.erase(std::unique(used.begin(), used.end()), used.end());
+    ScenePrimitive copy;
+    copy.name = primitive.name;
+    copy.image = primitive.image;
+    copy.extras = primitive.extras;
+    CopyVertices(primitive, used, copy);
+    for (std::size_t i = begin; i < end; ++i)
+    {
+        SceneTriangle& triangle = copy.triangles.emplace_back(primitive.triangles[i]);
+        for (std::uint32_t& corner : triangle.corners)
+        {
+            const auto place = std::lower_bound(used.begin(), used.end(), corner);
+            corner = static_cast<std::uint32_t>(place - used.begin());
+        }
+    }
+    return copy;
+}
+
 void RemoveUnusedVertices(ScenePrimitive& primitive)
 {
-    const std::size_t n = primitive.positions.size();
-    std::vector<char> used(n, 0);
+    std::vector<bool> isUsed(primitive.positions.size(), false);
     for (const SceneTriangle& triangle : primitive.triangles)
     {
         for (const std::uint32_t corner : triangle.corners)
         {
-            used[corner] = 1;
+            isUsed[corner] = true;
         }
     }
-    std::vector<std::uint32_t> place(n, 0);
-    const bool weighted = !primitive.influenceStarts.empty();
-    std::vector<std::uint32_t> starts(weighted ? 1 : 0, 0);
-    std::vector<SceneInfluence> influences;
-    std::uint32_t kept = 0;
-    for (std::size_t v = 0; v < n; ++v)
+    if (std::find(isUsed.begin(), isUsed.end(), false) != isUsed.end())
     {
-        if (used[v] == 0)
-        {
-            continue;
-        }
-        place[v] = kept;
-        primitive.positions[kept] = primitive.positions[v];
-        if (!primitive.texCoords.empty())
-        {
-            primitive.texCoords[kept] = primitive.texCoords[v];
-        }
-        for (std::vector<Double3>& deltas : primitive.morphDeltas)
-        {
-            deltas[kept] = deltas[v];
-        }
-        if (weighted)
-        {
-            influences.insert(influences.end(), primitive.influences.begin() + primitive.influenceStarts[v],
-                              primitive.influences.begin() + primitive.influenceStarts[v + 1]);
-            starts.push_back(static_cast<std::uint32_t>(influences.size()));
-        }
-        ++kept;
-    }
-    primitive.positions.resize(kept);
-    primitive.texCoords.resize(primitive.texCoords.empty() ? 0 : kept);
-    for (std::vector<Double3>& deltas : primitive.morphDeltas)
-    {
-        deltas.resize(kept);
-    }
-    primitive.influenceStarts.swap(starts);
-    primitive.influences.swap(influences);
-    for (SceneTriangle& triangle : primitive.triangles)
-    {
-        for (std::uint32_t& corner : triangle.corners)
-        {
-            corner = place[corner];
-        }
+        primitive = CopyTriangles(primitive, 0, primitive.triangles.size());
     }
 }

@@ -17,5 +17,8 @@ enum class TriangleMode
 bool AppendTriangles(TriangleMode mode, const std::vector<std::uint32_t>& indices,
                      std::vector<SceneTriangle>& triangles);
 
+// The triangles from `begin` up to `end` with their vertices, which keep their order, and all that belongs to these.
+ScenePrimitive CopyTriangles(const ScenePrimitive& primitive, std::size_t begin, std::size_t end);
+
 // Takes the vertices that no triangle uses out of all arrays of the primitive; the others keep their order.
 void RemoveUnusedVertices(ScenePrimitive& primitive);

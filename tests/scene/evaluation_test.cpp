@@ -293,10 +293,12 @@ TEST(WorldPositions, FollowMorphsJointsAndParents)
     EXPECT_NEAR(skinned[1].y, 1, 1e-12);
     EXPECT_NEAR(skinned[2].x, 9.25, 1e-12) << "a quarter stays straight at 10, 2";
     EXPECT_NEAR(skinned[2].y, 1.25, 1e-12);
-    EXPECT_EQ(skinned[3].x + skinned[3].y + skinned[3].z, 0) << "nothing moves it";
+    ExpectPoint(skinned[3], 11, 1, 1); // without weights it goes with the joint above all others
     const std::vector<Double3> rigid = WorldPositions(scene, 3, {0, -1}, pose);
     EXPECT_EQ(rigid[3].x, 7);
     EXPECT_EQ(rigid[0].z, 9);
     EvaluatePose(scene, -1, 1.0, pose);
     EXPECT_NEAR(WorldPositions(scene, 3, {0, 0}, pose)[1].y, 2, 1e-12) << "at rest without a clip";
+    scene.skins[0].joints = {2, 3};
+    ExpectPoint(WorldPositions(scene, 3, {0, 0}, pose)[3], 7, 7, 7); // or with its node
 }
