@@ -1,6 +1,10 @@
 #include "saa/elementnames.h"
 
+#include <algorithm>
+
 static const std::size_t MAX_NAME_LENGTH = 400;
+static const std::size_t MAX_PIECE_NAME = 31;
+static const std::size_t TEXTURE_TOKEN_LENGTH = 6; // "_zTex" and the digit
 
 static std::string LowerCase(std::string text)
 {
@@ -14,6 +18,33 @@ static std::string LowerCase(std::string text)
 static std::string Cut(const std::string& name)
 {
     return name.substr(0, name.find('\0')).substr(0, MAX_NAME_LENGTH);
+}
+
+// Where the token for the texture begins, as an exporter finds it in the name of a piece; the length without one.
+static std::size_t FindTextureToken(const std::string& name)
+{
+    const std::string lower = LowerCase(name.substr(0, MAX_PIECE_NAME));
+    for (std::size_t at = lower.find("_ztex"); at != std::string::npos; at = lower.find("_ztex", at + 1))
+    {
+        if (name[at + 1] == 'z')
+        {
+            return at;
+        }
+    }
+    return name.size();
+}
+
+std::string ElementNames::TakePart(const std::string& name, int number)
+{
+    const std::string suffix = "_" + std::to_string(number);
+    const std::size_t room = MAX_PIECE_NAME - suffix.size();
+    if (name.size() <= room)
+    {
+        return Take(name + suffix);
+    }
+    const std::size_t at = FindTextureToken(name);
+    const std::string token = name.substr(at, TEXTURE_TOKEN_LENGTH);
+    return Take(name.substr(0, std::min(at, room - token.size())) + token + suffix);
 }
 
 bool ElementNames::TakeIfFree(const std::string& name)

@@ -15,6 +15,11 @@ public:
     // `name` itself where it is free, else the first free one of `name`_1, `name`_2, ...
     std::string Take(const std::string& name);
 
+    // A name for part `number` of the mesh that is called `name`: `name`_`number`, as Take does it. So that this and a
+    // token for the texture stay within the 31 bytes that a piece's name has, a longer name is shortened first, in
+    // front of the token if there is one.
+    std::string TakePart(const std::string& name, int number);
+
     // Takes `name` as it is; false if it isn't free.
     bool TakeIfFree(const std::string& name);
 

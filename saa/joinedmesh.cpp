@@ -1,166 +1,38 @@
 #include "saa/joinedmesh.h"
 
+#include "scene/commonjoint.h"
+
 #include <algorithm>
-#include <cmath>
-#include <cstring>
 
-// The influences of one vertex by joint, each joint once.
-static void SumInfluences(const ScenePrimitive& primitive, std::size_t vertex, std::vector<SceneInfluence>& sums)
+JoinedMesh JoinMesh(const Scene& scene, const SceneMeshUse& use, int node, const std::vector<bool>& isShown)
 {
-    sums.assign(primitive.influences.begin() + primitive.influenceStarts[vertex],
-                primitive.influences.begin() + primitive.influenceStarts[vertex + 1]);
-    std::stable_sort(sums.begin(), sums.end(),
-                     [](const SceneInfluence& a, const SceneInfluence& b) { return a.joint < b.joint; });
-    std::size_t kept = 0;
-    for (std::size_t i = 0; i < sums.size(); ++i)
-    {
-        if (kept > 0 && sums[kept - 1].joint == sums[i].joint)
-        {
-            sums[kept - 1].weight += sums[i].weight;
-        }
-        else
-        {
-            sums[kept++] = sums[i];
-        }
-    }
-    sums.resize(kept);
-}
-
-static void AppendNumber(double number, std::vector<std::uint64_t>& key)
-{
-    const double unsignedZero = number + 0.0; // minus 0 becomes 0
-    std::uint64_t bits = 0;
-    std::memcpy(&bits, &unsignedZero, sizeof bits);
-    key.push_back(bits);
-}
-
-static void AppendPoint(const Double3& point, std::vector<std::uint64_t>& key)
-{
-    AppendNumber(point.x, key);
-    AppendNumber(point.y, key);
-    AppendNumber(point.z, key);
-}
-
-// All that two vertices must agree in.
-static void MakeKey(const ScenePrimitive& primitive, std::size_t vertex, const std::vector<SceneInfluence>& influences,
-                    std::vector<std::uint64_t>& key)
-{
-    key.clear();
-    AppendPoint(primitive.positions[vertex], key);
-    for (const std::vector<Double3>& deltas : primitive.morphDeltas)
-    {
-        AppendPoint(deltas[vertex], key);
-    }
-    for (const SceneInfluence& influence : influences)
-    {
-        key.push_back(influence.joint);
-        AppendNumber(influence.weight, key);
-    }
-}
-
-static std::uint64_t HashOf(const std::vector<std::uint64_t>& key)
-{
-    std::uint64_t hash = 0x9E3779B97F4A7C15U;
-    for (const std::uint64_t part : key)
-    {
-        hash = (hash ^ part) * 0xFF51AFD7ED558CCDU;
-        hash ^= hash >> 32U;
-    }
-    return hash;
-}
-
-static void AppendWeights(const std::vector<SceneInfluence>& influences, const SceneSkin& skin, std::uint32_t vertex,
-                          std::vector<JoinedWeight>& weights)
-{
-    double sum = 0.0;
-    for (const SceneInfluence& influence : influences)
-    {
-        sum += influence.weight;
-    }
-    for (const SceneInfluence& influence : influences)
-    {
-        weights.push_back({skin.joints[influence.joint], vertex, 100.0 * influence.weight / sum});
-    }
-}
-
-// By node and vertex; a node that stands for two joints of the skin has its shares summed.
-static void SortWeights(std::vector<JoinedWeight>& weights)
-{
-    std::stable_sort(weights.begin(), weights.end(),
-                     [](const JoinedWeight& a, const JoinedWeight& b)
-                     { return a.node != b.node ? a.node < b.node : a.vertex < b.vertex; });
-    std::size_t kept = 0;
-    for (std::size_t i = 0; i < weights.size(); ++i)
-    {
-        if (kept > 0 && weights[kept - 1].node == weights[i].node && weights[kept - 1].vertex == weights[i].vertex)
-        {
-            weights[kept - 1].percent += weights[i].percent;
-        }
-        else
-        {
-            weights[kept++] = weights[i];
-        }
-    }
-    weights.resize(kept);
-}
-
-float PercentAsFloat(double percent)
-{
-    constexpr float LIMIT = 5.0F;
-    const auto nearest = static_cast<float>(percent);
-    return percent > LIMIT && nearest <= LIMIT ? std::nextafter(LIMIT, 2.0F * LIMIT) : nearest;
-}
-
-JoinedMesh JoinVertices(const ScenePrimitive& primitive, const SceneSkin* skin)
-{
-    const std::size_t n = primitive.positions.size();
-    std::size_t nBuckets = 1;
-    while (nBuckets < n)
-    {
-        nBuckets *= 2;
-    }
+    const ScenePrimitive& primitive = scene.primitives[use.primitive];
     JoinedMesh mesh;
-    mesh.vertexOf.resize(n);
-    std::vector<std::uint32_t> buckets(nBuckets, UINT32_MAX); // the newest vertex of each bucket
-    std::vector<std::uint32_t> older;                         // for each vertex the one before it in its bucket
-    std::vector<SceneInfluence> influences;
-    std::vector<SceneInfluence> otherInfluences;
-    std::vector<std::uint64_t> key;
-    std::vector<std::uint64_t> otherKey;
-    for (std::size_t v = 0; v < n; ++v)
+    static_cast<VertexJoin&>(mesh) = JoinVertices(primitive, use.skin >= 0);
+    if (use.skin < 0)
     {
-        if (skin != nullptr)
-        {
-            SumInfluences(primitive, v, influences);
-        }
-        MakeKey(primitive, v, influences, key);
-        std::uint32_t& bucket = buckets[HashOf(key) & (nBuckets - 1)];
-        std::uint32_t found = bucket;
-        for (; found != UINT32_MAX; found = older[found])
-        {
-            if (skin != nullptr)
-            {
-                SumInfluences(primitive, mesh.fileVertex[found], otherInfluences);
-            }
-            MakeKey(primitive, mesh.fileVertex[found], otherInfluences, otherKey);
-            if (otherKey == key)
-            {
-                break;
-            }
-        }
-        if (found == UINT32_MAX)
-        {
-            found = static_cast<std::uint32_t>(mesh.fileVertex.size());
-            mesh.fileVertex.push_back(static_cast<std::uint32_t>(v));
-            older.push_back(bucket);
-            bucket = found;
-            if (skin != nullptr)
-            {
-                AppendWeights(influences, *skin, found, mesh.weights);
-            }
-        }
-        mesh.vertexOf[v] = found;
+        return mesh;
     }
-    SortWeights(mesh.weights);
+    const SceneSkin& skin = scene.skins[use.skin];
+    const int common = FindCommonJoint(scene, skin);
+    const int fallback = common >= 0 && isShown[skin.joints[common]] ? skin.joints[common] : node;
+    std::vector<SceneInfluence> influences;
+    for (std::uint32_t v = 0; v < mesh.fileVertex.size(); ++v)
+    {
+        SumInfluences(primitive, mesh.fileVertex[v], influences);
+        influences.erase(std::remove_if(influences.begin(), influences.end(),
+                                        [&](const SceneInfluence& influence)
+                                        { return !isShown[skin.joints[influence.joint]]; }),
+                         influences.end());
+        std::vector<VertexShare> shares = FindShares(skin, influences.data(), influences.data() + influences.size());
+        mesh.changes.Add(MendShares(shares, fallback));
+        for (const VertexShare& share : shares)
+        {
+            mesh.weights.push_back({share.node, v, share.percent});
+        }
+    }
+    std::sort(mesh.weights.begin(), mesh.weights.end(),
+              [](const JoinedWeight& a, const JoinedWeight& b)
+              { return a.node != b.node ? a.node < b.node : a.vertex < b.vertex; });
     return mesh;
 }

@@ -1,12 +1,13 @@
-// A mesh with the vertices joined that a texture seam splits in the file.
+// A mesh as the exporter gets it: vertices joined, and for each the nodes that move it.
 #pragma once
 
-#include "scene/scene.h"
+#include "saa/vertexshares.h"
+#include "scene/joinvertices.h"
 
 #include <cstdint>
 #include <vector>
 
-// How far a node moves a vertex, as a percentage of all that moves it.
+// How far a node moves a vertex, as a percentage that an exporter keeps. Those of one vertex need not add up to 100.
 struct JoinedWeight
 {
     int node = -1;
@@ -14,17 +15,13 @@ struct JoinedWeight
     double percent = 0.0;
 };
 
-// A percentage as the float that is handed out: the nearest one, but a share of more than 5 % never falls to 5, which
-// an exporter drops. A weight that a file holds as the float next to 0.05 is such a share.
-float PercentAsFloat(double percent);
-
-struct JoinedMesh
+struct JoinedMesh : VertexJoin
 {
-    std::vector<std::uint32_t> vertexOf;   // for each vertex of the primitive its vertex here
-    std::vector<std::uint32_t> fileVertex; // for each vertex here the first one of the primitive
-    std::vector<JoinedWeight> weights;     // by node, then by vertex; each pair once; empty without a skin
+    std::vector<JoinedWeight> weights; // by node, then by vertex; each pair once; empty without a skin
+    ShareChanges changes;              // what became of the file's weights on the way
 };
 
-// Vertices are joined that agree in position (also under every morph target) and, with a skin, in joints and weights.
-// Their order is that of their first occurrence.
-JoinedMesh JoinVertices(const ScenePrimitive& primitive, const SceneSkin* skin);
+// Joins the vertices of a mesh that node `node` shows. With a skin each vertex gets the shares that MendShares makes of
+// its weights; those of nodes that `isShown` denies don't count. A vertex that has none follows the joint that all
+// others are below, or else the node.
+JoinedMesh JoinMesh(const Scene& scene, const SceneMeshUse& use, int node, const std::vector<bool>& isShown);

@@ -59,8 +59,7 @@ const JoinedMesh& RecordedScene::Mesh(int element)
     if (!cache.joined)
     {
         const ScenePrimitive& primitive = Primitive(element);
-        const int skin = Use(element).skin;
-        cache.mesh = JoinVertices(primitive, skin < 0 ? nullptr : &m_Scene.skins[skin]);
+        cache.mesh = JoinMesh(m_Scene, Use(element), m_Elements[element].node, m_IsShown);
         cache.original.clear();
         for (const std::uint32_t vertex : cache.mesh.fileVertex)
         {
@@ -75,6 +74,16 @@ const JoinedMesh& RecordedScene::Mesh(int element)
 static double FloatOrZero(double value)
 {
     return std::fabs(value) <= static_cast<double>(FLT_MAX) ? value : 0.0;
+}
+
+// The space that an element's mesh is in, in the world.
+DoubleMatrix RecordedScene::SpaceOf(int element)
+{
+    while (element >= 0 && !m_Elements[element].isNode)
+    {
+        element = m_Elements[element].parent;
+    }
+    return element < 0 ? DoubleMatrix() : Pose().globals[m_Elements[element].node];
 }
 
 const std::vector<Double3>& RecordedScene::Positions(int element, bool deformed)
@@ -100,7 +109,7 @@ const std::vector<Double3>& RecordedScene::Positions(int element, bool deformed)
     else
     {
         positions = WorldPositions(m_Scene, node, use, Pose());
-        InvertAffine(Pose().globals[node], toOwnSpace); // the identity where there is none: nothing can be seen there
+        InvertAffine(SpaceOf(element), toOwnSpace);
     }
     cache.isDeformed = false;
     cache.deformed.resize(mesh.fileVertex.size());

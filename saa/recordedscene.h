@@ -26,16 +26,19 @@ struct RecordedSceneOptions
 struct RecordedElement
 {
     std::string name;
-    std::string wish;    // see ToldName
-    int node = -1;       // the scene's node, -1 for the null at the top
-    int use = -1;        // which of the node's meshes it shows, -1 for none
-    bool isNode = false; // stands for the node itself and has its transform; a further mesh stands in its place
+    std::string wish; // see ToldName
+    int node = -1;    // the scene's node, -1 for the null at the top
+    int use = -1;     // which of the node's meshes it shows, -1 for none
+    // Stands for the node itself and has its transform; a further mesh stands where its parent does.
+    bool isNode = false;
     int parent = -1;
     std::vector<int> children;
     int level = 0;
     int type = SAA_MNILL;
     SAA_CusvalSet customValues;
 };
+
+class ElementNames;
 
 struct RecordedTexture
 {
@@ -127,11 +130,15 @@ private:
     std::size_t NumExtraKeys(int element, CurveKind kind) const;
     const ScenePose& Pose();
     void BuildElements();
+    void AddNodeElements(int node, const std::string& name, bool isFlat, ElementNames& names);
+    void NameParts(ElementNames& names);
+    void Link(int parent, int child);
+    void LinkElements(const std::vector<int>& elementOf, const std::vector<bool>& isFlat, bool hasNull);
     void SetLevels();
     void BuildTextures();
     void IndexChannels();
     void CollectWarnings();
-    void WarnAboutWeights(int element, const std::vector<int>& elementOfNode);
+    DoubleMatrix SpaceOf(int element);
 
     // What is worked out for a mesh when it is first asked for.
     struct MeshCache
@@ -154,6 +161,7 @@ private:
     bool m_bPoseValid = false;
     ScenePose m_Pose; // at the current frame, if m_bPoseValid
     std::vector<RecordedElement> m_Elements;
+    std::vector<bool> m_IsShown;                 // for each node whether it is an element
     std::vector<std::array<int, 4>> m_ChannelOf; // for each node by path the clip's channel, -1 for none
     std::vector<RecordedTexture> m_Textures;     // one for each image, and one for meshes without
     std::map<int, MeshCache> m_Meshes;           // by element

@@ -2,94 +2,171 @@
 #include "saa/recordedscene.h"
 #include "scene/shownnodes.h"
 
-static int TypeOf(const SceneNode& node)
+#include <algorithm>
+#include <cmath>
+
+// Whether a scale takes an axis away.
+static bool IsFlat(const Double3& scale)
 {
-    if (!node.meshes.empty())
-    {
-        return SAA_MSMSH;
-    }
-    return node.isJoint ? SAA_MJNT : SAA_MNILL;
+    constexpr double LEAST = 1e-6; // of the greatest one
+    const double x = std::fabs(scale.x);
+    const double y = std::fabs(scale.y);
+    const double z = std::fabs(scale.z);
+    return std::min({x, y, z}) <= LEAST * std::max({x, y, z});
 }
 
-static RecordedElement MakeNodeElement(const SceneNode& node, int index, const std::string& name)
+// For each node whether its space, or one above it, loses an axis at rest or at a key of a clip. What stands in such a
+// space can't be placed at will.
+static std::vector<bool> FindFlatNodes(const Scene& scene)
 {
+    std::vector<bool> isFlat;
+    for (const SceneNode& node : scene.nodes)
+    {
+        isFlat.push_back(IsFlat(node.local.scale));
+    }
+    for (const SceneClip& clip : scene.clips)
+    {
+        for (const SceneChannel& channel : clip.channels)
+        {
+            const bool isCubic = channel.interpolation == SceneInterpolation::Cubic;
+            for (std::size_t i = isCubic ? 3 : 0; channel.path == ScenePath::Scale && i < channel.values.size();
+                 i += isCubic ? 9 : 3)
+            {
+                const double* v = &channel.values[i];
+                isFlat[channel.node] = isFlat[channel.node] || IsFlat({v[0], v[1], v[2]});
+            }
+        }
+    }
+    for (const int node : FindShownNodes(scene))
+    {
+        const int parent = scene.nodes[node].parent;
+        isFlat[node] = isFlat[node] || (parent >= 0 && isFlat[parent]);
+    }
+    return isFlat;
+}
+
+// The elements of a node: itself, with its first mesh, and one for each further mesh. A skinned mesh goes by its joints
+// alone, so where the node's space is flat, it gets an element that will stand elsewhere.
+void RecordedScene::AddNodeElements(int node, const std::string& name, bool isFlat, ElementNames& names)
+{
+    const SceneNode& source = m_Scene.nodes[node];
     RecordedElement element;
     element.name = name;
-    element.node = index;
-    element.use = node.meshes.empty() ? -1 : 0;
+    element.node = node;
     element.isNode = true;
-    element.type = TypeOf(node);
-    for (const auto& [key, text] : node.customValues)
+    element.type = source.isJoint ? SAA_MJNT : SAA_MNILL;
+    for (const auto& [key, text] : source.customValues)
     {
         element.customValues.strings[key] = text;
     }
-    return element;
+    const int first = NumElements();
+    m_Elements.push_back(element);
+    for (std::size_t use = 0; use < source.meshes.size(); ++use)
+    {
+        if (use == 0 && !(isFlat && source.meshes[use].skin >= 0))
+        {
+            m_Elements[first].use = 0;
+            m_Elements[first].type = SAA_MSMSH;
+            continue;
+        }
+        RecordedElement further;
+        further.node = node;
+        further.use = static_cast<int>(use);
+        further.type = SAA_MSMSH;
+        if (source.meshes[use].part == 0)
+        {
+            further.name = names.Take(name + "_" + std::to_string(std::max<std::size_t>(use, 1)));
+        }
+        m_Elements.push_back(further);
+    }
+}
+
+// The further parts of a mesh are named after all else, which so is called as it would be without them.
+void RecordedScene::NameParts(ElementNames& names)
+{
+    std::map<std::pair<int, int>, std::string> nameOf; // by node and use
+    for (const RecordedElement& element : m_Elements)
+    {
+        nameOf[{element.node, element.use}] = element.name;
+    }
+    for (RecordedElement& element : m_Elements)
+    {
+        if (element.use >= 0 && m_Scene.nodes[element.node].meshes[element.use].part > 0)
+        {
+            const SceneMeshUse& use = m_Scene.nodes[element.node].meshes[element.use];
+            element.name = names.TakePart(nameOf[{element.node, use.whole}], use.part + 1);
+        }
+    }
+}
+
+void RecordedScene::Link(int parent, int child)
+{
+    m_Elements[parent].children.push_back(child);
+    m_Elements[child].parent = parent;
+}
+
+// Every element is there; children come before further meshes.
+void RecordedScene::LinkElements(const std::vector<int>& elementOf, const std::vector<bool>& isFlat, bool hasNull)
+{
+    for (std::size_t i = 0; hasNull && i < m_Scene.roots.size(); ++i)
+    {
+        Link(0, elementOf[m_Scene.roots[i]]);
+    }
+    for (std::size_t i = 0; i < m_Scene.nodes.size(); ++i)
+    {
+        for (std::size_t k = 0; m_IsShown[i] && k < m_Scene.nodes[i].children.size(); ++k)
+        {
+            Link(elementOf[i], elementOf[m_Scene.nodes[i].children[k]]);
+        }
+    }
+    for (int i = 0; i < NumElements(); ++i)
+    {
+        if (m_Elements[i].isNode || m_Elements[i].use < 0)
+        {
+            continue;
+        }
+        int place = m_Elements[i].node;
+        while (IsEnveloped(i) && place >= 0 && isFlat[place])
+        {
+            place = m_Scene.nodes[place].parent;
+        }
+        Link(place < 0 ? 0 : elementOf[place], i);
+    }
 }
 
 void RecordedScene::BuildElements()
 {
     ElementNames names;
     const std::vector<std::string> nodeNames = NameNodes(m_Scene, names);
-    std::vector<bool> shown(m_Scene.nodes.size(), false);
+    const std::vector<bool> isFlat = FindFlatNodes(m_Scene);
+    // A flat root's skinned mesh can only stand beside it.
+    bool hasNull = m_Scene.roots.size() != 1;
+    m_IsShown.assign(m_Scene.nodes.size(), false);
     for (const int node : FindShownNodes(m_Scene))
     {
-        shown[node] = true;
+        m_IsShown[node] = true;
+        for (const SceneMeshUse& use : m_Scene.nodes[node].meshes)
+        {
+            hasNull = hasNull || (use.skin >= 0 && isFlat[m_Scene.roots[0]] && isFlat[node]);
+        }
     }
-    std::vector<int> elementOf(m_Scene.nodes.size(), -1);
-    const bool hasNull = m_Scene.roots.size() != 1;
     if (hasNull)
     {
         RecordedElement top;
         top.name = names.Take(m_Scene.name.empty() ? m_Scene.fileStem : m_Scene.name);
         m_Elements.push_back(top);
     }
-    // Every element first, so that a child's element is known when it is linked.
+    std::vector<int> elementOf(m_Scene.nodes.size(), -1);
     for (std::size_t i = 0; i < m_Scene.nodes.size(); ++i)
     {
-        if (!shown[i])
+        if (m_IsShown[i])
         {
-            continue;
-        }
-        const SceneNode& node = m_Scene.nodes[i];
-        const int element = NumElements();
-        elementOf[i] = element;
-        m_Elements.push_back(MakeNodeElement(node, static_cast<int>(i), nodeNames[i]));
-        for (std::size_t use = 1; use < node.meshes.size(); ++use)
-        {
-            RecordedElement further;
-            further.name = names.Take(nodeNames[i] + "_" + std::to_string(use));
-            further.node = static_cast<int>(i);
-            further.use = static_cast<int>(use);
-            further.parent = element;
-            further.type = SAA_MSMSH;
-            m_Elements.push_back(further);
+            elementOf[i] = NumElements();
+            AddNodeElements(static_cast<int>(i), nodeNames[i], isFlat[i], names);
         }
     }
-    for (std::size_t i = 0; i < m_Scene.nodes.size(); ++i)
-    {
-        if (!shown[i])
-        {
-            continue;
-        }
-        const int element = elementOf[i];
-        for (const int child : m_Scene.nodes[i].children)
-        {
-            m_Elements[element].children.push_back(elementOf[child]);
-            m_Elements[elementOf[child]].parent = element;
-        }
-        for (std::size_t use = 1; use < m_Scene.nodes[i].meshes.size(); ++use)
-        {
-            m_Elements[element].children.push_back(element + static_cast<int>(use));
-        }
-    }
-    for (const int root : m_Scene.roots)
-    {
-        if (hasNull)
-        {
-            m_Elements[0].children.push_back(elementOf[root]);
-            m_Elements[elementOf[root]].parent = 0;
-        }
-    }
+    NameParts(names);
+    LinkElements(elementOf, isFlat, hasNull);
     SetLevels();
 }
 

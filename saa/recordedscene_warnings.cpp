@@ -19,53 +19,21 @@ void RecordedScene::CollectWarnings()
             m_Warnings.emplace_back("The clip moves morph targets; a model keeps the shape of its first frame.");
         }
     }
-    std::vector<int> elementOfNode(m_Scene.nodes.size(), -1);
-    for (int i = 0; i < NumElements(); ++i)
-    {
-        if (m_Elements[i].isNode)
-        {
-            elementOfNode[m_Elements[i].node] = i;
-        }
-    }
+    ShareChanges changes;
     for (int i = 0; i < NumElements(); ++i)
     {
         if (IsEnveloped(i))
         {
-            WarnAboutWeights(i, elementOfNode);
+            changes.Add(Mesh(i).changes);
         }
     }
-}
-
-void RecordedScene::WarnAboutWeights(int element, const std::vector<int>& elementOfNode)
-{
-    const JoinedMesh& mesh = Mesh(element);
-    std::vector<bool> isMoved(mesh.fileVertex.size(), false);
-    bool strayJoint = false;
-    for (const JoinedWeight& weight : mesh.weights)
+    if (changes.mended > 0)
     {
-        // As an exporter does it: the percentage as a float, and nothing up to 0.05.
-        const bool kept = PercentAsFloat(weight.percent) / 100.0 > 0.05F;
-        const bool known = elementOfNode[weight.node] >= 0;
-        strayJoint = strayJoint || (kept && !known);
-        if (kept && known)
-        {
-            isMoved[weight.vertex] = true;
-        }
-    }
-    const std::string place = "Mesh " + m_Elements[element].name + ": ";
-    if (strayJoint)
-    {
-        m_Warnings.push_back(place + "a joint of its skin isn't part of the scene; its weights are lost.");
-    }
-    const auto nUnmoved = std::count(isMoved.begin(), isMoved.end(), false);
-    if (nUnmoved == static_cast<std::ptrdiff_t>(isMoved.size()))
-    {
-        m_Warnings.push_back(place + "no weight is above 5 %; it moves with its own node.");
-    }
-    else if (nUnmoved > 0)
-    {
-        m_Warnings.push_back(place + std::to_string(nUnmoved) +
-                             (nUnmoved == 1 ? " vertex has no weight above 5 %; it deforms to 0, 0, 0."
-                                            : " vertices have no weight above 5 %; they deform to 0, 0, 0."));
+        m_Warnings.push_back(
+            std::to_string(changes.mended) +
+            (changes.mended == 1
+                 ? " vertex has no weight above 2.5 %; it follows its greatest one, or without any its node."
+                 : " vertices have no weight above 2.5 %; they follow their greatest one, or without any "
+                   "their node."));
     }
 }

@@ -389,13 +389,11 @@ TEST(Meshes, SeamsAreJoinedAndCornersKeepTheirCoordinates)
     primitive.influenceStarts = {0, 1, 2, 3, 4, 5, 6, 7, 8};
     primitive.influences.assign(8, {0, 1.0});
     primitive.influences[4].weight = 0.5;
-    EXPECT_EQ(JoinVertices(primitive, nullptr).fileVertex.size(), 6U);
-    SceneSkin skin;
-    skin.joints = {0};
-    EXPECT_EQ(JoinVertices(primitive, &skin).fileVertex.size(), 7U);
+    EXPECT_EQ(JoinVertices(primitive, false).fileVertex.size(), 6U);
+    EXPECT_EQ(JoinVertices(primitive, true).fileVertex.size(), 7U);
     primitive.morphDeltas.assign(1, std::vector<Double3>(8));
     primitive.morphDeltas[0][7].z = 1.0;
-    EXPECT_EQ(JoinVertices(primitive, nullptr).fileVertex.size(), 7U);
+    EXPECT_EQ(JoinVertices(primitive, false).fileVertex.size(), 7U);
 }
 
 TEST(Meshes, MirroredMeshesHandTheirTrianglesOutTheOtherWayRound)
@@ -549,26 +547,110 @@ TEST(Envelopes, ASmallShareStaysOnItsSideOfFivePercent)
     EXPECT_EQ(PercentAsFloat(100.0), 100.0F);
 }
 
-TEST(Envelopes, WordsForWeightsThatAreLostAndFinitePositionsWithoutAnInverse)
+// What an exporter gets for one vertex: by node, in the order of `nodes`; and how often a share changed.
+TEST(Envelopes, SharesAreTheNearestThatAnExporterKeeps)
 {
-    Scene scene = RandomSkin(4);
-    scene.nodes[0].local.scale = {0, 1, 1};
-    ScenePrimitive& primitive = scene.primitives[0];
-    for (std::uint32_t k = 0; k < primitive.influenceStarts[2]; ++k)
+    const double least = double(std::nextafter(5.0F, 6.0F));
+    struct Row
     {
-        primitive.influences[k].weight = 0.0;
+        std::vector<double> weights; // by node
+        std::vector<std::pair<int, double>> shares;
+        std::vector<std::size_t> changes; // raised, dropped, touched, mended
+    };
+    const Row rows[] = {
+        {{3.0, 1.0}, {{0, 75.0}, {1, 25.0}}, {0, 0, 0, 0}},
+        {{0.96, 0.04}, {{0, 96.0}, {1, least}}, {1, 0, 1, 0}},
+        {{0.95, 0.025, 0.025}, {{0, 95.0}, {1, least}, {2, least}}, {2, 0, 1, 0}},
+        {{0.95, double(0.05F)}, {{0, 95.0}, {1, 5.0}}, {0, 0, 0, 0}},
+        {{1.94, 0.04, 0.02}, {{0, 97.0}}, {0, 2, 1, 0}},
+        {std::vector<double>(25, 1.0), {}, {25, 0, 1, 0}},
+        {std::vector<double>(50, 1.0), {{0, 100.0}}, {0, 50, 1, 1}},
+        {{}, {{77, 100.0}}, {0, 0, 0, 1}},
+    };
+    for (const Row& row : rows)
+    {
+        SceneSkin skin;
+        std::vector<SceneInfluence> influences;
+        for (std::size_t i = 0; i < row.weights.size(); ++i)
+        {
+            skin.joints.push_back(static_cast<int>(i));
+            influences.push_back({static_cast<std::uint32_t>(row.weights.size() - 1 - i),
+                                  row.weights[row.weights.size() - 1 - i]}); // in another order
+        }
+        std::vector<VertexShare> shares = FindShares(skin, influences.data(), influences.data() + influences.size());
+        const ShareChanges changes = MendShares(shares, 77);
+        EXPECT_EQ((std::vector<std::size_t>{changes.raised, changes.dropped, changes.touched, changes.mended}),
+                  row.changes);
+        if (row.weights.size() == 25)
+        {
+            EXPECT_EQ(shares.size(), 25U);
+        }
+        for (std::size_t i = 0; i < row.shares.size(); ++i)
+        {
+            ASSERT_EQ(shares.size(), row.shares.size());
+            EXPECT_EQ(shares[i].node, row.shares[i].first);
+            EXPECT_NEAR(shares[i].percent, row.shares[i].second, 2e-6);
+            EXPECT_TRUE(IsKeptPercent(shares[i].percent));
+        }
     }
-    OpenScene open(scene);
-    for (const SAA_Position& position : open.Positions(open.Find("mesh"), SAA_GEOM_DEFORMED))
+}
+
+// A skinned mesh goes by its joints, whatever its own node and those above do to space.
+TEST(Envelopes, AFlatNodeHasNoSayOverASkin)
+{
+    for (const int flat : {0, 1, -1}) // the root, the mesh's node, or that node at the end of a clip
     {
-        EXPECT_TRUE(std::isfinite(position.v[0]) && std::isfinite(position.v[1]) && std::isfinite(position.v[2]));
+        Scene scene = RandomSkin(4);
+        if (flat >= 0)
+        {
+            scene.nodes[static_cast<std::size_t>(flat)].local.scale = {0, 1, 1};
+        }
+        else
+        {
+            scene.clips.resize(1);
+            scene.clips[0].channels.push_back(
+                {1, ScenePath::Scale, SceneInterpolation::Linear, {0.0, 1.0}, {1, 1, 1, 1, 0, 1}});
+        }
+        ScenePrimitive& primitive = scene.primitives[0];
+        std::vector<std::uint32_t>& starts = primitive.influenceStarts;
+        const std::uint32_t nFirst = starts[1]; // the first vertex has no joint
+        primitive.influences.erase(primitive.influences.begin(), primitive.influences.begin() + nFirst);
+        for (std::size_t i = 1; i < starts.size(); ++i)
+        {
+            starts[i] -= nFirst;
+        }
+        OpenScene open(scene);
+        int element = -1;
+        for (int i = 0; i < open.recorded.NumElements(); ++i)
+        {
+            element = open.recorded.IsEnveloped(i) ? i : element;
+        }
+        ASSERT_GE(element, 0);
+        EXPECT_EQ(open.recorded.Element(element).name, "mesh_1");
+        EXPECT_EQ(open.Tree(open.models[0]).find("mesh_1]") != std::string::npos, true) << open.Tree(open.models[0]);
+        ScenePose pose;
+        EvaluatePose(scene, -1, 0.0, pose);
+        const std::vector<Double3> world = WorldPositions(scene, 1, scene.nodes[1].meshes[0], pose);
+        const int parent = open.recorded.Element(element).parent;
+        const int above = open.recorded.Element(parent).node;
+        const DoubleMatrix space = above < 0 ? DoubleMatrix() : pose.globals[static_cast<std::size_t>(above)];
+        const std::vector<SAA_Position> own =
+            open.Positions(open.models[static_cast<std::size_t>(element)], SAA_GEOM_DEFORMED);
+        for (std::size_t v = 0; v < own.size(); ++v)
+        {
+            const Double3 placed = TransformPoint(space, {own[v].v[0], own[v].v[1], own[v].v[2]});
+            EXPECT_NEAR(placed.x, world[v].x, 1e-9) << flat;
+            EXPECT_NEAR(placed.y, world[v].y, 1e-9);
+            EXPECT_NEAR(placed.z, world[v].z, 1e-9);
+        }
+        ASSERT_EQ(open.recorded.Warnings().size(), 1U);
+        EXPECT_EQ(open.recorded.Warnings()[0], "1 vertex has no weight above 2.5 %; it follows its greatest one, or "
+                                               "without any its node.");
     }
     Scene huge = SeamScene();
     huge.primitives[0].positions[1].x = 1e39; // more than a float holds
     OpenScene far(huge);
     EXPECT_EQ(far.Positions(far.Find("quads"), SAA_GEOM_DEFORMED)[1].v[0], 0.0);
-    ASSERT_EQ(open.recorded.Warnings().size(), 1U);
-    EXPECT_EQ(open.recorded.Warnings()[0], "Mesh mesh: 2 vertices have no weight above 5 %; they deform to 0, 0, 0.");
 }
 
 TEST(CropCoordinate, ComesBackToOneUnitInTheLastPlace)
