@@ -1,8 +1,15 @@
 #include "host/counted.h"
 
+static std::string PluralOf(const std::string& thing)
+{
+    if (thing == "vertex")
+        return "vertices";
+    return thing + (thing == "mesh" ? "es" : "s");
+}
+
 std::string Counted(std::size_t count, const char* thing)
 {
-    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+    return std::to_string(count) + " " + (count == 1 ? thing : PluralOf(thing));
 }
 
 std::string ListNames(const std::vector<std::string>& names, std::size_t limit)

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// "1 node", "2 nodes".
+// "1 node", "2 nodes", "2 meshes", "2 vertices".
 std::string Counted(std::size_t count, const char* thing);
 
 // So many names stand in a sentence.

@@ -5,8 +5,6 @@
 #include "host/fileclash.h"
 #include "host/reportfile.h"
 
-#include <algorithm>
-
 // Holds the file against all that was exported into it. False if that forbids to keep the file.
 bool ExportSession::HoldAgainstScene(const std::string& file, const std::string& target)
 {
@@ -33,13 +31,13 @@ bool ExportSession::HoldAgainstScene(const std::string& file, const std::string&
     }
     for (const ClipReport& clip : m_Report->clips)
     {
-        const double part = JudgedDistance(clip).worst.part;
+        const double part = clip.distance.all.worst.part;
         if (m_Options.strict && 100.0 * part > *m_Options.strict)
         {
             m_Console.Error(DescribeDistance(*m_Report, clip) + ". --strict forbids it.");
             passes = false;
         }
-        else if (std::max(part, clip.distance.all.worst.part) > REPORT_LIMIT && !m_Options.report)
+        else if (part > REPORT_LIMIT && !m_Options.report)
             m_Console.Warning(DescribeDistance(*m_Report, clip) + ".");
     }
     return passes;

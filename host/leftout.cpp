@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <set>
 
 // Values that differ by less than this are no motion.
@@ -54,24 +55,6 @@ static std::vector<std::string> FindMoving(const RecordedScene& recorded, const 
     return names;
 }
 
-static void CountWeights(RecordedScene& recorded, LeftOut& leftOut)
-{
-    for (int i = 0; i < recorded.NumElements(); i++)
-    {
-        if (!recorded.IsEnveloped(i))
-            continue;
-        std::set<std::uint32_t> vertices;
-        for (const JoinedWeight& weight : recorded.Mesh(i).weights)
-        {
-            if (IsKeptPercent(weight.percent))
-                continue;
-            leftOut.weights++;
-            vertices.insert(weight.vertex);
-        }
-        leftOut.weightedVertices += vertices.size();
-    }
-}
-
 static std::vector<std::string> FindSecondRoots(const Scene& scene)
 {
     std::vector<std::string> names;
@@ -84,19 +67,72 @@ static std::vector<std::string> FindSecondRoots(const Scene& scene)
     return names;
 }
 
-LeftOut FindLeftOut(const Model& model, RecordedScene& recorded, const std::vector<PlayedClip>& clips, bool fresh,
-                    const std::vector<std::string>& warnings)
+// The elements for which `holds` is true, in their order.
+template <typename Test> static std::vector<std::string> NamesOf(const RecordedScene& recorded, Test holds)
+{
+    std::vector<std::string> names;
+    for (int i = 0; i < recorded.NumElements(); i++)
+    {
+        if (holds(i))
+            names.push_back(recorded.Element(i).name);
+    }
+    return names;
+}
+
+// Elements, and what a reader names that found no place in the scene.
+static std::vector<std::string> FindMorphMotion(const RecordedScene& recorded, const std::vector<PlayedClip>& clips)
+{
+    std::vector<std::string> names = FindMoving(recorded, clips, ScenePath::Weights);
+    for (const PlayedClip& played : clips)
+    {
+        if (played.clip < 0)
+            continue;
+        const SceneClip& clip = played.scene->clips[static_cast<std::size_t>(played.clip)];
+        for (const std::string& name : clip.unreadMorphs)
+        {
+            if (std::find(names.begin(), names.end(), name) == names.end())
+                names.push_back(name);
+        }
+    }
+    return names;
+}
+
+static void FindMeshExtras(RecordedScene& recorded, LeftOut& leftOut)
+{
+    const auto having = [&](auto has)
+    { return NamesOf(recorded, [&](int i) { return recorded.IsMesh(i) && has(recorded.Primitive(i).extras); }); };
+    leftOut.vertexColors = having([](const SceneMeshExtras& extras) { return extras.hasColors; });
+    leftOut.texCoordSets = having([](const SceneMeshExtras& extras) { return extras.nFurtherTexCoords > 0; });
+    leftOut.normals = having([](const SceneMeshExtras& extras) { return extras.hasNormals; });
+    for (int i = 0; i < recorded.NumElements(); i++)
+    {
+        if (!recorded.IsMesh(i))
+            continue;
+        const std::string& material = recorded.Primitive(i).extras.material;
+        const auto end = leftOut.materials.end();
+        if (!material.empty() && std::find(leftOut.materials.begin(), end, material) == end)
+            leftOut.materials.push_back(material);
+        leftOut.weights.Add(recorded.Mesh(i).changes);
+    }
+}
+
+LeftOut FindLeftOut(const Model& model, RecordedScene& recorded, const std::vector<PlayedClip>& clips, bool fresh)
 {
     LeftOut leftOut;
+    const Scene& scene = recorded.GetScene();
     leftOut.scaleKeys = FindMoving(recorded, clips, ScenePath::Scale);
-    leftOut.morphMotion = FindMoving(recorded, clips, ScenePath::Weights);
-    for (const std::string& warning : warnings)
+    leftOut.morphMotion = FindMorphMotion(recorded, clips);
+    leftOut.linesAndPoints = scene.pointsAndLines;
+    for (const std::string& warning : scene.warnings)
     {
-        if (warning.find("points and lines are left out") != std::string::npos ||
-            warning.find("point or line is left out") != std::string::npos)
-            leftOut.linesAndPoints.push_back(warning);
+        if (std::find(scene.pointsAndLines.begin(), scene.pointsAndLines.end(), warning) == scene.pointsAndLines.end())
+            leftOut.unread.push_back(warning);
     }
-    leftOut.secondRoots = FindSecondRoots(recorded.GetScene());
+    leftOut.secondRoots = FindSecondRoots(scene);
+    const auto isNode = [&](int i) { return recorded.Element(i).isNode; };
+    const auto nodeOf = [&](int i) { return static_cast<std::size_t>(recorded.Element(i).node); };
+    leftOut.cameras = NamesOf(recorded, [&](int i) { return isNode(i) && scene.nodes[nodeOf(i)].isCamera; });
+    leftOut.lights = NamesOf(recorded, [&](int i) { return isNode(i) && scene.nodes[nodeOf(i)].isLight; });
     const std::set<int> fitted(clips.front().sceneNodes.begin(), clips.front().sceneNodes.end());
     const auto less = [](const char* a, const char* b) { return CompareNoCase(a, b) < 0; };
     std::set<const char*, decltype(less)> names;
@@ -110,7 +146,7 @@ LeftOut FindLeftOut(const Model& model, RecordedScene& recorded, const std::vect
     }
     if (!fresh)
         return leftOut;
-    CountWeights(recorded, leftOut);
+    FindMeshExtras(recorded, leftOut);
     const SceneVertices vertices(recorded);
     for (const SceneVertices::Mesh& mesh : vertices.Meshes())
     {
@@ -122,26 +158,50 @@ LeftOut FindLeftOut(const Model& model, RecordedScene& recorded, const std::vect
     return leftOut;
 }
 
+static std::string UpTo(double part)
+{
+    char text[60];
+    std::snprintf(text, sizeof(text), ", up to %.4g %% of the radius", 100.0 * part);
+    return text;
+}
+
+static void DescribeWeights(const ShareChanges& weights, std::vector<std::string>& lines)
+{
+    const std::size_t small = weights.raised + weights.dropped;
+    if (small > 0)
+        lines.push_back("weights of 5 % and below: " + std::to_string(small) + " on " +
+                        Counted(weights.touched, "vertex") + ", " + std::to_string(weights.raised) +
+                        " raised to a little more than 5 %, " + std::to_string(weights.dropped) + " dropped");
+    if (weights.mended > 0)
+        lines.push_back("weights: " + Counted(weights.mended, "vertex") +
+                        " mended that no weight above 2.5 % moves (the greatest weight alone, or a node without any)");
+}
+
 std::vector<std::string> DescribeLeftOut(const LeftOut& leftOut)
 {
     std::vector<std::string> lines;
-    if (!leftOut.scaleKeys.empty())
-        lines.push_back("scale keys: " + CountedNames(leftOut.scaleKeys, "node"));
-    if (!leftOut.morphMotion.empty())
-        lines.push_back("morph motion: " + CountedNames(leftOut.morphMotion, "node"));
-    if (leftOut.weights > 0)
+    const auto list =
+        [&](const char* what, const std::vector<std::string>& names, const char* thing, const std::string& more = "")
     {
-        std::string on = Counted(leftOut.weightedVertices, "vertex");
-        if (leftOut.weightedVertices != 1)
-            on = std::to_string(leftOut.weightedVertices) + " vertices";
-        lines.push_back("weights of 5 % and below: " + std::to_string(leftOut.weights) + " on " + on);
-    }
+        if (!names.empty())
+            lines.push_back(std::string(what) + ": " + CountedNames(names, thing) + more);
+    };
+    list("scale keys", leftOut.scaleKeys, "node", UpTo(leftOut.scaleDistance));
+    list("sheared scale", leftOut.shearedScale, "node", UpTo(leftOut.shearDistance));
+    list("morph motion", leftOut.morphMotion, "node");
+    DescribeWeights(leftOut.weights, lines);
     for (const std::string& sentence : leftOut.linesAndPoints)
         lines.push_back("lines and points: " + sentence);
-    if (!leftOut.secondRoots.empty())
-        lines.push_back("second roots: " + CountedNames(leftOut.secondRoots, "node"));
-    if (!leftOut.nodesRemoved.empty())
-        lines.push_back("nodes removed: " + CountedNames(leftOut.nodesRemoved, "node"));
+    for (const std::string& sentence : leftOut.unread)
+        lines.push_back("or read otherwise: " + sentence);
+    list("vertex colours", leftOut.vertexColors, "mesh");
+    list("further texture coordinates", leftOut.texCoordSets, "mesh");
+    list("materials", leftOut.materials, "material");
+    list("normals of the file", leftOut.normals, "mesh", ", computed anew");
+    list("cameras", leftOut.cameras, "node");
+    list("lights", leftOut.lights, "node");
+    list("second roots", leftOut.secondRoots, "node");
+    list("nodes removed", leftOut.nodesRemoved, "node");
     if (leftOut.verticesMerged > 0)
         lines.push_back("vertices merged: " + std::to_string(leftOut.verticesMerged) + " of " +
                         std::to_string(leftOut.vertices));

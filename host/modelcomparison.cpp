@@ -313,7 +313,7 @@ static void Raise(ClipDistance& worst, const ModelDistance& distance, bool isKey
 void ModelComparison::ReduceScene(const Scene* scene)
 {
     if (m_ReducedOf != scene)
-        m_IsReduced = !m_ByNodes && m_Vertices.DropSmallWeights(*scene, m_Reduced);
+        m_IsReduced = !m_ByNodes && m_Vertices.MakeSceneOfShares(*scene, m_Reduced);
     m_ReducedOf = scene;
 }
 
@@ -325,11 +325,11 @@ void ModelComparison::MeasureAt(const PlayedClip& played, int frame, bool isKey,
     Raise(distance.all, MeasureFrame(frame, m_SceneAt), isKey, isFirst);
     if (!m_IsReduced)
     {
-        distance.kept = distance.all;
+        distance.shares = distance.all;
         return;
     }
     PlaceScene({&m_Reduced, played.clip, played.Seconds(frame)}, m_ReducedAt);
-    Raise(distance.kept, MeasureFrame(frame, m_ReducedAt), isKey, isFirst);
+    Raise(distance.shares, MeasureFrame(frame, m_ReducedAt), isKey, isFirst);
     double lost = 0.0;
     for (std::size_t i = 0; isKey && i < m_SceneAt.size(); i++)
         lost = std::max(lost, SquaredDistance(m_SceneAt[i], m_ReducedAt[i]));

@@ -28,7 +28,7 @@ struct ClipDistance
 struct AnimationDistance
 {
     ClipDistance all;           // from the scene as it is
-    ClipDistance kept;          // from the scene with the weights alone that a model keeps
+    ClipDistance shares;        // from the scene with the weights that a model can hold
     double lostWeights = 0.0;   // how far these two scenes are apart at keys, as a part of the radius: what a model
                                 // strays there even if its skin is taken at the bind pose
     std::vector<int> keyFrames; // where the keys lie
@@ -93,8 +93,8 @@ private:
     std::vector<Double3> m_SceneAt;
     std::vector<Double3> m_ReducedAt;
     const Scene* m_ReducedOf = nullptr; // the scene that m_Reduced was made from
-    Scene m_Reduced;                    // without the weights that a model drops
-    bool m_IsReduced = false;           // whether there are any
+    Scene m_Reduced;                    // with the weights that a model can hold
+    bool m_IsReduced = false;           // whether it differs
 };
 
 // The frame of each key of an animation: times are truncated milliseconds from the first key on.

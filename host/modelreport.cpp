@@ -8,9 +8,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 // A model that lies further from its scene than this part of the radius isn't of the same size or doesn't lie alike.
 static constexpr double MISFIT = 0.1;
+// A cause that moves vertices by less than this part of the radius isn't named.
+static constexpr double WORTH_A_WORD = 0.1 * REPORT_LIMIT;
 
 // The millisecond that a frame may be off is that of key times in a model.
 static bool HasKeysBetweenFrames(const PlayedClip& played)
@@ -52,6 +55,16 @@ static std::vector<ScenePlace> FindSkinPlaces(const std::vector<PlayedClip>& cli
     return places;
 }
 
+// Names that aren't there yet.
+static void AddNames(const std::vector<std::string>& names, std::vector<std::string>& all)
+{
+    for (const std::string& name : names)
+    {
+        if (std::find(all.begin(), all.end(), name) == all.end())
+            all.push_back(name);
+    }
+}
+
 // The clips in runs of one source. Those without a row get theirs: the newest ones of the model, in their order. False
 // if it doesn't have as many.
 static bool SplitBySource(const Model& model, const std::vector<PlayedClip>& clips,
@@ -85,10 +98,29 @@ static ClipReport DescribeClipOf(const Model& model, const PlayedClip& played)
     if (played.clip >= 0)
         clip.clip = played.scene->clips[static_cast<std::size_t>(played.clip)].name;
     clip.animation = model.GetAnim(static_cast<std::uint32_t>(played.row))->GetName();
-    clip.animatesScale = AnimatesScale(*played.scene, played.clip);
+    clip.scale = FindScaleEffects(played);
     clip.movesMorphs = MovesMorphs(played);
     clip.keysBetweenFrames = HasKeysBetweenFrames(played);
     return clip;
+}
+
+// What scale does in clips of a scene, from clip `first` of the report on.
+static void AddScaleEffects(const RecordedScene& recorded, std::size_t first, ModelReport& report)
+{
+    LeftOut& leftOut = report.leftOut;
+    std::set<int> sheared;
+    for (std::size_t i = first; i < report.clips.size(); i++)
+    {
+        const ScaleEffects& scale = report.clips[i].scale;
+        leftOut.scaleDistance = std::max(leftOut.scaleDistance, scale.animated.distance / report.radius);
+        leftOut.shearDistance = std::max(leftOut.shearDistance, scale.sheared.distance / report.radius);
+        sheared.insert(scale.sheared.nodes.begin(), scale.sheared.nodes.end());
+    }
+    for (int i = 0; i < recorded.NumElements(); i++)
+    {
+        if (recorded.Element(i).isNode && sheared.count(recorded.Element(i).node) != 0)
+            AddNames({recorded.Element(i).name}, leftOut.shearedScale);
+    }
 }
 
 // What the clips of one scene have become. `report.fresh` says whether the model was made in this run, `isFirst` of
@@ -101,8 +133,12 @@ static bool ReportOnScene(Model& model, const std::vector<PlayedClip>& clips, bo
     options.fps = clips.front().fps;
     RecordedScene recorded(*clips.front().scene, options);
     const bool fresh = report.fresh && isFirst;
+    const LeftOut leftOut = FindLeftOut(model, recorded, clips, fresh);
     if (isFirst)
-        report.leftOut = FindLeftOut(model, recorded, clips, fresh, report.warnings);
+        report.leftOut = leftOut;
+    AddNames(leftOut.scaleKeys, report.leftOut.scaleKeys);
+    AddNames(leftOut.morphMotion, report.leftOut.morphMotion);
+    AddNames(leftOut.unread, report.leftOut.unread);
     const auto kept = std::find_if(clips.begin(), clips.end(), [](const PlayedClip& clip) { return clip.isKept; });
     if (kept == clips.end())
         return true;
@@ -121,6 +157,7 @@ static bool ReportOnScene(Model& model, const std::vector<PlayedClip>& clips, bo
         report.radius = comparison.Radius();
         report.skinAtRest = comparison.SkinPlace().clip < 0;
     }
+    const std::size_t nBefore = report.clips.size();
     for (const PlayedClip& played : clips)
     {
         if (!played.isKept)
@@ -133,6 +170,7 @@ static bool ReportOnScene(Model& model, const std::vector<PlayedClip>& clips, bo
         }
         report.clips.push_back(std::move(clip));
     }
+    AddScaleEffects(recorded, nBefore, report);
     return true;
 }
 
@@ -163,17 +201,11 @@ bool MakeModelReport(const std::string& file, const std::string& target, const s
     return true;
 }
 
-const ClipDistance& JudgedDistance(const ClipReport& clip)
-{
-    const AnimationDistance& distance = clip.distance;
-    return distance.kept.worst.part < distance.all.worst.part ? distance.kept : distance.all;
-}
-
 const ClipReport* FindWorstClip(const ModelReport& report)
 {
     const auto worst = std::max_element(report.clips.begin(), report.clips.end(),
                                         [](const ClipReport& a, const ClipReport& b)
-                                        { return JudgedDistance(a).worst.part < JudgedDistance(b).worst.part; });
+                                        { return a.distance.all.worst.part < b.distance.all.worst.part; });
     return worst == report.clips.end() ? nullptr : &*worst;
 }
 
@@ -184,15 +216,24 @@ static std::string FormatNumber(double value)
     return text;
 }
 
+// How far the clip strays apart from what weights of 5 % and below bring about.
+static const ClipDistance& DistanceOfShares(const ClipReport& clip)
+{
+    const AnimationDistance& distance = clip.distance;
+    return distance.shares.worst.part < distance.all.worst.part ? distance.shares : distance.all;
+}
+
 // Why it strays, or what may help. What is wrong between keys is told apart from what is wrong at the keys already. A
 // model that is only added to keeps its skin.
 static std::string AdviceFor(const ModelReport& report, const ClipReport& clip)
 {
-    const ClipDistance& distance = JudgedDistance(clip);
+    const ClipDistance& distance = DistanceOfShares(clip);
     std::string causes;
     std::string switches;
-    if (clip.animatesScale)
+    if (clip.scale.animated.distance > WORTH_A_WORD * report.radius)
         causes += "; the clip animates scale, which a model doesn't keep";
+    if (clip.scale.sheared.distance > WORTH_A_WORD * report.radius)
+        causes += "; nodes turn below an uneven scale, which shears what they move and a model doesn't keep";
     if (clip.movesMorphs)
         causes += "; the clip moves morph targets, which a model doesn't keep";
     const bool isSimple = causes.empty();
@@ -214,15 +255,16 @@ static std::string AdviceFor(const ModelReport& report, const ClipReport& clip)
 
 std::string DescribeDistance(const ModelReport& report, const ClipReport& clip)
 {
-    const ModelDistance& worst = JudgedDistance(clip).worst;
+    const ModelDistance& worst = clip.distance.all.worst;
     std::string text = "animation \"" + clip.animation + "\" differs from the scene by up to " +
                        FormatNumber(worst.units) + " units, " + FormatNumber(100.0 * worst.part) +
                        " % of the radius, frame " + std::to_string(worst.frame) + ", node " + worst.node;
     if (worst.part > REPORT_LIMIT)
         text += AdviceFor(report, clip);
-    const double withAll = clip.distance.all.worst.part;
-    if (withAll > REPORT_LIMIT && withAll > worst.part)
-        text += "; with the weights of 5 % and below, which a model drops, " + FormatNumber(100.0 * withAll) + " %";
+    const double ofShares = DistanceOfShares(clip).worst.part;
+    if (worst.part > REPORT_LIMIT && ofShares < worst.part)
+        text += "; without weights of 5 % and below, which a model can't hold as they are, it would be " +
+                FormatNumber(100.0 * ofShares) + " %";
     return text;
 }
 
@@ -233,9 +275,8 @@ std::string PrintModelReport(const ModelReport& report)
         (report.nodesCompared > 0 ? ", compared by the places of " + Counted(report.nodesCompared, "node") : "") + "\n";
     for (const ClipReport& clip : report.clips)
     {
-        const ClipDistance& judged = JudgedDistance(clip);
         const std::size_t nKeys = clip.distance.keyFrames.size();
-        text += DescribeDistance(report, clip) + " (at keys " + FormatNumber(100.0 * judged.atKeys.part) +
+        text += DescribeDistance(report, clip) + " (at keys " + FormatNumber(100.0 * clip.distance.all.atKeys.part) +
                 " %); frames " + std::to_string(clip.played.start) + " to " + std::to_string(clip.played.end) + " at " +
                 FormatNumber(clip.played.fps) + " per second, " + std::to_string(nKeys) +
                 (nKeys == 1 ? " key\n" : " keys\n");

@@ -3,6 +3,7 @@
 
 #include "host/leftout.h"
 #include "host/modelcomparison.h"
+#include "host/scaleeffects.h"
 
 #include <string>
 #include <vector>
@@ -16,7 +17,7 @@ struct ClipReport
     std::string clip;      // its name in the scene, empty without one
     std::string animation; // its name in the file
     AnimationDistance distance;
-    bool animatesScale = false;
+    ScaleEffects scale;
     bool movesMorphs = false;
     bool keysBetweenFrames = false; // of the file, by more than a millisecond
 };
@@ -40,11 +41,7 @@ struct ModelReport
 bool MakeModelReport(const std::string& file, const std::string& target, const std::vector<PlayedClip>& clips,
                      const std::vector<std::string>& warnings, ModelReport& report, std::string& error);
 
-// The distance that a clip is judged by, against the limits and as the worst of a report: that from the scene as the
-// weights move it that a model keeps. What the weights of 5 % and below would add is told beside it.
-const ClipDistance& JudgedDistance(const ClipReport& clip);
-
-// The clip that strays furthest; null without clips.
+// The clip that strays furthest, all weights of the scene counted; null without clips.
 const ClipReport* FindWorstClip(const ModelReport& report);
 
 // One line: how far an animation strays, where, and what may help.
@@ -53,8 +50,8 @@ std::string DescribeDistance(const ModelReport& report, const ClipReport& clip);
 // A line for each animation and for each thing that was left out.
 std::string PrintModelReport(const ModelReport& report);
 
-// The same for a script. The members "fps", "worst" (a part of the radius, as JudgedDistance), "units", "frame",
-// "node", "worstOfAllWeights", "clip" and "animation" are those of the clip that strays furthest. `written` says
+// The same for a script. The members "fps", "worst" (a part of the radius), "units", "frame", "node", "clip" and
+// "animation" are those of the clip that strays furthest. `written` says
 // whether the file is in its place.
 std::string ModelReportAsJson(const ModelReport& report, bool written);
 

@@ -15,16 +15,14 @@ static Json ClipAsJson(const ClipReport& clip)
     entry["start"] = clip.played.start;
     entry["end"] = clip.played.end;
     entry["keys"] = distance.keyFrames;
-    const ClipDistance& judged = JudgedDistance(clip);
-    const ModelDistance& worst = judged.worst;
+    const ModelDistance& worst = distance.all.worst;
     entry["worst"] = worst.part;
     entry["units"] = worst.units;
     entry["frame"] = worst.frame;
     entry["node"] = worst.node;
-    entry["worstAtKeys"] = judged.atKeys.part;
-    entry["worstAtFirst"] = judged.atFirst.part;
-    entry["worstOfAllWeights"] = distance.all.worst.part;
-    entry["worstOfAllWeightsAtKeys"] = distance.all.atKeys.part;
+    entry["worstAtKeys"] = distance.all.atKeys.part;
+    entry["worstAtFirst"] = distance.all.atFirst.part;
+    entry["worstWithoutSmallWeights"] = distance.shares.worst.part;
     entry["lostWeightsAtKeys"] = distance.lostWeights;
     return entry;
 }
@@ -45,13 +43,12 @@ std::string ModelReportAsJson(const ModelReport& report, bool written)
     all["written"] = written;
     if (const ClipReport* clip = FindWorstClip(report))
     {
-        const ModelDistance& worst = JudgedDistance(*clip).worst;
+        const ModelDistance& worst = clip->distance.all.worst;
         all["fps"] = clip->played.fps;
         all["worst"] = worst.part;
         all["units"] = worst.units;
         all["frame"] = worst.frame;
         all["node"] = worst.node;
-        all["worstOfAllWeights"] = clip->distance.all.worst.part;
         all["clip"] = clip->clip;
         all["animation"] = clip->animation;
     }
@@ -62,10 +59,23 @@ std::string ModelReportAsJson(const ModelReport& report, bool written)
         all["clips"].push_back(ClipAsJson(clip));
     const LeftOut& leftOut = report.leftOut;
     all["leftOut"] = {{"scaleKeys", leftOut.scaleKeys},
+                      {"scaleDistance", leftOut.scaleDistance},
+                      {"shearedScale", leftOut.shearedScale},
+                      {"shearDistance", leftOut.shearDistance},
                       {"morphMotion", leftOut.morphMotion},
-                      {"weights", leftOut.weights},
-                      {"weightedVertices", leftOut.weightedVertices},
+                      {"weights", leftOut.weights.raised + leftOut.weights.dropped},
+                      {"weightsRaised", leftOut.weights.raised},
+                      {"weightsDropped", leftOut.weights.dropped},
+                      {"weightedVertices", leftOut.weights.touched},
+                      {"verticesMended", leftOut.weights.mended},
                       {"linesAndPoints", leftOut.linesAndPoints},
+                      {"unread", leftOut.unread},
+                      {"vertexColors", leftOut.vertexColors},
+                      {"texCoordSets", leftOut.texCoordSets},
+                      {"materials", leftOut.materials},
+                      {"normals", leftOut.normals},
+                      {"cameras", leftOut.cameras},
+                      {"lights", leftOut.lights},
                       {"secondRoots", leftOut.secondRoots},
                       {"nodesRemoved", leftOut.nodesRemoved},
                       {"verticesMerged", leftOut.verticesMerged},

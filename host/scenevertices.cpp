@@ -6,6 +6,9 @@
 #include <cfloat>
 #include <cmath>
 
+// Weights are that much the same, however they were computed.
+static constexpr double SAME_WEIGHT = 1e-9;
+
 std::vector<int> ElementsInPreOrder(const RecordedScene& recorded)
 {
     std::vector<int> order;
@@ -62,11 +65,6 @@ Double3 ModelPosition(const Double3& position)
     return {FloatOrZero(position.x), FloatOrZero(position.y), FloatOrZero(-position.z)};
 }
 
-bool IsKeptPercent(double percent)
-{
-    return PercentAsFloat(percent) / 100.0 > 0.05F;
-}
-
 void SceneVertices::Place(const ScenePlace& place, std::vector<Double3>& positions) const
 {
     ScenePose pose;
@@ -82,22 +80,8 @@ void SceneVertices::Place(const ScenePlace& place, std::vector<Double3>& positio
     }
 }
 
-// How much of the vertex's weight its influences by one node make up, in percent.
-static double PercentOf(const SceneSkin& skin, const SceneInfluence* begin, const SceneInfluence* end,
-                        std::uint32_t joint)
-{
-    double all = 0.0;
-    double own = 0.0;
-    for (const SceneInfluence* influence = begin; influence != end; ++influence)
-    {
-        all += influence->weight;
-        if (skin.joints[influence->joint] == skin.joints[joint])
-            own += influence->weight;
-    }
-    return 100.0 * own / all;
-}
-
-static ScenePrimitive DropWeights(ScenePrimitive primitive, const SceneSkin& skin)
+// With the shares that are handed out in place of the file's weights; influences of one node keep their proportion.
+static ScenePrimitive WithShares(ScenePrimitive primitive, const SceneSkin& skin)
 {
     std::vector<SceneInfluence> kept;
     std::vector<std::uint32_t> starts{0};
@@ -105,10 +89,18 @@ static ScenePrimitive DropWeights(ScenePrimitive primitive, const SceneSkin& ski
     {
         const SceneInfluence* begin = primitive.influences.data() + primitive.influenceStarts[v];
         const SceneInfluence* end = primitive.influences.data() + primitive.influenceStarts[v + 1];
+        const std::vector<VertexShare> all = FindShares(skin, begin, end);
+        std::vector<VertexShare> shares = all;
+        if (begin != end)
+            MendShares(shares, -1);
         for (const SceneInfluence* influence = begin; influence != end; ++influence)
         {
-            if (IsKeptPercent(PercentOf(skin, begin, end, influence->joint)))
-                kept.push_back(*influence);
+            const auto isItsNode = [&](const VertexShare& share)
+            { return share.node == skin.joints[influence->joint]; };
+            const auto before = std::find_if(all.begin(), all.end(), isItsNode);
+            const auto share = std::find_if(shares.begin(), shares.end(), isItsNode);
+            if (share != shares.end() && before->percent > 0.0)
+                kept.push_back({influence->joint, influence->weight * share->percent / before->percent});
         }
         starts.push_back(static_cast<std::uint32_t>(kept.size()));
     }
@@ -117,10 +109,10 @@ static ScenePrimitive DropWeights(ScenePrimitive primitive, const SceneSkin& ski
     return primitive;
 }
 
-bool SceneVertices::DropSmallWeights(const Scene& scene, Scene& reduced) const
+bool SceneVertices::MakeSceneOfShares(const Scene& scene, Scene& reduced) const
 {
     reduced = scene;
-    bool dropped = false;
+    bool differs = false;
     for (const Mesh& mesh : m_Meshes)
     {
         SceneMeshUse& use =
@@ -128,10 +120,12 @@ bool SceneVertices::DropSmallWeights(const Scene& scene, Scene& reduced) const
         if (use.skin < 0)
             continue;
         const ScenePrimitive& all = scene.primitives[static_cast<std::size_t>(use.primitive)];
-        ScenePrimitive kept = DropWeights(all, scene.skins[static_cast<std::size_t>(use.skin)]);
-        dropped = dropped || kept.influences.size() < all.influences.size();
+        ScenePrimitive kept = WithShares(all, scene.skins[static_cast<std::size_t>(use.skin)]);
+        for (std::size_t i = 0; !differs && i < all.influences.size(); i++)
+            differs = i >= kept.influences.size() || std::fabs(kept.influences[i].weight - all.influences[i].weight) >
+                                                         SAME_WEIGHT * all.influences[i].weight;
         use.primitive = static_cast<int>(reduced.primitives.size());
         reduced.primitives.push_back(std::move(kept));
     }
-    return dropped;
+    return differs;
 }

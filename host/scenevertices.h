@@ -41,8 +41,8 @@ public:
     // Where all vertices are, mirrored in z as a model has them: with all weights and the morph targets. Another
     // scene than the first one must have the same nodes and meshes. A number that a float can't hold becomes 0.
     void Place(const ScenePlace& place, std::vector<Double3>& positions) const;
-    // The scene without the weights that an exporter drops. False if there are none, and both are the same.
-    bool DropSmallWeights(const Scene& scene, Scene& reduced) const;
+    // The scene with the shares of its vertices that an exporter gets. False if these are the file's weights.
+    bool MakeSceneOfShares(const Scene& scene, Scene& reduced) const;
 
 private:
     std::vector<Mesh> m_Meshes;
@@ -51,9 +51,6 @@ private:
 
 // A position as a model has it: with z mirrored, and 0 for what a float can't hold.
 Double3 ModelPosition(const Double3& position);
-
-// Whether an exporter keeps a weight: one that is above 5 % as a float.
-bool IsKeptPercent(double percent);
 
 // The elements from the top down, children in order: the order of a model's nodes.
 std::vector<int> ElementsInPreOrder(const RecordedScene& recorded);
