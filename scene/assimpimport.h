@@ -1,6 +1,8 @@
 // Opening a file with Assimp.
 #pragma once
 
+#include "scene/trial.h"
+
 #include <assimp/Importer.hpp>
 #include <assimp/scene.h>
 
@@ -14,15 +16,6 @@
 // owns the result.
 const aiScene* ImportWithAssimp(Assimp::Importer& importer, const std::string& path, bool useNames);
 
-enum class ImportTrial
-{
-    Read,
-    Refused, // with Assimp's reason
-    Crashed,
-    TooSlow
-};
-
-// Imports the file in a process of its own. Damaged files make some of Assimp's importers crash, loop forever or ask
-// for all memory, which must not happen here. `seconds` is what that process may compute, `bytes` what memory it may
-// take. Where no process can be forked, every file counts as read.
-ImportTrial TryImport(const std::string& path, unsigned seconds, std::uintmax_t bytes, std::string& reason);
+// Imports the file in a process of its own (see TryInOtherProcess). Damaged files make some of Assimp's importers
+// crash, loop forever or ask for all memory, which must not happen here.
+TrialResult TryImport(const std::string& path, unsigned seconds, std::uintmax_t bytes, std::string& reason);

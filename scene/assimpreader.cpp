@@ -119,15 +119,15 @@ static bool CheckFile(const std::string& path, std::string& error)
     std::string reason;
     switch (TryImport(path, seconds, TRIAL_BYTES + TRIAL_BYTES_PER_BYTE * length, reason))
     {
-    case ImportTrial::Read:
+    case TrialResult::Good:
         return true;
-    case ImportTrial::Refused:
+    case TrialResult::Refused:
         error = Refusal(path, reason);
         break;
-    case ImportTrial::Crashed:
+    case TrialResult::Crashed:
         error = Refusal(path, "it is damaged, or too large for the memory");
         break;
-    case ImportTrial::TooSlow:
+    case TrialResult::TooSlow:
         error = Refusal(path, "it is damaged, reading it comes to no end");
         break;
     }

@@ -1,6 +1,7 @@
 #include "scene/readscene.h"
 
 #include "scene/assimpreader.h"
+#include "scene/fileformat.h"
 #include "scene/gltfreader.h"
 #include "scene/readfile.h"
 #include "scene/splitmeshes.h"
@@ -8,10 +9,19 @@
 bool ReadScene(const char* path, Scene& scene, std::string& error)
 {
     const std::string extension = FileExtensionOf(path);
-    const bool isGltf = extension == "gltf" || extension == "glb";
+    const std::string format = FindFormatByBytes(path);
+    const bool isCalledGltf = extension == "gltf" || extension == "glb";
+    const bool isGltf = format == "gltf" || format == "glb" || (isCalledGltf && format.empty());
     if (!(isGltf ? ReadGltfScene(path, scene, error) : ReadAssimpScene(path, scene, error)))
     {
         return false;
+    }
+    // A document of XML is often called so.
+    const bool isCalledRight = format.empty() || extension == format || (isGltf && isCalledGltf) || extension == "xml";
+    if (!isCalledRight)
+    {
+        scene.warnings.insert(scene.warnings.begin(),
+                              FileNameOf(path) + " is a " + format + " file by its first bytes, and is read as one.");
     }
     SplitLargeMeshes(scene);
     return true;

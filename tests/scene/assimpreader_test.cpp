@@ -369,6 +369,25 @@ TEST(AssimpReader, RefusesWhatItCantReadInOneSentence)
     // What isn't a number in this list makes the importer go round without an end.
     const std::string endless = Write("endless.dae", Replaced(Collada(), "<p>0 1 2", "<p>0 x 2"));
     std::string reason;
-    EXPECT_NE(TryImport(endless, 1, std::uintmax_t(64) << 20U, reason), ImportTrial::Read);
-    EXPECT_EQ(TryImport(Write("wave.dae", Collada()), 10, std::uintmax_t(64) << 20U, reason), ImportTrial::Read);
+    EXPECT_NE(TryImport(endless, 1, std::uintmax_t(64) << 20U, reason), TrialResult::Good);
+    EXPECT_EQ(TryImport(Write("wave.dae", Collada()), 10, std::uintmax_t(64) << 20U, reason), TrialResult::Good);
+}
+
+// Files go by their bytes, whatever they are called.
+TEST(ReadScene, WrongAndMissingSuffixes)
+{
+    const std::string fbx = Fbx("P: \"RotationPivot\", \"Vector3D\", \"Vector\", \"\",1,0,0\n");
+    const std::pair<const char*, std::string> files[] = {{"wave.obj", Collada()}, {"wave.gltf", Collada()},
+                                                         {"wave.fbx", Collada()}, {"wave", Collada()},
+                                                         {"turn.dae", fbx},       {"turn.glb", fbx}};
+    for (const auto& [name, bytes] : files)
+    {
+        Scene scene;
+        std::string error;
+        ASSERT_TRUE(ReadScene(Write(name, bytes).c_str(), scene, error)) << error;
+        EXPECT_GT(scene.nodes.size(), 1U) << name;
+        ASSERT_FALSE(scene.warnings.empty()) << name;
+        EXPECT_EQ(scene.warnings[0], std::string(name) + " is a " + (bytes == fbx ? "fbx" : "dae") +
+                                         " file by its first bytes, and is read as one.");
+    }
 }

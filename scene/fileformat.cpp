@@ -1,0 +1,42 @@
+#include "scene/fileformat.h"
+
+#include <fstream>
+
+static const std::size_t MAX_HEAD = 65536;
+
+// Members of which a glTF document has one near its beginning.
+static bool LooksLikeGltf(const std::string& head)
+{
+    for (const char* member :
+         {"\"asset\"", "\"scenes\"", "\"nodes\"", "\"meshes\"", "\"accessors\"", "\"bufferViews\""})
+    {
+        if (head.find(member) != std::string::npos)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string FindFormatByBytes(const std::string& path)
+{
+    std::string head(MAX_HEAD, '\0');
+    std::ifstream file(path, std::ios::binary);
+    file.read(head.data(), static_cast<std::streamsize>(head.size()));
+    head.resize(static_cast<std::size_t>(file.gcount()));
+    if (head.compare(0, 4, "glTF") == 0)
+    {
+        return "glb";
+    }
+    if (head.compare(0, 18, "Kaydara FBX Binary") == 0 || head.compare(0, 5, "; FBX") == 0)
+    {
+        return "fbx";
+    }
+    const std::size_t mark = head.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0; // of UTF-8
+    const std::size_t first = head.find_first_not_of(" \t\r\n", mark);
+    if (first != std::string::npos && head[first] == '{' && LooksLikeGltf(head))
+    {
+        return "gltf";
+    }
+    return first != std::string::npos && head[first] == '<' && head.find("<COLLADA") != std::string::npos ? "dae" : "";
+}
