@@ -45,6 +45,20 @@ static bool FindInterpolation(const std::string& name, SceneInterpolation& inter
     return true;
 }
 
+// Rotations that are further from length 1 than those of bytes are.
+static bool HasOddRotations(const SceneChannel& channel)
+{
+    const bool isCubic = channel.interpolation == SceneInterpolation::Cubic; // between two tangents each
+    for (std::size_t i = isCubic ? 4 : 0; i + 4 <= channel.values.size(); i += isCubic ? 12 : 4)
+    {
+        if (!IsNearUnit(&channel.values[i]))
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
 static bool ReadKeys(GltfReading& reading, const tinygltf::AnimationSampler& sampler, SceneChannel& channel)
 {
     if (!FindInterpolation(sampler.interpolation, channel.interpolation))
@@ -64,6 +78,10 @@ static bool ReadKeys(GltfReading& reading, const tinygltf::AnimationSampler& sam
     if (!ReadGltfAccessor(reading.document, sampler.output, width, GltfNumbers::Any, channel.values, reading.error))
     {
         return reading.Fail("values: " + reading.error);
+    }
+    if (channel.path == ScenePath::Rotation && HasOddRotations(channel))
+    {
+        reading.Warn("some of its rotations aren't of length 1; they are brought to that.");
     }
     const std::size_t perKey =
         (weights ? reading.scene.nodes[channel.node].morphWeights.size() : static_cast<std::size_t>(width)) *
@@ -121,6 +139,7 @@ static bool ReadClip(GltfReading& reading, const tinygltf::Animation& source, co
         const std::string channelPlace = place + ", channel " + std::to_string(i);
         SceneChannel channel;
         bool used = false;
+        reading.place = channelPlace;
         if (!ReadChannel(reading, source, source.channels[i], channelPlace, channel, used))
         {
             return reading.Fail(channelPlace + ": " + reading.error);

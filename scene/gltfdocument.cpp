@@ -1,9 +1,13 @@
 #include "scene/gltfdocument.h"
 
 #include "scene/base64.h"
+#include "scene/gltfdraco.h"
+#include "scene/gltfextensions.h"
+#include "scene/gltfmeshopt.h"
 #include "scene/imagesize.h"
 #include "scene/readfile.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -151,47 +155,25 @@ static std::string ResolveUri(const std::string& folder, const std::string& uri)
     return folder.empty() || (!name.empty() && name[0] == '/') ? name : folder + "/" + name;
 }
 
-static bool IsSupportedExtension(const std::string& name)
+// A document that lacks what tells its version counts as one of version 2.
+static bool CheckHeader(const Json& json, std::vector<std::string>& warnings, std::string& error)
 {
-    static const char* const names[] = {"KHR_mesh_quantization", "KHR_lights_punctual", "KHR_texture_transform",
-                                        "KHR_texture_basisu",    "EXT_texture_webp",    "EXT_texture_avif",
-                                        "MSFT_texture_dds"};
-    if (name.compare(0, 14, "KHR_materials_") == 0)
-    {
-        return true;
-    }
-    for (const char* supported : names)
-    {
-        if (name == supported)
-        {
-            return true;
-        }
-    }
-    return false;
-}
-
-static bool CheckHeader(const Json& json, std::string& error)
-{
-    if (!json.is_object() || !json.contains("asset"))
+    const bool hasAsset = json.is_object() && json.contains("asset") && json["asset"].is_object();
+    if (!json.is_object() || (!hasAsset && ArrayMember(json, "nodes") == nullptr))
     {
         error = "is no glTF document: it has no asset";
         return false;
+    }
+    if (!hasAsset || !json["asset"].contains("version"))
+    {
+        warnings.emplace_back("The file doesn't state its version; it is read as glTF 2.0.");
+        return true;
     }
     const std::string version = TextMember(json["asset"], "version");
     if (version.compare(0, 2, "2.") != 0)
     {
         error = "is glTF of version \"" + version + "\", only 2.x is supported";
         return false;
-    }
-    const Json* required = ArrayMember(json, "extensionsRequired");
-    for (std::size_t i = 0; required != nullptr && i < required->size(); ++i)
-    {
-        const std::string name = (*required)[i].is_string() ? (*required)[i].get<std::string>() : "?";
-        if (!IsSupportedExtension(name))
-        {
-            error = "needs the extension " + name + ", which isn't supported";
-            return false;
-        }
     }
     return true;
 }
@@ -205,12 +187,6 @@ static bool LoadBuffers(const Json& json, const std::string& folder, const Bytes
     {
         const Json& buffer = (*buffers)[i];
         const std::string place = "buffer " + std::to_string(i) + ": ";
-        const auto stated = buffer.is_object() ? buffer.find("byteLength") : buffer.end();
-        if (stated == buffer.end() || !stated->is_number_unsigned())
-        {
-            error = place + "its length isn't stated";
-            return false;
-        }
         const std::string uri = TextMember(buffer, "uri");
         Bytes bytes;
         if (IsDataUri(uri))
@@ -236,13 +212,20 @@ static bool LoadBuffers(const Json& json, const std::string& folder, const Bytes
         {
             bytes = binary;
         }
-        if (stated->get<std::uint64_t>() > bytes.size())
+        const auto stated = buffer.is_object() ? buffer.find("byteLength") : buffer.end();
+        if (stated == buffer.end() || !stated->is_number_unsigned())
         {
-            error = place + std::to_string(stated->get<std::uint64_t>()) + " bytes are stated, there are " +
-                    std::to_string(bytes.size());
-            return false;
+            document.warnings.push_back("In " + place + "its length isn't stated; all of it is taken.");
         }
-        bytes.resize(stated->get<std::size_t>());
+        else if (stated->get<std::uint64_t>() <= bytes.size())
+        {
+            bytes.resize(stated->get<std::size_t>());
+        }
+        else if (!bytes.empty() || !IsMeshoptFallback(buffer))
+        {
+            document.warnings.push_back("In " + place + std::to_string(stated->get<std::uint64_t>()) +
+                                        " bytes are stated, there are " + std::to_string(bytes.size()) + ".");
+        }
         document.model.buffers.emplace_back();
         document.model.buffers.back().data.swap(bytes);
     }
@@ -291,31 +274,67 @@ static void MeasureImage(const Json& image, const std::string& folder, GltfDocum
     }
 }
 
-// tinygltf refuses a channel without a node, which the format allows: it moves nothing.
-static void RemoveChannelsWithoutNode(Json& json)
+// What the parser doesn't get to see.
+struct HiddenFromParser
 {
-    if (!json.contains("animations") || !json["animations"].is_array())
+    std::vector<std::size_t> strides;        // of the views: it refuses those that aren't multiples of 4
+    std::vector<std::size_t> emptyAccessors; // those without a view, as of compressed primitives
+};
+
+// Puts right what the parser would refuse and others don't: a member that is missing though its value is clear, and
+// what it gets in another form.
+static void MendForParser(Json& json, HiddenFromParser& hidden, std::vector<std::string>& warnings)
+{
+    Json& asset = json["asset"];
+    asset = asset.is_object() ? asset : Json::object();
+    asset["version"] = "2.0";
+    const auto each = [&json](const char* name, const auto& mend)
     {
-        return;
-    }
-    for (Json& animation : json["animations"])
-    {
-        if (!animation.is_object() || !animation.contains("channels") || !animation["channels"].is_array())
+        const auto list = json.find(name);
+        for (std::size_t i = 0; list != json.end() && list->is_array() && i < list->size(); ++i)
         {
-            continue;
-        }
-        Json kept = Json::array();
-        for (Json& channel : animation["channels"])
-        {
-            const bool aimless = channel.is_object() && channel.contains("target") && channel["target"].is_object() &&
-                                 !channel["target"].contains("node");
-            if (!aimless)
+            if ((*list)[i].is_object())
             {
-                kept.push_back(std::move(channel));
+                mend((*list)[i], i);
             }
         }
-        animation["channels"] = std::move(kept);
-    }
+    };
+    each("bufferViews",
+         [&](Json& view, std::size_t index)
+         {
+             if (!view.contains("buffer"))
+             {
+                 view["buffer"] = 0;
+                 warnings.push_back("In buffer view " + std::to_string(index) +
+                                    " no buffer is stated; buffer 0 is taken.");
+             }
+             const auto stride = view.find("byteStride");
+             hidden.strides.resize(index, 0);
+             hidden.strides.push_back(stride != view.end() && stride->is_number_unsigned() ? stride->get<std::size_t>()
+                                                                                           : 0);
+             view.erase("byteStride");
+         });
+    each("accessors",
+         [&](Json& accessor, std::size_t index)
+         {
+             if (!accessor.contains("bufferView"))
+             {
+                 accessor["bufferView"] = 0;
+                 hidden.emptyAccessors.push_back(index);
+             }
+         });
+    each("meshes",
+         [](Json& mesh, std::size_t)
+         {
+             const auto primitives = mesh.find("primitives");
+             for (std::size_t i = 0; primitives != mesh.end() && primitives->is_array() && i < primitives->size(); ++i)
+             {
+                 if ((*primitives)[i].is_object() && !(*primitives)[i].contains("attributes"))
+                 {
+                     (*primitives)[i]["attributes"] = Json::object(); // nothing is drawn
+                 }
+             }
+         });
 }
 
 // The first line of what the parser says, without the full stop.
@@ -331,10 +350,14 @@ static std::string FirstLine(const std::string& text)
 
 static bool ParseDocument(Json& json, GltfDocument& document, std::string& error)
 {
-    // Buffers and images stay out of the parser's hands: it trusts the lengths that a file states.
-    json.erase("buffers");
-    json.erase("images");
-    RemoveChannelsWithoutNode(json);
+    // Buffers and images stay out of the parser's hands: it trusts the lengths that a file states. What nobody reads
+    // needn't make sense.
+    for (const char* unread : {"buffers", "images", "cameras", "extensions"})
+    {
+        json.erase(unread);
+    }
+    HiddenFromParser hidden;
+    MendForParser(json, hidden, document.warnings);
     const std::string text = json.dump(-1, ' ', false, Json::error_handler_t::replace);
     tinygltf::TinyGLTF parser;
     std::string parserError;
@@ -348,6 +371,17 @@ static bool ParseDocument(Json& json, GltfDocument& document, std::string& error
     }
     parsed.buffers.swap(document.model.buffers);
     document.model = std::move(parsed);
+    for (std::size_t i = 0; i < std::min(hidden.strides.size(), document.model.bufferViews.size()); ++i)
+    {
+        document.model.bufferViews[i].byteStride = hidden.strides[i];
+    }
+    for (const std::size_t i : hidden.emptyAccessors)
+    {
+        if (i < document.model.accessors.size())
+        {
+            document.model.accessors[i].bufferView = -1;
+        }
+    }
     return true;
 }
 
@@ -387,18 +421,26 @@ bool LoadGltfDocument(const std::string& path, GltfDocument& document, std::stri
         error = name + (textLength == 0 ? " is empty." : " nests deeper than 256 levels.");
         return false;
     }
+    while (textLength > 0 && text[textLength - 1] == '\0')
+    {
+        --textLength; // which some pad a binary file's document with
+    }
     Json json = Json::parse(text, text + textLength, nullptr, false);
     if (json.is_discarded())
     {
         error = name + " isn't valid glTF: its document isn't valid JSON.";
         return false;
     }
-    if (!CheckHeader(json, reason))
+    if (!CheckHeader(json, document.warnings, reason))
     {
         error = name + " " + reason + ".";
         return false;
     }
-    if (!LoadBuffers(json, folder, binary, document, reason))
+    for (std::string& sentence : DescribeUnreadExtensions(json))
+    {
+        document.warnings.push_back(std::move(sentence));
+    }
+    if (!LoadBuffers(json, folder, binary, document, reason) || !DecompressMeshopt(json, document, reason))
     {
         error = name + ": " + reason + ".";
         return false;
@@ -407,6 +449,11 @@ bool LoadGltfDocument(const std::string& path, GltfDocument& document, std::stri
     if (!ParseDocument(json, document, reason))
     {
         error = name + " " + reason + ".";
+        return false;
+    }
+    if (!DecompressDraco(document, reason))
+    {
+        error = name + ": " + reason + ".";
         return false;
     }
     for (const Json& image : images)

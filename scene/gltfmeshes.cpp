@@ -80,7 +80,8 @@ static bool ReadTriangles(GltfReading& reading, const tinygltf::Primitive& sourc
                                                                           : TriangleMode::List;
     if (!AppendTriangles(mode, indices, primitive.triangles))
     {
-        return reading.Fail(std::to_string(indices.size()) + " corners don't make whole triangles");
+        reading.Warn(std::to_string(indices.size()) +
+                     " corners don't make whole triangles; the last ones are left out.");
     }
     return true;
 }
@@ -103,8 +104,11 @@ static bool ReadInfluences(GltfReading& reading, const tinygltf::Primitive& sour
         }
         if (jointsAccessor < 0 || weightsAccessor < 0)
         {
-            return reading.Fail(
-                std::string(jointsName).append(" and ").append(weightsName).append(" don't come together"));
+            reading.Warn(std::string(jointsName)
+                             .append(" and ")
+                             .append(weightsName)
+                             .append(" don't come together; what is there of them is left out."));
+            break;
         }
         joints.emplace_back();
         weights.emplace_back();
@@ -351,6 +355,7 @@ bool ReadGltfMeshes(GltfReading& reading)
         {
             const tinygltf::Primitive& source = meshes[m].primitives[p];
             const std::string place = PlaceName("mesh", m, meshes[m].name) + ", primitive " + std::to_string(p);
+            reading.place = place;
             if (source.mode >= TINYGLTF_MODE_POINTS && source.mode <= TINYGLTF_MODE_LINE_STRIP)
             {
                 reading.scene.pointsAndLines.push_back(place + ": points and lines are left out.");

@@ -1,6 +1,7 @@
 #include "scene/decompose.h"
 #include "scene/gltfparts.h"
 
+#include <algorithm>
 #include <cmath>
 
 static bool IsFinite(const std::vector<double>& numbers)
@@ -55,6 +56,10 @@ static bool ReadTransform(GltfReading& reading, const tinygltf::Node& source, co
     if (!source.rotation.empty())
     {
         const std::vector<double>& q = source.rotation;
+        if (!IsNearUnit(q.data()))
+        {
+            reading.Warn("its rotation isn't of length 1; it is brought to that.");
+        }
         node.local.rotation = NormalizeQuat({q[0], q[1], q[2], q[3]});
     }
     if (!source.scale.empty())
@@ -88,6 +93,25 @@ static bool ReadMeshOfNode(GltfReading& reading, const tinygltf::Node& source, S
     return reading.Spend(node.morphWeights.size());
 }
 
+// The nodes without a parent and all below them, each before its children.
+static std::vector<int> FindNodesFromTop(const Scene& scene)
+{
+    std::vector<int> reached;
+    for (std::size_t i = 0; i < scene.nodes.size(); ++i)
+    {
+        if (scene.nodes[i].parent < 0)
+        {
+            reached.push_back(static_cast<int>(i));
+        }
+    }
+    for (std::size_t next = 0; next < reached.size(); ++next)
+    {
+        const std::vector<int>& children = scene.nodes[reached[next]].children;
+        reached.insert(reached.end(), children.begin(), children.end());
+    }
+    return reached;
+}
+
 static bool LinkChildren(GltfReading& reading)
 {
     const std::vector<tinygltf::Node>& sources = reading.document.model.nodes;
@@ -99,31 +123,25 @@ static bool LinkChildren(GltfReading& reading)
             const std::string place = PlaceName("node", i, nodes[i].name) + ": child " + std::to_string(child);
             if (child < 0 || static_cast<std::size_t>(child) >= nodes.size())
             {
-                return reading.Fail(place + " of " + std::to_string(nodes.size()) + " nodes");
+                reading.scene.warnings.push_back(place + " of " + std::to_string(nodes.size()) +
+                                                 " nodes; it is left out.");
+                continue;
             }
             if (nodes[child].parent >= 0)
             {
-                return reading.Fail(place + " has another parent, node " + std::to_string(nodes[child].parent));
+                reading.scene.warnings.push_back(place + " has a parent already, node " +
+                                                 std::to_string(nodes[child].parent) + ", and stays there.");
+                continue;
             }
             nodes[child].parent = static_cast<int>(i);
             nodes[i].children.push_back(child);
         }
     }
     // With one parent at most each, nodes that can't be reached from the top are in a loop or below one.
-    std::vector<int> reached;
-    for (std::size_t i = 0; i < nodes.size(); ++i)
-    {
-        if (nodes[i].parent < 0)
-        {
-            reached.push_back(static_cast<int>(i));
-        }
-    }
     std::vector<bool> seen(nodes.size(), false);
-    for (std::size_t next = 0; next < reached.size(); ++next)
+    for (const int node : FindNodesFromTop(reading.scene))
     {
-        seen[reached[next]] = true;
-        const std::vector<int>& children = nodes[reached[next]].children;
-        reached.insert(reached.end(), children.begin(), children.end());
+        seen[node] = true;
     }
     for (std::size_t i = 0; i < nodes.size(); ++i)
     {
@@ -133,6 +151,36 @@ static bool LinkChildren(GltfReading& reading)
         }
     }
     return true;
+}
+
+// Which nodes are in the list of a scene. What doesn't belong in there gets a warning.
+static std::vector<bool> FindListed(GltfReading& reading, const std::vector<int>& list)
+{
+    std::vector<bool> isListed(reading.scene.nodes.size(), false);
+    for (const int root : list)
+    {
+        const bool exists = root >= 0 && static_cast<std::size_t>(root) < isListed.size();
+        if (!exists || isListed[root])
+        {
+            reading.Warn("node " + std::to_string(root) +
+                         (exists ? " is listed twice." : " of " + std::to_string(isListed.size()) + " is listed."));
+            continue;
+        }
+        isListed[root] = true;
+    }
+    return isListed;
+}
+
+// Which nodes are below one that is listed.
+static std::vector<bool> FindBelow(const Scene& scene, const std::vector<bool>& isListed)
+{
+    std::vector<bool> isBelow(scene.nodes.size(), false);
+    for (const int node : FindNodesFromTop(scene))
+    {
+        const int parent = scene.nodes[node].parent;
+        isBelow[node] = parent >= 0 && (isListed[parent] || isBelow[parent]);
+    }
+    return isBelow;
 }
 
 static bool ReadRoots(GltfReading& reading)
@@ -150,29 +198,47 @@ static bool ReadRoots(GltfReading& reading)
         }
         return !scene.roots.empty() || reading.Fail("the file has no nodes");
     }
-    const int shown = model.defaultScene < 0 ? 0 : model.defaultScene;
+    int shown = std::max(model.defaultScene, 0);
     if (static_cast<std::size_t>(shown) >= model.scenes.size())
     {
-        return reading.Fail("scene " + std::to_string(shown) + " of " + std::to_string(model.scenes.size()));
+        scene.warnings.push_back("The file shows scene " + std::to_string(shown) + " of " +
+                                 std::to_string(model.scenes.size()) + "; scene 0 is taken.");
+        shown = 0;
     }
     scene.name = model.scenes[shown].name;
-    const std::string place = PlaceName("scene", static_cast<std::size_t>(shown), scene.name) + ": ";
-    std::vector<bool> listed(scene.nodes.size(), false);
+    reading.place = PlaceName("scene", static_cast<std::size_t>(shown), scene.name);
+    const std::vector<bool> isListed = FindListed(reading, model.scenes[shown].nodes);
+    const std::vector<bool> isBelow = FindBelow(scene, isListed);
+    std::vector<bool> isDone(scene.nodes.size(), false);
     for (const int root : model.scenes[shown].nodes)
     {
-        if (root < 0 || static_cast<std::size_t>(root) >= scene.nodes.size())
+        if (root < 0 || static_cast<std::size_t>(root) >= isDone.size() || isDone[root])
         {
-            return reading.Fail(place + "node " + std::to_string(root) + " of " + std::to_string(scene.nodes.size()));
+            continue;
         }
-        if (scene.nodes[root].parent >= 0 || listed[root])
+        isDone[root] = true;
+        const std::string node = PlaceName("node", static_cast<std::size_t>(root), scene.nodes[root].name);
+        if (isBelow[root])
         {
-            return reading.Fail(place + "node " + std::to_string(root) +
-                                (listed[root] ? " is listed twice" : " is listed though it has a parent"));
+            reading.Warn(node + " is listed though it has a parent; it is shown below that.");
+            continue;
         }
-        listed[root] = true;
+        if (scene.nodes[root].parent >= 0)
+        {
+            reading.Warn(node +
+                         " is listed though it has a parent, which the scene doesn't show; it is taken from it.");
+            scene.nodes[root].parent = -1;
+        }
         scene.roots.push_back(root);
     }
-    return !scene.roots.empty() || reading.Fail(place + "it has no nodes");
+    for (std::size_t i = 0; i < scene.nodes.size(); ++i)
+    {
+        std::vector<int>& children = scene.nodes[i].children;
+        children.erase(std::remove_if(children.begin(), children.end(),
+                                      [&](int child) { return scene.nodes[child].parent != static_cast<int>(i); }),
+                       children.end());
+    }
+    return !scene.roots.empty() || reading.Fail(reading.place + ": it has no nodes");
 }
 
 static void ReadCustomValues(const tinygltf::Value& extras, SceneNode& node)
@@ -201,6 +267,7 @@ bool ReadGltfNodes(GltfReading& reading)
         SceneNode& node = reading.scene.nodes[i];
         node.name = sources[i].name;
         const std::string place = PlaceName("node", i, node.name);
+        reading.place = place;
         if (!ReadTransform(reading, sources[i], place, node) || !ReadMeshOfNode(reading, sources[i], node))
         {
             return reading.Fail(place + ": " + reading.error);

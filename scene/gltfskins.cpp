@@ -1,6 +1,8 @@
 #include "scene/gltfaccessor.h"
 #include "scene/gltfparts.h"
 
+#include <algorithm>
+
 static bool ReadInverseBinds(GltfReading& reading, int accessor, SceneSkin& skin)
 {
     skin.inverseBinds.resize(skin.joints.size());
@@ -13,12 +15,13 @@ static bool ReadInverseBinds(GltfReading& reading, int accessor, SceneSkin& skin
     {
         return reading.Fail("inverse bind matrices: " + reading.error);
     }
-    if (numbers.size() / 16 < skin.joints.size())
+    const std::size_t n = std::min(numbers.size() / 16, skin.joints.size());
+    if (n < skin.joints.size())
     {
-        return reading.Fail(std::to_string(numbers.size() / 16) + " inverse bind matrices for " +
-                            std::to_string(skin.joints.size()) + " joints");
+        reading.Warn(std::to_string(n) + " inverse bind matrices for " + std::to_string(skin.joints.size()) +
+                     " joints; the others get none.");
     }
-    for (std::size_t i = 0; i < skin.joints.size(); ++i)
+    for (std::size_t i = 0; i < n; ++i)
     {
         for (std::size_t row = 0; row < 3; ++row)
         {
@@ -82,9 +85,10 @@ bool ReadGltfSkins(GltfReading& reading)
     reading.scene.skins.resize(model.skins.size());
     for (std::size_t i = 0; i < model.skins.size(); ++i)
     {
+        reading.place = PlaceName("skin", i, model.skins[i].name);
         if (!ReadSkin(reading, model.skins[i], reading.scene.skins[i]))
         {
-            return reading.Fail(PlaceName("skin", i, model.skins[i].name) + ": " + reading.error);
+            return reading.Fail(reading.place + ": " + reading.error);
         }
     }
     for (std::size_t i = 0; i < model.nodes.size(); ++i)

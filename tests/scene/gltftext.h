@@ -63,11 +63,16 @@ public:
     // The same as a binary file, its buffer in the second chunk.
     std::string Binary() const
     {
-        std::string text = Text();
+        const std::string text = Text();
         const std::size_t uri = text.find(", \"uri\": \"data:");
-        text = text.substr(0, uri) + "}]}";
+        return Pack(text.substr(0, uri) + "}]}", m_Data);
+    }
+
+    // A binary file of a document and the bytes of its buffer.
+    static std::string Pack(std::string text, const std::vector<unsigned char>& bytes)
+    {
         text.resize((text.size() + 3) / 4 * 4, ' ');
-        std::string data(m_Data.begin(), m_Data.end());
+        std::string data(bytes.begin(), bytes.end());
         data.resize((data.size() + 3) / 4 * 4, '\0');
         return "glTF" + Number(2) + Number(28 + text.size() + data.size()) + Number(text.size()) + "JSON" + text +
                Number(data.size()) + std::string("BIN\0", 4) + data;
