@@ -37,6 +37,18 @@ public:
         }
     }
 
+    // Whether scale can do anything: it is animated, or uneven somewhere.
+    bool IsNeeded() const
+    {
+        const auto isUneven = [this](int node)
+        {
+            const Double3& s = m_First.locals[Index(node)].scale;
+            const double greatest = std::max({std::fabs(s.x), std::fabs(s.y), std::fabs(s.z)});
+            return std::min({std::fabs(s.x), std::fabs(s.y), std::fabs(s.z)}) < (1.0 - SAME) * greatest;
+        };
+        return AnimatesScale(m_Scene, m_Played.clip) || std::any_of(m_Shown.begin(), m_Shown.end(), isUneven);
+    }
+
     void LookAt(int frame)
     {
         ScenePose pose;
@@ -148,7 +160,8 @@ private:
 ScaleEffects FindScaleEffects(const PlayedClip& played)
 {
     ScaleSearch search(played);
-    for (int frame = played.start + 1; frame <= played.end; frame++)
+    const int end = search.IsNeeded() ? played.end : played.start;
+    for (int frame = played.start + 1; frame <= end; frame++)
         search.LookAt(frame);
     return search.TakeEffects();
 }

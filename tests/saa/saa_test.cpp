@@ -4,6 +4,8 @@
 #include "saa/operations.h"
 #include "saa/saahost.h"
 #include "scene/meshpositions.h"
+#include "scene/splitmeshes.h"
+#include "scene/trianglelist.h"
 #include "tests/scene/gltftext.h"
 
 #include <algorithm>
@@ -394,6 +396,58 @@ TEST(Meshes, SeamsAreJoinedAndCornersKeepTheirCoordinates)
     primitive.morphDeltas.assign(1, std::vector<Double3>(8));
     primitive.morphDeltas[0][7].z = 1.0;
     EXPECT_EQ(JoinVertices(primitive, false).fileVertex.size(), 7U);
+}
+
+// Split along its triangles, a mesh has the same corners in the same order; names leave room for the piece's 31 bytes.
+TEST(Meshes, MoreVerticesThanAPieceHoldsAreSplit)
+{
+    const std::uint32_t side = 300;
+    ScenePrimitive sea;
+    for (std::uint32_t i = 0; i < side * side; ++i)
+    {
+        sea.positions.push_back({double(i % side), double(i / side), double(i * i % 17)});
+        if (i % side + 1 < side && i / side + 1 < side)
+        {
+            sea.triangles.push_back({{i, i + 1, i + side}});
+            sea.triangles.push_back({{i + 1, i + side + 1, i + side}});
+        }
+    }
+    Scene scene;
+    scene.roots = {0};
+    scene.nodes.resize(2);
+    scene.nodes[0].name = "sea";
+    scene.nodes[0].children = {1};
+    scene.nodes[1].parent = 0;
+    scene.nodes[1].name = "the sea around the isle_zTex1 far out";
+    scene.primitives = {sea, sea};
+    scene.primitives[1] = CopyTriangles(sea, 0, 10);
+    scene.nodes[0].meshes = {{0, -1}, {1, -1}};
+    scene.nodes[1].meshes = {{0, -1}};
+    SplitLargeMeshes(scene);
+    EXPECT_EQ(scene.warnings.size(), 2U);
+    ASSERT_EQ(scene.nodes[0].meshes.size(), 3U);
+    ASSERT_EQ(scene.nodes[1].meshes.size(), 2U);
+    std::size_t triangle = 0;
+    for (const std::size_t use : {0U, 2U})
+    {
+        const ScenePrimitive& part = scene.primitives[std::size_t(scene.nodes[0].meshes[use].primitive)];
+        EXPECT_EQ(scene.nodes[1].meshes[use / 2].primitive, scene.nodes[0].meshes[use].primitive);
+        EXPECT_LE(part.positions.size(), MAX_MESH_VERTICES);
+        EXPECT_TRUE(use == 2 || part.positions.size() > MAX_MESH_VERTICES - 3) << "as full as can be";
+        for (std::size_t i = 0; i < part.triangles.size(); ++i, ++triangle)
+        {
+            for (std::size_t k = 0; k < 3; ++k)
+            {
+                const Double3& p = part.positions[part.triangles[i].corners[k]];
+                const Double3& q = sea.positions[sea.triangles[triangle].corners[k]];
+                ASSERT_TRUE(p.x == q.x && p.y == q.y && p.z == q.z) << triangle;
+            }
+        }
+    }
+    EXPECT_EQ(triangle, sea.triangles.size());
+    OpenScene open(scene);
+    EXPECT_EQ(open.Tree(open.models[0]), "sea[the sea around the isle_zTex1 far out[the sea around the isle_zTex1_2] "
+                                         "sea_1 sea_2]");
 }
 
 TEST(Meshes, MirroredMeshesHandTheirTrianglesOutTheOtherWayRound)
