@@ -123,9 +123,10 @@ LeftOut FindLeftOut(const Model& model, RecordedScene& recorded, const std::vect
     leftOut.scaleKeys = FindMoving(recorded, clips, ScenePath::Scale);
     leftOut.morphMotion = FindMorphMotion(recorded, clips);
     leftOut.linesAndPoints = scene.pointsAndLines;
+    const std::set<std::string> isListed(scene.pointsAndLines.begin(), scene.pointsAndLines.end());
     for (const std::string& warning : scene.warnings)
     {
-        if (std::find(scene.pointsAndLines.begin(), scene.pointsAndLines.end(), warning) == scene.pointsAndLines.end())
+        if (!isListed.contains(warning))
             leftOut.unread.push_back(warning);
     }
     leftOut.secondRoots = FindSecondRoots(scene);

@@ -1,8 +1,6 @@
 #include "scene/gltfaccessor.h"
 #include "scene/gltfparts.h"
 
-#include <algorithm>
-
 static bool ReadInverseBinds(GltfReading& reading, int accessor, SceneSkin& skin)
 {
     skin.inverseBinds.resize(skin.joints.size());
@@ -15,13 +13,12 @@ static bool ReadInverseBinds(GltfReading& reading, int accessor, SceneSkin& skin
     {
         return reading.Fail("inverse bind matrices: " + reading.error);
     }
-    const std::size_t n = std::min(numbers.size() / 16, skin.joints.size());
-    if (n < skin.joints.size())
+    if (numbers.size() / 16 < skin.joints.size())
     {
-        reading.Warn(std::to_string(n) + " inverse bind matrices for " + std::to_string(skin.joints.size()) +
-                     " joints; the others get none.");
+        return reading.Fail(std::to_string(numbers.size() / 16) + " inverse bind matrices for " +
+                            std::to_string(skin.joints.size()) + " joints");
     }
-    for (std::size_t i = 0; i < n; ++i)
+    for (std::size_t i = 0; i < skin.joints.size(); ++i)
     {
         for (std::size_t row = 0; row < 3; ++row)
         {
@@ -85,10 +82,9 @@ bool ReadGltfSkins(GltfReading& reading)
     reading.scene.skins.resize(model.skins.size());
     for (std::size_t i = 0; i < model.skins.size(); ++i)
     {
-        reading.place = PlaceName("skin", i, model.skins[i].name);
         if (!ReadSkin(reading, model.skins[i], reading.scene.skins[i]))
         {
-            return reading.Fail(reading.place + ": " + reading.error);
+            return reading.Fail(PlaceName("skin", i, model.skins[i].name) + ": " + reading.error);
         }
     }
     for (std::size_t i = 0; i < model.nodes.size(); ++i)
