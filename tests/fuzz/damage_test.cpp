@@ -270,20 +270,5 @@ TEST(Damage, TreesAndTracks)
                 file.nodes.pop_back();
                 EXPECT_EQ(Load(file.Write()), RESULT_ERROR);
             }
-
-            // Branches of every shape that four levels have, each announcing its neighbours' nodes as its own.
-            abc::File file;
-            file.nodes = random.Tree(40);
-            file.anims = {random.Animation("a", 40, 1)};
-            const std::string sample = file.Write();
-            const std::vector<ModelField> fields = ListModelFields(Span(sample));
-            for (size_t i = 1; i < fields.size(); ++i)
-            {
-                if (fields[i].m_Kind == ModelFieldKind::Count && fields[i - 1].m_Kind == ModelFieldKind::Float)
-                {
-                    for (const uint32_t nChildren : {0u, 1u, 2u, 39u})
-                        Load(With(sample, fields[i], nChildren), false);
-                }
-            }
         });
 }

@@ -39,6 +39,8 @@ TEST(ExportOptionsTest, EverythingGiven)
     EXPECT_EQ(options.debug, false);
     EXPECT_EQ(options.outPath, "");
     EXPECT_FALSE(options.animName || options.clip || options.start || options.end || options.append);
+    ASSERT_TRUE(Parse({"--", "--log="}, options).run) << "a scene that is called so";
+    EXPECT_EQ(options.scenePath, "--log=");
 
     ASSERT_TRUE(Parse({"s.gltf"}, options).run);
     EXPECT_TRUE(options.autoFps && options.keys == KeyChoice::Shape);

@@ -116,6 +116,8 @@ TEST(PlaceFileTest, NewFileOrTheOldOne)
     EXPECT_FALSE(PlaceFile(base / "gone", base / "real", error));
     EXPECT_EQ(error, "Unable to write " + (base / "real") + ".");
     EXPECT_EQ(fs::file_size(base / "real"), 9U);
+    EXPECT_FALSE(PlaceFile(base.Path(), base / "real", error)) << "opens, but can't be read";
+    EXPECT_EQ(fs::file_size(base / "real"), 9U);
     EXPECT_FALSE(PlaceFile(base / "new", base / "no/m.abc", error));
     EXPECT_EQ(error, "Unable to open " + (base / "no/m.abc") + " for writing.");
 }

@@ -3,6 +3,7 @@
 #ifndef _WIN32
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -237,15 +238,24 @@ TEST_F(ReplaceFile, SpecialFilesAreWrittenDirectly)
     ASSERT_NE(pStream, nullptr);
     EXPECT_TRUE(pStream->IsDirect());
     // A pipe gets the bytes as they are in the end.
-    EXPECT_EQ(pStream->Write("xbc", 3), 0);
+    std::string text(40000, 'x');
+    EXPECT_EQ(pStream->Write(text.data(), 40000), 0);
     EXPECT_EQ(pStream->SeekTo(0), 0);
+    text[0] = 'a';
     EXPECT_EQ(pStream->Write("a", 1), 0);
     EXPECT_EQ(pStream->Commit(), 0);
     pStream->Release();
-    char bytes[4] = {};
-    EXPECT_EQ(read(reader, bytes, 3), 3);
-    EXPECT_STREQ(bytes, "abc");
+    std::string bytes(50000, '\0');
+    bytes.resize(static_cast<size_t>(std::max<ssize_t>(read(reader, bytes.data(), bytes.size()), 0)));
+    EXPECT_TRUE(bytes == text) << bytes.size();
+    const auto ignored = std::signal(SIGPIPE, SIG_IGN);
+    pStream = OpenReplaceFileStream(Path("fifo").c_str());
+    ASSERT_NE(pStream, nullptr);
+    EXPECT_EQ(pStream->Write(text.data(), 40000), 0);
     close(reader);
+    EXPECT_NE(pStream->Commit(), 0) << "nobody reads";
+    pStream->Release();
+    std::signal(SIGPIPE, ignored);
     EXPECT_EQ(Names(), std::vector<std::string>{"fifo"});
     if (fs::exists("/dev/full"))
     {

@@ -75,6 +75,18 @@ TEST_F(ConversionTest, KeysComeFromEveryCurveAndStayInTheRange)
     OpenScene(scene, options);
     ASSERT_TRUE(Convert());
     EXPECT_EQ(Times(), (std::vector<uint32_t>{0, 300, 499, 699}));
+    // A key whose time is before the one ahead of it, or too late, gets that one's.
+    for (const float seconds : {0.1f, 1e8f})
+    {
+        g_HostLies["SAA_frame2Seconds"] = [seconds](HostAnswer& answer)
+        {
+            if (answer.lastNumber == 7)
+                *answer.floats[0] = seconds;
+        };
+        ASSERT_TRUE(Convert());
+        EXPECT_EQ(Times(), (std::vector<uint32_t>{0, 300, 300, 699})) << seconds;
+    }
+    g_HostLies.clear();
     // One curve of three will do, whichever it is.
     for (size_t i = 0; i < 6; ++i)
     {

@@ -283,6 +283,7 @@ TEST_F(FaultTest, CountsThatCantBe)
         g_HostLies[pName] = [](HostAnswer& answer) { answer.status = 0; };
     EXPECT_EQ(Run(false), 0);
     EXPECT_EQ(Boxes(), "");
+    EXPECT_EQ(Log().find("has lost all its triangles"), std::string::npos);
 
     // Play ranges.
     g_HostLies.clear();

@@ -67,30 +67,6 @@ TEST(ClosestVertex, FastWayGivesTheSame)
     }
 }
 
-TEST(ClosestVertex, FastWayGivesTheSameForOddNumbers)
-{
-    const double inf = std::numeric_limits<double>::infinity();
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    Positions positions;
-    Append(positions, nan, 0, 0);
-    Append(positions, 1e-200, 0, 0); // at a squared distance of 0 from the next one
-    Append(positions, 0, 0, 0);
-    Append(positions, -0.0, 0, 0);
-    Append(positions, inf, inf, inf);
-    Append(positions, 1e300, -1e300, 0);
-    for (int i = 0; i < 20; ++i)
-        Append(positions, 0.001 * i, 1e-150 * i, -1e-170 * i);
-    ExpectSame(positions, {{{0, 0, 0, 1}},
-                           {{-0.0, 0, 0, 1}},
-                           {{1e-200, 1e-200, 0, 1}},
-                           {{0.0005, 3e-150, 0, 1}},
-                           {{nan, 0, 0, 1}},
-                           {{inf, inf, inf, 1}},
-                           {{1e300, -1e300, 0, 1}},
-                           {{0.001, 1e-150, -1e-170, 1}}});
-    ExpectSame(Positions(), {{{0, 0, 0, 1}}});
-}
-
 TEST(CtrlVertexLookup, FindsTheFirstOfEqualHandles)
 {
     std::mt19937 random(7); // NOLINT(cert-msc51-cpp): the same numbers in every run
