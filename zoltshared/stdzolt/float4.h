@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+
 #if (defined(__SSE2__) || defined(_M_X64)) && !defined(ZOLT_PLAIN_FLOAT4)
 #define ZOLT_SSE2 1
 #include <emmintrin.h>
@@ -7,7 +10,6 @@
 #define ZOLT_SSE2 0
 #include <bit>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
 #include <utility>
 #endif
@@ -135,10 +137,10 @@ inline bool AnyBit(Float4 a)
     return _mm_movemask_epi8(_mm_cmpeq_epi32(_mm_castps_si128(a.v), _mm_setzero_si128())) != 0xFFFF;
 }
 
-// A hint that the cache line at p, which need not be readable, is wanted soon.
-inline void Prefetch(const void* p)
+// A hint that the cache line so many bytes behind p, which need not be readable, is wanted soon.
+inline void Prefetch(const void* p, size_t nAhead = 0)
 {
-    _mm_prefetch(static_cast<const char*>(p), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(p) + nAhead), _MM_HINT_T0);
 }
 
 inline void Transpose(Float4& a, Float4& b, Float4& c, Float4& d)
@@ -287,7 +289,7 @@ inline bool AnyBit(const Float4& a)
             std::bit_cast<uint32_t>(a.v[3])) != 0;
 }
 
-inline void Prefetch(const void* /*p*/) {}
+inline void Prefetch(const void* /*p*/, size_t /*nAhead*/ = 0) {}
 
 inline void Transpose(Float4& a, Float4& b, Float4& c, Float4& d)
 {

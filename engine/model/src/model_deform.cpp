@@ -79,6 +79,7 @@ template <uint32_t N> bool AreBelow(const ModelVertWeight* pWeights, uint32_t nN
     return true;
 }
 
+constexpr size_t AHEAD = 48;
 constexpr uint32_t ONE = std::bit_cast<uint32_t>(1.0f);
 
 // The vertices from pVert on that have N records each; returns the first that hasn't. Without a loop inside and
@@ -91,6 +92,9 @@ const ModelVert* DeformRun(const ModelVert* pVert, const ModelVert* pEnd, Transf
     for (; pVert != pEnd && pVert->m_nWeights == N; ++pVert, pTo += stride)
     {
         const ModelVertWeight* pWeights = pVert->m_Weights;
+        // As a rule the records lie in the order of the vertices; both are asked for well ahead of their use.
+        Prefetch(pVert, AHEAD * sizeof(ModelVert));
+        Prefetch(pWeights, AHEAD * N * sizeof(ModelVertWeight));
         if (!AreBelow<N>(pWeights, transforms.m_nNodes)) [[unlikely]]
         {
             DeformVertex<bAffine>(*pVert, transforms, pTo);
