@@ -75,7 +75,8 @@ static bool Expand(const std::vector<std::string>& arguments, int depth, std::ve
         if (depth == MAX_DEPTH)
             error = "The argument file " + file + " is in itself.";
         else if (!ReadFileBytes(file, bytes, reason))
-            error = "The argument file " + file + " " + reason + " (./" + argument + " is a file of that name).";
+            error = std::string("The argument file ").append(file).append(" ").append(reason) + " (./" + argument +
+                    " is a file of that name).";
         else if (!SplitWords(std::string(bytes.begin(), bytes.end()), words))
             error = "The argument file " + file + " ends between quotes.";
         if (!error.empty() || !Expand(words, depth + 1, expanded, error))

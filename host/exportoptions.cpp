@@ -227,7 +227,7 @@ static std::string TakeSceneTexts(const CLI::App& app, const RawTexts& texts, Ex
     }
     if (app.count("--keys") > 0 && !TakeChoice(KEY_CHOICES, texts.keys, options.keys))
         return "--keys needs shape, authored or every.";
-    if (const std::string problem = TakeRest(app, texts, options); !problem.empty())
+    if (std::string problem = TakeRest(app, texts, options); !problem.empty())
         return problem;
     if (app.count("--scale") > 0 &&
         (!ParseNumber(texts.scale, options.scale) || options.scale < MIN_SCALE || options.scale > MAX_SCALE))

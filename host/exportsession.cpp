@@ -310,7 +310,7 @@ static std::string FindProblem(const std::vector<OpenedScene>& scenes, const Exp
         const bool isFirst = &opened == scenes.data();
         if (!isFirst && opened.scene.roots.empty())
             return "There is nothing in " + opened.options.scenePath + ".";
-        const std::string problem = isFirst ? FindSceneProblem(opened.scene, options) : std::string();
+        std::string problem = isFirst ? FindSceneProblem(opened.scene, options) : std::string();
         if (!problem.empty())
             return problem;
     }

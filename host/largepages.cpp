@@ -1,6 +1,7 @@
 #include "host/largepages.h"
 
 #include <climits>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 
@@ -18,12 +19,14 @@ void UseLargePages()
     mallopt(M_MMAP_THRESHOLD, MAX_HEAP_BLOCK);
     mallopt(M_TRIM_THRESHOLD, INT_MAX);
     mallopt(M_TOP_PAD, RESERVED);
-    void* block =
-        std::malloc(1 << 20); // NOLINT(cppcoreguidelines-no-malloc): the heap grows for it, by all that is reserved
+    void* block = std::malloc(1 << 20); // the heap grows for it, by all that is reserved
     mallopt(M_TOP_PAD, STEP);
-    const auto start = (reinterpret_cast<std::uintptr_t>(block) + PAGE - 1) / PAGE * PAGE;
-    const auto end = reinterpret_cast<std::uintptr_t>(sbrk(0)) / PAGE * PAGE;
-    if (block && start < end && end - start < 2 * std::uintptr_t(RESERVED))
-        madvise(reinterpret_cast<void*>(start), end - start, MADV_HUGEPAGE);
-    std::free(block); // NOLINT(cppcoreguidelines-no-malloc)
+    if (!block)
+        return;
+    char* const start = static_cast<char*>(block) + (PAGE - reinterpret_cast<std::uintptr_t>(block) % PAGE);
+    char* const end = static_cast<char*>(sbrk(0));
+    // A block that isn't of the heap has its end elsewhere.
+    if (start < end && end - start < 2 * std::ptrdiff_t(RESERVED))
+        madvise(start, static_cast<std::size_t>(end - start), MADV_HUGEPAGE);
+    std::free(block);
 }
