@@ -433,7 +433,10 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
            "Write no file if the model strays by more than LIMIT percent of its radius (1) from the scene, as the "
            "weights above 5 % move it, those that a model keeps. LIMIT may be left out")
         ->type_name("[LIMIT]");
-    app.add_flag("-q,--quiet", options.quiet, "Say nothing but errors; --report and --list still print");
+    app.add_flag(
+        "-q,--quiet", options.quiet,
+        "Say nothing but errors; --report and --list still print. Unless a report or --strict asks for it, the "
+        "model isn't held against the scene then, which saves time");
     app.add_flag("--list", options.list, "Print what is in the scene and export nothing");
     app.add_flag("--json", options.json, "With --list: print it as JSON");
     app.footer("Exit status: 0 written, 1 not written, 2 wrong usage.");

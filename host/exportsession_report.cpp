@@ -5,9 +5,18 @@
 #include "host/fileclash.h"
 #include "host/reportfile.h"
 
+// What the comparison finds goes to the report, against the limit or into a warning. On a long clip it takes longer
+// than the export, so it is left out where nobody would hear of it.
+static bool WantsComparison(const ExportOptions& options)
+{
+    return !options.quiet || options.report || !options.reportPath.empty() || options.strict;
+}
+
 // Holds the file against all that was exported into it. False if that forbids to keep the file.
 bool ExportSession::HoldAgainstScene(const std::string& file, const std::string& target)
 {
+    if (!WantsComparison(m_Options))
+        return true;
     ModelReport report;
     std::string error;
     const std::vector<std::string> warnings(m_Warned.begin(), m_Warned.end());

@@ -1,17 +1,18 @@
 // Animations of one model joining another.
 
 #include "tools/model/convmodel.h"
+#include "tools/model/nodenameindex.h"
 
 void ConvModel::RemoveForeignNodes(Model* pTarget)
 {
-    const bool bWeights = HasVertexWeights();
-    // A removal renumbers the list, so the same place is looked at again.
-    for (uint32_t i = 0; i < m_FlatNodeList.GetSize();)
-    {
-        ModelNode* pNode = m_FlatNodeList[i];
-        if (pTarget->FindNode(pNode->GetName(), nullptr) || !RemoveNode(pNode, bWeights))
-            ++i;
-    }
+    NodeNameIndex known;
+    known.Build(*pTarget);
+    DynArray<uint8_t, DefaultCache> foreign;
+    if (!foreign.SetSize(NumNodes()))
+        return;
+    for (uint32_t i = 0; i < NumNodes(); ++i)
+        foreign[i] = known.Find(GetNode(i)->GetName(), nullptr) ? 0 : 1;
+    RemoveNodes(foreign.GetArray());
 }
 
 // One animation under a free name.

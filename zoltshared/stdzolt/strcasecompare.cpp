@@ -1,17 +1,11 @@
 #include "zoltshared/stdzolt/strcasecompare.h"
 
-static int Fold(char c)
-{
-    const unsigned char u = static_cast<unsigned char>(c);
-    return u >= 'A' && u <= 'Z' ? u + ('a' - 'A') : u;
-}
-
 int CompareNoCase(const char* pA, const char* pB)
 {
-    while (*pA && Fold(*pA) == Fold(*pB))
+    while (*pA && FoldCase(*pA) == FoldCase(*pB))
     {
         pA++;
         pB++;
     }
-    return Fold(*pA) - Fold(*pB);
+    return FoldCase(*pA) - FoldCase(*pB);
 }

@@ -266,7 +266,8 @@ public:
     // memory. All node indices may change; those of vertex weights are kept right, those in sockets, weight sets and
     // m_iNormalRefNode are not.
     QZBOOL RemoveNode(ModelNode* pNode);
-    // RemoveNode for each node with MNODE_REMOVEABLE. False if one of them couldn't be removed.
+    // RemoveNode for each node with MNODE_REMOVEABLE, from the front, over and over. The keys make one round trip
+    // through model space for all. False if one of them couldn't be removed; without memory none is.
     QZBOOL RemoveRemovableNodes();
 
     char* m_Filename; // see SetFilename; the shared empty string without a name
@@ -324,10 +325,9 @@ public:
     ModelNode* m_pRootNode; // never null
 
 protected:
-    // For many removals, so that not each looks through all vertices: without weights (bWeights false) none has to.
-    // Tool side.
-    bool HasVertexWeights() const;
-    QZBOOL RemoveNode(ModelNode* pNode, bool bWeights);
+    // RemoveNode for many nodes at once; pWanted has a flag for each node, which is cleared where a node is refused.
+    // False if one was; without memory none goes. Tool side.
+    QZBOOL RemoveNodes(uint8_t* pWanted);
 
 private:
     // Gives link 0 its model back, which Term takes.
@@ -351,7 +351,7 @@ private:
     QZBOOL LoadAnimBindings(LoadRequest* pRequest, ModelStream* pStream);
     QZBOOL LoadSockets(ModelStream* pStream);
 
-    QZBOOL DetachNode(ModelNode* pNode, bool bKeysAreGlobal, bool bWeights); // tool side, like the next ones
+    QZBOOL DetachNodes(const uint8_t* pGoes); // tool side, like the next ones
     QZBOOL SavePiece(ModelStream* pStream, ModelPiece* pPiece);
     QZBOOL SaveWeightSets(ModelStream* pStream);
     QZBOOL SaveSockets(ModelStream* pStream);
