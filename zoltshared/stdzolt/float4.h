@@ -140,7 +140,7 @@ inline bool AnyBit(Float4 a)
 // A hint that the cache line so many bytes behind p, which need not be readable, is wanted soon.
 inline void Prefetch(const void* p, size_t nAhead = 0)
 {
-    _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(p) + nAhead), _MM_HINT_T0);
+    _mm_prefetch(static_cast<const char*>(p) + nAhead, _MM_HINT_T0);
 }
 
 inline void Transpose(Float4& a, Float4& b, Float4& c, Float4& d)

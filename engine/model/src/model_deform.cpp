@@ -12,7 +12,7 @@
 static bool AreAffine(const Matrix4* pTransforms, uint32_t nNodes)
 {
     const Float4 bottom(0.0f, 0.0f, 0.0f, 1.0f);
-    Mask4 differs = bottom != bottom;
+    Mask4 differs = bottom < Float4(0.0f); // none
     for (uint32_t i = 0; i < nNodes; ++i)
         differs = differs | (Float4::Load(pTransforms[i].m + 12) != bottom);
     return Bits(differs) == 0;
