@@ -14,6 +14,8 @@ struct PosePosition
     AnimNode* const* m_pPrevTracks = nullptr;
     AnimNode* const* m_pCurTracks = nullptr;
     const float* m_pWeights = nullptr; // not read at position 0
+    // Weights are shares, from 0 to 1 and of any size, of an addition; otherwise exactly 2 adds and all else blends.
+    bool m_bAdd = false;
     uint32_t m_iPrevKey = 0;
     uint32_t m_iCurKey = 0;
     float m_Percent = 0.0f;                  // 0 to 1

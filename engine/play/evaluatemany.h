@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstdint>
+
+namespace zolt
+{
+class JobPool;
+class ModelInstance;
+
+// Evaluates a crowd on the threads of a pool; null for the pool does it on this thread. No two of the instances may be
+// the same, and none may be carried by another of them: their carriers see to those. Null pointers are left out. The
+// result is the same whatever the pool. False if one of them couldn't be evaluated, the others are.
+bool EvaluateMany(ModelInstance* const* pInstances, uint32_t nInstances, JobPool* pPool);
+} // namespace zolt
