@@ -357,18 +357,18 @@ void AddLayer(Chunk& chunk, const PosePosition& position, const NearSeries& seri
         Pose4& pose = chunk.m_Poses[blocks[i]];
         const Mask4 isTouched = weights[i] != Float4(0.0f), isAdded = weights[i] == Float4(2.0f);
         Pose4 result = pose;
+        if ((position.m_bAdd || Bits(isAdded) != Bits(isTouched)) && Bits(weights[i] != full.m_Weight))
+            full.Init(weights[i]);
         if (position.m_bAdd)
         {
-            const Pose4 sum = Sum(pose, layer[i], position, read + size_t(LANES) * i);
-            result = {Slerp(pose.q, sum.q, weights[i], nullptr), Lerp(pose.t, sum.t, weights[i])};
+            const Pose4 sum = SumOf(pose, layer, position, read + size_t(LANES) * i);
+            result = {Slerp(pose.q, sum.q, full), Lerp(pose.t, sum.t, weights[i])};
         }
         else if (Bits(isAdded) != Bits(isTouched))
         {
             Vec4 t = layer.t;
             if (blocks[i] == 0 && chunk.m_bRoot)
                 AddRootOffset(t, position.m_vRootOffset);
-            if (Bits(weights[i] != full.m_Weight))
-                full.Init(weights[i]);
             result = {Slerp(pose.q, layer.q, full), Lerp(pose.t, t, weights[i])};
         }
         if (Bits(isAdded) && !position.m_bAdd)
