@@ -170,7 +170,7 @@ ModelAnim* Model::GetOwnAnim(uint32_t i) const
 
 bool Model::IsOwn(const AnimInfo& row) const
 {
-    return row.m_pChildInfo == &m_SelfChildModel && row.m_pAnim && row.m_pAnim->GetModel() == this;
+    return row.m_pChildInfo == &m_SelfChildModel && row.m_pAnim;
 }
 
 Matrix4& Model::GetTransform(uint32_t i)

@@ -102,8 +102,8 @@ public:
     AnimInfo* GetAnimInfo(uint32_t i) { return m_Anims.At(i); }
     // Null for a row that isn't an own one.
     ModelAnim* GetOwnAnim(uint32_t i) const;
-    // Own is what link 0 has and what was made for this model. A child that borrows from this model in its turn hands
-    // such animations back through its link; there they aren't own.
+    // Own is what link 0 has: the table owns that, whatever was moved elsewhere since. A child that borrows from this
+    // model in its turn hands such animations back through its link; there they aren't own.
     bool IsOwn(const AnimInfo& row) const;
     uint32_t NumLODs() const { return m_LODDistances.GetSize() + 1; }
     Allocator* GetAllocator() const { return m_pAllocator; }
