@@ -87,6 +87,7 @@ protected:
     void FailEachCall(bool bAppend);
     void RefuseMemory(bool bAppend);
     void ExpectSoundFile(uint32_t nAnims);
+    void ExpectRun(const std::map<const char*, int>& counts, int result, const std::string& boxes);
 
     const Scene m_Original;
     RecordedSceneOptions m_Options;
@@ -212,6 +213,16 @@ TEST_F(FaultTest, MemoryRunsOutInAnAppend)
     RefuseMemory(true);
 }
 
+// One fresh export in which the host tells these counts.
+void FaultTest::ExpectRun(const std::map<const char*, int>& counts, int result, const std::string& boxes)
+{
+    g_HostLies.clear();
+    for (const auto& [pOperation, count] : counts)
+        LieCount(pOperation, count);
+    EXPECT_EQ(Run(false), result);
+    EXPECT_EQ(Boxes(), boxes);
+}
+
 TEST_F(FaultTest, CountsThatCantBe)
 {
     const std::string geometry = "Node hat: unable to get geometry.|";
@@ -238,39 +249,21 @@ TEST_F(FaultTest, CountsThatCantBe)
         for (const int count : {-1, INT_MIN, INT_MAX, 1 << 26})
         {
             SCOPED_TRACE(std::string(lie.operation) + " " + std::to_string(count));
-            g_HostLies.clear();
-            LieCount(lie.operation, count);
-            const int result = Run(false);
             std::string expected = count < 0 ? lie.negative : lie.enormous;
             const size_t place = expected.find("%d");
             if (place != std::string::npos)
                 expected.replace(place, 2, std::to_string(count));
-            EXPECT_EQ(Boxes(), expected);
-            EXPECT_EQ(result, expected.empty() || expected == "Out of memory.|" ? 0 : 124);
+            ExpectRun({{lie.operation, count}}, expected.empty() || expected == "Out of memory.|" ? 0 : 124, expected);
         }
     }
     // The limits themselves.
-    g_HostLies.clear();
-    LieCount("SAA_modelGetNbVertices", 65537);
-    EXPECT_EQ(Run(false), 124);
-    EXPECT_EQ(Boxes(), "Node hat: 65537 vertices, the limit is 65536.|");
-    g_HostLies.clear();
-    LieCount("SAA_modelGetNbVertices", 65536);
-    EXPECT_EQ(Run(false), 124);
-    EXPECT_EQ(Boxes(), geometry) << "the host has no such number of vertices";
-    g_HostLies.clear();
-    LieCount("SAA_modelGetNbChildren", 65536);
-    EXPECT_EQ(Run(false), 124);
-    EXPECT_EQ(Boxes(), "The scene has more than 65536 nodes.|");
-    g_HostLies.clear();
-    LieCount("SAA_modelGetNbChildren", 65535);
-    EXPECT_EQ(Run(false), 124);
-    EXPECT_EQ(Boxes(), "Unable to get children for node root.|");
-    g_HostLies.clear();
-    LieCount("SAA_sceneGetNbModels", 0);
+    ExpectRun({{"SAA_modelGetNbVertices", 65537}}, 124, "Node hat: 65537 vertices, the limit is 65536.|");
+    ExpectRun({{"SAA_modelGetNbVertices", 65536}}, 124, geometry); // the host has no such number of vertices
+    ExpectRun({{"SAA_modelGetNbChildren", 65536}}, 124, "The scene has more than 65536 nodes.|");
+    ExpectRun({{"SAA_modelGetNbChildren", 65535}}, 124, "Unable to get children for node root.|");
+    // The host doesn't give an empty list.
     m_Status.clear();
-    EXPECT_EQ(Run(false), 124);
-    EXPECT_EQ(Boxes(), "Unable to get elements in scene.|") << "the host doesn't give an empty list";
+    ExpectRun({{"SAA_sceneGetNbModels", 0}}, 124, "Unable to get elements in scene.|");
     g_HostLies["SAA_sceneGetModels"] = [](HostAnswer& answer) { answer.status = 0; };
     EXPECT_EQ(Run(false), 124);
     EXPECT_EQ(Boxes(), "No models found in the scene.|");
@@ -285,29 +278,17 @@ TEST_F(FaultTest, CountsThatCantBe)
     EXPECT_EQ(Boxes(), "");
     EXPECT_EQ(Log().find("has lost all its triangles"), std::string::npos);
 
-    // Play ranges.
-    g_HostLies.clear();
-    LieCount("SAA_sceneGetPlayCtrlStartFrame", INT_MIN);
-    LieCount("SAA_sceneGetPlayCtrlEndFrame", INT_MAX);
-    EXPECT_EQ(Run(false), 124);
-    EXPECT_EQ(Boxes(), "Out of memory.|");
-    g_HostLies.clear();
-    LieCount("SAA_sceneGetPlayCtrlStartFrame", INT_MAX);
-    LieCount("SAA_sceneGetPlayCtrlEndFrame", INT_MAX);
-    EXPECT_EQ(Run(false), 0);
-    g_HostLies.clear();
-    LieCount("SAA_sceneGetPlayCtrlStartFrame", 1);
-    LieCount("SAA_sceneGetPlayCtrlEndFrame", 0);
-    EXPECT_EQ(Run(false), 124);
-    EXPECT_EQ(Boxes(), "Invalid play range: 1 to 0.|");
-    g_HostLies.clear();
-    LieCount("SAA_elementGetHierarchyLevel", 1);
-    EXPECT_EQ(Run(false), 124);
-    EXPECT_EQ(Boxes(), "Couldn't find top-level node.|");
+    const auto range = [](int start, int end)
+    {
+        return std::map<const char*, int>{{"SAA_sceneGetPlayCtrlStartFrame", start},
+                                          {"SAA_sceneGetPlayCtrlEndFrame", end}};
+    };
+    ExpectRun(range(INT_MIN, INT_MAX), 124, "Out of memory.|");
+    ExpectRun(range(INT_MAX, INT_MAX), 0, "");
+    ExpectRun(range(1, 0), 124, "Invalid play range: 1 to 0.|");
+    ExpectRun({{"SAA_elementGetHierarchyLevel", 1}}, 124, "Couldn't find top-level node.|");
     // Types without a mesh make plain nodes, and the log knows their names.
-    g_HostLies.clear();
-    LieCount("SAA_modelGetType", 3);
-    EXPECT_EQ(Run(false), 0);
+    ExpectRun({{"SAA_modelGetType", 3}}, 0, "");
     EXPECT_NE(Log().find("    - hat, mode: , type: UNKNOWN, piece: -1\n"), std::string::npos);
 }
 
