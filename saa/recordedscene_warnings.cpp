@@ -31,9 +31,8 @@ void RecordedScene::CollectWarnings()
     {
         m_Warnings.push_back(
             std::to_string(changes.mended) +
-            (changes.mended == 1
-                 ? " vertex has no weight above 2.5 %; it follows its greatest one, or without any its node."
-                 : " vertices have no weight above 2.5 %; they follow their greatest one, or without any "
-                   "their node."));
+            (changes.mended == 1 ? " vertex has no weight above 2.5 %; it follows"
+                                 : " vertices have no weight above 2.5 %; they follow") +
+            " the greatest one, or without any the joint above all others of the skin, else the mesh's node.");
     }
 }

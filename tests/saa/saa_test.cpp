@@ -698,8 +698,9 @@ TEST(Envelopes, AFlatNodeHasNoSayOverASkin)
             EXPECT_NEAR(placed.z, world[v].z, 1e-9);
         }
         ASSERT_EQ(open.recorded.Warnings().size(), 1U);
-        EXPECT_EQ(open.recorded.Warnings()[0], "1 vertex has no weight above 2.5 %; it follows its greatest one, or "
-                                               "without any its node.");
+        EXPECT_EQ(open.recorded.Warnings()[0],
+                  "1 vertex has no weight above 2.5 %; it follows the greatest one, or without any "
+                  "the joint above all others of the skin, else the mesh's node.");
     }
     Scene huge = SeamScene();
     huge.primitives[0].positions[1].x = 1e39; // more than a float holds
