@@ -4,7 +4,7 @@
 #include "engine/model/src/modelvertweight.h"
 
 #include <algorithm>
-#include <cmath>
+#include <bit>
 #include <cstring>
 #include <new>
 
@@ -26,10 +26,13 @@ public:
 
     uint32_t GetIndex(uint32_t iVert, const ModelTri::UVPair& uv)
     {
+        const uint64_t bits = std::bit_cast<uint64_t>(uv); // what isn't a number is found again too
         for (uint32_t i = m_First[iVert]; i != NONE; i = m_Next[i])
         {
-            const uint8_t* pRecord = m_Out.m_Vertices.data() + size_t(i) * m_Out.m_Stride;
-            if (std::memcmp(pRecord + RenderMesh::TEXTURE_OFFSET, &uv, sizeof(uv)) == 0)
+            uint64_t there = 0;
+            std::memcpy(&there, m_Out.m_Vertices.data() + size_t(i) * m_Out.m_Stride + RenderMesh::TEXTURE_OFFSET,
+                        sizeof(there));
+            if (there == bits)
                 return i;
         }
         const uint32_t iNew = m_Out.m_nVertices++;
