@@ -4,6 +4,8 @@
 #include "abctools/modelfile.h"
 #include "abctools/modelfilecheck.h"
 
+#include <memory>
+
 // So many lines of a kind are printed for one file.
 constexpr uint32_t MAX_LINES = 200;
 
@@ -51,4 +53,32 @@ int RunCheck(const std::vector<std::string>& paths, bool bExport, bool bQuiet, s
             status = 1;
     }
     return status;
+}
+
+namespace
+{
+
+struct CheckOptions
+{
+    std::vector<std::string> m_Paths;
+    bool m_bExport = false;
+    bool m_bQuiet = false;
+};
+
+} // namespace
+
+Command MakeCheckCommand()
+{
+    const auto pOptions = std::make_shared<CheckOptions>();
+    Command command;
+    command.m_Name = "check";
+    command.m_Summary = "Verify files: a line for each fault, exit status 1 if there is one";
+    command.m_Options.AddFiles("FILE", pOptions->m_Paths, "Model files");
+    command.m_Options.AddFlag("--export", pOptions->m_bExport, "Also what holds for every finished export");
+    command.m_Options.AddFlag("-q,--quiet", pOptions->m_bQuiet, "Faults only");
+    command.m_Examples = {{"abctool check strider.abc", "Is the file valid, and does it hold what an engine dislikes?"},
+                          {"abctool check --quiet models/*.abc", "Only the faults of many files."}};
+    command.m_Run = [pOptions](std::ostream& out, std::ostream& err)
+    { return RunCheck(pOptions->m_Paths, pOptions->m_bExport, pOptions->m_bQuiet, out, err); };
+    return command;
 }

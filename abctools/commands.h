@@ -3,6 +3,7 @@
 #pragma once
 
 #include "abctools/pose.h"
+#include "commandline/command.h"
 
 #include <ostream>
 #include <string>
@@ -21,3 +22,9 @@ int RunCheck(const std::vector<std::string>& paths, bool bExport, bool bQuiet, s
 int RunCopy(const std::string& inPath, const std::string& outPath, std::ostream& err);
 
 int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err);
+
+// The same as commands of a program, with their options, help and examples: see commandtable.cpp.
+Command MakeInfoCommand();
+Command MakeCheckCommand();
+Command MakeCopyCommand();
+Command MakePoseCommand();

@@ -5,6 +5,8 @@
 #include "engine/model/src/model.h"
 #include "zoltshared/stdzolt/fixedmemorystream.h"
 
+#include <memory>
+
 using nlohmann::ordered_json;
 
 static bool ReadInfo(const std::string& path, bool bMemory, ordered_json& info, std::string& error)
@@ -51,4 +53,34 @@ int RunInfo(const std::vector<std::string>& paths, bool bJson, bool bMemory, std
     if (bJson && (paths.size() > 1 || !infos.empty()))
         out << (paths.size() > 1 ? infos : infos[0]).dump(1, ' ', true) << '\n';
     return status;
+}
+
+namespace
+{
+
+struct InfoOptions
+{
+    std::vector<std::string> m_Paths;
+    bool m_bJson = false;
+    bool m_bMemory = false;
+};
+
+} // namespace
+
+Command MakeInfoCommand()
+{
+    const auto pOptions = std::make_shared<InfoOptions>();
+    Command command;
+    command.m_Name = "info";
+    command.m_Summary = "Show what files hold";
+    command.m_Options.AddFiles("FILE", pOptions->m_Paths, "Model files");
+    command.m_Options.AddFlag("--json", pOptions->m_bJson,
+                              "Print JSON: an object, or a list of them for several files");
+    command.m_Options.AddFlag("--memory", pOptions->m_bMemory,
+                              "Show the memory that loads take, against what the header announces");
+    command.m_Examples = {{"abctool info strider.abc", "Nodes, pieces, animations, sockets and settings of a model."},
+                          {"abctool info --json *.abc", "The same of many models, for a script."}};
+    command.m_Run = [pOptions](std::ostream& out, std::ostream& err)
+    { return RunInfo(pOptions->m_Paths, pOptions->m_bJson, pOptions->m_bMemory, out, err); };
+    return command;
 }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <bit>
 #include <filesystem>
+#include <memory>
 
 using nlohmann::ordered_json;
 
@@ -255,4 +256,60 @@ int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err)
     else
         out << PoseText(pose);
     return 0;
+}
+
+static std::string CheckPoseOptions(const PoseOptions& options)
+{
+    if (!options.m_iKey && !options.m_Time)
+        return "pose needs --key or --time";
+    if (options.m_iKey && options.m_Time)
+        return "--key and --time don't go together";
+    if (!options.m_Node.empty() && !options.m_Socket.empty())
+        return "--node and --socket don't go together";
+    const std::string extension = std::filesystem::path(options.m_VerticesPath).extension().string();
+    if (!options.m_VerticesPath.empty() && extension != ".json" && extension != ".bin")
+        return "--vertices needs a .json or a .bin";
+    return std::string();
+}
+
+Command MakePoseCommand()
+{
+    const auto pOptions = std::make_shared<PoseOptions>();
+    Command command;
+    command.m_Name = "pose";
+    command.m_Summary = "Evaluate a pose: node matrices, sockets, vertex positions";
+    CommandOptions& options = command.m_Options;
+    options.AddFile("FILE", pOptions->m_Path, "A model file");
+    options.AddText("--anim", "NAME", pOptions->m_Anim, "The animation, the model's own or a child model's")
+        .m_bRequired = true;
+    options.AddCount("--key", "KEY", pOptions->m_iKey, "At this key, counted from 0; either this or --time is needed");
+    options.AddNumber("--time", "MS", pOptions->m_Time, "At this time in milliseconds, clamped to the animation");
+    options.AddOperation(
+        "--layer", "ANIM:MS:WEIGHTSET",
+        [pOptions](const std::vector<std::string>& values)
+        {
+            pOptions->m_Layers.emplace_back();
+            return ParsePoseLayer(values[0], pOptions->m_Layers.back()) ? "" : "needs ANIM:MS:WEIGHTSET";
+        },
+        "On top of what stands before it; may be given again");
+    options.AddText("--node", "NAME", pOptions->m_Node, "Only this node's matrix");
+    options.AddText("--socket", "NAME", pOptions->m_Socket, "Only this socket's transform");
+    options.AddCount("--lod", "LOD", pOptions->m_iLOD, "The level of detail of the vertices, 0 if not given");
+    options
+        .AddText("--vertices", "FILE", pOptions->m_VerticesPath,
+                 "Write vertex positions, piece by piece, into a .json, or a .bin for little-endian float32 "
+                 "triples; a file that is there is replaced")
+        .m_Kind = ValueKind::File;
+    options
+        .AddTexts("--child", "FILE", pOptions->m_Children,
+                  "Link these model files as further child models, fitted by the bind poses; may be given again")
+        .m_Kind = ValueKind::File;
+    options.AddFlag("--json", pOptions->m_bJson, "Print JSON");
+    command.m_Examples = {
+        {"abctool pose strider.abc --anim walk --time 250", "Node and socket matrices a quarter of a second in."},
+        {"abctool pose strider.abc --anim walk --key 3 --vertices walk3.json", "The skinned vertices as well."},
+        {"abctool pose strider.abc --anim walk --time 0 --layer wave:400:arm", "Another animation on top of it."}};
+    command.m_Check = [pOptions] { return CheckPoseOptions(*pOptions); };
+    command.m_Run = [pOptions](std::ostream& out, std::ostream& err) { return RunPose(*pOptions, out, err); };
+    return command;
 }

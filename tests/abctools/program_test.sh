@@ -10,7 +10,7 @@ fails() { # STATUS SENTENCE COMMAND...
     esac
 }
 fails 2 "no command bogus" "$1" bogus
-fails 2 "subcommand" "$1"
+fails 2 "command is needed" "$1"
 fails 2 "FILE is required" "$1" info
 fails 2 "needs --key or --time" "$1" pose a.abc --anim run
 fails 1 "a.abc: there is no such file" "$1" check a.abc
