@@ -23,8 +23,19 @@ int RunCopy(const std::string& inPath, const std::string& outPath, std::ostream&
 
 int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err);
 
+struct ConvertOptions
+{
+    std::string m_InPath;
+    std::string m_OutPath; // its extension says what is written
+    bool m_bJson = false;
+};
+
+// A glTF scene of the model (modeltogltf.h), which is replaced as a whole or, on failure, not at all.
+int RunConvert(const ConvertOptions& options, std::ostream& out, std::ostream& err);
+
 // The same as commands of a program, with their options, help and examples: see commandtable.cpp.
 Command MakeInfoCommand();
 Command MakeCheckCommand();
 Command MakeCopyCommand();
 Command MakePoseCommand();
+Command MakeConvertCommand();

@@ -12,10 +12,7 @@
 //   - a chapter in docs/abctool.md.
 // Parsing, --help, completions and manual pages follow by themselves.
 static Command (*const COMMANDS[])() = {
-    MakeInfoCommand,
-    MakeCheckCommand,
-    MakeCopyCommand,
-    MakePoseCommand,
+    MakeInfoCommand, MakeCheckCommand, MakeCopyCommand, MakePoseCommand, MakeConvertCommand,
 };
 
 Program MakeAbctool()
