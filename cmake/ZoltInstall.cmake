@@ -72,7 +72,7 @@ install(FILES ${CMAKE_BINARY_DIR}/package/zoltmodel.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 # The programs look for the plug-in, and by their RPATH for the libraries, in the folder "lib" beside their own.
-foreach(target zoltexport abctool ZoltExport SAA zoltscene zoltwin32)
+foreach(target zoltexport abctool ZoltExport SAA zoltscene zoltassimp zoltwin32)
     if(TARGET ${target})
         get_target_property(type ${target} TYPE)
         if(NOT type STREQUAL "INTERFACE_LIBRARY")

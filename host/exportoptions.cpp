@@ -20,7 +20,7 @@ namespace
 struct RawTexts
 {
     std::vector<std::string> scenes;
-    std::string out, anim, clip, fps, keys, start, end, rest, restName, scale, up, log, report, strict;
+    std::string out, anim, clip, fps, keys, start, end, rest, restName, scale, up, log, report, strict, jobs;
 };
 
 } // namespace
@@ -29,11 +29,12 @@ static constexpr double MIN_FPS = 1.0;
 static constexpr double MAX_FPS = 1000.0;
 static constexpr double MIN_SCALE = 1e-6;
 static constexpr double MAX_SCALE = 1e6;
+static constexpr double MAX_JOBS = 1024.0;
 static constexpr int MAX_FRAME = 1000000000; // so that differences of frames stay within an int
 
-static const char* const VALUE_OPTIONS[] = {"-o",      "--output", "-a",      "--anim",        "--clip",
-                                            "--fps",   "--keys",   "--start", "--end",         "--log",
-                                            "--scale", "--up",     "--keep",  "--report-json", "--rest-name"};
+static const char* const VALUE_OPTIONS[] = {"-o",     "--output",      "-a",          "--anim", "--clip",  "--fps",
+                                            "--keys", "--start",       "--end",       "--log",  "--scale", "--up",
+                                            "--keep", "--report-json", "--rest-name", "--jobs"};
 static const char* const OTHER_OPTIONS[] = {"--all-clips", "--append",   "--fit",    "--keep-all", "--overwrite",
                                             "--debug",     "--no-debug", "--quiet",  "-q",         "--list",
                                             "--json",      "--help",     "-h",       "--version",  "--rest",
@@ -250,6 +251,11 @@ static std::string TakeReportTexts(const CLI::App& app, const RawTexts& texts, E
             return "--strict needs a percentage from 0 up.";
         options.strict = limit;
     }
+    double jobs = 0.0;
+    if (app.count("--jobs") > 0 &&
+        (!ParseNumber(texts.jobs, jobs) || !(jobs >= 1.0 && jobs <= MAX_JOBS) || jobs != std::floor(jobs)))
+        return "--jobs needs a number from 1 to 1024.";
+    options.jobs = static_cast<unsigned>(jobs);
     if (options.list && (options.report || options.strict || !options.reportPath.empty()))
         return "--list exports nothing that --report, --report-json or --strict could look at.";
     return std::string();
@@ -433,6 +439,10 @@ CommandLine ParseExportOptions(int argc, const char* const* argv, ExportOptions&
            "Write no file if the model strays by more than LIMIT percent of its radius (1) from the scene, as the "
            "weights above 5 % move it, those that a model keeps. LIMIT may be left out")
         ->type_name("[LIMIT]");
+    app.add_option("--jobs", texts.jobs,
+                   "How many threads hold the model against the scene, from 1 to 1024; without it, one for each "
+                   "processor. The result is the same")
+        ->type_name("N");
     app.add_flag(
         "-q,--quiet", options.quiet,
         "Say nothing but errors; --report and --list still print. Unless a report or --strict asks for it, the "

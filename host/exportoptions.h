@@ -56,6 +56,7 @@ struct ExportOptions
     bool report = false;          // print what the model made of the scene
     std::string reportPath;       // absolute; empty: no file for a script
     std::optional<double> strict; // percent of the radius; none: no limit
+    unsigned jobs = 0;            // threads that hold the model against the scene, 0: one for each processor
     bool quiet = false;
     bool watch = false; // export again whenever an input changes
     bool list = false;

@@ -20,7 +20,7 @@ bool ExportSession::HoldAgainstScene(const std::string& file, const std::string&
     ModelReport report;
     std::string error;
     const std::vector<std::string> warnings(m_Warned.begin(), m_Warned.end());
-    if (!MakeModelReport(file, target, m_Played, warnings, report, error))
+    if (!MakeModelReport(file, target, m_Played, warnings, m_Options.jobs, report, error))
     {
         m_Options.strict ? m_Console.Error(error) : m_Console.Warning(error);
         return !m_Options.strict;

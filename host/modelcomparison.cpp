@@ -2,6 +2,7 @@
 
 #include "engine/model/src/transformmaker.h"
 #include "host/appendtarget.h"
+#include "host/inparallel.h"
 #include "host/pointtree.h"
 #include "scene/scenepose.h"
 #include "tools/model/cleangeometry.h"
@@ -23,14 +24,14 @@ static constexpr double MISFIT_LIMIT = 1e-3;
 // So many vertices tell which pose fits.
 static constexpr std::size_t MISFIT_SAMPLES = 500;
 
-ModelComparison::ModelComparison(Model& model, RecordedScene& recorded, const std::vector<int>& sceneNodes)
-    : m_Model(model), m_Vertices(recorded)
+ModelComparison::ModelComparison(Model& model, RecordedScene& recorded, const std::vector<int>& sceneNodes,
+                                 unsigned jobs)
+    : m_Model(model), m_Vertices(recorded), m_nJobs(jobs)
 {
     m_nPoints = model.CalcNumVerts();
     m_ByNodes = m_nPoints == 0 || m_Vertices.Count() == 0 || !sceneNodes.empty();
     if (m_ByNodes)
         FindPointsOfNodes(recorded, sceneNodes);
-    m_ModelAt.resize(m_nPoints);
 }
 
 // The scene's node of each of the model's, -1 for none, by name.
@@ -58,11 +59,12 @@ void ModelComparison::FindPointsOfNodes(const RecordedScene& recorded, std::vect
     m_nPoints = m_ModelNodes.size();
 }
 
-void ModelComparison::PlaceScene(const ScenePlace& place, std::vector<Double3>& positions) const
+void ModelComparison::PlaceScene(const ScenePlace& place, const SceneWeights& weights,
+                                 std::vector<Double3>& positions) const
 {
     if (!m_ByNodes)
     {
-        m_Vertices.Place(place, positions);
+        m_Vertices.Place(place, weights, positions);
         return;
     }
     ScenePose pose;
@@ -189,7 +191,7 @@ void ModelComparison::Match(const std::vector<ScenePlace>& places, std::uint32_t
     m_SkinPlace = places.empty() ? ScenePlace{played.scene, played.clip, played.Seconds(played.start)} : places.front();
     for (std::size_t i = 0; i < places.size() && !m_ByNodes && places.size() > 1; i++)
     {
-        PlaceScene(places[i], scene);
+        PlaceScene(places[i], {}, scene);
         const double misfit = Misfit(model, scene);
         if (misfit < best)
         {
@@ -197,72 +199,76 @@ void ModelComparison::Match(const std::vector<ScenePlace>& places, std::uint32_t
             m_SkinPlace = places[i];
         }
     }
-    PlaceScene(m_SkinPlace, scene);
+    PlaceScene(m_SkinPlace, {}, scene);
     m_Radius = m_ByNodes ? FindModelRadius(m_Model) : 0.0;
     m_Radius = m_Radius > 0.0 ? m_Radius : RadiusOf(scene);
+    Workplace work;
     if (!m_ByNodes && Misfit(model, scene) > MISFIT_LIMIT * MISFIT_LIMIT * m_Radius * m_Radius &&
-        Evaluate(row, 0, 0, 0.0))
+        Evaluate(row, 0, 0, 0.0, work))
     {
         m_SkinPlace = {played.scene, played.clip, played.Seconds(played.firstKey)};
-        PlaceScene(m_SkinPlace, scene);
+        PlaceScene(m_SkinPlace, {}, scene);
         m_Radius = RadiusOf(scene);
-        std::transform(m_ModelAt.begin(), m_ModelAt.end(), model.begin(), ToDouble);
+        std::transform(work.model.begin(), work.model.end(), model.begin(), ToDouble);
     }
     MatchAll(model, scene);
 }
 
-bool ModelComparison::Evaluate(std::uint32_t row, std::uint32_t key, std::uint32_t next, double fraction)
+bool ModelComparison::Evaluate(std::uint32_t row, std::uint32_t key, std::uint32_t next, double fraction,
+                               Workplace& work) const
 {
+    work.transforms.resize(m_Model.NumNodes());
+    work.model.resize(m_nPoints);
     VertexDeformRequest request;
     request.m_nAnims = 1;
     request.m_Anims[0].Init(&m_Model, row, key, row, next, static_cast<float>(fraction));
+    request.m_pTransforms = work.transforms.data();
     if (!m_ByNodes)
     {
-        request.m_pVertOut = m_ModelAt.data();
+        request.m_pVertOut = work.model.data();
         return m_nPoints == 0 || m_Model.GetVertexPositions(&request, QZTRUE);
     }
     TransformMaker maker;
     maker.InitFromRequest(&request);
+    maker.m_pOutput = work.transforms.data();
     if (!maker.SetupTransforms())
         return false;
     for (std::size_t i = 0; i < m_nPoints; i++)
-        m_Model.GetTransform(m_ModelNodes[i]).GetTranslation(m_ModelAt[i]);
+        work.transforms[m_ModelNodes[i]].GetTranslation(work.model[i]);
     return true;
 }
 
-// The model as it stands in m_ModelAt against the scene's points.
-ModelDistance ModelComparison::MeasureFrame(int frame, const std::vector<Double3>& scene) const
+// The model's points against those of the scene.
+ModelComparison::FurthestPoint ModelComparison::FindFurthest(const std::vector<Vector3>& model,
+                                                             const std::vector<Double3>& scene) const
 {
-    double worst = -1.0;
-    std::uint32_t worstPoint = 0;
+    FurthestPoint furthest;
     for (std::size_t i = 0; i < m_nPoints; i++)
     {
-        const Double3 model = ToDouble(m_ModelAt[i]);
-        double nearest = std::numeric_limits<double>::infinity();
-        std::uint32_t nearestPoint = 0;
+        const Double3 point = ToDouble(model[i]);
+        FurthestPoint nearest{std::numeric_limits<double>::infinity(), 0};
         for (std::uint32_t c = m_CandidateStarts[i]; c < m_CandidateStarts[i + 1]; c++)
         {
-            const double squared = SquaredDistance(model, scene[m_Candidates[c]]);
-            if (squared < nearest)
-            {
-                nearest = squared;
-                nearestPoint = m_Candidates[c];
-            }
+            const double squared = SquaredDistance(point, scene[m_Candidates[c]]);
+            if (squared < nearest.squared)
+                nearest = {squared, m_Candidates[c]};
         }
         // Without candidates there is nothing to stray from.
-        if (m_CandidateStarts[i] < m_CandidateStarts[i + 1] && nearest > worst)
-        {
-            worst = nearest;
-            worstPoint = nearestPoint;
-        }
+        if (m_CandidateStarts[i] < m_CandidateStarts[i + 1] && nearest.squared > furthest.squared)
+            furthest = nearest;
     }
+    return furthest;
+}
+
+ModelDistance ModelComparison::Describe(int frame, const FurthestPoint& furthest) const
+{
     ModelDistance distance;
     distance.frame = frame;
-    if (worst < 0.0)
+    if (furthest.squared < 0.0)
         return distance;
-    distance.units = std::min(std::sqrt(worst), double(FLT_MAX));
+    distance.units = std::min(std::sqrt(furthest.squared), double(FLT_MAX));
     distance.part = distance.units / m_Radius;
-    distance.node = NameOf(worstPoint);
+    distance.node = NameOf(furthest.scenePoint);
     return distance;
 }
 
@@ -310,30 +316,35 @@ static void Raise(ClipDistance& worst, const ModelDistance& distance, bool isKey
         worst.atFirst = distance;
 }
 
-void ModelComparison::ReduceScene(const Scene* scene)
+void ModelComparison::FindShares(const Scene* scene)
 {
-    if (m_ReducedOf != scene)
-        m_IsReduced = !m_ByNodes && m_Vertices.MakeSceneOfShares(*scene, m_Reduced);
-    m_ReducedOf = scene;
+    if (m_SharesOf != scene)
+        m_Shares = m_ByNodes ? SceneWeights() : m_Vertices.FindSharesOf(*scene);
+    m_SharesOf = scene;
 }
 
-// One frame of the model, which stands in m_ModelAt.
-void ModelComparison::MeasureAt(const PlayedClip& played, int frame, bool isKey, AnimationDistance& distance)
+ModelComparison::FrameDistance ModelComparison::MeasureFrame(std::uint32_t row, const PlayedClip& played, int frame,
+                                                             const std::vector<int>& keys, std::size_t key,
+                                                             Workplace& work) const
 {
-    PlaceScene({played.scene, played.clip, played.Seconds(frame)}, m_SceneAt);
-    const bool isFirst = frame == played.start;
-    Raise(distance.all, MeasureFrame(frame, m_SceneAt), isKey, isFirst);
-    if (!m_IsReduced)
-    {
-        distance.shares = distance.all;
-        return;
-    }
-    PlaceScene({&m_Reduced, played.clip, played.Seconds(frame)}, m_ReducedAt);
-    Raise(distance.shares, MeasureFrame(frame, m_ReducedAt), isKey, isFirst);
-    double lost = 0.0;
-    for (std::size_t i = 0; isKey && i < m_SceneAt.size(); i++)
-        lost = std::max(lost, SquaredDistance(m_SceneAt[i], m_ReducedAt[i]));
-    distance.lostWeights = std::max(distance.lostWeights, std::sqrt(lost) / m_Radius);
+    const bool isBetween = key + 1 < keys.size() && frame > keys[key];
+    const std::size_t next = isBetween ? key + 1 : key;
+    const double fraction = isBetween ? double(frame - keys[key]) / double(keys[next] - keys[key]) : 0.0;
+    FrameDistance distance;
+    if (!Evaluate(row, static_cast<std::uint32_t>(key), static_cast<std::uint32_t>(next), fraction, work))
+        return distance;
+    distance.isEvaluated = true;
+    const ScenePlace place{played.scene, played.clip, played.Seconds(frame)};
+    PlaceScene(place, {}, work.scene);
+    distance.all = FindFurthest(work.model, work.scene);
+    distance.shares = distance.all;
+    if (m_Shares.empty())
+        return distance;
+    PlaceScene(place, m_Shares, work.shares);
+    distance.shares = FindFurthest(work.model, work.shares);
+    for (std::size_t i = 0; frame == keys[key] && i < work.scene.size(); i++)
+        distance.lostSquared = std::max(distance.lostSquared, SquaredDistance(work.scene[i], work.shares[i]));
+    return distance;
 }
 
 bool ModelComparison::Compare(std::uint32_t row, const PlayedClip& played, AnimationDistance& distance)
@@ -343,18 +354,35 @@ bool ModelComparison::Compare(std::uint32_t row, const PlayedClip& played, Anima
     const std::vector<int>& keys = distance.keyFrames;
     if (keys.empty())
         return false;
-    ReduceScene(played.scene);
+    FindShares(played.scene);
+    std::vector<std::size_t> keyOf;
     std::size_t key = 0;
     for (int frame = played.start; frame <= played.end; frame++)
     {
         while (key + 1 < keys.size() && keys[key + 1] <= frame)
             key++;
-        const bool isBetween = key + 1 < keys.size() && frame > keys[key];
-        const std::size_t next = isBetween ? key + 1 : key;
-        const double fraction = isBetween ? double(frame - keys[key]) / double(keys[next] - keys[key]) : 0.0;
-        if (!Evaluate(row, static_cast<std::uint32_t>(key), static_cast<std::uint32_t>(next), fraction))
-            return false;
-        MeasureAt(played, frame, frame == keys[key], distance);
+        keyOf.push_back(key);
     }
+    std::vector<FrameDistance> frames(keyOf.size());
+    RunInParallel(frames.size(), m_nJobs,
+                  [&](std::size_t first, std::size_t last)
+                  {
+                      Workplace work;
+                      for (std::size_t i = first; i < last; i++)
+                          frames[i] =
+                              MeasureFrame(row, played, played.start + static_cast<int>(i), keys, keyOf[i], work);
+                  });
+    double lostSquared = 0.0;
+    for (std::size_t i = 0; i < frames.size(); i++)
+    {
+        if (!frames[i].isEvaluated)
+            return false;
+        const int frame = played.start + static_cast<int>(i);
+        const bool isKey = frame == keys[keyOf[i]];
+        Raise(distance.all, Describe(frame, frames[i].all), isKey, i == 0);
+        Raise(distance.shares, Describe(frame, frames[i].shares), isKey, i == 0);
+        lostSquared = std::max(lostSquared, frames[i].lostSquared);
+    }
+    distance.lostWeights = std::sqrt(lostSquared) / m_Radius;
     return true;
 }

@@ -41,9 +41,10 @@ struct AnimationDistance
 class ModelComparison
 {
 public:
-    // The model must be loaded and is evaluated in place. `recorded` gives elements and meshes. Both, and the scenes of
-    // the places, must outlive this. `sceneNodes` are those of a scene that was fitted (PlayedClip), else empty.
-    ModelComparison(Model& model, RecordedScene& recorded, const std::vector<int>& sceneNodes = {});
+    // The model must be loaded. `recorded` gives elements and meshes. Both, and the scenes of the places, must outlive
+    // this. `sceneNodes` are those of a scene that was fitted (PlayedClip), else empty. Frames are looked at by `jobs`
+    // threads (CountThreads), with the same result whatever their number.
+    ModelComparison(Model& model, RecordedScene& recorded, const std::vector<int>& sceneNodes = {}, unsigned jobs = 1);
 
     // Finds out which vertices belong together. `places` are the poses in which the skin may have been taken; the one
     // that fits best counts, the earlier one if two do. If none fits, the model at the first key of an animation (a row
@@ -66,16 +67,41 @@ public:
 
 private:
     void FindPointsOfNodes(const RecordedScene& recorded, std::vector<int> sceneNodes);
-    void PlaceScene(const ScenePlace& place, std::vector<Double3>& positions) const;
+    void PlaceScene(const ScenePlace& place, const SceneWeights& weights, std::vector<Double3>& positions) const;
     void MatchPiece(const std::vector<std::uint32_t>& sceneVertices, std::size_t first, std::size_t count,
                     const std::vector<Double3>& model, const std::vector<Double3>& scene);
     std::vector<std::uint32_t> VerticesFor(std::uint32_t piece) const;
     double Misfit(const std::vector<Double3>& model, const std::vector<Double3>& scene) const;
     void MatchAll(const std::vector<Double3>& model, const std::vector<Double3>& scene);
-    bool Evaluate(std::uint32_t row, std::uint32_t key, std::uint32_t next, double fraction);
-    ModelDistance MeasureFrame(int frame, const std::vector<Double3>& scene) const;
-    void MeasureAt(const PlayedClip& played, int frame, bool isKey, AnimationDistance& distance);
-    void ReduceScene(const Scene* scene);
+    // Scratch of one thread.
+    struct Workplace
+    {
+        std::vector<Matrix4> transforms;
+        std::vector<Vector3> model; // of the frame being looked at
+        std::vector<Double3> scene;
+        std::vector<Double3> shares; // by the weights that a model can hold
+    };
+    // The point that is furthest off: the squared distance, below 0 where there is nothing to stray from, and the
+    // scene's point.
+    struct FurthestPoint
+    {
+        double squared = -1.0;
+        std::uint32_t scenePoint = 0;
+    };
+    struct FrameDistance
+    {
+        bool isEvaluated = false;
+        FurthestPoint all;
+        FurthestPoint shares;
+        double lostSquared = 0.0;
+    };
+    bool Evaluate(std::uint32_t row, std::uint32_t key, std::uint32_t next, double fraction, Workplace& work) const;
+    FurthestPoint FindFurthest(const std::vector<Vector3>& model, const std::vector<Double3>& scene) const;
+    // `key` is the last one up to the frame, or the first; `keys` are the frames of all.
+    FrameDistance MeasureFrame(std::uint32_t row, const PlayedClip& played, int frame, const std::vector<int>& keys,
+                               std::size_t key, Workplace& work) const;
+    ModelDistance Describe(int frame, const FurthestPoint& furthest) const;
+    void FindShares(const Scene* scene);
     const std::string& NameOf(std::uint32_t scenePoint) const;
 
     Model& m_Model;
@@ -89,12 +115,9 @@ private:
     ScenePlace m_SkinPlace;
     std::vector<std::uint32_t> m_CandidateStarts; // m_nPoints + 1
     std::vector<std::uint32_t> m_Candidates;      // scene points of model point i from entry i of the starts on
-    std::vector<Vector3> m_ModelAt;               // of the frame being looked at
-    std::vector<Double3> m_SceneAt;
-    std::vector<Double3> m_ReducedAt;
-    const Scene* m_ReducedOf = nullptr; // the scene that m_Reduced was made from
-    Scene m_Reduced;                    // with the weights that a model can hold
-    bool m_IsReduced = false;           // whether it differs
+    const Scene* m_SharesOf = nullptr;            // the scene that m_Shares was made from
+    SceneWeights m_Shares;                        // what a model can hold, if the scene's weights differ from it
+    unsigned m_nJobs = 1;
 };
 
 // The frame of each key of an animation: times are truncated milliseconds from the first key on.

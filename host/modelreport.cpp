@@ -125,8 +125,8 @@ static void AddScaleEffects(const RecordedScene& recorded, std::size_t first, Mo
 
 // What the clips of one scene have become. `report.fresh` says whether the model was made in this run, `isFirst` of
 // this scene.
-static bool ReportOnScene(Model& model, const std::vector<PlayedClip>& clips, bool isFirst, ModelReport& report,
-                          std::string& error)
+static bool ReportOnScene(Model& model, const std::vector<PlayedClip>& clips, bool isFirst, unsigned jobs,
+                          ModelReport& report, std::string& error)
 {
     RecordedSceneOptions options;
     options.clip = clips.front().clip;
@@ -142,7 +142,7 @@ static bool ReportOnScene(Model& model, const std::vector<PlayedClip>& clips, bo
     const auto kept = std::find_if(clips.begin(), clips.end(), [](const PlayedClip& clip) { return clip.isKept; });
     if (kept == clips.end())
         return true;
-    ModelComparison comparison(model, recorded, clips.front().sceneNodes);
+    ModelComparison comparison(model, recorded, clips.front().sceneNodes, jobs);
     if (!comparison.HasPoints())
     {
         error = "No node of the scene is called as one of those in " + report.file + "; nothing can be compared.";
@@ -175,7 +175,7 @@ static bool ReportOnScene(Model& model, const std::vector<PlayedClip>& clips, bo
 }
 
 bool MakeModelReport(const std::string& file, const std::string& target, const std::vector<PlayedClip>& clips,
-                     const std::vector<std::string>& warnings, ModelReport& report, std::string& error)
+                     const std::vector<std::string>& warnings, unsigned jobs, ModelReport& report, std::string& error)
 {
     report = ModelReport();
     report.file = target;
@@ -195,7 +195,7 @@ bool MakeModelReport(const std::string& file, const std::string& target, const s
     report.fresh = !groups.front().front().toOldModel;
     for (const std::vector<PlayedClip>& group : groups)
     {
-        if (!ReportOnScene(model, group, &group == groups.data(), report, error))
+        if (!ReportOnScene(model, group, &group == groups.data(), jobs, report, error))
             return false;
     }
     return true;

@@ -39,7 +39,7 @@ struct ModelReport
 // `clips`, in their order. `file` is what is loaded, `target` what it is called. False with a sentence in `error` if
 // the file can't be loaded or doesn't hold the animations.
 bool MakeModelReport(const std::string& file, const std::string& target, const std::vector<PlayedClip>& clips,
-                     const std::vector<std::string>& warnings, ModelReport& report, std::string& error);
+                     const std::vector<std::string>& warnings, unsigned jobs, ModelReport& report, std::string& error);
 
 // The clip that strays furthest, all weights of the scene counted; null without clips.
 const ClipReport* FindWorstClip(const ModelReport& report);

@@ -65,26 +65,31 @@ Double3 ModelPosition(const Double3& position)
     return {FloatOrZero(position.x), FloatOrZero(position.y), FloatOrZero(-position.z)};
 }
 
-void SceneVertices::Place(const ScenePlace& place, std::vector<Double3>& positions) const
+void SceneVertices::Place(const ScenePlace& place, const SceneWeights& weights, std::vector<Double3>& positions) const
 {
     ScenePose pose;
     EvaluatePose(*place.scene, place.clip, place.seconds, pose);
     positions.resize(m_nVertices);
-    for (const Mesh& mesh : m_Meshes)
+    for (std::size_t i = 0; i < m_Meshes.size(); i++)
     {
+        const Mesh& mesh = m_Meshes[i];
         const SceneMeshUse& use =
             place.scene->nodes[static_cast<std::size_t>(mesh.node)].meshes[static_cast<std::size_t>(mesh.use)];
-        const std::vector<Double3> world = WorldPositions(*place.scene, mesh.node, use, pose);
-        for (std::size_t i = 0; i < mesh.fileVertex.size(); i++)
-            positions[mesh.first + i] = ModelPosition(world[mesh.fileVertex[i]]);
+        SkinWeights given;
+        if (!weights.empty())
+            given = {weights[i].influenceStarts.data(), weights[i].influences.data()};
+        PlaceVertices(*place.scene, mesh.node, use, pose, weights.empty() ? nullptr : &given, mesh.fileVertex,
+                      positions.data() + mesh.first);
     }
+    for (Double3& position : positions)
+        position = ModelPosition(position);
 }
 
-// With the shares that are handed out in place of the file's weights; influences of one node keep their proportion.
-static ScenePrimitive WithShares(ScenePrimitive primitive, const SceneSkin& skin)
+// The shares that are handed out in place of the file's weights; influences of one node keep their proportion.
+static MeshWeights SharesOf(const ScenePrimitive& primitive, const SceneSkin& skin)
 {
-    std::vector<SceneInfluence> kept;
-    std::vector<std::uint32_t> starts{0};
+    MeshWeights own;
+    own.influenceStarts.push_back(0);
     for (std::size_t v = 0; v + 1 < primitive.influenceStarts.size(); v++)
     {
         const SceneInfluence* begin = primitive.influences.data() + primitive.influenceStarts[v];
@@ -100,32 +105,29 @@ static ScenePrimitive WithShares(ScenePrimitive primitive, const SceneSkin& skin
             const auto before = std::find_if(all.begin(), all.end(), isItsNode);
             const auto share = std::find_if(shares.begin(), shares.end(), isItsNode);
             if (share != shares.end() && before->percent > 0.0)
-                kept.push_back({influence->joint, influence->weight * share->percent / before->percent});
+                own.influences.push_back({influence->joint, influence->weight * share->percent / before->percent});
         }
-        starts.push_back(static_cast<std::uint32_t>(kept.size()));
+        own.influenceStarts.push_back(static_cast<std::uint32_t>(own.influences.size()));
     }
-    primitive.influences = std::move(kept);
-    primitive.influenceStarts = std::move(starts);
-    return primitive;
+    return own;
 }
 
-bool SceneVertices::MakeSceneOfShares(const Scene& scene, Scene& reduced) const
+SceneWeights SceneVertices::FindSharesOf(const Scene& scene) const
 {
-    reduced = scene;
+    SceneWeights shares(m_Meshes.size());
     bool differs = false;
-    for (const Mesh& mesh : m_Meshes)
+    for (std::size_t i = 0; i < m_Meshes.size(); i++)
     {
-        SceneMeshUse& use =
-            reduced.nodes[static_cast<std::size_t>(mesh.node)].meshes[static_cast<std::size_t>(mesh.use)];
+        const SceneMeshUse& use =
+            scene.nodes[static_cast<std::size_t>(m_Meshes[i].node)].meshes[static_cast<std::size_t>(m_Meshes[i].use)];
         if (use.skin < 0)
             continue;
         const ScenePrimitive& all = scene.primitives[static_cast<std::size_t>(use.primitive)];
-        ScenePrimitive kept = WithShares(all, scene.skins[static_cast<std::size_t>(use.skin)]);
-        for (std::size_t i = 0; !differs && i < all.influences.size(); i++)
-            differs = i >= kept.influences.size() || std::fabs(kept.influences[i].weight - all.influences[i].weight) >
-                                                         SAME_WEIGHT * all.influences[i].weight;
-        use.primitive = static_cast<int>(reduced.primitives.size());
-        reduced.primitives.push_back(std::move(kept));
+        shares[i] = SharesOf(all, scene.skins[static_cast<std::size_t>(use.skin)]);
+        const std::vector<SceneInfluence>& own = shares[i].influences;
+        for (std::size_t k = 0; !differs && k < all.influences.size(); k++)
+            differs = k >= own.size() ||
+                      std::fabs(own[k].weight - all.influences[k].weight) > SAME_WEIGHT * all.influences[k].weight;
     }
-    return differs;
+    return differs ? shares : SceneWeights();
 }

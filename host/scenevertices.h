@@ -15,6 +15,16 @@ struct ScenePlace
     double seconds = 0.0;
 };
 
+// The weights of one mesh, as a primitive has them; empty for a mesh without a skin.
+struct MeshWeights
+{
+    std::vector<std::uint32_t> influenceStarts;
+    std::vector<SceneInfluence> influences;
+};
+
+// By mesh.
+typedef std::vector<MeshWeights> SceneWeights;
+
 class SceneVertices
 {
 public:
@@ -40,9 +50,10 @@ public:
 
     // Where all vertices are, mirrored in z as a model has them: with all weights and the morph targets. Another
     // scene than the first one must have the same nodes and meshes. A number that a float can't hold becomes 0.
-    void Place(const ScenePlace& place, std::vector<Double3>& positions) const;
-    // The scene with the shares of its vertices that an exporter gets. False if these are the file's weights.
-    bool MakeSceneOfShares(const Scene& scene, Scene& reduced) const;
+    // `weights` take the place of the scene's, unless there are none.
+    void Place(const ScenePlace& place, const SceneWeights& weights, std::vector<Double3>& positions) const;
+    // The shares of its vertices that an exporter gets, in place of the scene's weights; none if they are the same.
+    SceneWeights FindSharesOf(const Scene& scene) const;
 
 private:
     std::vector<Mesh> m_Meshes;

@@ -12,21 +12,20 @@ struct OperationRecord
 
 static OperationRecord g_Operations[NUM_OPERATIONS];
 
+static HostState g_State;
+
 HostState& GetHostState()
 {
-    static HostState state;
-    return state;
+    return g_State;
 }
 
 RecordedScene* SceneOfRecord(const SAA_Scene* record)
 {
-    RecordedScene* scene = GetHostState().scene;
-    if (scene == nullptr || record == nullptr)
+    if (g_State.scene == nullptr || record == nullptr)
     {
         return nullptr;
     }
-    const SAA_Scene expected = SceneRecord(*scene);
-    return std::memcmp(&expected, record, sizeof expected) == 0 ? scene : nullptr;
+    return std::memcmp(&g_State.record, record, sizeof *record) == 0 ? g_State.scene : nullptr;
 }
 
 int EnterOperation(Operation operation)
@@ -64,19 +63,20 @@ static OperationRecord* FindOperation(const char* name)
 
 void SetCurrentScene(RecordedScene* scene)
 {
-    GetHostState().scene = scene;
+    g_State.scene = scene;
+    g_State.record = scene == nullptr ? SAA_Scene() : SceneRecord(*scene);
 }
 
 void SetStatusSink(void (*sink)(const char* text, void* context), void* context)
 {
-    GetHostState().statusSink = sink;
-    GetHostState().statusContext = context;
+    g_State.statusSink = sink;
+    g_State.statusContext = context;
 }
 
 void SetFrameSink(void (*sink)(int frame, void* context), void* context)
 {
-    GetHostState().frameSink = sink;
-    GetHostState().frameContext = context;
+    g_State.frameSink = sink;
+    g_State.frameContext = context;
 }
 
 const SAA_CusvalSet* GetCustomValues(RecordedScene& scene, int element)
@@ -102,7 +102,7 @@ void ClearFaults()
     {
         record = OperationRecord();
     }
-    GetHostState().isInitialised = false;
+    g_State.isInitialised = false;
 }
 
 int CallCount(const char* name)

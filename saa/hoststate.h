@@ -7,6 +7,7 @@
 struct HostState
 {
     RecordedScene* scene = nullptr;
+    SAA_Scene record = {}; // of the scene
     bool isInitialised = false;
     void (*statusSink)(const char* text, void* context) = nullptr;
     void* statusContext = nullptr;

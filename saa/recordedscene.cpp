@@ -27,6 +27,11 @@ RecordedScene::RecordedScene(const Scene& scene, const RecordedSceneOptions& opt
     m_EndFrame = options.end.value_or(range.end);
     m_CurrentFrame = m_StartFrame;
     BuildElements();
+    for (const RecordedElement& element : m_Elements)
+    {
+        m_NodeOf.push_back(element.isNode ? element.node : -1);
+    }
+    m_Meshes.resize(m_Elements.size());
     BuildTextures();
     IndexChannels();
     CollectWarnings();
@@ -55,19 +60,19 @@ DoubleTransform RecordedScene::Transform(int element)
 
 const JoinedMesh& RecordedScene::Mesh(int element)
 {
-    MeshCache& cache = m_Meshes[element];
-    if (!cache.joined)
+    std::unique_ptr<MeshCache>& cache = m_Meshes[element];
+    if (!cache)
     {
+        auto made = std::make_unique<MeshCache>();
         const ScenePrimitive& primitive = Primitive(element);
-        cache.mesh = JoinMesh(m_Scene, Use(element), m_Elements[element].node, m_IsShown);
-        cache.original.clear();
-        for (const std::uint32_t vertex : cache.mesh.fileVertex)
+        made->mesh = JoinMesh(m_Scene, Use(element), m_Elements[element].node, m_IsShown);
+        for (const std::uint32_t vertex : made->mesh.fileVertex)
         {
-            cache.original.push_back(primitive.positions[vertex]);
+            made->original.push_back(primitive.positions[vertex]);
         }
-        cache.joined = true;
+        cache = std::move(made);
     }
-    return cache.mesh;
+    return cache->mesh;
 }
 
 // What a float can't hold has no place among positions.
@@ -89,7 +94,7 @@ DoubleMatrix RecordedScene::SpaceOf(int element)
 const std::vector<Double3>& RecordedScene::Positions(int element, bool deformed)
 {
     const JoinedMesh& mesh = Mesh(element);
-    MeshCache& cache = m_Meshes[element];
+    MeshCache& cache = *m_Meshes[element];
     if (!deformed)
     {
         return cache.original;

@@ -8,7 +8,7 @@
 #include "scene/scenepose.h"
 
 #include <array>
-#include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -91,6 +91,9 @@ public:
     // clip. Exactly one has the level 0.
     int NumElements() const { return static_cast<int>(m_Elements.size()); }
     const RecordedElement& Element(int element) const { return m_Elements[element]; }
+    // The scene's node that an element stands for, -1 for none. Of each pair of a mesh and an element it is asked, so
+    // it is quick.
+    int NodeOf(int element) const { return m_NodeOf[element]; }
     // The name as an exporter is told it: with a wish behind it, a token of its own language, where the host sets one.
     std::string ToldName(int element) const { return m_Elements[element].name + m_Elements[element].wish; }
     void SetWish(int element, const std::string& token) { m_Elements[element].wish = token; }
@@ -143,7 +146,6 @@ private:
     // What is worked out for a mesh when it is first asked for.
     struct MeshCache
     {
-        bool joined = false;
         JoinedMesh mesh;
         std::vector<Double3> original;
         bool isDeformed = false; // `deformed` holds the positions at `frame`
@@ -161,9 +163,10 @@ private:
     bool m_bPoseValid = false;
     ScenePose m_Pose; // at the current frame, if m_bPoseValid
     std::vector<RecordedElement> m_Elements;
-    std::vector<bool> m_IsShown;                 // for each node whether it is an element
-    std::vector<std::array<int, 4>> m_ChannelOf; // for each node by path the clip's channel, -1 for none
-    std::vector<RecordedTexture> m_Textures;     // one for each image, and one for meshes without
-    std::map<int, MeshCache> m_Meshes;           // by element
+    std::vector<bool> m_IsShown;                      // for each node whether it is an element
+    std::vector<int> m_NodeOf;                        // see NodeOf
+    std::vector<std::array<int, 4>> m_ChannelOf;      // for each node by path the clip's channel, -1 for none
+    std::vector<RecordedTexture> m_Textures;          // one for each image, and one for meshes without
+    std::vector<std::unique_ptr<MeshCache>> m_Meshes; // by element, null until asked for
     std::vector<std::string> m_Warnings;
 };

@@ -12,17 +12,22 @@ struct WeightRange
     const JoinedWeight* end = nullptr;
 };
 
+// An exporter asks for each pair of an element and a mesh, and nearly all have nothing to do with each other.
 static WeightRange FindWeights(RecordedScene& scene, int skeleton, int mesh)
 {
-    const RecordedElement& element = scene.Element(skeleton);
-    if (!element.isNode || !scene.IsEnveloped(mesh))
+    const int skeletonNode = scene.NodeOf(skeleton);
+    if (skeletonNode < 0 || !scene.IsEnveloped(mesh))
     {
         return {};
     }
     const std::vector<JoinedWeight>& weights = scene.Mesh(mesh).weights;
-    const auto first = std::lower_bound(weights.begin(), weights.end(), element.node,
+    if (weights.empty() || skeletonNode < weights.front().node || skeletonNode > weights.back().node)
+    {
+        return {};
+    }
+    const auto first = std::lower_bound(weights.begin(), weights.end(), skeletonNode,
                                         [](const JoinedWeight& weight, int node) { return weight.node < node; });
-    const auto last = std::upper_bound(first, weights.end(), element.node,
+    const auto last = std::upper_bound(first, weights.end(), skeletonNode,
                                        [](int node, const JoinedWeight& weight) { return node < weight.node; });
     return {weights.data() + (first - weights.begin()), weights.data() + (last - weights.begin())};
 }

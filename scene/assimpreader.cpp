@@ -207,7 +207,7 @@ static bool ReadParts(const std::string& path, Scene& scene, std::string& error)
     return Import(path, importer, false, error) && ReadSource(path, *importer.GetScene(), names, scene, error);
 }
 
-bool ReadAssimpScene(const char* path, Scene& scene, std::string& error)
+bool ZoltReadAssimpScene(const char* path, Scene& scene, std::string& error)
 {
     return ReadWholeScene(path, scene, error, ReadParts);
 }

@@ -13,4 +13,9 @@
 // to nothing. The top node that Assimp gives every file ("RootNode" for FBX, the visual scene for Collada) stays the
 // only root, so that a skeleton keeps its place in the tree whatever else a file holds. A bone makes its node a joint.
 // Assimp keeps key times and values, but no curve shapes: every channel is linear. An FBX clip starts at 0.
+//
+// The first call loads the library zoltassimp, which lies beside this one; without it every file is refused.
 bool ReadAssimpScene(const char* path, Scene& scene, std::string& error);
+
+// What that library has for it.
+extern "C" bool ZoltReadAssimpScene(const char* path, Scene& scene, std::string& error);

@@ -4,23 +4,29 @@
 
 #include <algorithm>
 
-std::vector<Double3> MorphedPositions(const ScenePrimitive& primitive, const std::vector<double>& weights)
+static Double3 MorphedPosition(const ScenePrimitive& primitive, const std::vector<double>& weights, std::size_t vertex)
 {
-    std::vector<Double3> positions = primitive.positions;
+    Double3 position = primitive.positions[vertex];
     const std::size_t nTargets = std::min(weights.size(), primitive.morphDeltas.size());
     for (std::size_t target = 0; target < nTargets; ++target)
     {
-        if (weights[target] == 0.0)
+        if (weights[target] != 0.0)
         {
-            continue;
+            const Double3& delta = primitive.morphDeltas[target][vertex];
+            position.x += weights[target] * delta.x;
+            position.y += weights[target] * delta.y;
+            position.z += weights[target] * delta.z;
         }
-        const std::vector<Double3>& deltas = primitive.morphDeltas[target];
-        for (std::size_t v = 0; v < positions.size(); ++v)
-        {
-            positions[v].x += weights[target] * deltas[v].x;
-            positions[v].y += weights[target] * deltas[v].y;
-            positions[v].z += weights[target] * deltas[v].z;
-        }
+    }
+    return position;
+}
+
+std::vector<Double3> MorphedPositions(const ScenePrimitive& primitive, const std::vector<double>& weights)
+{
+    std::vector<Double3> positions(primitive.positions.size());
+    for (std::size_t v = 0; v < positions.size(); ++v)
+    {
+        positions[v] = MorphedPosition(primitive, weights, v);
     }
     return positions;
 }
@@ -45,17 +51,20 @@ static Double3 SkinPoint(const SceneInfluence* influence, const SceneInfluence* 
     return {sum.x / weights, sum.y / weights, sum.z / weights};
 }
 
-std::vector<Double3> WorldPositions(const Scene& scene, int node, const SceneMeshUse& use, const ScenePose& pose)
+// `vertexOf` gives the vertex at each of `count` places.
+template <typename VertexOf>
+static void Place(const Scene& scene, int node, const SceneMeshUse& use, const ScenePose& pose,
+                  const SkinWeights& weights, std::size_t count, VertexOf vertexOf, Double3* positions)
 {
     const ScenePrimitive& primitive = scene.primitives[use.primitive];
-    std::vector<Double3> positions = MorphedPositions(primitive, pose.morphWeights[node]);
+    const std::vector<double>& morphWeights = pose.morphWeights[node];
     if (use.skin < 0)
     {
-        for (Double3& position : positions)
+        for (std::size_t i = 0; i < count; ++i)
         {
-            position = TransformPoint(pose.globals[node], position);
+            positions[i] = TransformPoint(pose.globals[node], MorphedPosition(primitive, morphWeights, vertexOf(i)));
         }
-        return positions;
+        return;
     }
     const SceneSkin& skin = scene.skins[use.skin];
     std::vector<DoubleMatrix> joints(skin.joints.size());
@@ -65,16 +74,39 @@ std::vector<Double3> WorldPositions(const Scene& scene, int node, const SceneMes
     }
     // What moves a vertex that no joint does.
     DoubleMatrix ofOthers = pose.globals[node];
-    const std::vector<std::uint32_t>& starts = primitive.influenceStarts;
-    if (std::adjacent_find(starts.begin(), starts.end()) != starts.end())
+    if (std::adjacent_find(weights.starts, weights.starts + primitive.positions.size() + 1) !=
+        weights.starts + primitive.positions.size() + 1)
     {
         const int common = FindCommonJoint(scene, skin);
         ofOthers = common < 0 ? ofOthers : joints[common];
     }
-    const SceneInfluence* influences = primitive.influences.data();
-    for (std::size_t v = 0; v < positions.size(); ++v)
+    for (std::size_t i = 0; i < count; ++i)
     {
-        positions[v] = SkinPoint(influences + starts[v], influences + starts[v + 1], joints, ofOthers, positions[v]);
+        const std::size_t v = vertexOf(i);
+        positions[i] = SkinPoint(weights.influences + weights.starts[v], weights.influences + weights.starts[v + 1],
+                                 joints, ofOthers, MorphedPosition(primitive, morphWeights, v));
     }
+}
+
+static SkinWeights WeightsOf(const ScenePrimitive& primitive)
+{
+    return {primitive.influenceStarts.data(), primitive.influences.data()};
+}
+
+std::vector<Double3> WorldPositions(const Scene& scene, int node, const SceneMeshUse& use, const ScenePose& pose)
+{
+    const ScenePrimitive& primitive = scene.primitives[use.primitive];
+    std::vector<Double3> positions(primitive.positions.size());
+    Place(
+        scene, node, use, pose, WeightsOf(primitive), positions.size(), [](std::size_t i) { return i; },
+        positions.data());
     return positions;
+}
+
+void PlaceVertices(const Scene& scene, int node, const SceneMeshUse& use, const ScenePose& pose,
+                   const SkinWeights* weights, const std::vector<std::uint32_t>& vertices, Double3* positions)
+{
+    Place(
+        scene, node, use, pose, weights == nullptr ? WeightsOf(scene.primitives[use.primitive]) : *weights,
+        vertices.size(), [&](std::size_t i) { return vertices[i]; }, positions);
 }

@@ -10,6 +10,7 @@
 #include <functional>
 #include <sqlite3.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -186,21 +187,52 @@ static int WriteStore(sqlite3* db, const StoreWork& work)
     return result;
 }
 
+// The file that was worked on last, as that work left it. An export asks the store dozens of times in a row.
+static struct
+{
+    std::string path;
+    struct stat state = {};
+    sqlite3* db = nullptr;
+} s_Open;
+
+static void CloseOpenFile()
+{
+    sqlite3_close(s_Open.db);
+    s_Open.db = nullptr;
+}
+
+// Whether a name stands for the open file and nothing has happened to it since: it isn't another one, nor written to,
+// nor are its rights changed.
+static bool IsOpenFile(const std::string& file)
+{
+    struct stat now = {};
+    const struct stat& then = s_Open.state;
+    return s_Open.db && s_Open.path == file && stat(file.c_str(), &now) == 0 && now.st_dev == then.st_dev &&
+           now.st_ino == then.st_ino && now.st_size == then.st_size && now.st_ctim.tv_sec == then.st_ctim.tv_sec &&
+           now.st_ctim.tv_nsec == then.st_ctim.tv_nsec;
+}
+
 // Under a folder lock.
 static int OnFile(const std::string& file, bool writes, const StoreWork& work)
 {
-    std::error_code error;
-    if (!writes && !fs::exists(file, error))
-        return SQLITE_NOTFOUND;
-    const int flags = SQLITE_OPEN_READWRITE | (writes ? SQLITE_OPEN_CREATE : 0);
-    sqlite3* db = nullptr;
-    int result = sqlite3_open_v2(file.c_str(), &db, flags, nullptr);
-    if (result == SQLITE_OK)
+    int result = SQLITE_OK;
+    if (!IsOpenFile(file))
     {
-        sqlite3_busy_timeout(db, BUSY_TIMEOUT_MS);
-        result = writes ? WriteStore(db, work) : ReadStore(db, work);
+        CloseOpenFile();
+        std::error_code error;
+        if (!writes && !fs::exists(file, error))
+            return SQLITE_NOTFOUND;
+        const int flags = SQLITE_OPEN_READWRITE | (writes ? SQLITE_OPEN_CREATE : 0);
+        s_Open.path = file;
+        result = sqlite3_open_v2(file.c_str(), &s_Open.db, flags, nullptr);
+        if (result == SQLITE_OK)
+            sqlite3_busy_timeout(s_Open.db, BUSY_TIMEOUT_MS);
     }
-    sqlite3_close(db);
+    if (result == SQLITE_OK)
+        result = writes ? WriteStore(s_Open.db, work) : ReadStore(s_Open.db, work);
+    const bool isWhole = result == SQLITE_OK || result == SQLITE_NOTFOUND;
+    if (!isWhole || stat(file.c_str(), &s_Open.state) != 0)
+        CloseOpenFile();
     return result;
 }
 

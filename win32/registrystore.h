@@ -1,8 +1,8 @@
 // Where the registry of the stand-in lives: an SQLite database that processes may share.
 //
-// The file is opened for each call and closed again. A missing file is an empty registry. A damaged file is moved aside
-// to its name with ".damaged" behind it (in place of an earlier one), and a fresh store begun. A file that can't be
-// read or written makes the calls return an error.
+// The file stays open from one call to the next as long as nobody else has touched it. A missing file is an empty
+// registry. A damaged file is moved aside to its name with ".damaged" behind it (in place of an earlier one), and a
+// fresh store begun. A file that can't be read or written makes the calls return an error.
 #pragma once
 
 // Names the file; its folders are created when the store is first written. Null goes back to the default:

@@ -129,8 +129,9 @@ TEST(ExportOptionsTest, StrictWithAndWithoutLimit)
     EXPECT_EQ(options.scenePath, "s.gltf");
     EXPECT_EQ(options.reportPath, "/r.json");
     EXPECT_TRUE(options.report);
-    ASSERT_TRUE(Parse({"--strict", "2.5", "s.gltf"}, options).run);
+    ASSERT_TRUE(Parse({"--strict", "2.5", "s.gltf", "--jobs", "3"}, options).run);
     EXPECT_EQ(options.strict, 2.5);
+    EXPECT_EQ(options.jobs, 3U);
     ASSERT_TRUE(Parse({"s.gltf", "--strict=0"}, options).run);
     EXPECT_EQ(options.strict, 0.0);
     ASSERT_TRUE(Parse({"s.gltf"}, options).run);
@@ -160,7 +161,8 @@ TEST(ExportOptionsTest, WrongUsage)
     std::istringstream plain(
         "a b --anim x|a b --clip 0|a b --list|s --replace|s --append --watch|s --list --watch|"
         "s --rest first --rest-name n|s --rest pose --rest-name n|s --rest-name=|s --bogus|s --strict -1|s "
-        "--strict=much|s --list --strict|s -o|s -o --append|s -o a -o b|--rest|s --json|"
+        "--strict=much|s --jobs 0|s --jobs 1.5|s --jobs|s --list --strict|s -o|s -o --append|s -o a -o b|--rest|s "
+        "--json|"
         "s --all-clips --anim x|s --all-clips --clip 0|s --debug --no-debug|s --start 1.5|s --end 99999999999|"
         "s --fps 0.99|s --fps 1000.5|s --fps -30|s --fps nan|s --fps 30x|s --fps 30/0|s --fps 30/|s --fps Auto|"
         "s --keys some|s --keys --rest|s --rest=|--rest= s|--log= x s|s --rest a --rest b|s --scale 0|s --scale -1|s "

@@ -184,6 +184,14 @@ TEST_F(ModelReportTest, SmallWeights)
         << m_Printed;
     EXPECT_TRUE(Printed("; without weights of 5 % and below, which a model can't hold as they are, it would be "))
         << m_Printed;
+    // However many threads look at the 31 frames.
+    const nlohmann::json ofAll = m_Json;
+    for (const unsigned jobs : {1U, 3U, 100U})
+    {
+        m_Options.jobs = jobs;
+        EXPECT_EQ(Run(SkinnedTriangle(points, 0.02F, "translation", "VEC3", {0, 0, 0, 0, 50, 0})), 0) << m_Said;
+        EXPECT_EQ(m_Json, ofAll) << jobs;
+    }
     m_Options.strict = 30;
     EXPECT_EQ(Run(SkinnedTriangle(points, 0.02F, "translation", "VEC3", {0, 0, 0, 0, 50, 0})), 1) << m_Said;
     EXPECT_EQ(Run(SkinnedTriangle(points, 0.04F, "translation", "VEC3", {0, 0, 0, 0, 50, 0})), 0) << m_Said;

@@ -56,9 +56,25 @@ Cell VertexGrid::CellOf(const Vector3& position) const
             std::floor(position.z / m_CellSize)};
 }
 
+// Those of the three axes are joined by exclusive or.
+uint32_t HashX(double x)
+{
+    return HashDouble(x);
+}
+
+uint32_t HashY(double y)
+{
+    return HashDouble(y) * 31u;
+}
+
+uint32_t HashZ(double z)
+{
+    return HashDouble(z) * 1009u;
+}
+
 uint32_t VertexGrid::BucketOf(const Cell& cell) const
 {
-    return (HashDouble(cell.x) ^ (HashDouble(cell.y) * 31u) ^ (HashDouble(cell.z) * 1009u)) & m_nMask;
+    return (HashX(cell.x) ^ HashY(cell.y) ^ HashZ(cell.z)) & m_nMask;
 }
 
 bool VertexGrid::Build(const ModelPiece& piece, double cellSize)
@@ -85,14 +101,16 @@ uint32_t VertexGrid::TakeVertex(uint32_t i, float fMagScale)
     const Cell center = CellOf(position);
     m_First[BucketOf(center)] = m_Next[i];
     uint32_t best = NO_VERTEX;
-    for (int dx = -1; dx <= 1; ++dx)
+    const uint32_t x[] = {HashX(center.x - 1), HashX(center.x), HashX(center.x + 1)};
+    const uint32_t y[] = {HashY(center.y - 1), HashY(center.y), HashY(center.y + 1)};
+    const uint32_t z[] = {HashZ(center.z - 1), HashZ(center.z), HashZ(center.z + 1)};
+    for (const uint32_t hashX : x)
     {
-        for (int dy = -1; dy <= 1; ++dy)
+        for (const uint32_t hashY : y)
         {
-            for (int dz = -1; dz <= 1; ++dz)
+            for (const uint32_t hashZ : z)
             {
-                const uint32_t bucket = BucketOf({center.x + dx, center.y + dy, center.z + dz});
-                for (uint32_t j = m_First[bucket]; j < best; j = m_Next[j])
+                for (uint32_t j = m_First[(hashX ^ hashY ^ hashZ) & m_nMask]; j < best; j = m_Next[j])
                 {
                     if ((position - m_pPiece->m_Verts[j].m_vPos).Mag() * fMagScale < MERGE_LIMIT)
                         best = j;

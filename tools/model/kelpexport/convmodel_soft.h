@@ -94,6 +94,8 @@ public:
 private:
     QZBOOL ReadScene(const DynArray<SAA_Elem, DefaultCache>& elements, int32_t bAppend, const char* pAnimName);
     QZBOOL ReadPiece(SoftNode* pNode);
+    // `skeleton` are all nodes, or empty until it is needed.
+    QZBOOL ReadEnvelopesBelow(SoftNode* pNode, DynArray<SoftNode*, DefaultCache>& skeleton);
     QZBOOL ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, const class CtrlVertexLookup& lookup);
     SoftNode* GetSoftRoot() const { return static_cast<SoftNode*>(GetRootNode()); }
     SoftNode* GetSoftNode(uint32_t i) const { return static_cast<SoftNode*>(GetNode(i)); }

@@ -92,10 +92,15 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, const Ctrl
 
 QZBOOL ConvModel_Soft::ReadNodeEnvelopes(SoftNode* pNode)
 {
+    DynArray<SoftNode*, DefaultCache> skeleton(256);
+    return ReadEnvelopesBelow(pNode, skeleton);
+}
+
+QZBOOL ConvModel_Soft::ReadEnvelopesBelow(SoftNode* pNode, DynArray<SoftNode*, DefaultCache>& skeleton)
+{
     if (pNode->m_PieceIndex >= 0 && pNode->m_EnvelopeType == SAA_ENVELOPE_SKELETON)
     {
-        DynArray<SoftNode*, DefaultCache> skeleton(256);
-        if (!GetSoftRoot()->CollectNodes(skeleton))
+        if (skeleton.GetSize() == 0 && !GetSoftRoot()->CollectNodes(skeleton))
         {
             ShowOutOfMemory();
             return QZFALSE;
@@ -110,7 +115,7 @@ QZBOOL ConvModel_Soft::ReadNodeEnvelopes(SoftNode* pNode)
     }
     for (uint32_t i = 0; i < pNode->NumChildren(); ++i)
     {
-        if (!ReadNodeEnvelopes(pNode->GetSoftChild(i)))
+        if (!ReadEnvelopesBelow(pNode->GetSoftChild(i), skeleton))
             return QZFALSE;
     }
     return QZTRUE;
