@@ -33,9 +33,28 @@ struct ConvertOptions
 // A glTF scene of the model (modeltogltf.h), which is replaced as a whole or, on failure, not at all.
 int RunConvert(const ConvertOptions& options, std::ostream& out, std::ostream& err);
 
+struct ViewTexture
+{
+    uint32_t m_Index = 0;
+    std::string m_Path;
+};
+
+struct ViewOptions
+{
+    std::vector<std::string> m_Paths;
+    std::string m_OutPath; // empty: beside the first model
+    bool m_bOpen = false;
+    std::vector<ViewTexture> m_Textures;
+    bool m_bJson = false;
+};
+
+// A page for the browser (viewpage.h). The page's place is printed if it wasn't given.
+int RunView(const ViewOptions& options, std::ostream& out, std::ostream& err);
+
 // The same as commands of a program, with their options, help and examples: see commandtable.cpp.
 Command MakeInfoCommand();
 Command MakeCheckCommand();
 Command MakeCopyCommand();
 Command MakePoseCommand();
 Command MakeConvertCommand();
+Command MakeViewCommand();

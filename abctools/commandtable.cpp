@@ -12,7 +12,7 @@
 //   - a chapter in docs/abctool.md.
 // Parsing, --help, completions and manual pages follow by themselves.
 static Command (*const COMMANDS[])() = {
-    MakeInfoCommand, MakeCheckCommand, MakeCopyCommand, MakePoseCommand, MakeConvertCommand,
+    MakeInfoCommand, MakeCheckCommand, MakeCopyCommand, MakePoseCommand, MakeConvertCommand, MakeViewCommand,
 };
 
 Program MakeAbctool()

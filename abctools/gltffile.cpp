@@ -1,5 +1,7 @@
 #include "abctools/gltffile.h"
 
+#include "abctools/base64.h"
+
 #include <algorithm>
 #include <bit>
 #include <string_view>
@@ -28,23 +30,6 @@ static size_t NumComponents(std::string_view type)
     if (type == "MAT4")
         return 16;
     return type == "SCALAR" ? 1 : static_cast<size_t>(type.back() - '0');
-}
-
-static std::string Base64(const std::vector<uint8_t>& bytes)
-{
-    static constexpr char DIGITS[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    text.reserve((bytes.size() + 2) / 3 * 4);
-    for (size_t i = 0; i < bytes.size(); i += 3)
-    {
-        const size_t n = std::min<size_t>(3, bytes.size() - i);
-        uint32_t bits = 0;
-        for (size_t k = 0; k < 3; ++k)
-            bits = bits << 8 | (k < n ? bytes[i + k] : 0u);
-        for (size_t k = 0; k < 4; ++k)
-            text += k <= n ? DIGITS[bits >> (18 - 6 * k) & 63u] : '=';
-    }
-    return text;
 }
 
 void GltfFile::BeginView(Target target)

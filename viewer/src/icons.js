@@ -1,0 +1,22 @@
+// Lines on a field of 24 × 24.
+export const PLAY = "M8 5.5v13l10.5-6.5z";
+export const PAUSE = "M8.5 5.5v13M15.5 5.5v13";
+export const BACK = "M17 6l-8 6 8 6zM6.5 6v12";
+export const FORWARD = "M7 6l8 6-8 6zM17.5 6v12";
+export const LOOP = "M17 3.5l3 3-3 3M20 6.5H8a4 4 0 0 0-4 4v1M7 20.5l-3-3 3-3M4 17.5h12a4 4 0 0 0 4-4v-1";
+export const ONCE = "M4 12h13M13 7.5l4.5 4.5-4.5 4.5M20.5 6v12";
+export const NEXT = "M4 6.5h11M4 12h7M4 17.5h7M15 13.5l4.5 4-4.5 4";
+export const FRAME = "M4 9V5.5A1.5 1.5 0 0 1 5.5 4H9M15 4h3.5A1.5 1.5 0 0 1 20 5.5V9M20 15v3.5a1.5 1.5 0 0 1-1.5 1.5H15M9 20H5.5A1.5 1.5 0 0 1 4 18.5V15M9.5 12h5M12 9.5v5";
+export const THEME = "M12 4a8 8 0 1 0 0 16zM12 4a8 8 0 0 1 0 16";
+export const HELP = "M9.2 9.3a2.9 2.9 0 1 1 4.3 2.5c-1 .6-1.5 1.1-1.5 2.2M12 17.2v.1M12 21a9 9 0 1 0 0-18 9 9 0 0 0 0 18z";
+export const PANEL = "M4 5.5h16v13H4zM14.5 5.5v13";
+export const CLOSE = "M6.5 6.5l11 11M17.5 6.5l-11 11";
+export const WIRE = "M12 4.5L4 18.5h16zM8 11.5h8M12 18.5l-4-7M12 18.5l4-7";
+export const BONE = "M7.5 16.5l9-9M5 15a2 2 0 1 0 1.5 3A2 2 0 1 0 9.2 17M15 7a2 2 0 1 1 2.7-1A2 2 0 1 1 19 9";
+export const NAMES = "M4 7.5V5h16v2.5M12 5v14M9 19h6";
+export const WEIGHTS = "M12 4.5c3 3.7 5 6.1 5 8.7a5 5 0 0 1-10 0c0-2.6 2-5 5-8.7zM12 18.2V9";
+export const SOCKETS = "M7 17V5M7 17h12M7 17l-3.5 3.5M5 7l2-2.5L9 7M17 15l2.5 2-2.5 2";
+export const BOUNDS = "M12 3.5l7.5 4.3v8.4L12 20.5l-7.5-4.3V7.8zM4.5 7.8l7.5 4.2 7.5-4.2M12 12v8.5";
+export const GRID = "M3.5 17.5l5-11h7l5 11zM6 12h12M12 6.5v11";
+export const SHADOW = "M12 14a5 5 0 1 0 0-10 5 5 0 0 0 0 10zM5 18.5c0-1.2 3.1-2 7-2s7 .8 7 2-3.1 2-7 2-7-.8-7-2z";
+export const TEXTURE = "M4.5 5.5h15v13h-15zM4.5 15.5l4.5-4.5 4 4 2.5-2.5 4 4M15.5 9v.1";
