@@ -144,13 +144,15 @@ Command MakeViewCommand()
     Command command;
     command.m_Name = "view";
     command.m_Summary = "Make a page for the browser that shows models and plays their animations";
-    command.m_Details = "The page is one file that needs no network. Several models stand side by side and play in step "
-                        "what has one name; up to four do.\n";
+    command.m_Details =
+        "The page is one file that needs no network. Several models stand side by side and play in step "
+        "what has one name; up to four do.\n";
     CommandOptions& options = command.m_Options;
     options.AddFiles("FILE", pOptions->m_Paths, "Model files");
     options
-        .AddText("-o,--output", "PAGE", pOptions->m_OutPath,
-                 "Where the page goes; a file that is there is replaced. If not given: beside the first model, as .html")
+        .AddText(
+            "-o,--output", "PAGE", pOptions->m_OutPath,
+            "Where the page goes; a file that is there is replaced. If not given: beside the first model, as .html")
         .m_Kind = ValueKind::File;
     options.AddFlag("--open", pOptions->m_bOpen, "Show the page, by xdg-open");
     options.AddOperation(
@@ -158,10 +160,9 @@ Command MakeViewCommand()
         [pOptions](const std::vector<std::string>& values) { return TakeTexture(values[0], pOptions->m_Textures); },
         "An image for the pieces with this texture index; may be given again");
     options.AddFlag("--json", pOptions->m_bJson, "Print what was made as JSON");
-    command.m_Examples = {
-        {"abctool view strider.abc --open", "Makes strider.html and shows it."},
-        {"abctool view fox.abc --texture 0=fox.png -o fox.html", "With a texture."},
-        {"abctool view old.abc new.abc -o compare.html", "Two models side by side, in step."}};
+    command.m_Examples = {{"abctool view strider.abc --open", "Makes strider.html and shows it."},
+                          {"abctool view fox.abc --texture 0=fox.png -o fox.html", "With a texture."},
+                          {"abctool view old.abc new.abc -o compare.html", "Two models side by side, in step."}};
     command.m_Check = [pOptions]
     { return pOptions->m_Paths.size() > MOST_FILES ? std::string("view takes up to four files") : std::string(); };
     command.m_Run = [pOptions](std::ostream& out, std::ostream& err) { return RunView(*pOptions, out, err); };
