@@ -41,33 +41,21 @@ static void WalkElement(RecordedScene& recorded, int element)
     {
         const int nKeys = recorded.NumKeys(element, static_cast<CurveKind>(kind));
         for (int key = 0; key < nKeys; ++key)
-        {
             FUZZ_REQUIRE(std::isfinite(recorded.KeySeconds(element, static_cast<CurveKind>(kind), key)));
-        }
     }
     if (!recorded.IsMesh(element))
-    {
         return;
-    }
     const JoinedMesh& mesh = recorded.Mesh(element);
     FUZZ_REQUIRE(mesh.vertexOf.size() == recorded.Primitive(element).positions.size());
     for (const std::uint32_t vertex : mesh.vertexOf)
-    {
         FUZZ_REQUIRE(vertex < mesh.fileVertex.size());
-    }
     for (const JoinedWeight& weight : mesh.weights)
-    {
         FUZZ_REQUIRE(weight.vertex < mesh.fileVertex.size() && weight.percent >= 0.0 && weight.percent <= 100.001);
-    }
     recorded.IsTurned(element);
     FUZZ_REQUIRE(recorded.TextureOf(element) < recorded.NumTextures());
     for (const bool deformed : {false, true})
-    {
         for (const Double3& position : recorded.Positions(element, deformed))
-        {
             FUZZ_REQUIRE(std::isfinite(position.x) && std::isfinite(position.y) && std::isfinite(position.z));
-        }
-    }
 }
 
 void FuzzGltf(std::span<const uint8_t> bytes)
@@ -96,9 +84,7 @@ void FuzzGltf(std::span<const uint8_t> bytes)
         {
             recorded.SetCurrentFrame(frame);
             for (int element = 0; element < std::min(recorded.NumElements(), MAX_ELEMENTS); ++element)
-            {
                 WalkElement(recorded, element);
-            }
         }
     }
 }

@@ -16,10 +16,8 @@ void ReportBrokenPromise(const char* pPromise, const char* pFile, int line)
 static void EndUnlessInput(const char* pExpression, const char* pFile, int line)
 {
     for (const char* pAllowed : {"pInfo->m_pModel != this", "nPath < MAX_NODE_PATH"})
-    {
         if (strcmp(pExpression, pAllowed) == 0)
             return;
-    }
     ReportBrokenPromise(pExpression, pFile, line);
 }
 

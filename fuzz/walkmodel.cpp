@@ -48,10 +48,8 @@ static void CheckNodes(Model& model)
 static void CheckMesh(Model& model, ModelPieceLOD& mesh)
 {
     for (uint32_t i = 0; i < mesh.NumTris(); ++i)
-    {
         for (const uint16_t index : mesh.GetTri(i)->m_Indices)
             FUZZ_REQUIRE(index < mesh.NumVerts());
-    }
     const ModelVertWeight* pFirst = model.m_VertexWeights.GetArray();
     for (uint32_t i = 0; i < mesh.NumVerts(); ++i)
     {

@@ -2,6 +2,8 @@
 #include "host/modelreport.h"
 
 #include "tests/host/exportfixture.h"
+#include "tests/scene/sceneparts.h"
+#include "zoltshared/stdzolt/assertion.h"
 
 #include <cmath>
 #include <nlohmann/json.hpp>
@@ -32,16 +34,17 @@ static std::string MovingTriangle(const std::string& indices = "")
     return text.Text();
 }
 
-// A triangle on the joints "a" and "b", of which b moves from the first of the values to the second in 30 frames.
+// A triangle on the joints "a" and, by two halves, "b", of which b moves from the first of the values to the second in
+// 30 frames.
 static std::string SkinnedTriangle(const std::vector<float>& points, float shareOfB, const std::string& path,
                                    const std::string& type, const std::vector<float>& values)
 {
     GltfText text;
     const int positions = text.Floats("VEC3", points, R"("min": [0, 0, 0], "max": [4, 4, 1])");
-    const int joints = text.Bytes("VEC4", {0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0});
+    const int joints = text.Bytes("VEC4", {0, 1, 2, 0, 0, 1, 2, 0, 0, 1, 2, 0});
     std::vector<float> shares;
     for (int i = 0; i < 3; i++)
-        shares.insert(shares.end(), {1.0F - shareOfB, shareOfB, 0.0F, 0.0F});
+        shares.insert(shares.end(), {1.0F - shareOfB, shareOfB / 2.0F, shareOfB / 2.0F, 0.0F});
     const int weights = text.Floats("VEC4", shares);
     const int times = text.Floats("SCALAR", {0, 1}, R"("min": [0], "max": [1])");
     const int moves = text.Floats(type.c_str(), values);
@@ -52,7 +55,7 @@ static std::string SkinnedTriangle(const std::vector<float>& points, float share
     text.Item("nodes", R"({"name": "body", "mesh": 0, "skin": 0})");
     text.Item("nodes", R"({"name": "a"})");
     text.Item("nodes", R"({"name": "b"})");
-    text.Item("skins", R"({"joints": [2, 3]})");
+    text.Item("skins", R"({"joints": [2, 3, 3]})");
     text.Item("scenes", R"({"nodes": [0]})");
     text.Member(R"("scene": 0)");
     text.Item("animations", Animation("move", times, moves, "LINEAR", 3, path));
@@ -240,12 +243,61 @@ TEST_F(ModelReportTest, WhereTheSkinIsTaken)
     EXPECT_FALSE(Said("The skin is")) << m_Said;
     EXPECT_TRUE(Said("; the model may have been made with another --scale or --up; a fresh export may help."))
         << m_Said;
+    // Where the weights are others, a skin that is taken at rest isn't at fault.
+    m_Options.append = false;
+    m_Options.rest = RestChoice::Bind;
+    EXPECT_EQ(Run(turning), 0) << m_Said;
+    m_Options.append = true;
+    EXPECT_EQ(
+        Run(SkinnedTriangle({1, 0, 0, 2, 0, 0, 2, 1, 0}, 0.9F, "rotation", "VEC4", {0, 0, half, half, 0, 0, 0, 1})), 0)
+        << m_Said;
+    EXPECT_GT(m_Json["worst"], 0.01);
+    EXPECT_FALSE(Said("a fresh export")) << m_Said;
 }
+
+// A tangent is motion too, wherever the values are the same.
+TEST_F(ModelReportTest, ScaleOnACubicCurve)
+{
+    for (const auto& [in, out, moves] : {std::tuple<float, float, bool>{0, 0, false}, {3, 0, true}, {0, 3, true}})
+    {
+        GltfText text;
+        const std::string positions = std::to_string(AddTriangle(text));
+        const int times = text.Floats("SCALAR", {0, 1}, R"("min": [0], "max": [1])");
+        const int scales = text.Floats("VEC3", {in, 0, 0, 2, 2, 2, out, 0, 0, in, 0, 0, 2, 2, 2, out, 0, 0});
+        text.Item("meshes", R"({"primitives": [{"attributes": {"POSITION": )" + positions + "}}]}");
+        text.Item("nodes", R"({"name": "top", "mesh": 0})");
+        text.Item("scenes", R"({"nodes": [0]})");
+        text.Member(R"("scene": 0)");
+        text.Item("animations", Animation("grow", times, scales, "CUBICSPLINE", 0, "scale"));
+        EXPECT_EQ(Run(text.Text()), 0) << m_Said;
+        EXPECT_EQ(m_Json["leftOut"]["scaleKeys"].size(), moves ? 1U : 0U) << in << " " << out;
+    }
+}
+
+// A mesh that the file doesn't have stands before the one that it has.
+TEST_F(ModelReportTest, PiecesAreFoundByName)
+{
+    const auto text = [](const std::string& nodes)
+    { return Replaced(MovingTriangle(), R"("nodes": [{"name": "top", "mesh": 0}])", R"("nodes": [)" + nodes + "]"); };
+    const std::string own = R"({"name": "own", "mesh": 0})";
+    EXPECT_EQ(Run(text(R"({"name": "top", "children": [1]}, )" + own)), 0) << m_Said;
+    m_Options.overwrite = false;
+    m_Options.append = true;
+    EXPECT_EQ(Run(text(R"({"name": "top", "children": [2, 1]}, )" + own +
+                       R"(, {"name": "more", "mesh": 0, "translation": [50, 0, 0]})")),
+              0)
+        << m_Said;
+    EXPECT_LT(m_Json["worst"], 1e-5);
+}
+
+static void SeeAssertion(const char*, const char*, int) {}
 
 TEST_F(ModelReportTest, ModelWithoutVertices)
 {
     m_Options.clip = "run";
+    const AssertionSink before = SetAssertionSink(SeeAssertion);
     EXPECT_EQ(Run(MovingTriangle("indices")), 0) << m_Said;
+    EXPECT_EQ(SetAssertionSink(before), SeeAssertion) << "given back";
     ExpectWorst(28.0 / 15.0, 1.0, 29, "top");
     EXPECT_EQ(m_Json["leftOut"]["trianglesDropped"], 1);
 }

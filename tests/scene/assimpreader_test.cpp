@@ -33,9 +33,7 @@ static std::string ReadBad(const std::string& path)
     Scene scene;
     std::string error;
     if (ReadScene(path.c_str(), scene, error))
-    {
         return "";
-    }
     EXPECT_TRUE(scene.nodes.empty() && scene.primitives.empty());
     EXPECT_EQ(error.find('\n'), std::string::npos) << error;
     EXPECT_NE(error.find(std::filesystem::path(path).filename().string()), std::string::npos) << error;
@@ -46,12 +44,8 @@ static std::string ReadBad(const std::string& path)
 static int FindNode(const Scene& scene, const std::string& name, int parent)
 {
     for (std::size_t i = 0; i < scene.nodes.size(); ++i)
-    {
         if (scene.nodes[i].name == name && scene.nodes[i].parent == parent)
-        {
             return static_cast<int>(i);
-        }
-    }
     ADD_FAILURE() << "no node " << name;
     return 0;
 }
@@ -59,12 +53,8 @@ static int FindNode(const Scene& scene, const std::string& name, int parent)
 static const SceneChannel* FindChannel(const SceneClip& clip, int node, ScenePath path)
 {
     for (const SceneChannel& channel : clip.channels)
-    {
         if (channel.node == node && channel.path == path)
-        {
             return &channel;
-        }
-    }
     return nullptr;
 }
 
@@ -119,9 +109,7 @@ static std::string Source(const std::string& id, const std::string& kind, const 
                        "_array><technique_common><accessor source=\"#" + id + "-a\" count=\"" + std::to_string(count) +
                        "\" stride=\"" + std::to_string(stride) + "\">";
     for (const char parameter : parameters)
-    {
         text += std::string("<param name=\"") + parameter + "\" type=\"float\"/>";
-    }
     return text + (parameters.empty() ? "<param type=\"" + type + "\"/>" : "") +
            "</accessor></technique_common></source>";
 }
@@ -281,9 +269,7 @@ TEST(AssimpReader, FbxPivotsAreFoldedIntoNodesAndTheirMotion)
             const Double3& expected = time < 1.0 ? entry.rest : entry.later;
             ExpectPoint(TransformPoint(pose.globals[child], {}), expected.x, expected.y, expected.z, 1e-5);
             if (time == 1.0)
-            {
                 EXPECT_NEAR(TransformPoint(pose.globals[body], {2, 2, 0}).z, entry.meshZ, 1e-5);
-            }
         }
         EXPECT_EQ(scene.statedFps, 24.0);
         EXPECT_EQ(scene.unitMeters, 0.025);
@@ -313,9 +299,7 @@ TEST(FoldPivotNodes, SkinsAndAPassingScaleGoAlong)
         scene.nodes.back().parent = static_cast<int>(scene.nodes.size()) - 2;
     }
     for (int i = 0; i < 3; ++i)
-    {
         scene.nodes[i].children = {i + 1};
-    }
     scene.skins.resize(1);
     scene.skins[0].joints = {3, 2};
     scene.clips = {

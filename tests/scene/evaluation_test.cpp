@@ -72,9 +72,7 @@ TEST(KeyFrame, StepKeysLieBehindTheirTimeOthersOnTheNearestFrame)
         {1.0, 29.97, SceneInterpolation::Linear, 30},
     };
     for (const Case& c : cases)
-    {
         EXPECT_EQ(KeyFrame(c.interpolation, c.seconds, c.fps), c.frame) << c.seconds << " at " << c.fps;
-    }
     // Whatever the key and the rate: a step value holds at its key's frame and not on the frame before.
     std::mt19937 random(5);
     std::uniform_real_distribution<float> times(0.1F, 90.0F);
@@ -121,12 +119,8 @@ static double Distance(const DoubleMatrix& a, const DoubleMatrix& b)
 {
     double worst = 0.0;
     for (int row = 0; row < 3; ++row)
-    {
         for (int column = 0; column < 4; ++column)
-        {
             worst = std::max(worst, std::fabs(a.m[row][column] - b.m[row][column]));
-        }
-    }
     return worst;
 }
 
@@ -179,12 +173,8 @@ TEST(EulerAngles, GiveTheRotationBack)
         float matrix[16];
         RowMatrixFromEulerAngles(floats, matrix);
         for (int row = 0; row < 3; ++row)
-        {
             for (int column = 0; column < 3; ++column)
-            {
                 EXPECT_NEAR(matrix[4 * column + row], wanted.m[row][column], 2e-6);
-            }
-        }
         EXPECT_EQ(matrix[15], 1.0F);
         EXPECT_EQ(matrix[3] + matrix[7] + matrix[11] + matrix[12] + matrix[13] + matrix[14], 0.0F);
     }
@@ -203,13 +193,9 @@ TEST(DecomposeMatrix, GivesTransformsBackAndKnowsShear)
         double* axes[3] = {&transform.scale.x, &transform.scale.y, &transform.scale.z};
         *axes[i % 3] *= i % 2 == 0 ? -1.0 : 1.0;
         if (i % 5 == 0)
-        {
             *axes[(i + 1) % 3] = 0.0;
-        }
         if (i % 25 == 0)
-        {
             *axes[(i + 2) % 3] = 0.0;
-        }
         const DoubleMatrix matrix = MatrixFromTransform(transform);
         DoubleTransform taken;
         EXPECT_TRUE(DecomposeMatrix(matrix, taken));
@@ -227,9 +213,7 @@ TEST(DecomposeMatrix, GivesTransformsBackAndKnowsShear)
         }
     }
     for (auto& row : matrix.m)
-    {
         row[0] = row[1] = row[2] = 0.0;
-    }
     EXPECT_TRUE(DecomposeMatrix(matrix, taken));
     EXPECT_EQ(taken.scale.y, 0.0);
     EXPECT_EQ(taken.rotation.w, 1.0);

@@ -57,9 +57,7 @@ static GltfText Figure()
         {
             const std::size_t at = row * COLUMNS + column;
             for (const std::size_t corner : {at, at + 1, at + COLUMNS, at + 1, at + COLUMNS + 1, at + COLUMNS})
-            {
                 indices.push_back(static_cast<std::uint16_t>(corner));
-            }
         }
     }
     text.Shorts("VEC3", positions, R"("normalized": true)");
@@ -110,9 +108,7 @@ static std::string WithMeshopt(const GltfText& text)
         std::string filter = "NONE";
         Bytes padded(n * 64);
         for (std::size_t k = 0; k < n; ++k)
-        {
             std::memcpy(&padded[k * stride], source + k * size, size);
-        }
         std::vector<float> floats(n * width);
         std::memcpy(floats.data(), source, i == ROTATIONS || i == MOVES ? n * size : 0);
         if (i == ROTATIONS)
@@ -130,9 +126,7 @@ static std::string WithMeshopt(const GltfText& text)
         }
         std::vector<unsigned> indices(n);
         for (std::size_t k = 0; isIndex && k < n; ++k)
-        {
             indices[k] = source[2 * k] | static_cast<unsigned>(source[2 * k + 1]) << 8U;
-        }
         Bytes bytes(i == INDICES ? meshopt_encodeIndexBufferBound(n, 65536)
                     : i == STRIP ? meshopt_encodeIndexSequenceBound(n, 65536)
                                  : meshopt_encodeVertexBufferBound(n, stride));
@@ -174,9 +168,7 @@ static std::vector<std::array<Corner, 3>> TrianglesOf(const ScenePrimitive& prim
             corners[k] = {p.x, p.y, p.z};
             for (std::uint32_t i = primitive.influenceStarts.empty() ? 1 : primitive.influenceStarts[v];
                  !primitive.influenceStarts.empty() && i < primitive.influenceStarts[v + 1]; ++i)
-            {
                 corners[k][3 + primitive.influences[i].joint] = primitive.influences[i].weight;
-            }
         }
         std::rotate(corners.begin(), std::min_element(corners.begin(), corners.end()), corners.end());
         triangles.push_back(corners);
@@ -193,9 +185,7 @@ TEST(GltfCompression, MeshoptGivesThePlainScene)
     EXPECT_TRUE(scene.warnings.empty()) << scene.warnings[0];
     ASSERT_EQ(scene.primitives.size(), 2U);
     for (std::size_t i = 0; i < 2; ++i)
-    {
         EXPECT_EQ(TrianglesOf(scene.primitives[i]), TrianglesOf(plain.primitives[i]));
-    }
     EXPECT_EQ(scene.skins[0].inverseBinds[1].m[0][3], -0.5);
     for (std::size_t i = 0; i < 2; ++i)
     {
@@ -231,9 +221,7 @@ TEST(GltfCompression, DamagedMeshoptDoesNoHarm)
     const Bytes data(bytes.begin() + static_cast<std::ptrdiff_t>(28 + textLength), bytes.end());
     const std::string document = bytes.substr(20, textLength);
     for (const auto& [from, to] : damages)
-    {
         EXPECT_NE(ReadBad(GltfText::Pack(Replaced(document, from, to), data), "bad.glb"), "") << to;
-    }
     for (std::size_t at = 28 + textLength; at < bytes.size(); ++at)
     {
         std::string changed = bytes;
@@ -264,9 +252,7 @@ static std::string WithDraco(const GltfText& text, int bits, bool damaged)
             points[k][1] = static_cast<float>(p.y);
             points[k][2] = static_cast<float>(p.z);
             for (std::uint32_t w = plain.influenceStarts[v]; w < plain.influenceStarts[v + 1]; ++w)
-            {
                 weights[k][plain.influences[w].joint] = static_cast<float>(plain.influences[w].weight);
-            }
         }
         const draco::FaceIndex face(static_cast<std::uint32_t>(i));
         builder.SetAttributeValuesForFace(ids[0], face, points[0], points[1], points[2]);
@@ -285,18 +271,14 @@ static std::string WithDraco(const GltfText& text, int bits, bool damaged)
     json["bufferViews"].push_back({{"buffer", 0}, {"byteOffset", data.size()}, {"byteLength", encoded.size()}});
     data.insert(data.end(), encoded.data(), encoded.data() + encoded.size());
     for (std::size_t at = data.size() - encoded.size() + 20; damaged && at < data.size(); ++at)
-    {
         data[at] = static_cast<unsigned char>(data[at] ^ 0x5AU);
-    }
     for (const int accessor : {POSITIONS, WEIGHTS})
     {
         json["accessors"][accessor]["componentType"] = 5126;
         json["accessors"][accessor].erase("normalized");
     }
     for (const int accessor : {POSITIONS, JOINTS, WEIGHTS, INDICES})
-    {
         json["accessors"][accessor].erase("bufferView");
-    }
     json["meshes"][0]["primitives"].erase(1);
     json["meshes"][0]["primitives"][0]["extensions"]["KHR_draco_mesh_compression"] = {
         {"bufferView", json["bufferViews"].size() - 1},
@@ -325,12 +307,8 @@ TEST(GltfCompression, DracoGivesThePlainScene)
         ASSERT_EQ(triangles.size(), plain.size());
         double worst = 0.0;
         for (std::size_t i = 0; i < plain.size(); ++i)
-        {
             for (std::size_t k = 0; k < 18; ++k)
-            {
                 worst = std::max(worst, std::fabs(triangles[i][k / 6][k % 6] - plain[i][k / 6][k % 6]));
-            }
-        }
         EXPECT_LT(worst, bits < 0 ? 1e-7 : 1e-5);
     }
     EXPECT_NE(ReadBad(WithDraco(text, 16, true), "bad.glb").find("mesh 0, primitive 0: "), std::string::npos);

@@ -25,9 +25,7 @@ static std::vector<std::vector<int>> Corners(const ScenePrimitive& primitive)
     {
         std::vector<int> xs; // the vertex is known by its x
         for (const std::uint32_t corner : triangle.corners)
-        {
             xs.push_back(static_cast<int>(primitive.positions[corner].x));
-        }
         result.push_back(xs);
     }
     return result;
@@ -212,9 +210,7 @@ TEST(GltfReader, FindsImageSizesAndTheCoordinatesOfTheMaterial)
     EXPECT_NE(ReadBad(Replaced(json, "[2, 4]", "[1e300, 4]")).find("finite"), std::string::npos);
     ASSERT_EQ(scene.images.size(), 6U);
     for (const std::size_t i : {0U, 3U, 4U, 5U})
-    {
         EXPECT_EQ(scene.images[i].width, 0) << i;
-    }
     for (const std::size_t i : {1U, 2U})
     {
         EXPECT_EQ(scene.images[i].width, 5) << i;
@@ -409,9 +405,7 @@ TEST(GltfReader, OpensWhatOthersOpen)
         const Scene scene = ReadGood(isMoved ? Replaced(changed, R"("mesh": 0)", R"("mesh": 1)") : changed);
         std::string said;
         for (const std::string& warning : scene.warnings)
-        {
             said += warning + "\n";
-        }
         EXPECT_NE(said.find(mend.warning), std::string::npos) << mend.to << ": " << said;
         EXPECT_EQ(said.empty(), *mend.warning == '\0') << said;
         EXPECT_EQ(scene.roots, mend.roots) << mend.to;

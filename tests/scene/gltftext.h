@@ -52,9 +52,7 @@ public:
     {
         std::string text = R"({"asset": {"version": "2.0"})" + m_Members;
         for (const auto& [name, items] : m_Arrays)
-        {
             text.append(", \"").append(name).append("\": [").append(items).append("]");
-        }
         return text + R"(, "bufferViews": [)" + m_Views + R"(], "accessors": [)" + m_Accessors +
                R"(], "buffers": [{"byteLength": )" + std::to_string(m_Data.size()) +
                R"(, "uri": "data:application/octet-stream;base64,)" + Base64() + R"("}]})";
@@ -84,9 +82,7 @@ public:
     {
         std::string bytes;
         for (unsigned shift = 0; shift < 32; shift += 8)
-        {
             bytes += static_cast<char>(value >> shift & 0xFFU);
-        }
         return bytes;
     }
 
@@ -100,9 +96,7 @@ private:
         const std::size_t length = values.size() * sizeof(T);
         m_Data.resize(offset + length);
         if (length > 0)
-        {
             std::memcpy(m_Data.data() + offset, values.data(), length);
-        }
         m_Views += (m_Views.empty() ? "" : ", ") + std::string(R"({"buffer": 0, "byteOffset": )") +
                    std::to_string(offset) + R"(, "byteLength": )" + std::to_string(length) + "}";
         m_Accessors += (m_Accessors.empty() ? "" : ", ") + std::string(R"({"bufferView": )") +
@@ -120,13 +114,9 @@ private:
         {
             std::uint32_t group = 0;
             for (std::size_t k = i; k < i + 3; ++k)
-            {
                 group = group << 8U | (k < m_Data.size() ? m_Data[k] : 0U);
-            }
             for (std::size_t k = 0; k < 4; ++k)
-            {
                 text += i + k > m_Data.size() ? '=' : digits[group >> (18 - 6 * k) & 63U];
-            }
         }
         return text;
     }
@@ -161,9 +151,7 @@ inline std::string ReadBad(const std::string& bytes, const std::string& name = "
     Scene scene;
     std::string error;
     if (ReadGltfScene(WriteTestFile(name, bytes).c_str(), scene, error))
-    {
         return "";
-    }
     EXPECT_TRUE(scene.nodes.empty());
     return error;
 }

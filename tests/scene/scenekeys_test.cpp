@@ -139,9 +139,7 @@ TEST(FindShapeKeys, FollowsACubicSegmentWithFewKeys)
     all.insert(all.end(), added.begin(), added.end());
     all.push_back(100);
     for (std::size_t i = 0; i + 1 < all.size(); ++i)
-    {
         EXPECT_LE(worstBetween(all[i], all[i + 1]), 0.0005) << all[i];
-    }
     EXPECT_GT(worstBetween(all[0], all.back()), 0.0005);
 }
 
@@ -211,9 +209,7 @@ TEST(FindShapeKeys, BoundsWhatAddsUpAlongAChain)
         scene = MakeTurningChain(count);
         scene.primitives[0].positions = {{-1, 0, 0}, {1, 0, 0}, {0, 0, 0}};
         for (SceneNode& node : scene.nodes)
-        {
             node.local.translation = {};
-        }
         EXPECT_EQ(FindShapeKeys(scene, 0, 2, 0, 4), expected) << count;
     }
 }

@@ -67,9 +67,7 @@ static void AddRandomChannels(Scene& scene, unsigned seed)
             channel.times = {0, 1, 2};
             const int width = path == ScenePath::Rotation ? 4 : 3;
             for (int i = 0; i < 3 * width * (node == 0 ? 3 : 1); ++i)
-            {
                 channel.values.push_back(number(engine));
-            }
             scene.clips[0].channels.push_back(channel);
         }
     }
@@ -106,9 +104,7 @@ TEST(TransformScene, TurnsAndScalesTheWorldAtEveryMoment)
             }
         }
         for (std::size_t i = 0; i < scene.nodes.size(); ++i)
-        {
             ExpectPoint(scene.nodes[i].local.scale, 1, 1, 1);
-        }
     }
 }
 
@@ -174,9 +170,7 @@ TEST(PoseAtBind, WhatRestsAsItWasBoundStays)
     PoseAtBind(scene);
     const std::vector<Double3> after = WorldAt(scene, -1, 0);
     for (std::size_t v = 0; v < before.size(); ++v)
-    {
         ExpectPoint(after[v], before[v].x, before[v].y, before[v].z, 0.0);
-    }
 }
 
 // The mesh was modelled a hundred times as large as the joints show it, and its node doesn't know: the size that the
@@ -185,16 +179,10 @@ TEST(PoseAtBind, KeepsTheSizeThatTheJointsGive)
 {
     Scene scene = MakeSkinnedScene();
     for (DoubleMatrix& matrix : scene.skins[0].inverseBinds)
-    {
         for (int i = 0; i < 3; ++i)
-        {
             matrix.m[i][i] = 0.01;
-        }
-    }
     for (Double3& p : scene.primitives[0].positions)
-    {
         p = {100 * p.x, 100 * p.y, 100 * p.z};
-    }
     const Scene hundredfold = scene;
     PoseAtBind(scene);
     std::vector<Double3> bound = WorldAt(scene, -1, 0);
@@ -207,9 +195,7 @@ TEST(PoseAtBind, KeepsTheSizeThatTheJointsGive)
     std::swap(scene.skins[0].joints[0], scene.skins[0].joints[1]);
     std::swap(scene.skins[0].inverseBinds[0], scene.skins[0].inverseBinds[1]);
     for (SceneInfluence& influence : scene.primitives[0].influences)
-    {
         influence.joint = 1 - influence.joint;
-    }
     PoseAtBind(scene);
     bound = WorldAt(scene, -1, 0);
     EXPECT_NEAR(std::hypot(bound[1].x - bound[0].x, bound[1].y - bound[0].y), 2.0, 1e-12);

@@ -11,8 +11,7 @@ enum
     TICK = 501,
     ASK = 502,
     DEAD = 503,
-    NEST = 504,
-    LOCKED = 505
+    LOCKED = 504
 };
 
 static const DialogControl s_Controls[] = {
@@ -23,11 +22,10 @@ static const DialogControl s_Controls[] = {
     {TICK, "button", "Tick && go", 7, 30, 50, 10, 0x50010023},
     {ASK, "button", "&Ask", 120, 50, 50, 14, 0x50010000},
     {DEAD, "button", "Dead", 120, 70, 50, 14, 0x50010000 | WS_DISABLED},
-    {NEST, "button", "Nest", 120, 90, 50, 14, 0x50010000},
     {LOCKED, "EDIT", nullptr, 60, 21, 100, 14, 0x50810080 | WS_DISABLED},
 };
 static const DialogTemplate s_Template = {77, 1033, "Test", "MS Sans Serif", 8,          0,
-                                          0,  200,  100,    0x80C80AC0,      s_Controls, 9};
+                                          0,  200,  100,    0x80C80AC0,      s_Controls, 8};
 
 // What the test's dialog procedure saw and took over.
 struct Record
@@ -41,7 +39,6 @@ struct Record
     LRESULT ticked = 1;
     std::vector<int> commands;
     int boxAnswer = 0;
-    INT_PTR nestedResult = 0;
 };
 static Record s_Record;
 
@@ -76,10 +73,6 @@ static INT_PTR CALLBACK TestProcedure(HWND dialog, UINT message, WPARAM wParam, 
         break;
     case ASK:
         s_Record.boxAnswer = MessageBoxA(nullptr, "Really?", "Ask", MB_YESNO);
-        break;
-    case NEST:
-        s_Record.nestedResult = DialogBoxParamA(nullptr, MAKEINTRESOURCEA(77), dialog, TestProcedure, 1);
-        EXPECT_NE(GetDlgItem(dialog, NAME), nullptr) << "the outer dialog is still there";
         break;
     default:
         break;
@@ -121,7 +114,7 @@ TEST_F(DialogTest, OkTakesWhatWasTypedAndTicked)
     ASSERT_EQ(m_User.m_Dialogs.size(), 1U);
     const auto& seen = m_User.m_Dialogs[0];
     EXPECT_EQ(seen.title, "Test of dialogs");
-    ASSERT_EQ(seen.atStart.size(), 9U);
+    ASSERT_EQ(seen.atStart.size(), 8U);
     EXPECT_EQ(seen.atStart[0].text, "start");
     EXPECT_EQ(seen.atStart[0].className, "edit");
     EXPECT_TRUE(seen.atStart[4].checked);
@@ -171,23 +164,6 @@ TEST_F(DialogTest, ActionsThatAPersonCouldNotDoAreRefused)
     EXPECT_EQ(Show(), 1);
 }
 
-TEST_F(DialogTest, BoxesAndDialogsNest)
-{
-    m_User.Press(ASK).Type(NAME, "outer").Press(NEST); // then, in the nested one:
-    m_User.Type(NAME, "inner").Press(IDOK);
-    m_User.Do([](DialogWindow& dialog) { EXPECT_EQ(dialog.GetText(NAME), "outer"); }).Press(IDCANCEL);
-    m_User.Answer(IDYES);
-    // The scripted action for the nested dialog is taken by that dialog, since it opens inside Press(NEST).
-    EXPECT_EQ(Show(), 2);
-    EXPECT_EQ(s_Record.nestedResult, 1);
-    EXPECT_EQ(s_Record.name, "inner");
-    EXPECT_EQ(s_Record.boxAnswer, IDYES);
-    ASSERT_EQ(m_User.m_Boxes.size(), 1U);
-    EXPECT_EQ(m_User.m_Boxes[0].text, "Really?");
-    EXPECT_EQ(m_User.m_Boxes[0].caption, "Ask");
-    EXPECT_EQ(m_User.m_Dialogs.size(), 2U);
-}
-
 TEST(MessageBoxTest, AnswersAreThoseThatTheBoxCanGive)
 {
     EXPECT_EQ(MessageBoxA(nullptr, "t", "c", MB_OK), IDOK);
@@ -233,15 +209,14 @@ static std::string AtTerminal(const std::string& typed, const std::function<void
 
 TEST_F(DialogTest, TerminalUserOperatesTheDialog)
 {
-    // 1 the field, 2 the box, 3 Ask, 4 Nest; the disabled button isn't offered.
+    // 1 the field, 2 the box, 3 Ask; the disabled button isn't offered.
     const std::string shown = AtTerminal("1\nnew\r\n2\n9\nxyz\n3\nwhat\ny\n1\n\no\n", [] { EXPECT_EQ(Show(), 1); });
     EXPECT_EQ(s_Record.name, "new");
     EXPECT_EQ(s_Record.ticked, 0);
     EXPECT_EQ(s_Record.boxAnswer, IDYES);
-    EXPECT_NE(shown.find("  1  Name: start\n  2  [x] Tick & go\n  3  <Ask>\n  4  <Nest>\n"), std::string::npos)
-        << shown;
+    EXPECT_NE(shown.find("  1  Name: start\n  2  [x] Tick & go\n  3  <Ask>\n"), std::string::npos) << shown;
     EXPECT_NE(shown.find("  1  Name: new\n  2  [ ] Tick & go\n"), std::string::npos) << shown;
-    EXPECT_NE(shown.find("Type a number from 1 to 4"), std::string::npos);
+    EXPECT_NE(shown.find("Type a number from 1 to 3"), std::string::npos);
 
     AtTerminal("1\n \no\n", [] { EXPECT_EQ(Show(), 1); });
     EXPECT_EQ(s_Record.name, "");

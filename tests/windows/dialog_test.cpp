@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -294,81 +297,54 @@ TEST_F(WindowsTest, AFileThatIsHeldOpen)
     }
 }
 
-// What kelpexport.rc has become: the template as Windows reads it.
+// What kelpexport.rc has become: the template as Windows reads it, word by word.
 TEST(Resource, Template101)
 {
     char folder[MAX_PATH] = "";
     GetModuleFileNameA(nullptr, folder, MAX_PATH);
-    std::string path = folder;
-    path.resize(path.find_last_of("\\/"));
-    HMODULE plugin = LoadLibraryExA((path + "\\..\\bin\\ZoltExport.dll").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    const std::filesystem::path path = std::filesystem::path(folder).parent_path() / "../bin/ZoltExport.dll";
+    HMODULE plugin = LoadLibraryExA(path.string().c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
     ASSERT_NE(plugin, nullptr);
     HRSRC found = FindResourceExA(plugin, MAKEINTRESOURCEA(5), MAKEINTRESOURCEA(101), 1033); // 5: dialogs
     ASSERT_NE(found, nullptr);
-    const auto* pWord = static_cast<const WORD*>(LockResource(LoadResource(plugin, found)));
-    const WORD* const pStart = pWord;
-    std::string shown;
-    const auto takeNumber = [&](int nWords)
-    {
-        DWORD number = *pWord++;
-        if (nWords == 2)
-            number |= static_cast<DWORD>(*pWord++) << 16;
-        return number;
-    };
-    const auto addText = [&]
-    {
-        shown += " '";
-        while (*pWord)
-            shown += static_cast<char>(*pWord++);
-        pWord++;
-        shown += "'";
-    };
-    const auto addRow = [&](int nTexts, bool bControl)
-    {
-        char head[80];
-        const DWORD style = takeNumber(2);
-        const DWORD extended = takeNumber(2);
-        const int count = bControl ? 0 : static_cast<int>(takeNumber(1));
-        int place[4];
-        for (int& number : place)
-            number = static_cast<short>(takeNumber(1));
-        const int id = bControl ? static_cast<short>(takeNumber(1)) : count;
-        std::snprintf(head, sizeof(head), "%d: %d %d %d %d %08lX %lX", id, place[0], place[1], place[2], place[3],
-                      style, extended);
-        shown += head;
-        if (!bControl)
-        {
-            EXPECT_EQ(takeNumber(2), 0U) << "neither menu nor class";
-            addText();
-            shown += " " + std::to_string(takeNumber(1));
-            nTexts = 1;
-        }
-        for (int i = 0; i < nTexts; i++)
-            addText();
-        if (bControl)
-        {
-            EXPECT_EQ(takeNumber(1), 0U) << "no data";
-        }
-        shown += "\n";
-        return count;
-    };
-    const int count = addRow(1, false);
-    for (int i = 0; i < count; i++)
-    {
-        pWord += (pWord - pStart) % 2; // controls are aligned
-        addRow(2, true);
-    }
+    std::vector<WORD> words(SizeofResource(plugin, found) / sizeof(WORD));
+    memcpy(words.data(), LockResource(LoadResource(plugin, found)), words.size() * sizeof(WORD));
     FreeLibrary(plugin);
-    EXPECT_EQ(shown, "9: 0 0 298 102 80C80AC0 0 'ZoltExport' 8 'MS Sans Serif'\n"
-                     "1000: 75 7 162 14 50810080 0 'EDIT' ''\n"
-                     "1001: 75 28 162 14 50810080 0 'EDIT' ''\n"
-                     "1: 94 81 50 14 50010001 0 'BUTTON' '&OK'\n"
-                     "2: 152 81 50 14 50010000 0 'BUTTON' '&Cancel'\n"
-                     "1002: 241 7 50 14 50010000 0 'BUTTON' '&Browse'\n"
-                     "-1: 7 10 65 8 50020002 0 'STATIC' 'Filename'\n"
-                     "1003: 7 31 64 8 50020002 0 'STATIC' 'Animation Name'\n"
-                     "1004: 8 49 76 10 50010023 0 'BUTTON' 'Debug Mode'\n"
-                     "1005: 8 63 76 10 50010023 0 'BUTTON' 'Force Overwrite'\n");
+
+    std::vector<WORD> expected;
+    const auto addRow = [&](DWORD style, std::initializer_list<int> numbers, std::initializer_list<const char*> texts)
+    {
+        expected.resize((expected.size() + 1) / 2 * 2); // rows are aligned
+        for (DWORD number : {style & 0xFFFF, style >> 16, DWORD(0), DWORD(0)})
+            expected.push_back(static_cast<WORD>(number));
+        for (int number : numbers)
+            expected.push_back(static_cast<WORD>(number));
+        for (const char* pText : texts)
+            expected.insert(expected.end(), pText, pText + strlen(pText) + 1);
+    };
+    addRow(0x80C80AC0, {9, 0, 0, 298, 102, 0, 0}, {"ZoltExport", "\bMS Sans Serif"}); // of 8 points
+    const struct
+    {
+        int m_Id, m_X, m_Y, m_Width, m_Height;
+        DWORD m_Style;
+        const char *m_pClass, *m_pText;
+    } controls[] = {
+        {1000, 75, 7, 162, 14, 0x50810080, "EDIT", ""},
+        {1001, 75, 28, 162, 14, 0x50810080, "EDIT", ""},
+        {1, 94, 81, 50, 14, 0x50010001, "BUTTON", "&OK"},
+        {2, 152, 81, 50, 14, 0x50010000, "BUTTON", "&Cancel"},
+        {1002, 241, 7, 50, 14, 0x50010000, "BUTTON", "&Browse"},
+        {-1, 7, 10, 65, 8, 0x50020002, "STATIC", "Filename"},
+        {1003, 7, 31, 64, 8, 0x50020002, "STATIC", "Animation Name"},
+        {1004, 8, 49, 76, 10, 0x50010023, "BUTTON", "Debug Mode"},
+        {1005, 8, 63, 76, 10, 0x50010023, "BUTTON", "Force Overwrite"},
+    };
+    for (const auto& row : controls)
+    {
+        addRow(row.m_Style, {row.m_X, row.m_Y, row.m_Width, row.m_Height, row.m_Id}, {row.m_pClass, row.m_pText});
+        expected.push_back(0); // no data
+    }
+    EXPECT_EQ(words, expected);
 }
 
 // Models of other scenes, for a comparison with those of other platforms: each .glb and .gltf of the folder that

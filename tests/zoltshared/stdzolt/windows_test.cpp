@@ -137,6 +137,37 @@ TEST(ReplaceFileStream, AFileThatIsHeldOpen)
     DeleteFileA(path.c_str());
 }
 
+// What a process left that ended in the middle goes with the next file; what runs, and what only looks like it, stays.
+TEST(ReplaceFileStream, SweepsAfterEndedProcesses)
+{
+    const std::string path = PathOf("swept");
+    ReplaceFileStream* pRunning = OpenReplaceFileStream(path.c_str());
+    ReplaceFileStream* pStream = OpenReplaceFileStream(path.c_str());
+    ASSERT_TRUE(pRunning && pStream) << "two at a time";
+    WIN32_FIND_DATAA found;
+    HANDLE hFind = FindFirstFileA((path + ".zolt-*.tmp").c_str(), &found);
+    ASSERT_NE(hFind, INVALID_HANDLE_VALUE);
+    FindClose(hFind);
+    const std::string own = std::to_string(GetCurrentProcessId()) + "-";
+    std::string stale = testing::TempDir() + "\\" + found.cFileName;
+    const std::string notes = path + ".zolt-notes.tmp";
+    stale.replace(stale.rfind(own), own.size(), "4294967292-"); // an id that no process has
+    WriteWhole(stale, "half a model");
+    WriteWhole(notes, "a user's own");
+    EXPECT_EQ(pStream->Write("new", 3), 0);
+    EXPECT_EQ(pStream->Commit(), 0);
+    pStream->Release();
+    EXPECT_EQ(ReadWhole(path), "new");
+    EXPECT_EQ(GetFileAttributesA(stale.c_str()), INVALID_FILE_ATTRIBUTES);
+    EXPECT_EQ(ReadWhole(notes), "a user's own");
+    EXPECT_EQ(pRunning->Write("newer", 5), 0);
+    EXPECT_EQ(pRunning->Commit(), 0);
+    pRunning->Release();
+    EXPECT_EQ(ReadWhole(path), "newer");
+    DeleteFileA(notes.c_str());
+    DeleteFileA(path.c_str());
+}
+
 static std::string s_Debugged;
 
 // The system hands debugger output to a process without a debugger as an exception.

@@ -33,18 +33,14 @@ static void Note(HostAnswer& answer, const SAA_Elem* pElem)
 
 // clang-format off
 static void Note(HostAnswer& answer, int* p) { List(answer.ints, p); }
-static void Note(HostAnswer& answer, short* p) { List(answer.shorts, p); }
 static void Note(HostAnswer& answer, float* p) { List(answer.floats, p); }
-static void Note(HostAnswer& answer, char* p) { List(answer.texts, p); }
 static void Note(HostAnswer& answer, SAA_Position* p) { List(answer.positions, p); }
 static void Note(HostAnswer& answer, SAA_Elem* p) { List(answer.elems, p); }
 static void Note(HostAnswer& answer, SAA_SubHandle* p) { List(answer.subHandles, p); }
-static void Note(HostAnswer& answer, SAA_Scene* p) { List(answer.scenes, p); }
 // clang-format on
 
 // What else is handed in.
-template <class T> static void Note(HostAnswer&, const T*) {}
-static void Note(HostAnswer&, float) {}
+template <class T> static void Note(HostAnswer&, T) {}
 
 // Stands before the operation of one name and signature.
 template <Operation OP, class Signature> struct Interposed;

@@ -13,16 +13,13 @@
 struct HostAnswer
 {
     int status = 0;
-    int lastNumber = 0;              // that was handed in: the places of a text, most often those of a list
+    int lastNumber = 0;              // that was handed in: the places of a list, most often
     const SAA_Elem* pElem = nullptr; // the last element that was handed in
     std::vector<int*> ints;
-    std::vector<short*> shorts;
     std::vector<float*> floats;
     std::vector<SAA_Position*> positions;
-    std::vector<char*> texts;
     std::vector<SAA_Elem*> elems;
     std::vector<SAA_SubHandle*> subHandles;
-    std::vector<SAA_Scene*> scenes;
 };
 
 // By the operation's name: what is called with each of its answers. Works for all 47.
