@@ -1,5 +1,9 @@
 #include "zoltshared/stdzolt/blockallocator.h"
 
+#include <cstddef>
+
+#pragma GCC diagnostic ignored "-Winvalid-offsetof" // its base has no virtual base
+
 static constexpr bool WIDE_POINTERS = sizeof(void*) > 4;
 
 static uint64_t RoundUp(uint64_t size)
@@ -42,6 +46,9 @@ void BlockAllocator::Term()
 
 void* BlockAllocator::Alloc(uint32_t size)
 {
+    constexpr size_t word = sizeof(void*);
+    static_assert(offsetof(BlockAllocator, m_pDelegate) == word && offsetof(BlockAllocator, m_pBlock) == 2 * word);
+    static_assert(offsetof(BlockAllocator, m_Used) == 3 * word && offsetof(BlockAllocator, m_Size) == 3 * word + 4);
     if (size == 0)
         return nullptr;
     const uint64_t rounded = RoundUp(size);

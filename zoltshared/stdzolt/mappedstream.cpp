@@ -54,7 +54,8 @@ bool MapFile(const char* pFilename, FileView& view)
     if (fd < 0)
         return false;
     struct stat status;
-    bool bMapped = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= UINT32_MAX;
+    bool bMapped =
+        fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && static_cast<uint64_t>(status.st_size) <= UINT32_MAX;
     if (bMapped && status.st_size != 0)
     {
         view.m_Size = static_cast<uint32_t>(status.st_size);

@@ -80,17 +80,45 @@ static_assert(Rise(AT(m_pModel), AT(m_Prev), AT(m_Cur), AT(m_Percent), AT(m_iWei
 static_assert(Rise(AT(m_nTotalAllocations), AT(m_nTotalFrees), AT(m_TotalMemoryAllocated), AT(m_nCurrentAllocations),
                    AT(m_nAllocationFailures), AT(m_pDelegate)));
 #undef TYPE
-#define TYPE Model
-static_assert(Rise(AT(m_Filename), AT(m_Link), AT(m_Attachments), AT(m_FlatNodeList), AT(m_Pieces), AT(m_WeightSets),
-                   AT(m_VertexWeights), AT(m_nTotalVerts), AT(m_nTotalTris), AT(m_nDWordNodes), AT(m_Transforms),
-                   AT(m_CommandString), AT(m_Strings), AT(m_LODDistances), AT(m_HeaderFloat), AT(m_VisRadius),
-                   AT(m_bNoAnimation), AT(m_FadeRangeMin), AT(m_FadeRangeMinSqr), AT(m_FadeRangeMax),
-                   AT(m_FadeRangeMaxSqr), AT(m_FadeSpriteSize), AT(m_AmbientLight), AT(m_DirLight), AT(m_bShadowEnable),
-                   AT(m_ShadowProjectLength), AT(m_ShadowLightDist), AT(m_ShadowSizeX), AT(m_ShadowSizeY),
-                   AT(m_ShadowCenterOffset), AT(m_iNormalRefNode), AT(m_iNormalRefAnim), AT(m_NormalRefTransform),
-                   AT(m_bNormalRef), AT(m_bFovOffset), AT(m_FovXOffset), AT(m_FovYOffset), AT(m_bSpecularEnable),
-                   AT(m_bRigid), AT(m_Sockets), AT(m_Anims), AT(m_pAllocator), AT(m_pDefaultAllocator),
-                   AT(m_BlockAllocator), AT(m_ChildModels), AT(m_nChildModels), AT(m_SelfChildModel), AT(m_FileVersion),
-                   AT(m_RefCount), AT(m_DefaultRootNode), AT(m_pRootNode)));
+#define TYPE ModelStringRecord
+static_assert(Rise(AT(m_Size), AT(m_pNext), AT(m_Text)));
 #undef TYPE
+#define TYPE ModelStringList // the index behind these two is ours
+static_assert(AT(m_pHead) == 0 && AT(m_pAllocator) == sizeof(void*));
+#undef TYPE
+#undef AT
+
+// A member's place, and where the next one can begin.
+struct Extent
+{
+    std::size_t begin;
+    std::size_t end;
+};
+
+// True where nothing but what alignment asks for stands between the members, the first behind the table of virtual
+// operations.
+template <class... Extents> constexpr bool Follow(Extents... members)
+{
+    bool bFollow = true;
+    std::size_t end = sizeof(void*);
+    ((bFollow = bFollow && members.begin >= end && members.begin - end < 8, end = members.end), ...);
+    return bFollow;
+}
+
+#define AT(member)                                                                                                     \
+    Extent                                                                                                             \
+    {                                                                                                                  \
+        offsetof(Model, member), offsetof(Model, member) + sizeof(Model::member)                                       \
+    }
+static_assert(Follow(AT(m_Filename), AT(m_Link), AT(m_Attachments), AT(m_FlatNodeList), AT(m_Pieces), AT(m_WeightSets),
+                     AT(m_VertexWeights), AT(m_nTotalVerts), AT(m_nTotalTris), AT(m_nDWordNodes), AT(m_Transforms),
+                     AT(m_CommandString), AT(m_Strings), AT(m_LODDistances), AT(m_HeaderFloat), AT(m_VisRadius),
+                     AT(m_bNoAnimation), AT(m_FadeRangeMin), AT(m_FadeRangeMinSqr), AT(m_FadeRangeMax),
+                     AT(m_FadeRangeMaxSqr), AT(m_FadeSpriteSize), AT(m_AmbientLight), AT(m_DirLight),
+                     AT(m_bShadowEnable), AT(m_ShadowProjectLength), AT(m_ShadowLightDist), AT(m_ShadowSizeX),
+                     AT(m_ShadowSizeY), AT(m_ShadowCenterOffset), AT(m_iNormalRefNode), AT(m_iNormalRefAnim),
+                     AT(m_NormalRefTransform), AT(m_bNormalRef), AT(m_bFovOffset), AT(m_FovXOffset), AT(m_FovYOffset),
+                     AT(m_bSpecularEnable), AT(m_bRigid), AT(m_Sockets), AT(m_Anims), AT(m_pAllocator),
+                     AT(m_pDefaultAllocator), AT(m_BlockAllocator), AT(m_ChildModels), AT(m_nChildModels),
+                     AT(m_SelfChildModel), AT(m_FileVersion), AT(m_RefCount), AT(m_DefaultRootNode), AT(m_pRootNode)));
 #undef AT
