@@ -614,7 +614,9 @@ TEST(Envelopes, SharesAreTheNearestThatAnExporterKeeps)
         EXPECT_EQ((std::vector<std::size_t>{changes.raised, changes.dropped, changes.touched, changes.mended}),
                   row.changes);
         if (row.weights.size() == 25)
+        {
             EXPECT_EQ(shares.size(), 25U);
+        }
         for (std::size_t i = 0; i < row.shares.size(); ++i)
         {
             ASSERT_EQ(shares.size(), row.shares.size());

@@ -269,7 +269,9 @@ TEST(AssimpReader, FbxPivotsAreFoldedIntoNodesAndTheirMotion)
             const Double3& expected = time < 1.0 ? entry.rest : entry.later;
             ExpectPoint(TransformPoint(pose.globals[child], {}), expected.x, expected.y, expected.z, 1e-5);
             if (time == 1.0)
+            {
                 EXPECT_NEAR(TransformPoint(pose.globals[body], {2, 2, 0}).z, entry.meshZ, 1e-5);
+            }
         }
         EXPECT_EQ(scene.statedFps, 24.0);
         EXPECT_EQ(scene.unitMeters, 0.025);
