@@ -2,6 +2,7 @@
 // status: 0, or 1 after a failure, of one file if there are several (or, for RunCheck, a fault).
 #pragma once
 
+#include "abctools/picture.h"
 #include "abctools/pose.h"
 #include "commandline/command.h"
 
@@ -51,6 +52,9 @@ struct ViewOptions
 // A page for the browser (viewpage.h). The page's place is printed if it wasn't given.
 int RunView(const ViewOptions& options, std::ostream& out, std::ostream& err);
 
+// A PNG (picture.h), which is replaced as a whole or, on failure, not at all.
+int RunPicture(const PictureOptions& options, std::ostream& out, std::ostream& err);
+
 // The same as commands of a program, with their options, help and examples: see commandtable.cpp.
 Command MakeInfoCommand();
 Command MakeCheckCommand();
@@ -58,3 +62,4 @@ Command MakeCopyCommand();
 Command MakePoseCommand();
 Command MakeConvertCommand();
 Command MakeViewCommand();
+Command MakePictureCommand();

@@ -12,7 +12,8 @@
 //   - a chapter in docs/abctool.md.
 // Parsing, --help, completions and manual pages follow by themselves.
 static Command (*const COMMANDS[])() = {
-    MakeInfoCommand, MakeCheckCommand, MakeCopyCommand, MakePoseCommand, MakeConvertCommand, MakeViewCommand,
+    MakeInfoCommand,    MakeCheckCommand, MakeCopyCommand,    MakePoseCommand,
+    MakeConvertCommand, MakeViewCommand,  MakePictureCommand,
 };
 
 Program MakeAbctool()

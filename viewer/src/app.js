@@ -239,6 +239,7 @@ export class App {
             const from = fade ? { anim: entries[fade.from].anims[i], time: fade.time, weight: fadeWeight } : null;
             figure.setPose(entry?.anims[i] ?? null, time, from);
         }
+        this.#panel.showPose();
         this.#stage.redraw();
     }
 
@@ -248,7 +249,6 @@ export class App {
         if (this.#player.advance(elapsed)) {
             this.#pose();
             this.#transport.showTime();
-            this.#panel.showPose();
         }
         if (this.#stage.draw()) {
             ++this.frames;
@@ -303,11 +303,12 @@ export class App {
         ]);
         window.addEventListener("keydown", (event) => {
             const busy = event.ctrlKey || event.metaKey || event.altKey || document.querySelector("dialog[open]");
-            if (busy || event.target.closest("input, select, summary")) {
+            const at = event.target instanceof Element ? event.target : document.body;
+            if (busy || at.closest("input, select, summary")) {
                 return;
             }
             const key = event.key.length === 1 ? event.key.toLowerCase() : event.key;
-            const onButton = event.target.closest("button") && key === " ";
+            const onButton = at.closest("button") && key === " ";
             const action = onButton ? null : (actions.get(key) ?? (switches.has(key) ? () => this.toggle(switches.get(key)) : null));
             if (action) {
                 event.preventDefault();

@@ -1,6 +1,6 @@
 // From nothing to all, in linear light: grey, blue, cyan, green, yellow, red.
 const STOPS = [
-    [0, 0.1, 0.11, 0.14],
+    [0, 0.3, 0.32, 0.36],
     [0.001, 0.02, 0.06, 0.45],
     [0.25, 0.0, 0.45, 0.8],
     [0.5, 0.05, 0.6, 0.2],

@@ -81,12 +81,13 @@ export class Labels {
     #drawUnits(context, view, camera, theme) {
         const { step } = view.grid;
         context.fillStyle = theme.faint;
+        const figure = outline(view, camera);
         for (const [axis, letter] of [["x", "x"], ["z", "z"]]) {
             for (const i of [-10, -5, 5, 10]) {
                 const point = new THREE.Vector3();
                 point[axis] = i * step;
                 const place = view.toScreen(point, camera);
-                if (place && i < Grid.HALF) {
+                if (place && i < Grid.HALF && !figure.holds(place)) {
                     const text = `${i === 10 ? `${letter} ` : ""}${formatLength(i * step)}`;
                     context.fillText(text, place.x + 4, place.y + 8);
                 }
@@ -117,4 +118,23 @@ export class Labels {
         context.fillStyle = ink;
         context.fillText(text, box.left + PAD, y + 0.5);
     }
+}
+
+// The rectangle on the screen that a figure's box fills.
+function outline(view, camera) {
+    const box = view.figure.box;
+    const places = [];
+    for (let corner = 0; corner < 8; ++corner) {
+        const at = (axis) => box[corner & (1 << axis) ? 3 + axis : axis];
+        const place = view.toScreen(new THREE.Vector3(at(0), at(1), -at(2)), camera);
+        if (place) {
+            places.push(place);
+        }
+    }
+    const xs = places.map(({ x }) => x);
+    const ys = places.map(({ y }) => y);
+    return {
+        holds: ({ x, y }) =>
+            x + 24 > Math.min(...xs) && x < Math.max(...xs) && y + 14 > Math.min(...ys) && y < Math.max(...ys),
+    };
 }

@@ -11,7 +11,7 @@ export const KEY_FLOATS = 7;
 // space, which is the scene's mirrored in z.
 export class Model {
     constructor(file) {
-        this.file = file.file;
+        this.file = { path: file.file, name: file.name, missing: file.missing };
         this.info = file.info;
         this.nodes = file.info.nodes;
         const reader = new ArrayReader(bytesFromBase64(file.data));

@@ -7,6 +7,7 @@ export class ModelSheet {
     #actions;
     #view = null;
     #set = -1;
+    #size = element("span");
 
     // actions: setLod(lod), setHidden(piece, hidden), showSet(set or -1)
     constructor(host, actions) {
@@ -22,6 +23,12 @@ export class ModelSheet {
         }
     }
 
+    // The pose has changed.
+    showPose() {
+        const [minX, minY, minZ, maxX, maxY, maxZ] = this.#view.figure.box;
+        this.#size.textContent = [maxX - minX, maxY - minY, maxZ - minZ].map(formatLength).join(" × ");
+    }
+
     refresh() {
         const { info } = this.#view.model;
         this.#host.replaceChildren(
@@ -33,13 +40,13 @@ export class ModelSheet {
             ...section("Child models", info.childModels.slice(1), (child, i) => [child.name, this.#childNote(i + 1)]),
             ...(info.command ? [heading("Command string"), element("pre", {}, info.command)] : []),
         );
+        this.showPose();
     }
 
     #statistics() {
         const { model, figure } = this.#view;
         const { info } = model;
         const counts = model.counts(figure.lod);
-        const [minX, minY, minZ, maxX, maxY, maxZ] = figure.box;
         const stray = model.pieces.reduce((sum, piece) => sum + unweighted(piece.meshes[0]), 0);
         const rows = [
             ["File", `${formatBytes(info.bytes)}, version ${info.version}`],
@@ -49,7 +56,7 @@ export class ModelSheet {
             ["Nodes", formatCount(info.nodes.length)],
             ["Animations", formatCount(info.anims.length)],
             ["Keys", formatCount(info.anims.reduce((sum, anim) => sum + anim.keys, 0))],
-            ["Size now", [maxX - minX, maxY - minY, maxZ - minZ].map(formatLength).join(" × ")],
+            ["Size now", this.#size],
         ];
         if (stray > 0) {
             rows.push(["No weights", `${formatCount(stray)} vertices`]);

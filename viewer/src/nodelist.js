@@ -6,6 +6,7 @@ const MOST_ROWS = 600; // a longer list is searched, not scrolled
 // The node tree of a file, and what there is to say of the node that is picked.
 export class NodeList {
     #host;
+    #place = element("span");
     #pick;
     #view = null;
     #list = element("ul", { className: "list tree", role: "tree", "aria-label": "Nodes" });
@@ -29,7 +30,7 @@ export class NodeList {
             this.#picked = picked;
             this.#mark();
         }
-        this.showDetails();
+        this.#showDetails();
     }
 
     #fill() {
@@ -76,7 +77,7 @@ export class NodeList {
         }
     }
 
-    showDetails() {
+    #showDetails() {
         const { model, figure } = this.#view;
         const i = this.#picked;
         this.#details.hidden = i < 0 || i >= model.nodes.length;
@@ -84,16 +85,23 @@ export class NodeList {
             return;
         }
         const { name, parent, flags } = model.nodes[i];
-        const place = this.#view.nodePlace(i).toArray().map(formatLength).join("  ");
         const notes = [flags & 1 ? "may be removed" : "", flags & 2 ? "fixed in its parent" : ""].filter(Boolean);
         const weighted = figure.countWeighted(i);
         const rows = [
             ["Node", `${i}, ${name || "no name"}`],
             ["Parent", parent < 0 ? "none" : `${parent}, ${model.nodes[parent].name}`],
-            ["Place", place],
+            ["Place", this.#place],
             ["Vertices", `${formatCount(weighted)} with a weight`],
             ["Flags", notes.join(", ") || "none"],
         ];
+        this.showPlace();
         this.#details.replaceChildren(...rows.flatMap(([key, value]) => [element("dt", {}, key), element("dd", {}, value)]));
+    }
+
+    // The pose has changed.
+    showPlace() {
+        if (this.#picked >= 0) {
+            this.#place.textContent = this.#view.nodePlace(this.#picked).toArray().map(formatLength).join("  ");
+        }
     }
 }

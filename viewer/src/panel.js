@@ -86,8 +86,11 @@ export class Panel {
 
     // The pose has changed.
     showPose() {
-        if (!this.#host.hidden && !this.#tabs.get("nodes").body.hidden) {
-            this.#nodes.showDetails();
+        if (!this.#tabs.get("nodes").body.hidden) {
+            this.#nodes.showPlace();
+        }
+        if (!this.#tabs.get("model").body.hidden) {
+            this.#sheet.showPose();
         }
     }
 }

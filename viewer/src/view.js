@@ -35,8 +35,8 @@ export class View {
     #addLights(box) {
         const { radius } = this;
         const centre = box.getCenter(new THREE.Vector3());
-        this.hemisphere = new THREE.HemisphereLight(0xffffff, 0x80848c, 1.5);
-        this.#key = new THREE.DirectionalLight(0xfff4e6, 2.1);
+        this.hemisphere = new THREE.HemisphereLight(0xffffff, 0x9498a0, 1.9);
+        this.#key = new THREE.DirectionalLight(0xfff4e6, 2.3);
         const rim = new THREE.DirectionalLight(0xcfe0ff, 0.7);
         this.#key.target.position.copy(centre);
         rim.target.position.copy(centre);
