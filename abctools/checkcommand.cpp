@@ -3,8 +3,14 @@
 #include "abctools/format.h"
 #include "abctools/modelfile.h"
 #include "abctools/modelfilecheck.h"
+#include "commandline/progressbar.h"
+
+#include <nlohmann/json.hpp>
 
 #include <memory>
+#include <sstream>
+
+using nlohmann::ordered_json;
 
 // So many lines of a kind are printed for one file.
 constexpr uint32_t MAX_LINES = 200;
@@ -16,12 +22,22 @@ static std::string TotalsText(const ModelFileTotals& totals)
            Counted(totals.m_nVerts, "vertex", "vertices") + ", " + Counted(totals.m_nAnims, "animation");
 }
 
-static bool CheckFile(const std::string& path, bool bExport, bool bQuiet, std::ostream& out, std::ostream& err)
+static ordered_json TotalsJson(const ModelFileTotals& totals)
+{
+    return {{"version", totals.m_Version}, {"nodes", totals.m_nNodes}, {"pieces", totals.m_nPieces},
+            {"tris", totals.m_nTris},      {"verts", totals.m_nVerts}, {"anims", totals.m_nAnims}};
+}
+
+// One file: `out` gets lines, or `document` what they would say.
+static bool CheckFile(const std::string& path, const CheckOptions& options, std::ostream& out, std::ostream& err,
+                      ordered_json& document)
 {
     std::vector<uint8_t> bytes;
     std::string error;
+    document = {{"file", ToUtf8(path)}, {"ok", false}};
     if (!ReadModelBytes(path, bytes, error))
     {
+        document["error"] = ToUtf8(error);
         err << ErrorLine(path, error);
         return false;
     }
@@ -29,43 +45,56 @@ static bool CheckFile(const std::string& path, bool bExport, bool bQuiet, std::o
     uint32_t nFaults = 0;
     uint32_t nWarnings = 0;
     const std::string prefix = TerminalText(path) + ": ";
+    document["faults"] = ordered_json::array();
+    document["warnings"] = ordered_json::array();
     for (const Finding& finding : CheckModelFile(bytes, &totals))
     {
-        const bool bFault = finding.m_Kind == FindingKind::Fault || (bExport && finding.m_Kind == FindingKind::Export);
-        if (bFault && ++nFaults <= MAX_LINES)
+        const bool bFault =
+            finding.m_Kind == FindingKind::Fault || (options.m_bExport && finding.m_Kind == FindingKind::Export);
+        document[bFault ? "faults" : "warnings"].push_back(ToUtf8(finding.m_Text));
+        if (bFault && ++nFaults <= MAX_LINES && !options.m_bJson)
             out << prefix << TerminalText(finding.m_Text) << '\n';
-        else if (!bFault && !bQuiet && ++nWarnings <= MAX_LINES)
+        else if (!bFault && !options.m_bQuiet && ++nWarnings <= MAX_LINES && !options.m_bJson)
             out << prefix << "warning: " << TerminalText(finding.m_Text) << '\n';
     }
-    if (nFaults > MAX_LINES)
+    document["ok"] = nFaults == 0;
+    document.update(TotalsJson(totals));
+    if (nFaults > MAX_LINES && !options.m_bJson)
         out << prefix << Counted(nFaults - MAX_LINES, "more fault") << '\n';
-    if (nFaults == 0 && !bQuiet)
+    if (nFaults == 0 && !options.m_bQuiet && !options.m_bJson)
         out << prefix << "ok (" << TotalsText(totals) << ")\n";
     return nFaults == 0;
 }
 
 int RunCheck(const std::vector<std::string>& paths, bool bExport, bool bQuiet, std::ostream& out, std::ostream& err)
 {
-    int status = 0;
-    for (const std::string& path : paths)
-    {
-        if (!CheckFile(path, bExport, bQuiet, out, err))
-            status = 1;
-    }
-    return status;
+    return RunCheck({paths, bExport, bQuiet, false}, out, err);
 }
 
-namespace
+int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err)
 {
-
-struct CheckOptions
-{
-    std::vector<std::string> m_Paths;
-    bool m_bExport = false;
-    bool m_bQuiet = false;
-};
-
-} // namespace
+    int status = STATUS_RIGHT;
+    ProgressBar bar("checking");
+    ordered_json documents = ordered_json::array();
+    for (const std::string& path : options.m_Paths)
+    {
+        bar.Show(documents.size(), options.m_Paths.size());
+        std::ostringstream lines;
+        ordered_json document;
+        if (!CheckFile(path, options, lines, err, document))
+            status = STATUS_FAILED;
+        documents.push_back(std::move(document));
+        if (const std::string text = lines.str(); !text.empty())
+        {
+            bar.Clear();
+            out << text;
+        }
+    }
+    bar.Clear();
+    if (options.m_bJson && !documents.empty())
+        out << (documents.size() > 1 ? documents : documents[0]).dump(1, ' ', true) << '\n';
+    return status;
+}
 
 Command MakeCheckCommand()
 {
@@ -76,9 +105,10 @@ Command MakeCheckCommand()
     command.m_Options.AddFiles("FILE", pOptions->m_Paths, "Model files");
     command.m_Options.AddFlag("--export", pOptions->m_bExport, "Also what holds for every finished export");
     command.m_Options.AddFlag("-q,--quiet", pOptions->m_bQuiet, "Faults only");
+    command.m_Options.AddFlag("--json", pOptions->m_bJson,
+                              "Print JSON: an object, or a list of them for several files");
     command.m_Examples = {{"abctool check strider.abc", "Is the file valid, and does it hold what an engine dislikes?"},
                           {"abctool check --quiet models/*.abc", "Only the faults of many files."}};
-    command.m_Run = [pOptions](std::ostream& out, std::ostream& err)
-    { return RunCheck(pOptions->m_Paths, pOptions->m_bExport, pOptions->m_bQuiet, out, err); };
+    command.m_Run = [pOptions](std::ostream& out, std::ostream& err) { return RunCheck(*pOptions, out, err); };
     return command;
 }

@@ -10,12 +10,31 @@
 #include <string>
 #include <vector>
 
+struct InfoOptions
+{
+    std::vector<std::string> m_Paths;
+    bool m_bJson = false;
+    bool m_bMemory = false;
+    bool m_bTable = false; // one table in place of pages
+};
+
 // A page or a JSON object for each file; of several files, pages that begin with the file's name, or one JSON array.
 // Files that can't be read are left out.
+int RunInfo(const InfoOptions& options, std::ostream& out, std::ostream& err);
 int RunInfo(const std::vector<std::string>& paths, bool bJson, bool bMemory, std::ostream& out, std::ostream& err);
 
 // A line for each fault, "FILE: fault", and one for a file without any, unless quiet. What doesn't make a file invalid
-// is told as "FILE: warning: ..." (unless quiet); with bExport, what no export writes counts as a fault.
+// is told as "FILE: warning: ..." (unless quiet); with bExport, what no export writes counts as a fault. With bJson an
+// object for each file, of several files in one array.
+struct CheckOptions
+{
+    std::vector<std::string> m_Paths;
+    bool m_bExport = false;
+    bool m_bQuiet = false;
+    bool m_bJson = false;
+};
+
+int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err);
 int RunCheck(const std::vector<std::string>& paths, bool bExport, bool bQuiet, std::ostream& out, std::ostream& err);
 
 // Loads a model, with the child models of its folder, so that their bindings are kept, and saves it. The stamp moves on
@@ -55,11 +74,23 @@ int RunView(const ViewOptions& options, std::ostream& out, std::ostream& err);
 // A PNG (picture.h), which is replaced as a whole or, on failure, not at all.
 int RunPicture(const PictureOptions& options, std::ostream& out, std::ostream& err);
 
+struct DiffOptions
+{
+    std::string m_PathA;
+    std::string m_PathB;
+    std::optional<double> m_Tolerance; // 0 for none
+    bool m_bJson = false;
+};
+
+// A line for each difference (modeldiff.h), or one JSON document. Status 1 if there is one.
+int RunDiff(const DiffOptions& options, std::ostream& out, std::ostream& err);
+
 // The same as commands of a program, with their options, help and examples: see commandtable.cpp.
 Command MakeInfoCommand();
 Command MakeCheckCommand();
 Command MakeCopyCommand();
 Command MakePoseCommand();
+Command MakeDiffCommand();
 Command MakeConvertCommand();
 Command MakeViewCommand();
 Command MakePictureCommand();

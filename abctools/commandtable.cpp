@@ -11,10 +11,18 @@
 //   - a row here,
 //   - a chapter in docs/abctool.md.
 // Parsing, --help, completions and manual pages follow by themselves.
+// clang-format off
 static Command (*const COMMANDS[])() = {
-    MakeInfoCommand,    MakeCheckCommand, MakeCopyCommand,    MakePoseCommand,
-    MakeConvertCommand, MakeViewCommand,  MakePictureCommand,
+    MakeInfoCommand,
+    MakeCheckCommand,
+    MakeCopyCommand,
+    MakePoseCommand,
+    MakeDiffCommand,
+    MakeConvertCommand,
+    MakeViewCommand,
+    MakePictureCommand,
 };
+// clang-format on
 
 Program MakeAbctool()
 {

@@ -19,6 +19,13 @@ struct Finding
     std::string m_Text; // may hold names as they stand in the file
 };
 
+// What a part of the file takes.
+struct PartBytes
+{
+    std::string m_Name;
+    size_t m_nBytes;
+};
+
 struct ModelFileTotals
 {
     uint32_t m_Version = 0;
@@ -27,6 +34,11 @@ struct ModelFileTotals
     uint32_t m_nTris = 0;
     uint32_t m_nVerts = 0;
     uint32_t m_nAnims = 0;
+    uint32_t m_nMaxWeights = 0; // of one vertex
+    // In file order, as far as the walk came.
+    std::vector<PartBytes> m_Sections;
+    std::vector<PartBytes> m_Pieces;
+    std::vector<PartBytes> m_Anims;
 };
 
 // Walks all sections by itself, without the model's reader, and lists what it finds, in file order; then loads the file

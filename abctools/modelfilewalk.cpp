@@ -63,6 +63,7 @@ bool ModelFileWalk::WalkChain()
         const uint32_t fileEnd = static_cast<uint32_t>(m_Bytes.size());
         m_Sections.push_back(
             {name, static_cast<uint32_t>(m_Reader.Position()), link == SECTION_CHAIN_END ? fileEnd : link});
+        m_Totals.m_Sections.push_back({name, m_Sections.back().m_End > at ? m_Sections.back().m_End - at : 0});
         if (link == SECTION_CHAIN_END)
             break;
         if (link <= at)

@@ -59,6 +59,7 @@ bool ModelFileWalk::WalkAnims()
 
 bool ModelFileWalk::WalkAnim()
 {
+    const size_t start = m_Reader.Position();
     float dims[3];
     m_Reader.Floats(dims, 3);
     const std::string name = m_Reader.String();
@@ -110,6 +111,7 @@ bool ModelFileWalk::WalkAnim()
     }
     if (!bFinite)
         Fault(label + ": a key isn't finite");
+    m_Totals.m_Anims.push_back({name, m_Reader.Position() - start});
     return true;
 }
 

@@ -20,6 +20,7 @@ bool ModelFileWalk::WalkPieces()
     std::set<std::string> seen;
     for (uint32_t i = 0; i < nPieces; ++i)
     {
+        const size_t start = m_Reader.Position();
         m_Reader.U16();
         float params[3] = {};
         m_Reader.Floats(params, m_Totals.m_Version >= 10 ? 3 : 2);
@@ -39,6 +40,7 @@ bool ModelFileWalk::WalkPieces()
             if (!WalkMesh(iLOD == 0 ? label : label + Format(", LOD %u", iLOD), iLOD == 0))
                 return false;
         }
+        m_Totals.m_Pieces.push_back({name, m_Reader.Position() - start});
     }
     return true;
 }
@@ -97,6 +99,7 @@ bool ModelFileWalk::WalkMesh(const std::string& label, bool bFirst)
         bShareSum = bShareSum && (nWeights == 0 || !(sum <= 0.0));
         m_nUnweighted += nWeights == 0 && bFirst ? 1 : 0;
         m_nWeights += nWeights;
+        m_Totals.m_nMaxWeights = std::max<uint32_t>(m_Totals.m_nMaxWeights, nWeights);
         float values[6]; // position, normal
         m_Reader.Floats(values, 6);
         bFinite = AreFinite(values, 6) && bFinite;

@@ -55,12 +55,29 @@ static std::string NodesText(const ordered_json& nodes)
     return text;
 }
 
+// ", 120 bytes" for what is known to take them.
+static std::string BytesText(const ordered_json& part)
+{
+    return part.contains("bytes") ? ", " + Counted(part["bytes"], "byte") : "";
+}
+
+static std::string SectionsText(const ordered_json& info)
+{
+    std::string text;
+    for (const ordered_json& section : info["sections"])
+        text += (text.empty() ? "bytes: " : ", ") + TextOf(section["name"]) + " " + ValueText(section["bytes"]);
+    return text + "\n";
+}
+
 static std::string PiecesText(const ordered_json& info)
 {
-    std::string text = Format("pieces: %zu\n", info["pieces"].size());
+    std::string text = Format("pieces: %zu", info["pieces"].size());
+    if (info.value("maxWeights", 0u) > 0)
+        text += ", up to " + Counted(info["maxWeights"], "weight") + " to a vertex";
+    text += "\n";
     for (const ordered_json& piece : info["pieces"])
     {
-        text += "  " + TextOf(piece["name"]) + ": texture " + ValueText(piece["texture"]) + "\n";
+        text += "  " + TextOf(piece["name"]) + ": texture " + ValueText(piece["texture"]) + BytesText(piece) + "\n";
         for (size_t iLOD = 0; iLOD < piece["lods"].size(); ++iLOD)
         {
             const ordered_json& mesh = piece["lods"][iLOD];
@@ -77,7 +94,7 @@ static std::string AnimsText(const ordered_json& anims)
     for (const ordered_json& anim : anims)
     {
         text += "  " + TextOf(anim["name"]) + ": " + Counted(anim["keys"], "key") +
-                Format(", %u ms\n", anim["last"].get<uint32_t>());
+                Format(", %u ms", anim["last"].get<uint32_t>()) + BytesText(anim) + "\n";
         for (const ordered_json& command : anim["commands"])
             text += "    key " + ValueText(command["key"]) + ": " + TextOf(command["text"]) + "\n";
     }
@@ -179,7 +196,7 @@ std::string ModelInfoText(const ordered_json& info)
     std::string text = Format("model file of version %u, %zu bytes, stamp %u\n", info["version"].get<uint32_t>(),
                               info["bytes"].get<size_t>(), info["stamp"].get<uint32_t>());
     text += "header: value " + ValueText(info["headerValue"]) + "; it announces " + CountsText(info["counts"]);
-    text += "\nLODs: " + ValueText(info["lods"]);
+    text += "\n" + (info.contains("sections") ? SectionsText(info) : "") + "LODs: " + ValueText(info["lods"]);
     if (!info["lodDistances"].empty())
         text += ", distances " + ValueText(info["lodDistances"]);
     text += "\n" + NodesText(info["nodes"]) + PiecesText(info) + AnimsText(info["anims"]) + PlacesText(info) +

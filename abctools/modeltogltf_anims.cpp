@@ -201,6 +201,31 @@ private:
 
 } // namespace
 
+// The lowest usual rate on whose frames all keys lie, whose times are cut to whole milliseconds. Any lie on those of
+// the last one, which is a little below 1000, so that no float of a frame's time falls short of its millisecond. An
+// exporter that knows the rate finds the very same keys.
+static double FrameRateOf(const Model& model)
+{
+    constexpr double MILLISECONDS = 999.999;
+    constexpr double CUT = 1.0 + 1e-6; // 700 ms may have become 699, if the float that was cut is less
+    for (const double fps : {24.0, 25.0, 30.0, 48.0, 50.0, 60.0, 120.0})
+    {
+        bool bFits = true;
+        for (uint32_t i = 0; i < model.NumAnims() && bFits; ++i)
+        {
+            const ModelAnim& anim = *model.GetAnim(i);
+            for (uint32_t iKey = 0; iKey < anim.NumKeyFrames() && bFits; ++iKey)
+            {
+                const double frame = anim.m_KeyFrames[iKey].m_Time * fps / 1000.0;
+                bFits = (std::ceil(frame - 1e-9) - frame) * 1000.0 / fps <= CUT;
+            }
+        }
+        if (bFits)
+            return fps;
+    }
+    return MILLISECONDS;
+}
+
 bool AddGltfAnims(Model& model, GltfFile& file, std::vector<std::string>& warnings, std::string& error)
 {
     for (uint32_t i = 0; i < model.NumAnims(); ++i)
@@ -230,5 +255,7 @@ bool AddGltfAnims(Model& model, GltfFile& file, std::vector<std::string>& warnin
         }
         file.m_Json["animations"].push_back(writer.Finish(row));
     }
+    if (file.m_Json.contains("animations"))
+        file.m_Json["asset"]["extras"]["framesPerSecond"] = FrameRateOf(model);
     return true;
 }

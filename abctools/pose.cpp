@@ -3,7 +3,9 @@
 #include "abctools/findanimtime.h"
 #include "abctools/format.h"
 #include "engine/model/src/model.h"
+#include "engine/model/src/transformmaker.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
@@ -92,4 +94,29 @@ bool MakePosePositions(Model& model, const PoseOptions& options, std::vector<Ani
         }
     }
     return true;
+}
+
+bool EvaluatePose(const std::vector<AnimTracker>& positions)
+{
+    TransformMaker maker;
+    std::copy(positions.begin(), positions.end(), maker.m_Anims);
+    maker.m_nAnims = static_cast<uint32_t>(positions.size());
+    return maker.SetupTransforms() != QZFALSE;
+}
+
+bool PoseVertices(Model& model, const std::vector<AnimTracker>& positions, uint32_t iLOD,
+                  std::vector<Vector3>& vertices)
+{
+    size_t nVerts = 0;
+    for (uint32_t i = 0; i < model.NumPieces(); ++i)
+        nVerts += model.GetPiece(i)->GetLOD(iLOD)->NumVerts();
+    vertices.assign(nVerts + 1, Vector3(0.0f, 0.0f, 0.0f)); // never without an address
+    VertexDeformRequest request;
+    std::copy(positions.begin(), positions.end(), request.m_Anims);
+    request.m_nAnims = static_cast<uint32_t>(positions.size());
+    request.m_pVertOut = vertices.data();
+    request.m_iLOD = iLOD;
+    const bool bDeformed = model.GetVertexPositions(&request, QZFALSE) != QZFALSE;
+    vertices.pop_back();
+    return bDeformed;
 }

@@ -3,6 +3,7 @@
 
 #include "engine/model/src/animtracker.h"
 #include "engine/model/src/vertexdeformrequest.h"
+#include "zoltshared/stdzolt/vector3.h"
 
 #include <cstdint>
 #include <optional>
@@ -40,3 +41,10 @@ struct PoseOptions
 // The animation positions that the options ask for, in order, base first. `error` is the end of a sentence.
 bool MakePosePositions(Model& model, const PoseOptions& options, std::vector<AnimTracker>& positions,
                        std::string& error);
+
+// Node matrices of a pose, into the model's m_Transforms.
+bool EvaluatePose(const std::vector<AnimTracker>& positions);
+
+// Then the vertices of all pieces at a LOD, piece by piece, from these matrices.
+bool PoseVertices(Model& model, const std::vector<AnimTracker>& positions, uint32_t iLOD,
+                  std::vector<Vector3>& vertices);

@@ -4,7 +4,6 @@
 #include "abctools/modelfile.h"
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelfolder.h"
-#include "engine/model/src/transformmaker.h"
 
 #include <nlohmann/json.hpp>
 
@@ -100,23 +99,6 @@ static bool AddTransforms(Model& model, const PoseOptions& options, ordered_json
     return true;
 }
 
-static bool DeformVertices(Model& model, const std::vector<AnimTracker>& positions, uint32_t iLOD,
-                           std::vector<Vector3>& vertices)
-{
-    size_t nVerts = 0;
-    for (uint32_t i = 0; i < model.NumPieces(); ++i)
-        nVerts += model.GetPiece(i)->GetLOD(iLOD)->NumVerts();
-    vertices.assign(nVerts + 1, Vector3(0.0f, 0.0f, 0.0f)); // never without an address
-    VertexDeformRequest request;
-    std::copy(positions.begin(), positions.end(), request.m_Anims);
-    request.m_nAnims = static_cast<uint32_t>(positions.size());
-    request.m_pVertOut = vertices.data();
-    request.m_iLOD = iLOD;
-    const bool bDeformed = model.GetVertexPositions(&request, QZFALSE) != QZFALSE;
-    vertices.pop_back();
-    return bDeformed;
-}
-
 static std::vector<uint8_t> VerticesAsFloats(const std::vector<Vector3>& vertices)
 {
     std::vector<uint8_t> bytes;
@@ -200,14 +182,6 @@ static void WarnAboutChildren(const Model& model, const PoseOptions& options, co
                            "a child model was saved since it was bound, so bindings may be out of date");
 }
 
-static bool EvaluatePose(const std::vector<AnimTracker>& positions)
-{
-    TransformMaker maker;
-    std::copy(positions.begin(), positions.end(), maker.m_Anims);
-    maker.m_nAnims = static_cast<uint32_t>(positions.size());
-    return maker.SetupTransforms() != QZFALSE;
-}
-
 int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err)
 {
     QuietAssertions quiet;
@@ -232,7 +206,7 @@ int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err)
         return fail("it has " + Counted(model.NumLODs(), "LOD") + Format(", so there is no LOD %u", options.m_iLOD));
 
     std::vector<Vector3> vertices;
-    if (!EvaluatePose(positions) || !DeformVertices(model, positions, options.m_iLOD, vertices))
+    if (!EvaluatePose(positions) || !PoseVertices(model, positions, options.m_iLOD, vertices))
         return fail("the pose can't be evaluated");
     ordered_json pose = {{"positions", ordered_json::array()}};
     for (const AnimTracker& position : positions)

@@ -30,6 +30,11 @@ static bool FitsAllKeys(const Scene& scene, const std::vector<int>& clips, doubl
 
 FrameRateChoice ChooseFrameRate(const Scene& scene, const std::vector<int>& clips)
 {
+    const bool isStated = scene.statedFps >= 1.0 && scene.statedFps <= 1000.0;
+    if (isStated && scene.keysOnStatedFrames)
+    {
+        return {scene.statedFps, FrameRateReason::StatedRate};
+    }
     bool hasKeys = false;
     for (const int clip : clips)
     {
@@ -42,7 +47,7 @@ FrameRateChoice ChooseFrameRate(const Scene& scene, const std::vector<int>& clip
             return {fps, FrameRateReason::FitsKeys};
         }
     }
-    if (scene.statedFps >= 1.0 && scene.statedFps <= 1000.0)
+    if (isStated)
     {
         return {scene.statedFps, FrameRateReason::StatedRate};
     }

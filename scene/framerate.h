@@ -21,7 +21,7 @@ struct FrameRateChoice
 // How far a key may lie from its frame, in seconds.
 constexpr double KEY_ON_FRAME = 1e-3;
 
-// The lowest of 24, 25, 30, 48, 50, 60 and 120 at which every key of all channels of the clips (indices) lies within
-// KEY_ON_FRAME of a frame; where there is none, or no keys, the rate that the file states if it is from 1 to 1000, else
-// 30.
+// The rate that the file states if it says that its keys lie on those frames. Else the lowest of 24, 25, 30, 48, 50, 60
+// and 120 at which every key of all channels of the clips (indices) lies within KEY_ON_FRAME of a frame; where there is
+// none, or no keys, the rate that the file states, else 30. A stated rate counts if it is from 1 to 1000.
 FrameRateChoice ChooseFrameRate(const Scene& scene, const std::vector<int>& clips);

@@ -2,6 +2,7 @@
 #include "scene/gltfparts.h"
 
 #include <algorithm>
+#include <cmath>
 
 static bool FindPath(const std::string& name, ScenePath& path)
 {
@@ -152,6 +153,35 @@ static bool ReadClip(GltfReading& reading, const tinygltf::Animation& source, co
     return true;
 }
 
+// A file that was made from a model has key times in whole milliseconds, and says in the extras of its asset on the
+// frames of which rate the keys lie: `framesPerSecond`. The keys are put back there.
+static void PutKeysOnFrames(const tinygltf::Value& extras, Scene& scene)
+{
+    if (!extras.IsObject() || !extras.Has("framesPerSecond") || !extras.Get("framesPerSecond").IsNumber())
+    {
+        return;
+    }
+    const double fps = extras.Get("framesPerSecond").GetNumberAsDouble();
+    if (!(fps >= 1.0 && fps <= 1000.0))
+    {
+        return;
+    }
+    constexpr double CUT_TIME = 1.001e-3; // a little more than what is cut off a millisecond
+    scene.statedFps = fps;
+    scene.keysOnStatedFrames = true;
+    for (SceneClip& clip : scene.clips)
+    {
+        for (SceneChannel& channel : clip.channels)
+        {
+            for (double& time : channel.times)
+            {
+                const double onFrame = std::round(time * fps) / fps;
+                time = std::fabs(onFrame - time) < CUT_TIME ? onFrame : time;
+            }
+        }
+    }
+}
+
 bool ReadGltfClips(GltfReading& reading)
 {
     const std::vector<tinygltf::Animation>& sources = reading.document.model.animations;
@@ -164,5 +194,6 @@ bool ReadGltfClips(GltfReading& reading)
             return false;
         }
     }
+    PutKeysOnFrames(reading.document.model.asset.extras, reading.scene);
     return true;
 }

@@ -141,6 +141,7 @@ struct Scene
     std::vector<std::string> warnings;       // what was left out or changed, a sentence each
     std::vector<std::string> pointsAndLines; // those of them that are about points and lines
     double statedFps = 0.0;                  // frames per second that the file itself states, 0 for none
+    bool keysOnStatedFrames = false;         // whether the file says that all keys lie on those frames
     double unitMeters = 0.0;                 // length of one unit in metres where the file states it, else 0
     char upAxis = 0;                         // 'x', 'y' or 'z' where the file states it, else 0
 };
