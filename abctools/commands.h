@@ -78,7 +78,7 @@ struct DiffOptions
 {
     std::string m_PathA;
     std::string m_PathB;
-    std::optional<double> m_Tolerance; // 0 for none
+    std::optional<double> m_Tolerance = std::nullopt; // 0 for none
     bool m_bJson = false;
 };
 
@@ -94,3 +94,4 @@ Command MakeDiffCommand();
 Command MakeConvertCommand();
 Command MakeViewCommand();
 Command MakePictureCommand();
+Command MakeHelpCommand();

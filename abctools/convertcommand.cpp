@@ -2,6 +2,7 @@
 #include "abctools/displaytext.h"
 #include "abctools/modelfile.h"
 #include "abctools/modeltogltf.h"
+#include "abctools/modeltoobj.h"
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelfolder.h"
 
@@ -23,6 +24,29 @@ static std::string ExtensionOf(const std::string& path)
     return extension;
 }
 
+static bool MakeScene(Model& model, const std::string& extension, std::vector<uint8_t>& out,
+                      std::vector<std::string>& warnings, ordered_json& report, std::string& error)
+{
+    if (extension == ".obj")
+    {
+        report["meshes"] = model.NumPieces();
+        return ModelToObj(model, out, error);
+    }
+    GltfFile file;
+    if (!ModelToGltf(model, file, warnings, error))
+        return false;
+    for (const char* pList : {"nodes", "meshes", "animations"})
+        report[pList] = file.m_Json.value(pList, ordered_json::array()).size();
+    if (extension == ".gltf")
+        file.MakeGltf(out);
+    else if (!file.MakeGlb(out))
+    {
+        error = "as a .glb it would be larger than 4 GB";
+        return false;
+    }
+    return true;
+}
+
 static bool Convert(const ConvertOptions& options, std::vector<std::string>& warnings, ordered_json& report,
                     std::string& failedPath, std::string& error)
 {
@@ -40,24 +64,13 @@ static bool Convert(const ConvertOptions& options, std::vector<std::string>& war
             warnings.push_back("child model " + std::string(model.GetChildModel(i)->m_pName) +
                                " isn't in its folder, so its animations are left out");
     }
-    GltfFile file;
-    if (!ModelToGltf(model, file, warnings, error))
+    std::vector<uint8_t> out;
+    if (!MakeScene(model, ExtensionOf(options.m_OutPath), out, warnings, report, error))
         return false;
     failedPath = options.m_OutPath;
-    const std::string extension = ExtensionOf(options.m_OutPath);
-    std::vector<uint8_t> out;
-    if (extension == ".gltf")
-        file.MakeGltf(out);
-    else if (!file.MakeGlb(out))
-    {
-        error = "it would be larger than 4 GB";
-        return false;
-    }
     if (!WriteWholeFile(options.m_OutPath, out, error))
         return false;
     report["bytes"] = out.size();
-    for (const char* pList : {"nodes", "meshes", "animations"})
-        report[pList] = file.m_Json.value(pList, ordered_json::array()).size();
     return true;
 }
 
@@ -93,15 +106,18 @@ Command MakeConvertCommand()
     command.m_Name = "convert";
     command.m_Summary = "Turn a model into a scene for other programs";
     command.m_Options.AddFile("FILE", pOptions->m_InPath, "A model file");
-    command.m_Options.AddFile("OUT", pOptions->m_OutPath,
-                              "The file to write, a .glb or a .gltf; one that is there is replaced as a whole");
+    command.m_Options.AddFile(
+        "OUT", pOptions->m_OutPath,
+        "The file to write, a .glb, a .gltf or an .obj; one that is there is replaced as a whole");
     command.m_Options.AddFlag("--json", pOptions->m_bJson, "Print what was written as JSON");
     command.m_Examples = {{"abctool convert strider.abc strider.glb",
                            "Nodes, meshes, skin, animations and sockets as a glTF scene that any viewer shows."}};
+    command.m_Details = "A .glb or .gltf has all of the model; an .obj has its shape in the bind pose alone.\n";
     command.m_Check = [pOptions]
     {
         const std::string extension = ExtensionOf(pOptions->m_OutPath);
-        return std::string(extension == ".glb" || extension == ".gltf" ? "" : "OUT is a .glb or a .gltf");
+        const bool bKnown = extension == ".glb" || extension == ".gltf" || extension == ".obj";
+        return std::string(bKnown ? "" : "OUT is a .glb, a .gltf or an .obj");
     };
     command.m_Run = [pOptions](std::ostream& out, std::ostream& err) { return RunConvert(*pOptions, out, err); };
     return command;

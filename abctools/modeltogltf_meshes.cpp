@@ -215,13 +215,14 @@ static void AddPlace(const Model& model, const MeshParts& parts, const GltfVerte
     if (parts.m_iOnlyNode == MNODE_NO_PARENT)
     {
         for (int k = 0; k < 3; ++k)
-            arrays.m_Positions.push_back(static_cast<float>(k == 2 ? -vertex.m_Position[k] : vertex.m_Position[k]));
-        normal.z = -normal.z;
+            arrays.m_Positions.push_back(
+                static_cast<float>(k == 2 ? 0.0 - vertex.m_Position[k] : vertex.m_Position[k]));
+        normal.z = 0.0f - normal.z;
     }
     else
     {
         for (const double coordinate : vertex.m_Influences[0].m_Place)
-            arrays.m_Positions.push_back(static_cast<float>(-coordinate));
+            arrays.m_Positions.push_back(static_cast<float>(0.0 - coordinate));
         model.GetNode(parts.m_iOnlyNode)->m_mGlobalInverse.Apply3x3(normal, normal);
         normal = normal * -1.0f;
     }

@@ -61,3 +61,26 @@ function(zolt_add_tests name)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()
+
+# The manual page and the shell completions of a program, which prints them itself: made whenever it is built, and
+# installed with it. Further arguments are words ahead of the options that ask for them.
+function(zolt_add_pages name)
+    if(CMAKE_CROSSCOMPILING)
+        return()
+    endif()
+    set(pages ${CMAKE_BINARY_DIR}/pages)
+    file(MAKE_DIRECTORY ${pages})
+    add_custom_command(TARGET ${name} POST_BUILD
+        COMMAND ${name} ${ARGN} --man > ${pages}/${name}.1
+        COMMAND ${name} ${ARGN} --completion bash > ${pages}/${name}.bash
+        COMMAND ${name} ${ARGN} --completion zsh > ${pages}/${name}.zsh
+        COMMAND ${name} ${ARGN} --completion fish > ${pages}/${name}.fish
+        VERBATIM)
+    install(FILES ${pages}/${name}.1 DESTINATION ${CMAKE_INSTALL_DATADIR}/man/man1 COMPONENT host)
+    install(FILES ${pages}/${name}.bash RENAME ${name}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT host)
+    install(FILES ${pages}/${name}.zsh RENAME _${name}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT host)
+    install(FILES ${pages}/${name}.fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT host)
+endfunction()

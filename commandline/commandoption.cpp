@@ -79,14 +79,27 @@ CommandOption& CommandOptions::AddFlag(const char* pNames, bool& bSet, const cha
     return option;
 }
 
-CommandOption& CommandOptions::AddText(const char* pNames, const char* pValue, std::string& text, const char* pHelp)
+template <typename Text> static auto TakeText(Text& text)
 {
-    CommandOption& option = Add(pNames, pValue, pHelp);
-    option.m_Take = [&text](const std::vector<std::string>& values)
+    return [&text](const std::vector<std::string>& values)
     {
         text = values[0];
         return std::string();
     };
+}
+
+CommandOption& CommandOptions::AddText(const char* pNames, const char* pValue, std::string& text, const char* pHelp)
+{
+    CommandOption& option = Add(pNames, pValue, pHelp);
+    option.m_Take = TakeText(text);
+    return option;
+}
+
+CommandOption& CommandOptions::AddText(const char* pNames, const char* pValue, std::optional<std::string>& text,
+                                       const char* pHelp)
+{
+    CommandOption& option = Add(pNames, pValue, pHelp);
+    option.m_Take = TakeText(text);
     return option;
 }
 

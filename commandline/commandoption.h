@@ -46,6 +46,7 @@ public:
 
     CommandOption& AddFlag(const char* pNames, bool& bSet, const char* pHelp);
     CommandOption& AddText(const char* pNames, const char* pValue, std::string& text, const char* pHelp);
+    CommandOption& AddText(const char* pNames, const char* pValue, std::optional<std::string>& text, const char* pHelp);
     CommandOption& AddTexts(const char* pNames, const char* pValue, std::vector<std::string>& texts,
                             const char* pHelp); // may be given again
     CommandOption& AddChoice(const char* pNames, std::string& text, std::vector<std::string> choices,

@@ -16,7 +16,8 @@ namespace
 class CommandParser
 {
 public:
-    CommandParser(const Command& command, std::vector<std::string>& words) : m_List(command.m_Options.List())
+    CommandParser(const Command& command, std::vector<std::string>& words)
+        : m_List(command.m_Options.List()), m_bOne(command.m_Name.empty())
     {
         static char programName[] = "";
         m_Arguments.push_back(programName);
@@ -26,12 +27,15 @@ public:
         for (size_t i = 0; i < m_List.size(); ++i)
             Register(i);
         m_Long.push_back({"help", no_argument, nullptr, 'h'});
+        if (m_bOne)
+            m_Long.push_back({"version", no_argument, nullptr, VERSION});
         m_Long.push_back({nullptr, 0, nullptr, 0});
         m_Short += 'h';
         m_nGiven.resize(m_List.size());
     }
 
     bool AsksForHelp() const { return m_bHelp; }
+    bool AsksForVersion() const { return m_bVersion; }
 
     // Returns what is wrong, or an empty text.
     std::string Parse()
@@ -40,7 +44,7 @@ public:
         opterr = 0;
         std::string problem;
         const int nArguments = static_cast<int>(m_Arguments.size()) - 1;
-        while (problem.empty() && !m_bHelp)
+        while (problem.empty() && !IsQuestion())
         {
             const int first = optind > 0 ? optind : 1;
             const int code = getopt_long(nArguments, m_Arguments.data(), m_Short.c_str(), m_Long.data(), nullptr);
@@ -48,6 +52,8 @@ public:
                 break;
             if (code == 'h')
                 m_bHelp = true;
+            else if (code == VERSION)
+                m_bVersion = true;
             else if (code == IN_ORDER)
                 problem = TakeWord(optarg);
             else if (code == ':')
@@ -57,14 +63,17 @@ public:
             else
                 problem = TakeOption(IndexOf(code));
         }
-        while (problem.empty() && !m_bHelp && optind < nArguments) // behind "--"
+        while (problem.empty() && !IsQuestion() && optind < nArguments) // behind "--"
             problem = TakeWord(m_Arguments[static_cast<size_t>(optind++)]);
-        return problem.empty() && !m_bHelp ? FindMissing() : problem;
+        return problem.empty() && !IsQuestion() ? FindMissing() : problem;
     }
 
 private:
     static constexpr int IN_ORDER = 1;       // what getopt_long returns for a word that is no option
+    static constexpr int VERSION = 2;        // no letter either
     static constexpr int FIRST_LONG = 0x100; // codes of options, beyond any letter
+
+    bool IsQuestion() const { return m_bHelp || m_bVersion; }
 
     void Register(size_t i)
     {
@@ -108,14 +117,14 @@ private:
                     return true;
             }
         }
-        return word == "--help";
+        return word == "--help" || (m_bOne && word == "--version");
     }
 
     std::string Take(size_t i, const std::vector<std::string>& values)
     {
         const CommandOption& option = m_List[i];
         const std::string name = option.NameList().back();
-        if (++m_nGiven[i] > 1 && !option.m_bRepeated)
+        if (++m_nGiven[i] > 1 && !option.m_bRepeated && option.NumValues() > 0)
             return name + " is given twice";
         const std::string problem = option.m_Take(values);
         return problem.empty() ? problem : name + " " + problem;
@@ -170,19 +179,28 @@ private:
     std::vector<option> m_Long;
     std::vector<std::pair<int, size_t>> m_Letters;
     std::vector<size_t> m_nGiven;
+    bool m_bOne;
     bool m_bHelp = false;
+    bool m_bVersion = false;
 };
 
 } // namespace
 
+static std::string VersionLine(const Program& program)
+{
+    return program.m_Name + " " + program.m_Version + "\n";
+}
+
 static const Command* FindCommand(const Program& program, std::vector<std::string>& words, ParsedCommand& parsed)
 {
+    if (program.m_Commands.size() == 1 && program.m_Commands[0].m_Name.empty())
+        return &program.m_Commands[0];
     if (words.empty())
         parsed = WrongUsage("A command is needed");
     else if (words[0] == "--help" || words[0] == "-h")
         parsed.m_Output = ProgramHelp(program);
     else if (words[0] == "--version")
-        parsed.m_Output = program.m_Name + " " + program.m_Version + "\n";
+        parsed.m_Output = VersionLine(program);
     else
     {
         for (const Command& command : program.m_Commands)
@@ -209,10 +227,12 @@ ParsedCommand ParseCommand(const Program& program, std::vector<std::string> word
     std::string problem = parser.Parse();
     if (parser.AsksForHelp())
         parsed.m_Output = CommandHelp(program, *pCommand);
+    else if (parser.AsksForVersion())
+        parsed.m_Output = VersionLine(program);
     else if (problem.empty())
         problem = pCommand->m_Check();
     if (!problem.empty())
         return WrongUsage(problem);
-    parsed.m_pCommand = parser.AsksForHelp() ? nullptr : pCommand;
+    parsed.m_pCommand = parsed.m_Output.empty() ? pCommand : nullptr;
     return parsed;
 }

@@ -85,11 +85,22 @@ TEST(Info, TextIsPrintableAndShowsWhatDiffers)
     std::ostringstream list;
     ASSERT_EQ(RunInfo({folder / "m.abc", folder / "m.abc"}, true, false, list, err), 0);
     EXPECT_EQ(json::parse(list.str())[1]["file"], folder / "m.abc");
-    for (const char* pPart : {"m.abc: model file of version 12", "\n      2 hand\n", "3 leg, fixed offset, 0x80\n",
-                              "t\\x1B[31m: texture 7\n", "run: 4 keys, 300 ms\n", "LODs: 2, distances 500\n",
-                              "it announces 6 keys, 2 animations", "VisRadius: 75\n",
-                              "NormalRef: node hand, animation run\n", "block used: "})
+    for (const char* pPart :
+         {"m.abc: model file of version 12", "\n      2 hand\n", "3 leg, fixed offset, 0x80\n",
+          "t\\x1B[31m: texture 7, 606 bytes\n", "run: 4 keys, 300 ms, 506 bytes\n",
+          "pieces: 2, up to 2 weights to a vertex\n", "LODs: 2, distances 500\n", "it announces 6 keys, 2 animations",
+          "VisRadius: 75\n", "NormalRef: node hand, animation run\n", "block used: "})
         EXPECT_NE(text.find(pPart), std::string::npos) << pPart << " in\n" << text;
+    // Vertices, triangles, weights, most of them, keys, bytes of pieces (body: 506) and animations (walk: 271), of
+    // both.
+    std::ostringstream table;
+    ASSERT_EQ(RunInfo({{folder / "m.abc", folder / "m.abc"}, false, false, true}, table, err), 0);
+    EXPECT_NE(table.str().find("    14     6       28     2    12        2224        1554  all 2\n"), std::string::npos)
+        << table.str();
+    std::ostringstream check;
+    EXPECT_EQ(RunCheck({{folder / "m.abc", folder / "none.abc"}, true, false, true}, check, err), 1);
+    EXPECT_EQ(json::parse(check.str())[0]["verts"], 13);
+    EXPECT_EQ(json::parse(check.str())[1]["error"], "there is no such file");
     EXPECT_EQ(text.find("AmbientLight"), std::string::npos);
     EXPECT_EQ(text.find('\x1b'), std::string::npos);
 }
