@@ -225,7 +225,11 @@ bool DrawPicture(Model& model, const PictureOptions& options, Picture& picture, 
         for (const PosedMesh::Triangle& triangle : mesh.m_Triangles)
         {
             for (const uint32_t corner : triangle.m_Corners)
-                camera.Include(mesh.m_Positions[corner]);
+            {
+                const Vector3& v = mesh.m_Positions[corner];
+                camera.Include(v);
+                camera.Include(Vector3(v.x, reach.m_Box.m_Min.y, v.z)); // its shadow
+            }
         }
     }
     Rasteriser raster(picture.m_Width, picture.m_Height);

@@ -107,7 +107,7 @@ async function switchesAndPicks() {
         ...Object.fromEntries(keys.map((key) => [`key ${key}`, () => browser.press(key)])),
         "a picked joint": () => browser.click(...hips),
         weights: () => browser.press("c"),
-        "a drag": () => browser.drag([400, 400], [470, 420]),
+        "a drag": () => browser.drag([150, 330], [220, 350]),
     });
     assert.equal(await browser.evaluate("zoltView.picked[0]"), 1);
 }
@@ -128,7 +128,7 @@ try {
     run(abctool, "view", inFolder("parent.abc"));
     run(abctool, "view", model, other, "--texture", `0=${texture}`, "-o", inFolder("two.html"));
 
-    browser = await Browser.start(executable, { width: 800, height: 560 });
+    browser = await Browser.start(executable, { width: 720, height: 460 });
     await browser.open(`file://${inFolder("one.html")}`);
     await browser.waitFor("window.zoltView !== undefined");
     await playAndScrub();

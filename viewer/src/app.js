@@ -228,6 +228,7 @@ export class App {
         if (!this.#player.playing) {
             this.#rate.textContent = "";
         }
+        this.#stage.adapt(this.#player.playing);
         this.#transport.refresh();
         this.#panel.refreshAnimations();
         this.#pose();
@@ -257,7 +258,9 @@ export class App {
         const SPAN = 1000;
         if (now - this.#rateSince >= SPAN) {
             if (this.#player.playing) {
-                this.#rate.textContent = `${Math.round((this.#frames * SPAN) / (now - this.#rateSince))} fps`;
+                const rate = (this.#frames * SPAN) / (now - this.#rateSince);
+                this.#rate.textContent = `${Math.round(rate)} fps`;
+                this.#stage.adapt(true, rate);
             }
             this.#frames = 0;
             this.#rateSince = now;

@@ -18,9 +18,12 @@ export class Figure {
     #wireMaterial = new THREE.MeshBasicMaterial({ wireframe: true, transparent: true, opacity: 0.45 });
     #heatMaterial = new THREE.MeshLambertMaterial({ vertexColors: true });
     #shadeHeat = null;
+    #plain;
 
-    constructor(model, textures) {
+    // plain: with a material that is quick to draw
+    constructor(model, textures, plain) {
         this.model = model;
+        this.#plain = plain;
         this.group = new THREE.Group();
         this.group.scale.z = -1;
         this.matrices = newMatrices(model);
@@ -51,11 +54,12 @@ export class Figure {
         geometry.setAttribute("uv", new THREE.BufferAttribute(mesh.uvs, 2));
         geometry.setIndex(new THREE.BufferAttribute(mesh.indices, 1));
         const texture = textures.get(piece.texture) ?? null;
-        const material = new THREE.MeshStandardMaterial({
+        const Material = this.#plain ? THREE.MeshLambertMaterial : THREE.MeshStandardMaterial;
+        const material = new Material({
             color: texture ? 0xffffff : TINTS[index % TINTS.length],
             map: texture,
             alphaTest: texture ? 0.5 : 0,
-            roughness: 0.72,
+            ...(this.#plain ? {} : { roughness: 0.72 }),
             polygonOffset: true,
             polygonOffsetFactor: 1,
             polygonOffsetUnits: 1,

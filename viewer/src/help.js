@@ -5,14 +5,15 @@ import { Toolbar } from "./toolbar.js";
 const KEYS = [
     ["Space", "Play, pause"],
     ["← →", "Key before, next key"],
-    ["Home End", "First time, last time"],
-    ["↑ ↓", "Animation before, next animation"],
+    ["Home End", "Start, end"],
+    ["↑ ↓", "Other animations"],
     ["[ ]", "Slower, faster"],
     ["L", "Loop, once, all in turn"],
     ["F", "Frame the model"],
+    ["V", "Textures the other way up"],
     ["P", "Panel"],
     ["D", "Light, dark"],
-    ["Esc", "Let go of the picked node"],
+    ["Esc", "Unpick the node"],
     ["?", "This help"],
 ];
 
@@ -22,10 +23,14 @@ export class Help {
 
     constructor() {
         const rows = (list) =>
-            list.flatMap(([keys, text]) => [
-                element("dt", {}, keys.split(" ").map((key) => element("kbd", {}, key))),
-                element("dd", {}, text),
-            ]);
+            list.map(([keys, text]) =>
+                element(
+                    "div",
+                    {},
+                    element("dt", {}, keys.split(" ").map((key) => element("kbd", {}, key))),
+                    element("dd", {}, text),
+                ),
+            );
         this.#dialog = element(
             "dialog",
             { className: "help", "aria-label": "Help" },

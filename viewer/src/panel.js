@@ -12,7 +12,6 @@ const TABS = [
 
 // The panel beside the stage: on a phone a sheet that comes up over it.
 export class Panel {
-    #host;
     #tabs = new Map();
     #files = null;
     #animations;
@@ -21,7 +20,6 @@ export class Panel {
 
     // actions: those of the sheet, pick(node), chooseFile(index), close()
     constructor(host, player, models, actions) {
-        this.#host = host;
         const bar = element("div", { className: "tabs", role: "tablist" });
         host.append(bar);
         if (models.length > 1) {

@@ -10,16 +10,30 @@ export class Stage {
     #renderer;
     #host;
     #controls;
+    // Pixels of the canvas for each of the page: when nothing moves, at most while something does, and now. A processor
+    // draws what stands still with more of them in place of smoothed edges.
+    #stillRatio;
+    #fullRatio;
+    #movingRatio;
+    #playing = false;
+    #dragged = false;
     #needed = true;
     #moved;
 
     constructor(host, models, textures, moved) {
         this.#host = host;
         this.#moved = moved;
-        this.views = models.map((model) => new View(model, textures));
-        this.#renderer = new THREE.WebGLRenderer({ antialias: true, powerPreference: "high-performance" });
-        this.software = isSoftware(this.#renderer.getContext());
-        this.#renderer.setPixelRatio(this.software ? 1 : Math.min(window.devicePixelRatio, 2));
+        this.software = isSoftware();
+        this.views = models.map((model) => new View(model, textures, this.software));
+        this.#renderer = new THREE.WebGLRenderer({
+            antialias: !this.software,
+            powerPreference: "high-performance",
+        });
+        const ratio = Math.min(window.devicePixelRatio, 2);
+        this.#stillRatio = this.software ? 2 : ratio;
+        this.#fullRatio = this.software ? 1 : ratio;
+        this.#movingRatio = this.#fullRatio;
+        this.#renderer.setPixelRatio(this.#movingRatio);
         this.#renderer.toneMapping = THREE.NeutralToneMapping;
         this.#renderer.shadowMap.enabled = true;
         this.#renderer.shadowMap.type = THREE.PCFShadowMap;
@@ -33,6 +47,8 @@ export class Stage {
         this.#controls.enableDamping = true;
         this.#controls.dampingFactor = 0.12;
         this.#controls.addEventListener("change", () => this.redraw());
+        this.#controls.addEventListener("start", () => this.#drag(true));
+        this.#controls.addEventListener("end", () => this.#drag(false));
         new ResizeObserver(() => this.resize()).observe(host);
         this.resize();
     }
@@ -49,6 +65,7 @@ export class Stage {
         this.#renderer.setSize(width, height);
         const stacked = height > width;
         const count = this.views.length;
+        this.#host.classList.toggle("stacked", stacked);
         for (const [i, view] of this.views.entries()) {
             view.rectangle = stacked
                 ? { x: 0, y: (height * i) / count, width, height: height / count }
@@ -58,6 +75,28 @@ export class Stage {
         this.camera.aspect = rectangle.width / rectangle.height;
         this.camera.updateProjectionMatrix();
         this.redraw();
+    }
+
+    // Says whether an animation plays, and at how many frames a second, if that is known: where they are too few, there
+    // are fewer pixels.
+    adapt(playing, rate = null) {
+        const [SLOW, FAST, STEP, LEAST] = [24, 55, 0.75, 0.5];
+        this.#playing = playing;
+        if (rate !== null && rate < SLOW) {
+            this.#movingRatio = Math.max(this.#movingRatio * STEP, LEAST);
+        } else if (rate !== null && rate > FAST) {
+            this.#movingRatio = Math.min(this.#movingRatio / STEP, this.#fullRatio);
+        }
+        const ratio = this.#playing || this.#dragged ? this.#movingRatio : this.#stillRatio;
+        if (ratio !== this.#renderer.getPixelRatio()) {
+            this.#renderer.setPixelRatio(ratio);
+            this.redraw();
+        }
+    }
+
+    #drag(dragged) {
+        this.#dragged = dragged;
+        this.adapt(this.#playing);
     }
 
     // Shows what the animations, one for each view, reach.
@@ -142,8 +181,11 @@ export class Stage {
     }
 }
 
-function isSoftware(gl) {
-    const extension = gl.getExtension("WEBGL_debug_renderer_info");
+// True where WebGL is drawn by the processor.
+function isSoftware() {
+    const gl = document.createElement("canvas").getContext("webgl2");
+    const extension = gl?.getExtension("WEBGL_debug_renderer_info");
     const name = extension ? String(gl.getParameter(extension.UNMASKED_RENDERER_WEBGL)) : "";
+    gl?.getExtension("WEBGL_lose_context")?.loseContext();
     return /swiftshader|llvmpipe|softpipe|software|basic render/i.test(name);
 }

@@ -4,7 +4,7 @@ const STORED = "zolt-theme";
 const THEMES = {
     dark: {
         stage: "#1c1f25",
-        grid: { minor: "#3a3f49", major: "#565d6b", x: "#b5525a", z: "#4a6fc4" },
+        grid: { minor: "#464c58", major: "#6d7584", x: "#d0606a", z: "#5a86ea" },
         wire: "#0b0d10",
         ink: "#e8ebf0",
         paper: "#14161a",
@@ -17,7 +17,7 @@ const THEMES = {
     },
     light: {
         stage: "#e9ecf0",
-        grid: { minor: "#c6ccd4", major: "#a3abb7", x: "#cc5a62", z: "#4a72d0" },
+        grid: { minor: "#bcc3cc", major: "#949dab", x: "#cc5a62", z: "#4a72d0" },
         wire: "#20242b",
         ink: "#1b1f26",
         paper: "#ffffff",

@@ -12,10 +12,10 @@ export class View {
     #floor;
     #key;
 
-    constructor(model, textures) {
+    constructor(model, textures, plain) {
         this.model = model;
         this.scene = new THREE.Scene();
-        this.figure = new Figure(model, textures);
+        this.figure = new Figure(model, textures, plain);
         this.scene.add(this.figure.group);
         this.rectangle = { x: 0, y: 0, width: 1, height: 1 }; // in CSS pixels, from the top left
         const SOME = 6; // animations tell enough of how far the model reaches
