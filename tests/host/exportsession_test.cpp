@@ -533,6 +533,7 @@ TEST_F(ExportSessionTest, WatchedScene)
     const pid_t child = fork();
     if (child == 0)
     {
+        signal(SIGINT, SIG_DFL); // which is ignored in what a shell starts in the background
         execl(ZOLT_PROGRAM, ZOLT_PROGRAM, m_Options.scenePath.c_str(), "-o", m_Options.outPath.c_str(), "--watch", "-q",
               nullptr);
         _exit(127);
