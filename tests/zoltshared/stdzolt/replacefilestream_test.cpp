@@ -249,12 +249,17 @@ TEST_F(ReplaceFile, SpecialFilesAreWrittenDirectly)
     bytes.resize(static_cast<size_t>(std::max<ssize_t>(read(reader, bytes.data(), bytes.size()), 0)));
     EXPECT_TRUE(bytes == text) << bytes.size();
     const auto ignored = std::signal(SIGPIPE, SIG_IGN);
-    pStream = OpenReplaceFileStream(Path("fifo").c_str());
-    ASSERT_NE(pStream, nullptr);
-    EXPECT_EQ(pStream->Write(text.data(), 40000), 0);
     close(reader);
-    EXPECT_NE(pStream->Commit(), 0) << "nobody reads";
-    pStream->Release();
+    for (const uint32_t size : {400U, 40000U}) // in the last flush alone, and before it
+    {
+        const int gone = open(Path("fifo").c_str(), O_RDONLY | O_NONBLOCK);
+        pStream = OpenReplaceFileStream(Path("fifo").c_str());
+        ASSERT_NE(pStream, nullptr);
+        EXPECT_EQ(pStream->Write(text.data(), size), 0);
+        close(gone);
+        EXPECT_NE(pStream->Commit(), 0) << "nobody reads";
+        pStream->Release();
+    }
     std::signal(SIGPIPE, ignored);
     EXPECT_EQ(Names(), std::vector<std::string>{"fifo"});
     if (fs::exists("/dev/full"))
