@@ -1,8 +1,12 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
 
+ZOLT_BEGIN_NAMESPACE
 class ModelAnim;
+ZOLT_END_NAMESPACE
 
 // A place between two keys.
 struct AnimPlace

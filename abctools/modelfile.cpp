@@ -2,7 +2,6 @@
 
 #include "abctools/displaytext.h"
 #include "abctools/format.h"
-#include "abctools/modelfilecheck.h"
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelallocations.h"
 #include "engine/model/src/modelformat.h"
@@ -70,8 +69,8 @@ bool ReadModelBytes(const std::string& path, std::vector<uint8_t>& bytes, std::s
     return true;
 }
 
-// Why a load failed, from the file itself.
-static std::string ReasonFor(std::span<const uint8_t> bytes, uint32_t result)
+// Why a load failed: the loader's own words, but for what is no model file or none that can be read.
+static std::string ReasonFor(std::span<const uint8_t> bytes, const char* pWords)
 {
     FixedMemoryStream stream(const_cast<uint8_t*>(bytes.data()), static_cast<uint32_t>(bytes.size()));
     uint32_t version = 0;
@@ -80,25 +79,23 @@ static std::string ReasonFor(std::span<const uint8_t> bytes, uint32_t result)
     if (stream.ReadU32(version).ErrorStatus() == 0 &&
         (version < MODEL_OLDEST_VERSION || version > MODEL_NEWEST_VERSION))
         return Format("it is a model file of version %u, and versions 9 to 12 can be read", version);
-    for (const Finding& finding : CheckModelFile(bytes))
-    {
-        if (finding.m_Kind == FindingKind::Fault)
-            return "it is damaged: " + finding.m_Text;
-    }
-    if (result == RESULT_INVALID_MODEL_FILE)
-        return "a child model has child models of its own";
-    return "a child model can't be loaded";
+    return std::string("it can't be loaded: ") + pWords;
 }
 
 bool LoadModelBytes(std::span<const uint8_t> bytes, Model& model, LoadRequest& request, std::string& error)
 {
     QuietAssertions quiet;
     FixedMemoryStream stream(const_cast<uint8_t*>(bytes.data()), static_cast<uint32_t>(bytes.size()));
+    char words[LOAD_ERROR_TEXT_SIZE];
     request.m_pStream = &stream;
+    request.m_pErrorText = words;
+    request.m_ErrorTextSize = sizeof(words);
     const uint32_t result = model.Load(&request);
     request.m_pStream = nullptr;
+    request.m_pErrorText = nullptr;
+    request.m_ErrorTextSize = 0;
     if (result != RESULT_OK)
-        error = ReasonFor(bytes, result);
+        error = ReasonFor(bytes, words);
     return result == RESULT_OK;
 }
 

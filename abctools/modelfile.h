@@ -1,17 +1,20 @@
 // Model files on disk, with a sentence for whatever goes wrong.
 //
-// Errors are the end of a sentence about the file, without its name and the full stop: "is damaged: ...".
+// Errors are the end of a sentence about the file, without its name and the full stop: "it can't be loaded: ...".
 #pragma once
 
 #include "zoltshared/stdzolt/assertion.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 
 #include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
 
+ZOLT_BEGIN_NAMESPACE
 class Model;
 struct LoadRequest;
+ZOLT_END_NAMESPACE
 
 // Nothing that the model code reports about a file reaches stderr while it lives: the tools say it themselves.
 class QuietAssertions
@@ -40,7 +43,7 @@ bool WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes, std
 // The folder that a file is in, "." for the current one.
 std::string FolderOf(const std::string& path);
 
-// "error: FILE: it is damaged." as one printable line, with its line break.
+// "error: FILE: it is a folder." as one printable line, with its line break.
 std::string ErrorLine(const std::string& path, const std::string& error);
 
 // The same with "warning:", of what doesn't keep the command from its job.

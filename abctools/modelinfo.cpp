@@ -2,6 +2,7 @@
 
 #include "abctools/displaytext.h"
 #include "engine/model/src/model.h"
+#include "engine/play/modelbounds.h"
 
 using nlohmann::ordered_json;
 
@@ -153,6 +154,28 @@ ordered_json ModelSettings(Model& model)
             {"normalRef", NormalRefJson(model)}};
 }
 
+static ordered_json BoxJson(const zolt::Bounds& box)
+{
+    return {{"min", VectorJson(box.m_Min)}, {"max", VectorJson(box.m_Max)}, {"radius", box.GetRadius()}};
+}
+
+// What the vertices really take: at rest, and over each animation. Null for a model without any.
+static ordered_json BoundsJson(const Model& model)
+{
+    zolt::ModelBounds bounds;
+    if (!bounds.Init(model) || bounds.AtRest().IsEmpty())
+        return nullptr;
+    zolt::Bounds all = bounds.AtRest();
+    ordered_json anims = ordered_json::array();
+    for (uint32_t i = 0; i < model.NumAnims(); ++i)
+    {
+        const zolt::Bounds box = bounds.OfAnim(i);
+        all.Add(box);
+        anims.push_back(box.IsEmpty() ? ordered_json(nullptr) : BoxJson(box));
+    }
+    return {{"all", BoxJson(all)}, {"rest", BoxJson(bounds.AtRest())}, {"anims", anims}};
+}
+
 ordered_json ModelInfo(Model& model, size_t nBytes, const ModelAllocations& header)
 {
     ordered_json distances = ordered_json::array();
@@ -178,5 +201,6 @@ ordered_json ModelInfo(Model& model, size_t nBytes, const ModelAllocations& head
             {"sockets", SocketsJson(model)},
             {"weightSets", WeightSetsJson(model)},
             {"childModels", children},
+            {"bounds", BoundsJson(model)},
             {"settings", ModelSettings(model)}};
 }

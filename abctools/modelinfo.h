@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/model/src/modelallocations.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 
 #include <nlohmann/json.hpp>
 
@@ -9,7 +10,9 @@
 #include <span>
 #include <string>
 
+ZOLT_BEGIN_NAMESPACE
 class Model;
+ZOLT_END_NAMESPACE
 
 // nBytes is the length of the file, `header` what stands in it. Text is made valid UTF-8; numbers that aren't finite
 // become null when the document is written.

@@ -155,6 +155,26 @@ static std::string SettingsText(const ordered_json& info)
     return text;
 }
 
+static std::string BoxText(const ordered_json& box)
+{
+    return "radius " + ValueText(box["radius"]) + ", from " + ValueText(box["min"]) + " to " + ValueText(box["max"]) +
+           "\n";
+}
+
+static std::string BoundsText(const ordered_json& info)
+{
+    const ordered_json& bounds = info["bounds"];
+    if (bounds.is_null())
+        return "bounds: none\n";
+    std::string text = "bounds: " + BoxText(bounds["all"]) + "  at rest: " + BoxText(bounds["rest"]);
+    for (size_t i = 0; i < bounds["anims"].size(); ++i)
+    {
+        if (!bounds["anims"][i].is_null())
+            text += "  " + TextOf(info["anims"][i]["name"]) + ": " + BoxText(bounds["anims"][i]);
+    }
+    return text;
+}
+
 static std::string MemoryText(const ordered_json& memory)
 {
     std::string text = "memory:\n";
@@ -200,7 +220,7 @@ std::string ModelInfoText(const ordered_json& info)
     if (!info["lodDistances"].empty())
         text += ", distances " + ValueText(info["lodDistances"]);
     text += "\n" + NodesText(info["nodes"]) + PiecesText(info) + AnimsText(info["anims"]) + PlacesText(info) +
-            SettingsText(info);
+            BoundsText(info) + SettingsText(info);
     if (info.contains("memory"))
         text += MemoryText(info["memory"]);
     return text;

@@ -16,11 +16,14 @@
 #pragma once
 
 #include "abctools/gltffile.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 
 #include <string>
 #include <vector>
 
+ZOLT_BEGIN_NAMESPACE
 class Model;
+ZOLT_END_NAMESPACE
 
 // False, with the end of a sentence about the model, if it holds numbers that aren't finite or nothing that could be
 // shown. `warnings` gets what glTF can't hold, likewise. The model is evaluated in place.

@@ -3,6 +3,7 @@
 
 #include "engine/model/src/animtracker.h"
 #include "engine/model/src/vertexdeformrequest.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/vector3.h"
 
 #include <cstdint>
@@ -10,7 +11,9 @@
 #include <string>
 #include <vector>
 
+ZOLT_BEGIN_NAMESPACE
 class Model;
+ZOLT_END_NAMESPACE
 
 // An animation position on top of the base pose.
 struct PoseLayer

@@ -1,6 +1,8 @@
 // A page for a web browser that shows models.
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
@@ -8,7 +10,9 @@
 #include <string>
 #include <vector>
 
+ZOLT_BEGIN_NAMESPACE
 class Model;
+ZOLT_END_NAMESPACE
 
 // What the page knows of one model: "file" and "name" (the path and its last part), "info" (what ModelInfo gives),
 // "missing" (the links whose child models aren't there) and "data": the following arrays, little-endian, each filled up

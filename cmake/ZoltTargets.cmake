@@ -9,6 +9,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     target_compile_options(zolt_options INTERFACE -Wno-restrict -Wno-unknown-warning-option)
 endif()
 target_include_directories(zolt_options INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+if(ZOLT_INLINE_NAMESPACE)
+    target_compile_definitions(zolt_options INTERFACE ZOLT_INLINE_NAMESPACE=${ZOLT_INLINE_NAMESPACE})
+endif()
 if(ZOLT_SANITIZE)
     target_compile_options(zolt_options INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -5,6 +5,7 @@
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 void AnimClock::Init(double length, LoopMode loop, float speed)
 {
     *this = AnimClock();
@@ -84,4 +85,5 @@ bool AnimClock::NextSpan(TimeSpan& span)
     }
     return true;
 }
+ZOLT_END_NAMESPACE
 } // namespace zolt

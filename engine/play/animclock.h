@@ -1,9 +1,12 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 // What happens at the end of an animation, and going backwards at its start.
 enum class LoopMode
 {
@@ -64,4 +67,5 @@ private:
     bool m_bReturning = false; // on the way back of PING_PONG
     bool m_bFinished = false;
 };
+ZOLT_END_NAMESPACE
 } // namespace zolt

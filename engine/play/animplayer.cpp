@@ -7,6 +7,9 @@
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
+// With those of the base and of the layer that is left there is a position for each.
+static constexpr uint32_t MAX_MIXED_LAYERS = 3;
 static constexpr float PI = 3.14159265358979f;
 
 static double PassedTime(float seconds)
@@ -156,7 +159,11 @@ bool AnimPlayer::SetLayerKind(uint32_t iLayer, LayerKind kind)
 {
     if (iLayer == 0 || iLayer >= NUM_LAYERS)
         return false;
-    m_Layers[iLayer].m_Kind = kind;
+    Layer& layer = m_Layers[iLayer];
+    layer.m_Kind = kind;
+    if (layer.m_bMixed)
+        layer.m_pMask = nullptr;
+    layer.m_bMixed = false;
     return true;
 }
 
@@ -166,6 +173,7 @@ bool AnimPlayer::SetLayerMask(uint32_t iLayer, const float* pMask)
         return false;
     m_Layers[iLayer].m_pMask = pMask;
     m_Layers[iLayer].m_MaskFactor = 1.0f;
+    m_Layers[iLayer].m_bMixed = false;
     return true;
 }
 
@@ -184,12 +192,17 @@ bool AnimPlayer::SetLayerWeightSet(uint32_t iLayer, uint32_t iWeightSet)
         bAdds = bAdds || w == 2.0f;
         bBlends = bBlends || (w != 2.0f && w != 0.0f);
     }
-    if (bAdds && bBlends)
+    const bool bMixed = bAdds && bBlends;
+    uint32_t nMixed = 0;
+    for (uint32_t i = 0; i < NUM_LAYERS; ++i)
+        nMixed += i != iLayer && m_Layers[i].m_bMixed ? 1 : 0;
+    if (bMixed && nMixed == MAX_MIXED_LAYERS)
         return false;
     Layer& layer = m_Layers[iLayer];
+    layer.m_bMixed = bMixed;
     layer.m_Kind = bAdds ? LayerKind::ADD : LayerKind::BLEND;
     layer.m_pMask = weights.GetArray();
-    layer.m_MaskFactor = bAdds ? 0.5f : 1.0f;
+    layer.m_MaskFactor = bAdds && !bMixed ? 0.5f : 1.0f;
     return true;
 }
 
@@ -348,15 +361,15 @@ bool AnimPlayer::Apply()
     m_pInstance->SetPoseOffset(Matrix4());
     uint32_t nPlaying = 0;
     for (const Layer& layer : m_Layers)
-        nPlaying += layer.m_nSources != 0 ? 1 : 0;
+        nPlaying += layer.m_nSources != 0 ? layer.NumPositions() : 0;
     uint32_t nSpare = MAX_ANIM_POSITIONS - nPlaying; // for the crossfades
     for (uint32_t i = 0; i < NUM_LAYERS; ++i)
     {
         Layer& layer = m_Layers[i];
         if (layer.m_nSources == 0)
             continue;
-        const uint32_t nMore = std::min(layer.m_nSources - 1, nSpare);
-        nSpare -= nMore;
+        const uint32_t nMore = std::min(layer.m_nSources - 1, nSpare / layer.NumPositions());
+        nSpare -= nMore * layer.NumPositions();
         if (layer.m_nSources > 1 + nMore)
             layer.RemoveSources(layer.m_nSources - 1 - nMore);
         if (!ApplyLayer(layer, i))
@@ -389,20 +402,24 @@ bool AnimPlayer::ApplyLayer(Layer& layer, uint32_t iLayer)
         later -= shares[i];
         // Sums of differences may be a trifle off.
         later = i + 1 == layer.m_nSources ? 0.0f : std::clamp(later, 0.0f, 1.0f);
-        bool bAdded = false;
-        if (iLayer == 0) // The sources before this one are all that there is.
-            bAdded = m_pInstance->AddPosition(ToPosePoint(source.m_iAnim, pair), LayerKind::BLEND, nullptr, shares[i],
-                                              later);
-        else
-        {
-            const float factor = layer.m_Weight * layer.m_MaskFactor;
-            bAdded =
-                m_pInstance->AddPosition(ToPosePoint(source.m_iAnim, pair), layer.m_Kind, layer.m_pMask,
-                                         factor * shares[i], layer.m_Kind == LayerKind::BLEND ? factor * later : 0.0f);
-        }
-        if (!bAdded)
+        if (!AddPositions(layer, iLayer, ToPosePoint(source.m_iAnim, pair), shares[i], later))
             return false;
     }
     return true;
 }
+
+bool AnimPlayer::AddPositions(const Layer& layer, uint32_t iLayer, const PosePoint& point, float share, float later)
+{
+    if (iLayer == 0) // The sources before this one are all that there is.
+        return m_pInstance->AddPosition(point, LayerKind::BLEND, nullptr, share, later);
+    const float factor = layer.m_Weight * layer.m_MaskFactor;
+    if (layer.m_bMixed)
+        return m_pInstance->AddPosition(point, LayerKind::BLEND, layer.m_pMask, factor * share, factor * later,
+                                        MaskPart::ALL_BUT_TWOS) &&
+               m_pInstance->AddPosition(point, LayerKind::ADD, layer.m_pMask, factor * share, 0.0f, MaskPart::TWOS);
+    return m_pInstance->AddPosition(point, layer.m_Kind, layer.m_pMask, factor * share,
+                                    layer.m_Kind == LayerKind::BLEND ? factor * later : 0.0f);
+}
+
+ZOLT_END_NAMESPACE
 } // namespace zolt

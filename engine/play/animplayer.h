@@ -3,11 +3,13 @@
 #include "engine/play/animclock.h"
 #include "engine/play/modelinstance.h"
 #include "engine/play/rootmotion.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 
 #include <cstdint>
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 // How a fade goes from 0 to 1.
 enum class FadeCurve
 {
@@ -76,8 +78,9 @@ public:
     uint32_t GetAnim(uint32_t iLayer = 0) const;
 
     // Layers from 1 on. A mask is a value from 0 to 1 for each node, NumNodes() of them, which aren't copied; null is 1
-    // everywhere. A weight set stands for the mask of its values; one whose values are all 0 or 2 makes the layer add,
-    // any other one makes it blend, and one in which both kinds stand is refused.
+    // everywhere. A weight set stands for the mask of its values and says the kind, node by node: 2 adds, all else
+    // blends. One in which both stand takes twice the positions; three layers may have such ones, and SetLayerKind lets
+    // it go.
     bool SetLayerKind(uint32_t iLayer, LayerKind kind);
     bool SetLayerMask(uint32_t iLayer, const float* pMask);
     bool SetLayerWeightSet(uint32_t iLayer, uint32_t iWeightSet);
@@ -123,6 +126,7 @@ private:
         LayerKind m_Kind = LayerKind::BLEND;
         const float* m_pMask = nullptr;
         float m_MaskFactor = 1.0f;
+        bool m_bMixed = false; // the mask is a weight set that adds at some nodes and blends at others
         float m_Weight = 1.0f;
         float m_TargetWeight = 1.0f;
         float m_WeightStep = 0.0f; // a second
@@ -131,6 +135,8 @@ private:
         // The share of each source, which add up to 1.
         void GetShares(float* pShares) const;
         void RemoveSources(uint32_t n);
+        // That a source takes.
+        uint32_t NumPositions() const { return m_bMixed ? 2 : 1; }
     };
 
     const Layer* FindLayer(uint32_t iLayer) const { return iLayer < NUM_LAYERS ? &m_Layers[iLayer] : nullptr; }
@@ -140,6 +146,7 @@ private:
     void CallEvents(const Source& source, const TimeSpan& span, uint32_t iLayer, float weight) const;
     bool FindMotion(const Source& source, double time, RootMotion& out);
     bool ApplyLayer(Layer& layer, uint32_t iLayer);
+    bool AddPositions(const Layer& layer, uint32_t iLayer, const PosePoint& point, float share, float later);
 
     ModelInstance* m_pInstance;
     Layer m_Layers[NUM_LAYERS];
@@ -148,4 +155,5 @@ private:
     uint32_t m_iMotionNode = NO_NODE;
     RootMotion m_Motion;
 };
+ZOLT_END_NAMESPACE
 } // namespace zolt

@@ -5,6 +5,7 @@
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 void Bounds::Add(const Vector3& point)
 {
     if (IsEmpty())
@@ -39,4 +40,5 @@ float Bounds::GetRadius() const
     const auto Farther = [](float a, float b) { return std::max(std::fabs(a), std::fabs(b)); };
     return Vector3(Farther(m_Min.x, m_Max.x), Farther(m_Min.y, m_Max.y), Farther(m_Min.z, m_Max.z)).Mag();
 }
+ZOLT_END_NAMESPACE
 } // namespace zolt

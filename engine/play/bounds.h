@@ -1,9 +1,11 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/vector3.h"
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 // A box along the axes; empty at first.
 struct Bounds
 {
@@ -18,4 +20,5 @@ struct Bounds
     // The greatest distance of a point of the box from 0, 0, 0: what `VisRadius` in a command string states.
     float GetRadius() const;
 };
+ZOLT_END_NAMESPACE
 } // namespace zolt

@@ -8,6 +8,7 @@
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 // So many instances make a part: enough to hide what handing a part out costs, few enough to share a small crowd.
 static constexpr uint32_t PART = 8;
 
@@ -43,4 +44,5 @@ bool EvaluateMany(ModelInstance* const* pInstances, uint32_t nInstances, JobPool
     }
     return crowd.m_bAll;
 }
+ZOLT_END_NAMESPACE
 } // namespace zolt

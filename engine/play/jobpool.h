@@ -1,9 +1,12 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 // Where work of many equal parts is done. An engine with threads of its own derives from it.
 class JobPool
 {
@@ -17,4 +20,5 @@ public:
     // done. Not to be called by two threads at once, or by a job.
     virtual void Run(uint32_t nParts, Job pJob, void* pUser) = 0;
 };
+ZOLT_END_NAMESPACE
 } // namespace zolt

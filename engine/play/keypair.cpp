@@ -6,6 +6,7 @@
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 bool FindKeyPair(const ModelAnim& anim, double time, uint32_t iHint, KeyPair& out)
 {
     const uint32_t nKeys = anim.NumKeyFrames();
@@ -33,4 +34,5 @@ bool FindKeyPair(const ModelAnim& anim, double time, uint32_t iHint, KeyPair& ou
     }
     return true;
 }
+ZOLT_END_NAMESPACE
 } // namespace zolt

@@ -1,11 +1,16 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
 
+ZOLT_BEGIN_NAMESPACE
 class ModelAnim;
+ZOLT_END_NAMESPACE
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 // A moment of an animation: two keys and the fraction from the first to the second.
 struct KeyPair
 {
@@ -18,4 +23,5 @@ struct KeyPair
 // time the last one holds. Takes constant time where iHint, the m_iPrev of an earlier call, is the key sought or a
 // neighbour of it, else a search by halves. False for an animation without keys.
 bool FindKeyPair(const ModelAnim& anim, double time, uint32_t iHint, KeyPair& out);
+ZOLT_END_NAMESPACE
 } // namespace zolt

@@ -9,6 +9,7 @@
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 // So many poses between two keys at most.
 static constexpr uint32_t MAX_STEPS = 16;
 // What the boxes are larger than need be for what happens between two poses, as a share of the model's radius.
@@ -169,4 +170,5 @@ Bounds ModelBounds::OfAnim(uint32_t iAnim) const
     }
     return out;
 }
+ZOLT_END_NAMESPACE
 } // namespace zolt

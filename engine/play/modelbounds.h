@@ -1,14 +1,18 @@
 #pragma once
 
 #include "engine/play/bounds.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 
 #include <cstdint>
 #include <vector>
 
+ZOLT_BEGIN_NAMESPACE
 class Model;
+ZOLT_END_NAMESPACE
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 class ModelInstance;
 
 // Boxes around a model and what it does: a box for each node over its share of the vertices of all LODs, which moves
@@ -36,4 +40,5 @@ private:
     const Model* m_pModel = nullptr;
     std::vector<Bounds> m_NodeBoxes; // in node space, by node index
 };
+ZOLT_END_NAMESPACE
 } // namespace zolt

@@ -11,6 +11,7 @@
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 ModelInstance::~ModelInstance()
 {
     Term();
@@ -70,7 +71,15 @@ bool ModelInstance::IsValid(uint32_t iAnim, uint32_t iKey) const
     return pAnim->m_AnimNodes && iKey < pAnim->NumKeyFrames() && pAnim->GetModel()->NumNodes() >= m_nNodes;
 }
 
-bool ModelInstance::AddPosition(const PosePoint& point, LayerKind kind, const float* pMask, float factor, float later)
+static float MaskValue(float value, MaskPart part)
+{
+    if (part == MaskPart::ALL)
+        return value;
+    return (value == 2.0f) != (part == MaskPart::TWOS) ? 0.0f : part == MaskPart::TWOS ? 1.0f : value;
+}
+
+bool ModelInstance::AddPosition(const PosePoint& point, LayerKind kind, const float* pMask, float factor, float later,
+                                MaskPart part)
 {
     if (!m_pModel || m_nPositions == MAX_ANIM_POSITIONS)
         return false;
@@ -83,7 +92,7 @@ bool ModelInstance::AddPosition(const PosePoint& point, LayerKind kind, const fl
         float* pOwn = GetWeights(m_nPositions);
         for (uint32_t i = 0; i < m_nNodes; ++i)
         {
-            const float m = pMask ? pMask[i] : 1.0f;
+            const float m = pMask ? MaskValue(pMask[i], part) : 1.0f;
             const float rest = 1.0f - m * later;
             // Where the later ones leave nothing, nothing is all that counts.
             pOwn[i] = rest > 1e-6f ? m * factor / rest : 0.0f * m;
@@ -306,4 +315,5 @@ bool ModelInstance::Detach(ModelInstance* pOther)
     }
     return false;
 }
+ZOLT_END_NAMESPACE
 } // namespace zolt

@@ -2,16 +2,20 @@
 
 #include "engine/model/src/transformmaker.h"
 #include "engine/play/keypair.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/matrix4.h"
 
 #include <cstddef>
 #include <cstdint>
 
+ZOLT_BEGIN_NAMESPACE
 class Model;
 struct PoseCall;
+ZOLT_END_NAMESPACE
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 // A moment to pose by: two keys, which may lie in two animations, and the fraction between them.
 struct PosePoint
 {
@@ -27,6 +31,15 @@ enum class LayerKind
 {
     BLEND, // goes over to its own pose, by the weight; a weight of exactly 2 adds
     ADD,   // adds its motion since the first key of its animation, by the weight
+};
+
+// Which values of a mask count, the others being 0: a weight set may have both layers that add and such that blend in
+// it.
+enum class MaskPart
+{
+    ALL,
+    ALL_BUT_TWOS,
+    TWOS, // which stand for 1
 };
 
 // How the matrices of GetSkinMatrices lie in memory. All take column vectors.
@@ -76,7 +89,7 @@ public:
     // position has no weight. False, with nothing added, for keys that aren't there, a fraction out of range, an
     // animation that doesn't fit the tree, a weight that comes out as NaN or infinite, and beyond MAX_ANIM_POSITIONS.
     bool AddPosition(const PosePoint& point, LayerKind kind = LayerKind::BLEND, const float* pMask = nullptr,
-                     float factor = 1.0f, float later = 0.0f);
+                     float factor = 1.0f, float later = 0.0f, MaskPart part = MaskPart::ALL);
 
     // Model space to world space.
     void SetWorld(const Matrix4& world) { m_World = world; }
@@ -147,4 +160,5 @@ private:
     uint32_t m_iSocket = 0;                  // of the carrier
     Matrix4 m_SocketOffset;
 };
+ZOLT_END_NAMESPACE
 } // namespace zolt

@@ -10,6 +10,7 @@
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 static constexpr uint32_t MAX_SHARES = 8;
 static constexpr uint32_t NONE = 0xFFFFFFFFu;
 
@@ -118,7 +119,33 @@ private:
 };
 } // namespace
 
-static void Build(const ModelPieceLOD& mesh, const RenderMeshOptions& options, RenderMesh& out)
+// Calls the order, and renumbers the records by their first use. False for an index that isn't one.
+static bool OrderTriangles(TriangleOrder pOrder, std::vector<uint32_t>& indices, RenderMesh& out)
+{
+    pOrder(indices.data(), indices.size(), out.m_nVertices);
+    std::vector<uint32_t> newIndex(out.m_nVertices, NONE);
+    std::vector<uint8_t> records(out.m_Vertices.size());
+    std::vector<uint32_t> sources(out.m_nVertices);
+    uint32_t n = 0;
+    for (uint32_t& index : indices)
+    {
+        if (index >= out.m_nVertices)
+            return false;
+        if (newIndex[index] == NONE)
+        {
+            std::memcpy(records.data() + size_t(n) * out.m_Stride, out.m_Vertices.data() + size_t(index) * out.m_Stride,
+                        out.m_Stride);
+            sources[n] = out.m_SourceVert[index];
+            newIndex[index] = n++;
+        }
+        index = newIndex[index];
+    }
+    out.m_Vertices.swap(records);
+    out.m_SourceVert.swap(sources);
+    return n == out.m_nVertices;
+}
+
+static bool Build(const ModelPieceLOD& mesh, const RenderMeshOptions& options, RenderMesh& out)
 {
     VertexSplitter splitter(mesh, options, out);
     std::vector<uint32_t> indices;
@@ -129,11 +156,14 @@ static void Build(const ModelPieceLOD& mesh, const RenderMeshOptions& options, R
         for (int i = 0; i < 3; ++i)
             indices.push_back(splitter.GetIndex(tri.m_Indices[i], tri.m_UVs[i]));
     }
+    if (options.m_pOrder && !OrderTriangles(options.m_pOrder, indices, out))
+        return false;
     out.m_nIndices = static_cast<uint32_t>(indices.size());
     out.m_IndexSize = out.m_nVertices <= 65536 ? 2 : 4;
     out.m_Indices.resize(size_t(out.m_nIndices) * out.m_IndexSize);
     for (size_t i = 0; i < indices.size(); ++i) // little-endian: the low bytes come first
         std::memcpy(out.m_Indices.data() + i * out.m_IndexSize, &indices[i], out.m_IndexSize);
+    return true;
 }
 
 bool BuildRenderMesh(ModelPiece& piece, uint32_t iLOD, const RenderMeshOptions& options, RenderMesh& out)
@@ -147,13 +177,14 @@ bool BuildRenderMesh(ModelPiece& piece, uint32_t iLOD, const RenderMeshOptions& 
     out.m_Stride = out.m_SharesOffset + options.m_nShares * (options.m_ShareFormat == ShareFormat::FLOATS ? 4 : 1);
     try
     {
-        Build(*piece.GetLOD(iLOD), options, out);
+        if (Build(*piece.GetLOD(iLOD), options, out))
+            return true;
     }
-    catch (const std::bad_alloc&)
+    catch (const std::bad_alloc&) // As if there were none.
     {
-        out = RenderMesh();
-        return false;
     }
-    return true;
+    out = RenderMesh();
+    return false;
 }
+ZOLT_END_NAMESPACE
 } // namespace zolt

@@ -1,13 +1,18 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
+ZOLT_BEGIN_NAMESPACE
 class ModelPiece;
+ZOLT_END_NAMESPACE
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 // How the shares of a vertex stand in its record.
 enum class ShareFormat
 {
@@ -15,10 +20,18 @@ enum class ShareFormat
     BYTES,  // as bytes that sum to 255
 };
 
+// Puts whole triangles into another order, in place: three indices each, below nVertices. This library brings none
+// along; meshoptimizer's fits with
+//     [](uint32_t* p, size_t n, size_t nVertices) { meshopt_optimizeVertexCache(p, p, n, nVertices); }
+typedef void (*TriangleOrder)(uint32_t* pIndices, size_t nIndices, size_t nVertices);
+
 struct RenderMeshOptions
 {
     uint32_t m_nShares = 4; // nodes a vertex: 4 or 8
     ShareFormat m_ShareFormat = ShareFormat::FLOATS;
+    // For the vertex cache of a graphics card. The records follow in the order in which the triangles use them. Null
+    // leaves the triangles as the piece has them.
+    TriangleOrder m_pOrder = nullptr;
 };
 
 // A piece at a LOD as a graphics card takes it: triangles over an index buffer and one record a vertex, with the
@@ -53,7 +66,8 @@ struct RenderMesh
     uint32_t m_nCutShares = 0; // shares beyond m_nShares, which were left out; the rest makes up for them
 };
 
-// False, with *pOut empty, for a LOD that the piece lacks, a number of shares that is neither 4 nor 8, and without
-// memory.
+// False, with `out` empty, for a LOD that the piece lacks, a number of shares that is neither 4 nor 8, an order that
+// gives indices out of range, and without memory.
 bool BuildRenderMesh(ModelPiece& piece, uint32_t iLOD, const RenderMeshOptions& options, RenderMesh& out);
+ZOLT_END_NAMESPACE
 } // namespace zolt

@@ -4,6 +4,7 @@
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 Matrix4 RootMotion::ToMatrix() const
 {
     Matrix4 m;
@@ -46,4 +47,5 @@ RootMotion FindRootMotion(const Matrix4& bindPose, const Matrix4& pose)
     motion.m_Z = pose(2, 3) - (c * bindPose(2, 3) - s * bindPose(0, 3));
     return motion;
 }
+ZOLT_END_NAMESPACE
 } // namespace zolt

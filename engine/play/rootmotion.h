@@ -1,10 +1,12 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/matrix4.h"
 #include "zoltshared/stdzolt/vector3.h"
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 // A way over the ground: a turn about the vertical axis, y, and a translation in the plane x, z. It takes a point to
 // the point turned and then moved.
 struct RootMotion
@@ -24,4 +26,5 @@ struct RootMotion
 // Where on the ground a node stands and which way it faces, as seen from its bind pose: the turn about y nearest to its
 // rotation since then, and what brings it from there to above or below its place.
 RootMotion FindRootMotion(const Matrix4& bindPose, const Matrix4& pose);
+ZOLT_END_NAMESPACE
 } // namespace zolt

@@ -5,6 +5,7 @@
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 ThreadPool::ThreadPool(uint32_t nThreads)
 {
     if (nThreads == 0)
@@ -70,4 +71,5 @@ void ThreadPool::Work()
             m_End.notify_one();
     }
 }
+ZOLT_END_NAMESPACE
 } // namespace zolt

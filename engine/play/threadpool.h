@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/play/jobpool.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -10,6 +11,7 @@
 
 namespace zolt
 {
+ZOLT_BEGIN_NAMESPACE
 // Threads that wait for work. The one that calls Run works along.
 class ThreadPool final : public JobPool
 {
@@ -39,4 +41,5 @@ private:
     uint32_t m_nParts = 0;
     std::atomic<uint32_t> m_iNext{0};
 };
+ZOLT_END_NAMESPACE
 } // namespace zolt

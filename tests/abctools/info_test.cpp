@@ -63,6 +63,10 @@ TEST(Info, JsonHoldsWhatTheModelHolds)
     EXPECT_EQ(info["weightSets"][0]["values"], json({0.0, 1.0, 0.5, 2.0}));
     EXPECT_EQ(info["childModels"][0]["name"], "SELF");
     EXPECT_EQ(info["childModels"][0]["stamp"], info["stamp"]);
+    // Vertices of the hand reach 7, 11, those of the root begin at 0, 1.
+    EXPECT_EQ(info["bounds"]["rest"]["min"], json({0.0, 1.0, 0.0}));
+    EXPECT_EQ(info["bounds"]["rest"]["max"], json({7.0, 11.0, 0.0}));
+    EXPECT_GE(info["bounds"]["all"]["radius"], info["bounds"]["anims"][1]["radius"]);
     const json& memory = info["memory"];
     EXPECT_LE(memory["load"], memory["announced"]);
     EXPECT_EQ(memory["blockAllocations"], 1);
@@ -137,7 +141,7 @@ TEST(Copy, MakesVersion12AndKeepsTheTargetOnFailure)
     {
         const char* m_pName;
         const char* m_pWord;
-    } cases[] = {{"cut.abc", "damaged: section AnimBindings runs past"},
+    } cases[] = {{"cut.abc", "can't be loaded: AnimBindings: the file ends in it"},
                  {"v13.abc", "version 13, and versions 9 to 12 can be read"},
                  {"text.abc", "not a model file"},
                  {"none.abc", "no such file"},

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
 
+ZOLT_BEGIN_NAMESPACE
 class ModelStream;
+ZOLT_END_NAMESPACE
 
 constexpr uint32_t NO_PREVIOUS_SECTION = 0xFFFFFFFFu;
 

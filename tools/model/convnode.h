@@ -1,8 +1,11 @@
 #pragma once
 
 #include "engine/model/src/modelnode.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 
+ZOLT_BEGIN_NAMESPACE
 class AnimNode;
+ZOLT_END_NAMESPACE
 class ConvNode;
 
 // The place of a vertex that goes without a replacement.

@@ -8,6 +8,9 @@
 #include <utility>
 
 #include "zoltshared/stdzolt/allocator.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // What class-level operator new asks for: null when there is no memory, or when the size exceeds 32 bits.
 inline void* AllocForNew(size_t size) noexcept
@@ -80,3 +83,5 @@ template <class T> void FreeObject(Allocator& allocator, T* pObject)
     std::destroy_at(pObject);
     allocator.Free(pMemory);
 }
+
+ZOLT_END_NAMESPACE

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+ZOLT_BEGIN_NAMESPACE
+
 // Holds the allocator without ever destroying it: globals that are destroyed late still give their memory back.
 union AllocatorHolder
 {
@@ -26,3 +28,5 @@ void Allocator::Free(void* pMemory)
 {
     std::free(pMemory);
 }
+
+ZOLT_END_NAMESPACE

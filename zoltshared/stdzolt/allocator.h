@@ -1,6 +1,10 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 // Where memory comes from. The base class is the plain heap. No allocator throws: lack of memory is a null result.
 class Allocator
@@ -18,3 +22,5 @@ public:
 
 // The heap. Ready before any constructor of a global runs, and never destroyed.
 extern Allocator& g_DefaultAllocator;
+
+ZOLT_END_NAMESPACE

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+ZOLT_BEGIN_NAMESPACE
+
 static void PrintAssertion(const char* expression, const char* file, int line)
 {
     std::fprintf(stderr, "%s:%d: assertion failed: %s\n", file, line, expression);
@@ -21,3 +23,5 @@ void ReportAssertion(const char* expression, const char* file, int line)
     AssertionSink sink = g_AssertionSink ? g_AssertionSink : PrintAssertion;
     sink(expression, file, line);
 }
+
+ZOLT_END_NAMESPACE

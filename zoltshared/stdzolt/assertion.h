@@ -1,5 +1,9 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
+
 // Receives each broken check: the expression as the check words it, the source path and the line.
 typedef void (*AssertionSink)(const char* expression, const char* file, int line);
 
@@ -20,3 +24,5 @@ inline bool CheckAssertion(bool bHolds, const char* expression, const char* file
 // behind it; the value is the truth of the condition.
 #define ZOLT_ASSERT(condition, expression)                                                                             \
     CheckAssertion(static_cast<bool>(condition), "" expression, __FILE__, __LINE__)
+
+ZOLT_END_NAMESPACE

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+ZOLT_BEGIN_NAMESPACE
+
 // In pieces, and no further than to a failed read: a damaged file announces long texts beyond its end.
 static void Skip(ModelStream& stream, uint32_t count)
 {
@@ -63,3 +65,5 @@ int BaseStream::WriteString(const char* pText)
     const int result = Write(bytes, sizeof(bytes));
     return length == 0 ? result : Write(pText, length);
 }
+
+ZOLT_END_NAMESPACE

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/modelstream.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // The operations that every stream builds on the others in the same way.
 class BaseStream : public ModelStream
@@ -14,3 +17,5 @@ public:
     int CopyFrom(ModelStream* pSource, uint32_t start, uint32_t end) override;
     int WriteString(const char* pText) override;
 };
+
+ZOLT_END_NAMESPACE

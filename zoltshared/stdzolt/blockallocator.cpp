@@ -4,6 +4,8 @@
 
 #pragma GCC diagnostic ignored "-Winvalid-offsetof" // its base has no virtual base
 
+ZOLT_BEGIN_NAMESPACE
+
 static constexpr bool WIDE_POINTERS = sizeof(void*) > 4;
 
 static uint64_t RoundUp(uint64_t size)
@@ -76,3 +78,5 @@ bool BlockAllocator::Contains(const void* pMemory) const
     const uintptr_t start = reinterpret_cast<uintptr_t>(m_pBlock);
     return address >= start && address - start < m_Size;
 }
+
+ZOLT_END_NAMESPACE

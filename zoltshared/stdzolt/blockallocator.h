@@ -1,7 +1,10 @@
 #pragma once
 
 #include "zoltshared/stdzolt/allocator.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // Cuts pieces off one block. Sizes are rounded up to a multiple of 4; pieces have no headers and aren't reused, so
 // that memory comes back with `Term` alone.
@@ -48,3 +51,5 @@ private:
     uint32_t m_Size = 0;
     uint32_t m_UsedBack = 0; // the share of m_Used that was cut from the back
 };
+
+ZOLT_END_NAMESPACE

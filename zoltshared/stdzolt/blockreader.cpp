@@ -6,6 +6,8 @@
 #include "zoltshared/stdzolt/modelstream.h"
 #include "zoltshared/stdzolt/streammemory.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 // Makes at least `size` bytes be there, where fewer are left.
 void BlockReader::Refill(uint32_t size)
 {
@@ -48,3 +50,5 @@ bool BlockReader::Skip(uint32_t size)
         Take(std::min(size, MAX_TAKE));
     return !m_bFailed;
 }
+
+ZOLT_END_NAMESPACE

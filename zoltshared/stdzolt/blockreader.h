@@ -1,7 +1,11 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstddef>
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class ModelStream;
 
@@ -48,3 +52,5 @@ private:
     bool m_bFailed = false;
     uint8_t m_Buffer[BUFFER_SIZE];
 };
+
+ZOLT_END_NAMESPACE

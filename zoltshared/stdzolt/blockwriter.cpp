@@ -5,6 +5,8 @@
 #include "zoltshared/stdzolt/littleendian.h"
 #include "zoltshared/stdzolt/modelstream.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 void BlockWriter::PutString(const char* pText)
 {
     const uint16_t length = static_cast<uint16_t>(std::strlen(pText));
@@ -26,3 +28,5 @@ void BlockWriter::Flush()
         m_pStream->Write(m_Buffer, m_nUsed);
     m_nUsed = 0;
 }
+
+ZOLT_END_NAMESPACE

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class ModelStream;
 
@@ -36,3 +40,5 @@ private:
     uint32_t m_nUsed = 0;
     uint8_t m_Buffer[BUFFER_SIZE];
 };
+
+ZOLT_END_NAMESPACE

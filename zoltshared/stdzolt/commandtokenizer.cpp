@@ -5,6 +5,8 @@
 
 #include "zoltshared/stdzolt/strcasecompare.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 static bool IsSeparator(char c)
 {
     return c == ';' || std::iscntrl(static_cast<unsigned char>(c)) != 0;
@@ -114,3 +116,5 @@ QZBOOL CommandTokenizer::FindCommand(const char* pWord, QZBOOL bCaseSensitive, i
     }
     return QZFALSE;
 }
+
+ZOLT_END_NAMESPACE

@@ -2,7 +2,10 @@
 
 #include <cstdint>
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // Cuts a text into commands and these into tokens, which it copies into a buffer of its own.
 //
@@ -49,3 +52,5 @@ private:
     const char* m_pNext = nullptr;
     char m_Buffer[BUFFER_SIZE];
 };
+
+ZOLT_END_NAMESPACE

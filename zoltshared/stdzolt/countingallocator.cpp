@@ -1,5 +1,7 @@
 #include "zoltshared/stdzolt/countingallocator.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 void* CountingAllocator::Alloc(uint32_t size)
 {
     if (size == 0)
@@ -24,3 +26,5 @@ void CountingAllocator::Free(void* pMemory)
     m_nCurrentAllocations--;
     m_nTotalFrees++;
 }
+
+ZOLT_END_NAMESPACE

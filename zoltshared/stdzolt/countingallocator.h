@@ -1,6 +1,9 @@
 #pragma once
 
 #include "zoltshared/stdzolt/allocator.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // Hands every request on to the allocator behind it, and counts.
 class CountingAllocator : public Allocator
@@ -18,3 +21,5 @@ public:
     uint32_t m_nAllocationFailures = 0;  // Alloc calls of a non-zero size that were refused
     Allocator* m_pDelegate;
 };
+
+ZOLT_END_NAMESPACE

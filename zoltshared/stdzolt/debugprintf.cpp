@@ -7,6 +7,8 @@
 #include <windows.h>
 #endif
 
+ZOLT_BEGIN_NAMESPACE
+
 void DebugPrintf(const char* pFormat, ...)
 {
     char text[512];
@@ -22,3 +24,5 @@ void DebugPrintf(const char* pFormat, ...)
     std::fputs(text, stderr);
 #endif
 }
+
+ZOLT_END_NAMESPACE

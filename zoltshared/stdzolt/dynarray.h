@@ -11,8 +11,11 @@
 #include "zoltshared/stdzolt/allocator.h"
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/findblock.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/listaccess.h"
 #include "zoltshared/stdzolt/qzbool.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // Each allocation takes `m_nCacheSize` spare elements; memory is given back when twice as many have piled up.
 struct DefaultCache
@@ -403,3 +406,5 @@ template <class T, class C> void DeleteAndClearArray(DynArray<T*, C>& array)
 {
     DeleteAndClearArray(array, &g_DefaultAllocator);
 }
+
+ZOLT_END_NAMESPACE

@@ -6,6 +6,8 @@
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/zoltexception.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 QZBOOL FileIOBase::Open(const char*, const char*)
 {
     return QZTRUE;
@@ -120,3 +122,5 @@ void FileIO::OnError(int type) const
     if (m_bThrowOnError)
         throw CZoltIOException(type);
 }
+
+ZOLT_END_NAMESPACE

@@ -3,7 +3,10 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // A file as a table of operations. Results are true for success. While `m_bThrowOnError` is set (it is from the
 // start), a failed Read, Write or Seek of
@@ -72,3 +75,5 @@ private:
     uint32_t m_BoundsMax = 0;
     uint32_t m_FileLen = 0;
 };
+
+ZOLT_END_NAMESPACE

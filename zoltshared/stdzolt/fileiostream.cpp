@@ -5,6 +5,8 @@
 
 #include "zoltshared/stdzolt/fileio.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 int FileIOStream::Read(void* pData, uint32_t size)
 {
     if (m_pFileIO->Read(pData, size))
@@ -47,3 +49,5 @@ ModelStream* CreateFileIOStream(FileIOBase* pFileIO)
 {
     return new (std::nothrow) FileIOStream(pFileIO);
 }
+
+ZOLT_END_NAMESPACE

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "zoltshared/stdzolt/basestream.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 class FileIOBase;
 
@@ -25,3 +28,5 @@ private:
 
 // Null without memory; its end is Release, which leaves the file open.
 ModelStream* CreateFileIOStream(FileIOBase* pFileIO);
+
+ZOLT_END_NAMESPACE

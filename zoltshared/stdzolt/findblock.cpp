@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+ZOLT_BEGIN_NAMESPACE
+
 int FindBlock(const void* pKey, const void* pBase, uint32_t count, uint32_t elementSize)
 {
     const char* pElement = static_cast<const char*>(pBase);
@@ -12,3 +14,5 @@ int FindBlock(const void* pKey, const void* pBase, uint32_t count, uint32_t elem
     }
     return -1;
 }
+
+ZOLT_END_NAMESPACE

@@ -3,6 +3,8 @@
 #include <cctype>
 #include <cstring>
 
+ZOLT_BEGIN_NAMESPACE
+
 static bool StartsWithNoCase(const char* pText, const char* pWord)
 {
     for (; *pWord; pText++, pWord++)
@@ -22,3 +24,5 @@ const char* FindNameToken(const char* pName, const char* pWord)
     }
     return nullptr;
 }
+
+ZOLT_END_NAMESPACE

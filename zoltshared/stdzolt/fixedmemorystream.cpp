@@ -3,6 +3,8 @@
 #include <cstring>
 #include <new>
 
+ZOLT_BEGIN_NAMESPACE
+
 int FixedMemoryStream::Read(void* pData, uint32_t size)
 {
     if (size == 0)
@@ -54,3 +56,5 @@ ModelStream* CreateFixedMemoryStream(void* pData, uint32_t size)
 {
     return new (std::nothrow) FixedMemoryStream(pData, size);
 }
+
+ZOLT_END_NAMESPACE

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "zoltshared/stdzolt/basestream.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // A stream on a caller's memory, which must outlive it and doesn't grow.
 class FixedMemoryStream : public BaseStream
@@ -29,3 +32,5 @@ protected:
 
 // Null without memory; its end is Release.
 ModelStream* CreateFixedMemoryStream(void* pData, uint32_t size);
+
+ZOLT_END_NAMESPACE

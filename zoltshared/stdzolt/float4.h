@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -13,6 +15,8 @@
 #include <cstring>
 #include <utility>
 #endif
+
+ZOLT_BEGIN_NAMESPACE
 
 // Four floats that are worked on at once: an SSE2 register, or plain C++ where there is none (or ZOLT_PLAIN_FLOAT4 is
 // defined). Every operation rounds as the single float operation does, so both kinds give the same bits. Addresses need
@@ -313,3 +317,5 @@ inline Float4 Sums(const Float4& a, const Float4& b, const Float4& c)
 }
 
 #endif
+
+ZOLT_END_NAMESPACE

@@ -2,7 +2,10 @@
 
 #include <cstdint>
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // A position in a list.
 struct ListPos
@@ -36,3 +39,5 @@ protected:
     ListAccess& operator=(const ListAccess&) = default;
     ~ListAccess() = default;
 };
+
+ZOLT_END_NAMESPACE

@@ -1,9 +1,13 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+
+ZOLT_BEGIN_NAMESPACE
 
 // Numbers as the bytes of a file, on a machine of any byte order. Compilers make single loads and stores of these.
 
@@ -70,3 +74,5 @@ inline void PutFloats(uint8_t* p, const void* pValues, size_t nValues)
         PutF32(p + sizeof(float) * i, value);
     }
 }
+
+ZOLT_END_NAMESPACE

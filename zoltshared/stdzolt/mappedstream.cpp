@@ -11,6 +11,8 @@
 #include <unistd.h>
 #endif
 
+ZOLT_BEGIN_NAMESPACE
+
 namespace
 {
 struct FileView
@@ -97,3 +99,5 @@ ModelStream* OpenMappedStream(const char* pFilename)
         UnmapFile(view.m_pView, view.m_Size);
     return pStream;
 }
+
+ZOLT_END_NAMESPACE

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "zoltshared/stdzolt/fixedmemorystream.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // A file that the system has mapped into memory, to read. Nothing of it is copied but what is read; a load takes its
 // records from the file's pages themselves. The file must not be made shorter meanwhile (putting another one in its
@@ -19,3 +22,5 @@ public:
 // Null if the file can't be opened or mapped: only a regular file of less than 4 GiB can. A new mapping stands at the
 // file's start.
 ModelStream* OpenMappedStream(const char* pFilename);
+
+ZOLT_END_NAMESPACE

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstring>
 
+ZOLT_BEGIN_NAMESPACE
+
 void Matrix4::Identity()
 {
     for (int i = 0; i < 16; i++)
@@ -112,3 +114,5 @@ void Matrix4::Normalize()
     c = b.Cross(a); // a × b
     SetBasisVectors(a, b, c);
 }
+
+ZOLT_END_NAMESPACE

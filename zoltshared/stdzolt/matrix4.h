@@ -1,6 +1,9 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/vector3.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // A 4×4 matrix, row by row: element (r, c) is float number 4r + c. It acts on column vectors: a translation stands in
 // column 3, and a product A * B applies B first. Sums are evaluated in double and rounded once.
@@ -46,3 +49,5 @@ static_assert(sizeof(Matrix4) == 64);
 
 // out = A B; `out` must not be A or B.
 void Multiply(Matrix4& out, const Matrix4& a, const Matrix4& b);
+
+ZOLT_END_NAMESPACE

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <new>
 
+ZOLT_BEGIN_NAMESPACE
+
 int MemoryStream::Read(void* pData, uint32_t size)
 {
     if (size == 0)
@@ -117,3 +119,5 @@ ModelStream* LoadFileToMemoryStream(const char* pFilename)
     std::fclose(pFile);
     return pStream;
 }
+
+ZOLT_END_NAMESPACE

@@ -2,6 +2,9 @@
 
 #include "zoltshared/stdzolt/basestream.h"
 #include "zoltshared/stdzolt/dynarray.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // A stream on memory of its own that grows on writing. Reading and seeking stop at its end.
 class MemoryStream : public BaseStream
@@ -39,3 +42,5 @@ MemoryStream* CreateMemoryStream(uint32_t cacheSize);
 
 // A stream that holds the whole file and stands at its start; null if the file can't be read.
 ModelStream* LoadFileToMemoryStream(const char* pFilename);
+
+ZOLT_END_NAMESPACE

@@ -6,6 +6,8 @@
 #include "zoltshared/stdzolt/quaternion.h"
 #include "zoltshared/stdzolt/vector3.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 ModelStream& ModelStream::ReadU8(uint8_t& value)
 {
     value = 0;
@@ -110,3 +112,5 @@ uint32_t ModelStream::GetLength()
     GetLen(&length);
     return length;
 }
+
+ZOLT_END_NAMESPACE

@@ -2,7 +2,10 @@
 
 #include <cstdint>
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 struct Quaternion;
 struct Vector3;
@@ -63,3 +66,5 @@ public:
     uint32_t GetPosition();
     uint32_t GetLength();
 };
+
+ZOLT_END_NAMESPACE

@@ -5,6 +5,8 @@
 
 #include "zoltshared/stdzolt/emptystring.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 static char* NewCopy(const char* pText)
 {
     const size_t size = std::strlen(pText) + 1;
@@ -63,3 +65,5 @@ char* OwnedString::Duplicate() const
 {
     return NewCopy(m_pData);
 }
+
+ZOLT_END_NAMESPACE

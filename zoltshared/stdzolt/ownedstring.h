@@ -1,6 +1,9 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // A text with its own copy on the heap.
 class OwnedString
@@ -29,3 +32,5 @@ private:
     char* m_pData;   // a heap copy, or g_EmptyString
     QZBOOL m_bOwned; // true for a heap copy
 };
+
+ZOLT_END_NAMESPACE

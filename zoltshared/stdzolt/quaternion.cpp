@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+ZOLT_BEGIN_NAMESPACE
+
 void Quaternion::ToMatrix(Matrix4& out) const
 {
     const double s = 2.0 / (double(x) * x + double(y) * y + double(z) * z + double(w) * w);
@@ -86,3 +88,5 @@ void QuatSlerp(Quaternion& out, const Quaternion& a, const Quaternion& b, float 
     out.Set(static_cast<float>(s0 * a.x + s1 * b.x), static_cast<float>(s0 * a.y + s1 * b.y),
             static_cast<float>(s0 * a.z + s1 * b.z), static_cast<float>(s0 * a.w + s1 * b.w));
 }
+
+ZOLT_END_NAMESPACE

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/matrix4.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // A rotation: vector part x, y, z and scalar part w. The identity, (0, 0, 0, 1), is the default. Everything is
 // evaluated in double and rounded once.
@@ -34,3 +37,5 @@ void QuatMultiply(Quaternion& out, const Quaternion& a, const Quaternion& b);
 // Spherical interpolation from a (t = 0) to b (t = 1) the short way round; `out` may be one of them, and isn't
 // normalised.
 void QuatSlerp(Quaternion& out, const Quaternion& a, const Quaternion& b, float t);
+
+ZOLT_END_NAMESPACE

@@ -2,6 +2,8 @@
 
 #include <new>
 
+ZOLT_BEGIN_NAMESPACE
+
 // What doesn't depend on the platform; the rest is in replacefilestream_posix.cpp and replacefilestream_win32.cpp.
 
 ReplaceFileStream::~ReplaceFileStream()
@@ -75,3 +77,5 @@ ReplaceFileStream* OpenReplaceFileStream(const char* pFilename)
     }
     return pStream;
 }
+
+ZOLT_END_NAMESPACE

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/ownedstring.h"
 #include "zoltshared/stdzolt/stdiostream.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // Writes a file so that either the old file or the whole new one is on disk, whatever happens on the way: what is
 // written goes to a temporary file beside the target, and takes its place with `Commit`. `Release` without a `Commit`
@@ -42,3 +45,5 @@ private:
 // Null wherever `fopen` with "wb" would fail: the target can't be written, is a folder, or its folder isn't there. The
 // target isn't touched by the open, unless it has to be written directly.
 ReplaceFileStream* OpenReplaceFileStream(const char* pFilename);
+
+ZOLT_END_NAMESPACE

@@ -15,6 +15,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+ZOLT_BEGIN_NAMESPACE
+
 static constexpr int MAX_LINKS = 40;
 static constexpr int MAX_KEPT_NAME = 150; // bytes of the target's name in that of the temporary file
 
@@ -238,5 +240,7 @@ void ReplaceFileStream::RemoveFile(const char* pFilename)
 {
     unlink(pFilename);
 }
+
+ZOLT_END_NAMESPACE
 
 #endif

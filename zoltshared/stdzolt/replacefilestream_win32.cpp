@@ -9,6 +9,8 @@
 #include <io.h>
 #include <windows.h>
 
+ZOLT_BEGIN_NAMESPACE
+
 static HANDLE OpenOldFile(const char* pFilename, DWORD access)
 {
     return CreateFileA(pFilename, access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
@@ -197,5 +199,7 @@ void ReplaceFileStream::RemoveFile(const char* pFilename)
 {
     DeleteFileA(pFilename);
 }
+
+ZOLT_END_NAMESPACE
 
 #endif

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+ZOLT_BEGIN_NAMESPACE
+
 static void SetRotation(Matrix4& out, const double (&rows)[9])
 {
     out.Identity();
@@ -92,3 +94,5 @@ void BuildUpVector(const Vector3& forward, const Vector3* pUp, Vector3& upOut)
     upOut = up - forward * up.Dot(forward);
     upOut.Norm();
 }
+
+ZOLT_END_NAMESPACE

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/matrix4.h"
 #include "zoltshared/stdzolt/quaternion.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // Angles are in radians.
 
@@ -18,3 +21,5 @@ void BuildTransform(const Vector3* pTranslation, const Quaternion* pRotation, co
 // A unit vector perpendicular to the unit vector `forward`, near to `*pUp`, or near to (0, 1, 0) if that is null.
 // `upOut` may be `*pUp`.
 void BuildUpVector(const Vector3& forward, const Vector3* pUp, Vector3& upOut);
+
+ZOLT_END_NAMESPACE

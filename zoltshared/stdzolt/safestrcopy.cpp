@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+ZOLT_BEGIN_NAMESPACE
+
 void SafeStrCopy(char* pDest, const char* pSource, uint32_t destSize)
 {
     if (destSize == 0)
@@ -9,3 +11,5 @@ void SafeStrCopy(char* pDest, const char* pSource, uint32_t destSize)
     std::strncpy(pDest, pSource, destSize - 1);
     pDest[destSize - 1] = 0;
 }
+
+ZOLT_END_NAMESPACE

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <new>
 
+ZOLT_BEGIN_NAMESPACE
+
 StdioStream::~StdioStream()
 {
     if (m_pFile)
@@ -74,3 +76,5 @@ ModelStream* OpenStdioStream(const char* pFilename, const char* pMode)
     errno = ENOMEM;
     return nullptr;
 }
+
+ZOLT_END_NAMESPACE

@@ -3,6 +3,9 @@
 #include <cstdio>
 
 #include "zoltshared/stdzolt/basestream.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // A stream on a file of the standard library, which it owns.
 class StdioStream : public BaseStream
@@ -29,3 +32,5 @@ protected:
 
 // `fopen` with that mode; null if the file can't be opened. errno tells why, ENOMEM if there was no memory.
 ModelStream* OpenStdioStream(const char* pFilename, const char* pMode);
+
+ZOLT_END_NAMESPACE

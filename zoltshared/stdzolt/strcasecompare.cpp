@@ -1,5 +1,7 @@
 #include "zoltshared/stdzolt/strcasecompare.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 int CompareNoCase(const char* pA, const char* pB)
 {
     while (*pA && FoldCase(*pA) == FoldCase(*pB))
@@ -9,3 +11,5 @@ int CompareNoCase(const char* pA, const char* pB)
     }
     return FoldCase(*pA) - FoldCase(*pB);
 }
+
+ZOLT_END_NAMESPACE

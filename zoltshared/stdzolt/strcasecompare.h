@@ -1,5 +1,9 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
+
 // The letters A to Z become a to z, whatever the locale; as a byte from 0 to 255.
 inline int FoldCase(char c)
 {
@@ -9,3 +13,5 @@ inline int FoldCase(char c)
 
 // Compares as strcmp does, with the letters A to Z taken for a to z, whatever the locale.
 int CompareNoCase(const char* pA, const char* pB);
+
+ZOLT_END_NAMESPACE

@@ -5,6 +5,8 @@
 #include "zoltshared/stdzolt/mappedstream.h"
 #include "zoltshared/stdzolt/memorystream.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 bool FindStreamMemory(ModelStream* pStream, const uint8_t** ppData, uint32_t* pSize)
 {
     const std::type_info& type = typeid(*pStream);
@@ -20,3 +22,5 @@ bool FindStreamMemory(ModelStream* pStream, const uint8_t** ppData, uint32_t* pS
     *pSize = pStream->GetLength() - position;
     return true;
 }
+
+ZOLT_END_NAMESPACE

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cmath>
+
+ZOLT_BEGIN_NAMESPACE
 
 // x, y, z. Default construction leaves it unset. Sums are evaluated in double and rounded once.
 struct Vector3
@@ -72,3 +76,5 @@ private:
 };
 
 static_assert(sizeof(Vector3) == 12);
+
+ZOLT_END_NAMESPACE

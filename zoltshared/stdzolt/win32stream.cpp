@@ -6,6 +6,8 @@
 #include <new>
 #include <windows.h>
 
+ZOLT_BEGIN_NAMESPACE
+
 Win32Stream::Win32Stream() : m_hFile(INVALID_HANDLE_VALUE) {}
 
 Win32Stream::~Win32Stream()
@@ -77,5 +79,7 @@ ModelStream* OpenWin32Stream(const char* pFilename, unsigned access)
         CloseHandle(hFile);
     return pStream;
 }
+
+ZOLT_END_NAMESPACE
 
 #endif

@@ -3,6 +3,9 @@
 #ifdef _WIN32
 
 #include "zoltshared/stdzolt/basestream.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // A stream on a Win32 file handle, which it owns.
 class Win32Stream : public BaseStream
@@ -29,5 +32,7 @@ private:
 
 // Opens a file, or makes it if it isn't there; null if that fails. The access is that of CreateFileA.
 ModelStream* OpenWin32Stream(const char* pFilename, unsigned access);
+
+ZOLT_END_NAMESPACE
 
 #endif

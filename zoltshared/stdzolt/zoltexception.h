@@ -1,5 +1,9 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
+
 // The code of the last exception that was made: 0 for a plain one, 10 for one of input or output.
 extern int g_ZoltErrorCode;
 
@@ -23,3 +27,5 @@ public:
 
     int m_Type;
 };
+
+ZOLT_END_NAMESPACE

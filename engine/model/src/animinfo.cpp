@@ -3,6 +3,8 @@
 #include "engine/model/src/model.h"
 #include "zoltshared/stdzolt/assertion.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 Model* AnimInfo::GetAnimOwner() const
 {
     if (!ZOLT_ASSERT(m_pAnim && m_pChildInfo && m_pChildInfo->m_pModel == m_pAnim->GetModel(),
@@ -10,3 +12,5 @@ Model* AnimInfo::GetAnimOwner() const
         return nullptr;
     return m_pChildInfo->m_pModel;
 }
+
+ZOLT_END_NAMESPACE

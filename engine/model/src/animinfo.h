@@ -1,7 +1,10 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
 #include "zoltshared/stdzolt/vector3.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 class ChildInfo;
 class Model;
@@ -23,3 +26,5 @@ struct AnimInfo
     QZBOOL LoadAnimInfo(ModelStream* pStream);
     QZBOOL SaveAnimInfo(ModelStream* pStream); // tool side
 };
+
+ZOLT_END_NAMESPACE

@@ -3,6 +3,8 @@
 #include "engine/model/src/model.h"
 #include "zoltshared/stdzolt/assertion.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 AnimNode::AnimNode() : AnimNode(nullptr, nullptr) {}
 
 AnimNode::AnimNode(ModelAnim* pAnim, AnimNode* pParent) : m_pNode(nullptr), m_pParent(pParent), m_pAnim(pAnim) {}
@@ -108,3 +110,5 @@ QZBOOL AnimNode::PasteKeyFrame(AnimNode* pSource, uint32_t iKeyFrame)
     }
     return QZTRUE;
 }
+
+ZOLT_END_NAMESPACE

@@ -3,7 +3,10 @@
 #include "engine/model/src/nodekeyframe.h"
 #include "zoltshared/stdzolt/allocatednew.h"
 #include "zoltshared/stdzolt/dynarray.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 class Model;
 class ModelAnim;
@@ -56,3 +59,5 @@ public:
     DynArray<AnimNode*, NoCache> m_Children;     // owned
     ModelAnim* m_pAnim;
 };
+
+ZOLT_END_NAMESPACE

@@ -3,6 +3,8 @@
 #include "engine/model/src/model.h"
 #include "zoltshared/stdzolt/assertion.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 void AnimTracker::Init(Model* pModel, uint32_t iPrevAnim, uint32_t iPrevFrame, uint32_t iCurAnim, uint32_t iCurFrame,
                        float percent)
 {
@@ -31,12 +33,16 @@ QZBOOL AnimTracker::IsValid() const
 
 ModelAnim* AnimTracker::GetPrevAnim() const
 {
-    ZOLT_ASSERT(m_Prev.m_iAnim < m_pModel->NumAnims(), "m_Prev.m_iAnim < m_pModel->m_Anims");
-    return m_pModel->GetAnim(m_Prev.m_iAnim);
+    return ZOLT_ASSERT(m_pModel && m_Prev.m_iAnim < m_pModel->NumAnims(), "m_Prev.m_iAnim < m_pModel->m_Anims")
+               ? m_pModel->GetAnim(m_Prev.m_iAnim)
+               : nullptr;
 }
 
 ModelAnim* AnimTracker::GetCurAnim() const
 {
-    ZOLT_ASSERT(m_Cur.m_iAnim < m_pModel->NumAnims(), "m_Cur.m_iAnim < m_pModel->m_Anims");
-    return m_pModel->GetAnim(m_Cur.m_iAnim);
+    return ZOLT_ASSERT(m_pModel && m_Cur.m_iAnim < m_pModel->NumAnims(), "m_Cur.m_iAnim < m_pModel->m_Anims")
+               ? m_pModel->GetAnim(m_Cur.m_iAnim)
+               : nullptr;
 }
+
+ZOLT_END_NAMESPACE

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class Model;
 class ModelAnim;
@@ -36,3 +39,5 @@ public:
     float m_Percent = 0.0f;                           // fraction from m_Prev to m_Cur, 0.0 to 1.0
     uint32_t m_iWeightSet = ANIMTRACKER_NO_WEIGHTSET; // row of the model's m_WeightSets; of positions 1 and up
 };
+
+ZOLT_END_NAMESPACE

@@ -1,5 +1,7 @@
 #include "engine/model/src/attachmentlist.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 void AttachmentList::Add(AttachmentRecord* pRecord)
 {
     pRecord->m_pNext = m_pHead;
@@ -44,3 +46,5 @@ void AttachmentList::NotifyTerm()
         pRecord = pNext;
     }
 }
+
+ZOLT_END_NAMESPACE

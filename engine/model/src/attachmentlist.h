@@ -1,6 +1,10 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class AttachmentList;
 struct AttachmentRecord;
@@ -37,3 +41,5 @@ public:
     AttachmentRecord* m_pHead = nullptr;
     void* m_pOwner = nullptr;
 };
+
+ZOLT_END_NAMESPACE

@@ -2,6 +2,8 @@
 
 #include "zoltshared/stdzolt/blockallocator.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 void* BlockGrowAllocator::Alloc(uint32_t size)
 {
     return g_DefaultAllocator.Alloc(size);
@@ -11,3 +13,5 @@ void BlockGrowAllocator::Free(void* pMemory)
 {
     m_pBlock->Free(pMemory);
 }
+
+ZOLT_END_NAMESPACE

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "zoltshared/stdzolt/allocator.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 class BlockAllocator;
 
@@ -16,3 +19,5 @@ public:
 private:
     BlockAllocator* m_pBlock;
 };
+
+ZOLT_END_NAMESPACE

@@ -2,6 +2,8 @@
 
 #include "engine/model/src/model.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 ChildInfo::~ChildInfo()
 {
     Clear();
@@ -13,3 +15,5 @@ void ChildInfo::Clear()
     m_pName = g_EmptyString;
     m_Relations.Term(m_pParentModel ? m_pParentModel->GetAllocator() : &g_DefaultAllocator);
 }
+
+ZOLT_END_NAMESPACE

@@ -4,9 +4,12 @@
 #include "zoltshared/stdzolt/allocatednew.h"
 #include "zoltshared/stdzolt/dynarray.h"
 #include "zoltshared/stdzolt/emptystring.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class Model;
 class ModelStream;
@@ -41,3 +44,5 @@ public:
     Model* m_pModel = nullptr;           // the linked model; may stay null
     QZBOOL m_bTreeMatches = QZTRUE;      // result of the tree comparison at load
 };
+
+ZOLT_END_NAMESPACE

@@ -24,6 +24,8 @@
 #include <cstddef>
 #include <cstring>
 
+ZOLT_BEGIN_NAMESPACE
+
 namespace
 {
 constexpr uint32_t LANES = 4;
@@ -543,3 +545,5 @@ void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes)
             ComposeChunk(call, iFirst, chunk.m_nNodes, rows);
     }
 }
+
+ZOLT_END_NAMESPACE

@@ -1,8 +1,11 @@
 #pragma once
 
 #include "engine/model/src/vertexdeformrequest.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class AnimNode;
 class ModelNode;
@@ -41,3 +44,5 @@ struct PoseCall
 // lists. The root comes first and each parent ahead of its children. A track isn't read where its position has the
 // weight 0. The same for a node whichever others are evaluated along with it.
 void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes);
+
+ZOLT_END_NAMESPACE

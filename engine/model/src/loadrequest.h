@@ -1,8 +1,11 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class Model;
 class ModelStream;
@@ -26,7 +29,10 @@ typedef uint32_t (*ModelLoadCallback)(LoadRequest* pChildRequest, Model** ppMode
 // Supplies nothing.
 uint32_t DefaultLoadCallback(LoadRequest* pChildRequest, Model** ppModel);
 
-// What Model::Load needs, and two answers of it.
+// Room for every text of m_pErrorText, terminator included.
+constexpr uint32_t LOAD_ERROR_TEXT_SIZE = 512;
+
+// What Model::Load needs, and its answers besides the result.
 struct LoadRequest
 {
     ModelStream* m_pStream = nullptr; // at any position; stays the caller's
@@ -37,4 +43,11 @@ struct LoadRequest
     QZBOOL m_bReserved = QZTRUE;        // not used
     QZBOOL m_bBindingsValid = QZTRUE;   // out: cleared when a child no longer fits the stored bindings
     QZBOOL m_bChildrenLoaded = QZTRUE;  // out: cleared when a child couldn't be had
+    // The caller's room for an English text, or null. After a load that failed it says what was wrong, in which section
+    // and at which byte of the stream: "Pieces: triangle corner 7 of 12 points at vertex 900 of 290, at byte 4,211";
+    // after any other it is empty. Cut to fit.
+    char* m_pErrorText = nullptr;
+    uint32_t m_ErrorTextSize = 0; // bytes of m_pErrorText
 };
+
+ZOLT_END_NAMESPACE

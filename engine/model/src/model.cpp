@@ -9,6 +9,8 @@
 #include <cstring>
 #include <new>
 
+ZOLT_BEGIN_NAMESPACE
+
 uint32_t g_ModelMemory = 0;
 
 // m_Filename is a char*, as a heap copy needs it; the shared empty string is never written through it.
@@ -175,14 +177,18 @@ bool Model::IsOwn(const AnimInfo& row) const
 
 Matrix4& Model::GetTransform(uint32_t i)
 {
-    Matrix4* pTransform = m_Transforms.At(i);
-    return pTransform ? *pTransform : g_TempMat;
+    if (Matrix4* pTransform = m_Transforms.At(i))
+        return *pTransform;
+    g_TempMat.Identity();
+    return g_TempMat;
 }
 
 // The first named element of an array of pointers.
 template <class T>
 static T* FindByName(const DynArray<T*, NoCache>& elements, uint32_t nElements, const char* pName, uint32_t* pIndex)
 {
+    if (!ZOLT_ASSERT(pName, "pName"))
+        return nullptr;
     for (uint32_t i = 0; i < nElements; ++i)
     {
         T* pElement = elements.Get(i);
@@ -218,6 +224,8 @@ ModelSocket* Model::FindSocket(const char* pName, uint32_t* piSocket) const
 
 ModelAnim* Model::FindAnim(const char* pName, uint32_t* piAnim, AnimInfo** ppInfo)
 {
+    if (!ZOLT_ASSERT(pName, "pName"))
+        return nullptr;
     for (uint32_t i = 0; i < NumAnims(); ++i)
     {
         AnimInfo* pInfo = &m_Anims[i];
@@ -235,6 +243,8 @@ ModelAnim* Model::FindAnim(const char* pName, uint32_t* piAnim, AnimInfo** ppInf
 
 AnimInfo* Model::FindAnimInfo(const char* pName, Model* pOwner, uint32_t* piAnim)
 {
+    if (!ZOLT_ASSERT(pName, "pName"))
+        return nullptr;
     for (uint32_t i = 0; i < NumAnims(); ++i)
     {
         AnimInfo* pInfo = &m_Anims[i];
@@ -298,7 +308,7 @@ QZBOOL Model::SwapPieces(uint32_t iA, uint32_t iB)
 
 QZBOOL Model::AddWeightSet(WeightSet* pSet)
 {
-    if (NumNodes() != 0 && !pSet->FitToNodes())
+    if (!ZOLT_ASSERT(pSet, "pSet") || (NumNodes() != 0 && !pSet->FitToNodes()))
         return QZFALSE;
     return m_WeightSets.Append(pSet, GetGrowAllocator());
 }
@@ -313,7 +323,7 @@ void Model::RemoveWeightSet(uint32_t iSet)
 
 QZBOOL Model::CopyUVs(Model* pOther)
 {
-    if (NumPieces() != pOther->NumPieces())
+    if (!ZOLT_ASSERT(pOther, "pOther") || NumPieces() != pOther->NumPieces())
         return QZFALSE;
     for (uint32_t i = 0; i < NumPieces(); ++i)
     {
@@ -488,3 +498,5 @@ QZBOOL Model::IsNodeWeighted(uint32_t iNode) const
     }
     return QZFALSE;
 }
+
+ZOLT_END_NAMESPACE

@@ -14,12 +14,17 @@
 #include "engine/model/src/weightset.h"
 #include "zoltshared/stdzolt/allocatednew.h"
 #include "zoltshared/stdzolt/blockallocator.h"
+#include "zoltshared/stdzolt/debugprintf.h"
 #include "zoltshared/stdzolt/dynarray.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 
 #include <cstdint>
 
+ZOLT_BEGIN_NAMESPACE
+
 class AnimTracker;
 class BlockReader;
+class LoadFault;
 class ModelStream;
 class TransformMaker;
 struct ModelAllocations;
@@ -91,7 +96,7 @@ public:
     ModelNode* GetRootNode() const { return m_pRootNode; }
     uint32_t NumNodes() const { return m_Transforms.GetSize(); }
     ModelNode* GetNode(uint32_t i) const { return m_FlatNodeList.GetOrNone(i); }
-    // For an index out of range a matrix that means nothing.
+    // For an index out of range the identity, in scratch of this thread.
     Matrix4& GetTransform(uint32_t i);
     uint32_t NumPieces() const { return m_Pieces.GetSize(); }
     ModelPiece* GetPiece(uint32_t i) const { return m_Pieces.GetOrNone(i); }
@@ -242,6 +247,13 @@ public:
     // True if the stream still holds nCount records of at least `bytes` bytes each: what a count is held against before
     // memory is asked for.
     bool HasRoomFor(ModelStream* pStream, uint32_t nCount, uint64_t bytes) const;
+    // The same, with a word for what lacks room: "12 triangles".
+    bool HasRoomFor(ModelStream* pStream, uint32_t nCount, uint64_t bytes, const char* pWhat);
+    // For the steps of a load: why it fails, by printf's rules, at the place of the stream, or at another one. The
+    // first word goes into the request's m_pErrorText; when nothing is being loaded from that stream, nowhere. Always
+    // QZFALSE.
+    QZBOOL FailLoad(ModelStream* pStream, const char* pFormat, ...) ZOLT_PRINTF_FORMAT(3, 4);
+    QZBOOL FailLoadAt(ModelStream* pStream, uint32_t position, const char* pFormat, ...) ZOLT_PRINTF_FORMAT(4, 5);
     // Counts the tracks of an animation without keys, which take no bytes in a file; false when there are more than any
     // sound file has.
     bool CountEmptyTracks(ModelStream* pStream);
@@ -338,13 +350,17 @@ private:
                            ModelNode* pNodeB);
     void ParseNormalRef(TransformMaker& maker, const char* pNodeName, const char* pAnimName);
 
+    // The section of the load to come, or a word that there is none.
+    QZBOOL EnterSection(ModelStream* pStream, const char* pName);
+
     // Steps of Load, in its order; each returns QZFALSE (or a result code) for Load to clean up.
     uint32_t LoadAll(LoadRequest* pRequest);
     QZBOOL LoadHeaderSection(ModelStream* pStream);
     QZBOOL LoadPieces(ModelStream* pStream);
     QZBOOL LoadNodes(ModelStream* pStream);
     QZBOOL LoadWeightSets(ModelStream* pStream);
-    QZBOOL CheckWeights() const;
+    QZBOOL CheckWeights(ModelStream* pStream);
+    void ReportWeight(ModelStream* pStream, const ModelPieceLOD& mesh, const char* pPiece);
     uint32_t LoadChildModels(LoadRequest* pRequest);
     QZBOOL LoadAnims(ModelStream* pStream);
     QZBOOL CopyChildAnimRows(uint32_t nOwnAnims);
@@ -360,6 +376,9 @@ private:
     BlockGrowAllocator m_GrowAllocator;
     // For the time of a load.
     ModelStream* m_pLoadStream = nullptr;
+    LoadFault* m_pLoadFault = nullptr;
     uint32_t m_LoadLength = 0;
     uint64_t m_nEmptyTracks = 0;
 };
+
+ZOLT_END_NAMESPACE

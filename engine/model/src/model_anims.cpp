@@ -3,6 +3,8 @@
 #include "engine/model/src/model.h"
 #include "zoltshared/stdzolt/assertion.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 AnimInfo* Model::AddAnim(ModelAnim* pAnim)
 {
     return AddAnimToChildInfo(pAnim, &m_SelfChildModel);
@@ -78,3 +80,5 @@ QZBOOL Model::AddDefaultAnim(const char* pName)
         return QZFALSE;
     return pAnim->PrecalcNodeLists(QZTRUE);
 }
+
+ZOLT_END_NAMESPACE

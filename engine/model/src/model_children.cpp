@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
+ZOLT_BEGIN_NAMESPACE
+
 ChildInfo* Model::GetChildModel(uint32_t index) const
 {
     if (!ZOLT_ASSERT(index < m_nChildModels, "index < m_nChildModels"))
@@ -25,6 +27,8 @@ ChildInfo* Model::FindChildModel(const Model* pModel) const
 
 ChildInfo* Model::FindChildModelByName(const char* pName, uint32_t* pIndex) const
 {
+    if (!ZOLT_ASSERT(pName, "pName"))
+        return nullptr;
     for (uint32_t i = 0; i < m_nChildModels; ++i)
     {
         if (strcmp(m_ChildModels[i]->m_pName, pName) == 0)
@@ -165,3 +169,5 @@ void Model::CalcNodeRelations(ChildInfo* pInfo, const Matrix4& mParentA, const M
     for (uint32_t i = 0; i < pNodeA->NumChildren(); ++i)
         CalcNodeRelations(pInfo, pNodeA->m_mGlobal, pNodeB->m_mGlobal, pNodeA->GetChild(i), pNodeB->GetChild(i));
 }
+
+ZOLT_END_NAMESPACE

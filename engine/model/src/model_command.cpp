@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <cstdlib>
 
+ZOLT_BEGIN_NAMESPACE
+
 static bool Is(const char* pToken, const char* pKeyword)
 {
     return CompareNoCase(pToken, pKeyword) == 0;
@@ -119,3 +121,5 @@ void Model::ParseCommandString()
             m_ShadowCenterOffset.Set(Value(tokens[1]), Value(tokens[2]), Value(tokens[3]));
     }
 }
+
+ZOLT_END_NAMESPACE

@@ -8,6 +8,8 @@
 #include <bit>
 #include <cstddef>
 
+ZOLT_BEGIN_NAMESPACE
+
 // Whether all bottom rows are 0, 0, 0, 1, so that a record's fourth sum is its share.
 static bool AreAffine(const Matrix4* pTransforms, uint32_t nNodes)
 {
@@ -170,3 +172,5 @@ QZBOOL Model::GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTra
     }
     return QZTRUE;
 }
+
+ZOLT_END_NAMESPACE

@@ -2,7 +2,6 @@
 
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelformat.h"
-#include "engine/model/src/seektosection.h"
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/blockreader.h"
 #include "zoltshared/stdzolt/littleendian.h"
@@ -15,13 +14,15 @@
 #include <new>
 #include <numeric>
 
+ZOLT_BEGIN_NAMESPACE
+
 QZBOOL Model::LoadAnims(ModelStream* pStream)
 {
-    if (!SeekToSection(pStream, SECTION_ANIMATION))
+    if (!EnterSection(pStream, SECTION_ANIMATION))
         return QZFALSE;
     uint32_t nAnims = 0;
     pStream->ReadU32(nAnims);
-    if (!HasRoomFor(pStream, nAnims, DISK_ANIM) ||
+    if (!HasRoomFor(pStream, nAnims, DISK_ANIM, "animations") ||
         !m_Anims.SetSize(nAnims + CalcNumChildAnims(QZFALSE), m_pDefaultAllocator))
         return QZFALSE;
     for (uint32_t i = 0; i < nAnims; ++i)
@@ -80,7 +81,7 @@ QZBOOL ModelAnim::Load(ModelStream* pStream, uint32_t nVersion)
     uint32_t nKeys = 0;
     pStream->ReadU32(nKeys);
     // Each key has its place in every track.
-    if (!m_pModel->HasRoomFor(pStream, nKeys, DISK_KEY + uint64_t{DISK_NODEKEY} * m_pModel->NumNodes()))
+    if (!m_pModel->HasRoomFor(pStream, nKeys, DISK_KEY + uint64_t{DISK_NODEKEY} * m_pModel->NumNodes(), "keys"))
         return QZFALSE;
     if (nKeys == 0 && !m_pModel->CountEmptyTracks(pStream))
         return QZFALSE;
@@ -187,7 +188,7 @@ private:
 
 QZBOOL Model::LoadAnimBindings(LoadRequest* pRequest, ModelStream* pStream)
 {
-    if (!SeekToSection(pStream, SECTION_ANIM_BINDINGS))
+    if (!EnterSection(pStream, SECTION_ANIM_BINDINGS))
         return QZFALSE;
     const RowsByName rows(*this);
     for (uint32_t i = 0; i < m_nChildModels; ++i)
@@ -195,7 +196,7 @@ QZBOOL Model::LoadAnimBindings(LoadRequest* pRequest, ModelStream* pStream)
         ChildInfo* pInfo = m_ChildModels[i];
         uint32_t nBindings = 0;
         pStream->ReadU32(nBindings);
-        if (!HasRoomFor(pStream, nBindings, DISK_BINDING))
+        if (!HasRoomFor(pStream, nBindings, DISK_BINDING, "bindings"))
             return QZFALSE;
         if (pInfo->m_pModel &&
             (nBindings != pInfo->m_pModel->CalcNumOwnAnims() || pInfo->m_Stamp != pInfo->m_pModel->GetModelStamp()))
@@ -223,3 +224,5 @@ QZBOOL Model::LoadAnimBindings(LoadRequest* pRequest, ModelStream* pStream)
     }
     return QZTRUE;
 }
+
+ZOLT_END_NAMESPACE

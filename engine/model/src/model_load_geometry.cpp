@@ -1,24 +1,26 @@
 // The reader's part for pieces, nodes and weight sets.
 
+#include "engine/model/src/loadfault.h"
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelformat.h"
-#include "engine/model/src/seektosection.h"
 #include "zoltshared/stdzolt/blockreader.h"
 #include "zoltshared/stdzolt/littleendian.h"
 #include "zoltshared/stdzolt/modelstream.h"
 
 #include <algorithm>
 
+ZOLT_BEGIN_NAMESPACE
+
 QZBOOL Model::LoadPieces(ModelStream* pStream)
 {
     uint32_t nWeights = 0;
     uint32_t nPieces = 0;
-    if (!SeekToSection(pStream, SECTION_PIECES))
+    if (!EnterSection(pStream, SECTION_PIECES))
         return QZFALSE;
     pStream->ReadU32(nWeights).ReadU32(nPieces);
-    if (!HasRoomFor(pStream, nWeights, DISK_WEIGHT) || !m_VertexWeights.SetSizeUnset(nWeights, m_pAllocator))
+    if (!HasRoomFor(pStream, nWeights, DISK_WEIGHT, "weights") || !m_VertexWeights.SetSizeUnset(nWeights, m_pAllocator))
         return QZFALSE;
-    if (!HasRoomFor(pStream, nPieces, DISK_PIECE + uint64_t{DISK_MESH} * NumLODs()) ||
+    if (!HasRoomFor(pStream, nPieces, DISK_PIECE + uint64_t{DISK_MESH} * NumLODs(), "pieces") ||
         !m_Pieces.SetSizeInit(nPieces, nullptr, m_pAllocator))
         return QZFALSE;
     uint32_t iWeight = 0;
@@ -48,7 +50,7 @@ QZBOOL ModelPiece::LoadPiece(ModelStream* pStream, uint32_t& iWeight)
         pStream->ReadU32(skipped);
     }
     const uint32_t nFurther = m_pOwnerModel->NumLODs() - 1;
-    if (!m_pOwnerModel->HasRoomFor(pStream, nFurther, DISK_MESH) ||
+    if (!m_pOwnerModel->HasRoomFor(pStream, nFurther, DISK_MESH, "LODs") ||
         !m_LODs.SetSize(nFurther, m_pOwnerModel->GetAllocator()))
         return QZFALSE;
     for (uint32_t i = 0; i < nFurther; ++i)
@@ -68,19 +70,40 @@ QZBOOL ModelPiece::LoadPiece(ModelStream* pStream, uint32_t& iWeight)
 QZBOOL ModelPieceLOD::Load(ModelStream* pStream, uint32_t& iWeight)
 {
     uint32_t maxIndex = 0;
-    if (LoadTris(pStream, maxIndex) && LoadVerts(pStream, iWeight) && (NumTris() == 0 || maxIndex < NumVerts()))
-        return QZTRUE;
+    const uint32_t position = pStream->GetPosition();
+    if (LoadTris(pStream, maxIndex) && LoadVerts(pStream, iWeight))
+    {
+        if (NumTris() == 0 || maxIndex < NumVerts())
+            return QZTRUE;
+        ReportCorner(pStream, position + sizeof(uint32_t));
+    }
     // Without elements that were never filled.
     m_Tris.Term(m_pModel->GetAllocator());
     m_Verts.Term(m_pModel->GetAllocator());
     return QZFALSE;
 }
 
+// The first corner without a vertex; the triangles begin at `position`.
+void ModelPieceLOD::ReportCorner(ModelStream* pStream, uint32_t position) const
+{
+    for (uint32_t i = 0; i < 3 * NumTris(); ++i)
+    {
+        const uint32_t iVert = m_Tris.Get(i / 3).m_Indices[i % 3];
+        if (iVert < NumVerts())
+            continue;
+        m_pModel->FailLoadAt(pStream, position + DISK_TRI / 3 * i + 8,
+                             "triangle corner %u of %u points at vertex %u of %u", i + 1, 3 * NumTris(), iVert,
+                             NumVerts());
+        return;
+    }
+}
+
 QZBOOL ModelPieceLOD::LoadTris(ModelStream* pStream, uint32_t& maxIndex)
 {
     uint32_t nTris = 0;
     pStream->ReadU32(nTris);
-    if (!m_pModel->HasRoomFor(pStream, nTris, DISK_TRI) || !m_Tris.SetSizeUnset(nTris, m_pModel->GetAllocator()))
+    if (!m_pModel->HasRoomFor(pStream, nTris, DISK_TRI, "triangles") ||
+        !m_Tris.SetSizeUnset(nTris, m_pModel->GetAllocator()))
         return QZFALSE;
     BlockReader reader(pStream, uint64_t{DISK_TRI} * nTris);
     for (ModelTri *pTri = m_Tris.GetArray(), *pEnd = pTri + nTris; pTri != pEnd; ++pTri)
@@ -101,7 +124,8 @@ QZBOOL ModelPieceLOD::LoadVerts(ModelStream* pStream, uint32_t& iWeight)
 {
     uint32_t nVerts = 0;
     pStream->ReadU32(nVerts);
-    if (!m_pModel->HasRoomFor(pStream, nVerts, DISK_VERT) || !m_Verts.SetSizeUnset(nVerts, m_pModel->GetAllocator()))
+    if (!m_pModel->HasRoomFor(pStream, nVerts, DISK_VERT, "vertices") ||
+        !m_Verts.SetSizeUnset(nVerts, m_pModel->GetAllocator()))
         return QZFALSE;
     const uint32_t nWeights = m_pModel->m_VertexWeights.GetSize();
     ModelVertWeight* pWeight = m_pModel->m_VertexWeights.GetArray() + iWeight;
@@ -112,7 +136,9 @@ QZBOOL ModelPieceLOD::LoadVerts(ModelStream* pStream, uint32_t& iWeight)
         pVert->m_nWeights = GetU16(pCounts);
         pVert->m_VertReserved = GetU16(pCounts + 2);
         if (pVert->m_nWeights > nWeights - iWeight)
-            return QZFALSE;
+            return m_pModel->FailLoad(pStream, "vertex %u of %u has %u weights, and %u of %u are left",
+                                      static_cast<uint32_t>(pVert - m_Verts.GetArray()) + 1, nVerts, pVert->m_nWeights,
+                                      nWeights - iWeight, nWeights);
         pVert->m_Weights = pVert->m_nWeights != 0 ? pWeight : nullptr;
         reader.Announce(uint64_t{DISK_WEIGHT} * pVert->m_nWeights);
         iWeight += pVert->m_nWeights;
@@ -131,12 +157,12 @@ QZBOOL ModelPieceLOD::LoadVerts(ModelStream* pStream, uint32_t& iWeight)
 
 QZBOOL Model::LoadNodes(ModelStream* pStream)
 {
-    if (!SeekToSection(pStream, SECTION_NODES))
+    if (!EnterSection(pStream, SECTION_NODES))
         return QZFALSE;
     if (!GetRootNode()->Load(pStream) || pStream->ErrorStatus() != 0)
         return QZFALSE;
     // Ahead of the weight sets, which keep one value for each node.
-    return Precalc(QZTRUE) && LoadWeightSets(pStream) && CheckWeights();
+    return Precalc(QZTRUE) && LoadWeightSets(pStream) && CheckWeights(pStream);
 }
 
 QZBOOL ModelNode::Load(ModelStream* pStream)
@@ -149,7 +175,9 @@ QZBOOL ModelNode::Load(ModelStream* pStream)
 // of the file anew on each level.
 QZBOOL ModelNode::LoadLevel(ModelStream* pStream, uint32_t nLevel, uint32_t& nNodes)
 {
-    if (nLevel > MODEL_MAX_LEVELS || !m_pModel->LoadStoredString(pStream, &m_Name))
+    if (nLevel > MODEL_MAX_LEVELS)
+        return m_pModel->FailLoad(pStream, "the tree has more than %u levels", MODEL_MAX_LEVELS);
+    if (!m_pModel->LoadStoredString(pStream, &m_Name))
         return QZFALSE;
     uint8_t record[DISK_NODE - 2] = {};
     pStream->Read(record, sizeof(record));
@@ -161,8 +189,10 @@ QZBOOL ModelNode::LoadLevel(ModelStream* pStream, uint32_t nLevel, uint32_t& nNo
 
     const uint32_t nChildren = GetU32(record + 67);
     Allocator* pAllocator = m_pModel->GetAllocator();
-    if (!m_pModel->HasRoomFor(pStream, nChildren, DISK_NODE) || nChildren > MODEL_MAX_NODES - nNodes)
+    if (!m_pModel->HasRoomFor(pStream, nChildren, DISK_NODE, "children"))
         return QZFALSE;
+    if (nChildren > MODEL_MAX_NODES - nNodes)
+        return m_pModel->FailLoad(pStream, "there are more than %u nodes", MODEL_MAX_NODES);
     nNodes += nChildren;
     if (!m_Children.SetSizeInit(nChildren, nullptr, pAllocator))
         return QZFALSE;
@@ -185,7 +215,8 @@ QZBOOL Model::LoadWeightSets(ModelStream* pStream)
     DeleteAndClearArray(m_WeightSets, m_pAllocator);
     uint32_t nSets = 0;
     pStream->ReadU32(nSets);
-    if (!HasRoomFor(pStream, nSets, DISK_WEIGHTSET) || !m_WeightSets.SetSizeInit(nSets, nullptr, m_pAllocator))
+    if (!HasRoomFor(pStream, nSets, DISK_WEIGHTSET, "weight sets") ||
+        !m_WeightSets.SetSizeInit(nSets, nullptr, m_pAllocator))
         return QZFALSE;
     for (uint32_t i = 0; i < nSets; ++i)
     {
@@ -207,7 +238,9 @@ QZBOOL WeightSet::Load(ModelStream* pStream)
     pStream->ReadU32(nValues);
     // The evaluator reads a value for each node. Values beyond the nodes are dropped.
     const uint32_t nNodes = m_pModel->NumNodes();
-    if (!m_pModel->HasRoomFor(pStream, nValues, sizeof(float)) || nValues < nNodes ||
+    if (nValues < nNodes)
+        return m_pModel->FailLoad(pStream, "the weight set \"%s\" has %u values for %u nodes", m_Name, nValues, nNodes);
+    if (!m_pModel->HasRoomFor(pStream, nValues, sizeof(float), "values of a weight set") ||
         !m_Weights.SetSize(nNodes, m_pModel->GetAllocator()))
         return QZFALSE;
     BlockReader reader(pStream, sizeof(float) * uint64_t{nValues});
@@ -220,11 +253,37 @@ QZBOOL WeightSet::Load(ModelStream* pStream)
 
 // With the indices of the triangles, which a mesh holds against its vertices: what the evaluator, the deformation and
 // the tool side index without a further test.
-QZBOOL Model::CheckWeights() const
+QZBOOL Model::CheckWeights(ModelStream* pStream)
 {
     uint32_t maxNode = 0;
     const ModelVertWeight* pWeights = m_VertexWeights.GetArray();
     for (uint32_t i = 0; i < m_VertexWeights.GetSize(); ++i)
         maxNode = std::max(maxNode, pWeights[i].m_iNode);
-    return maxNode < NumNodes();
+    if (maxNode < NumNodes())
+        return QZTRUE;
+    if (m_pLoadFault)
+        m_pLoadFault->SetSection(SECTION_PIECES);
+    for (uint32_t iPiece = 0; m_pLoadFault && iPiece < NumPieces(); ++iPiece)
+    {
+        ModelPiece* pPiece = m_Pieces[iPiece];
+        for (uint32_t iLOD = 0; iLOD < pPiece->NumLODs(); ++iLOD)
+            ReportWeight(pStream, *pPiece->GetLOD(iLOD), pPiece->GetName());
+    }
+    return QZFALSE;
 }
+
+void Model::ReportWeight(ModelStream* pStream, const ModelPieceLOD& mesh, const char* pPiece)
+{
+    for (uint32_t iVert = 0; iVert < mesh.NumVerts(); ++iVert)
+    {
+        const ModelVert& vert = mesh.m_Verts.Get(iVert);
+        for (uint32_t i = 0; i < vert.m_nWeights; ++i)
+        {
+            if (vert.m_Weights[i].m_iNode >= NumNodes())
+                FailLoadAt(pStream, LoadFault::NO_PLACE, "vertex %u of %u of the piece \"%s\" is on node %u of %u",
+                           iVert + 1, mesh.NumVerts(), pPiece, vert.m_Weights[i].m_iNode, NumNodes());
+        }
+    }
+}
+
+ZOLT_END_NAMESPACE

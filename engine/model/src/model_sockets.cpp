@@ -4,9 +4,11 @@
 #include "engine/model/src/transformmaker.h"
 #include "zoltshared/stdzolt/assertion.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 QZBOOL Model::AddSocket(ModelSocket* pSocket)
 {
-    return m_Sockets.Append(pSocket, GetGrowAllocator());
+    return ZOLT_ASSERT(pSocket, "pSocket") && m_Sockets.Append(pSocket, GetGrowAllocator());
 }
 
 QZBOOL Model::RemoveSocket(uint32_t index)
@@ -20,7 +22,7 @@ QZBOOL Model::RemoveSocket(uint32_t index)
 
 QZBOOL Model::GetCurrentSocketTransform(ModelSocket* pSocket, Matrix4* pOut)
 {
-    if (pSocket->m_iNode >= NumNodes())
+    if (!ZOLT_ASSERT(pSocket && pOut, "pSocket && pOut") || pSocket->m_iNode >= NumNodes())
         return QZFALSE;
     Matrix4 socket;
     pSocket->ToMatrix(socket);
@@ -30,7 +32,7 @@ QZBOOL Model::GetCurrentSocketTransform(ModelSocket* pSocket, Matrix4* pOut)
 
 QZBOOL Model::GetSocketTransform(TransformMaker* pMaker, uint32_t iSocket, Matrix4* pOutTransform)
 {
-    if (!ZOLT_ASSERT(pOutTransform, "pOutTransform") || iSocket >= NumSockets())
+    if (!ZOLT_ASSERT(pMaker && pOutTransform, "pOutTransform") || iSocket >= NumSockets())
         return QZFALSE;
     ModelSocket* pSocket = m_Sockets[iSocket];
     if (pSocket->m_iNode >= NumNodes())
@@ -53,3 +55,5 @@ QZBOOL Model::GetSocketTransform(AnimTracker* pTime, uint32_t iSocket, Matrix4* 
     maker.m_pStartMat = pBaseTransform;
     return GetSocketTransform(&maker, iSocket, pOutTransform);
 }
+
+ZOLT_END_NAMESPACE

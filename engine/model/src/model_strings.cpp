@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+ZOLT_BEGIN_NAMESPACE
+
 static QZBOOL Intern(Model& model, const char* pText, const char** ppOut)
 {
     *ppOut = model.AddString(pText);
@@ -31,3 +33,5 @@ QZBOOL Model::LoadStoredText(BlockReader& reader, uint16_t length, const char** 
     buffer[kept] = 0;
     return Intern(*this, buffer, ppOut);
 }
+
+ZOLT_END_NAMESPACE

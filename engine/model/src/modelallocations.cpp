@@ -3,6 +3,8 @@
 #include "engine/model/src/model.h"
 #include "zoltshared/stdzolt/modelstream.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 void ModelAllocations::Clear()
 {
     *this = ModelAllocations();
@@ -66,3 +68,5 @@ QZBOOL ModelAllocations::CalcAllocationSize(uint32_t& size) const
     size += Rounded(sizeof(ModelAnim)) * m_nAnims;
     return QZTRUE;
 }
+
+ZOLT_END_NAMESPACE

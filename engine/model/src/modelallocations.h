@@ -1,8 +1,11 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class Model;
 class ModelStream;
@@ -34,3 +37,5 @@ struct ModelAllocations
     // 32-bit arithmetic: the counts of a damaged file wrap around.
     QZBOOL CalcAllocationSize(uint32_t& size) const;
 };
+
+ZOLT_END_NAMESPACE

@@ -3,6 +3,8 @@
 #include "engine/model/src/model.h"
 #include "zoltshared/stdzolt/assertion.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 ModelAnim::ModelAnim(Model* pModel)
     : m_AnimNodes(nullptr), m_AnimParamA(-1), m_AnimParamB(200), m_pModel(pModel), m_Name(g_EmptyString),
       m_DefaultRootNode(this, nullptr), m_pRootNode(&m_DefaultRootNode)
@@ -150,3 +152,5 @@ QZBOOL ModelAnim::PasteKeyFrame(ModelAnim* pSource, uint32_t iKeyFrame)
     key.m_pString = m_pModel->AddString(key.m_pString);
     return m_KeyFrames.Insert(iKeyFrame, key, m_pModel->GetGrowAllocator());
 }
+
+ZOLT_END_NAMESPACE

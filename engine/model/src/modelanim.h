@@ -2,6 +2,9 @@
 
 #include "engine/model/src/animkeyframe.h"
 #include "engine/model/src/animnode.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // One animation: key times and a tree of tracks that has the shape of the model's node tree.
 class ModelAnim
@@ -65,3 +68,5 @@ public:
 private:
     QZBOOL LoadKeyTimes(ModelStream* pStream);
 };
+
+ZOLT_END_NAMESPACE

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <new>
 
+ZOLT_BEGIN_NAMESPACE
+
 struct ModelFolder::Entry
 {
     Entry* m_pNext = nullptr;
@@ -150,3 +152,5 @@ uint32_t ModelFolder::NumModels() const
         ++nModels;
     return nModels;
 }
+
+ZOLT_END_NAMESPACE

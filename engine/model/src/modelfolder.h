@@ -1,9 +1,12 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/ownedstring.h"
 #include "zoltshared/stdzolt/qzbool.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class Model;
 struct LoadRequest;
@@ -53,3 +56,5 @@ private:
     Entry* m_pFirst = nullptr;
     OwnedString m_Folder;
 };
+
+ZOLT_END_NAMESPACE

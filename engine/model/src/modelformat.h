@@ -1,7 +1,11 @@
 // What reader and writer of model files have in common: names, versions, and the least that a record takes in a file.
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 // The sections, in the order of the writer; seektosection.h tells what one looks like.
 constexpr const char* SECTION_HEADER = "Header";
@@ -29,3 +33,5 @@ constexpr uint32_t DISK_KEY = 6;      // a key time
 constexpr uint32_t DISK_NODEKEY = 28; // a key of a track, or a relation
 constexpr uint32_t DISK_BINDING = 26;
 constexpr uint32_t DISK_SOCKET = 34;
+
+ZOLT_END_NAMESPACE

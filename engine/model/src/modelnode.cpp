@@ -3,6 +3,8 @@
 #include "engine/model/src/model.h"
 #include "zoltshared/stdzolt/emptystring.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 ModelNode::ModelNode() : ModelNode(nullptr) {}
 
 ModelNode::ModelNode(Model* pModel)
@@ -100,3 +102,5 @@ QZBOOL CompareNodeTrees(ModelNode* pA, ModelNode* pB, ModelNode** pFail)
     }
     return QZTRUE;
 }
+
+ZOLT_END_NAMESPACE

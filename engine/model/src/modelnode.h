@@ -2,11 +2,14 @@
 
 #include "zoltshared/stdzolt/allocatednew.h"
 #include "zoltshared/stdzolt/dynarray.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/matrix4.h"
 #include "zoltshared/stdzolt/qzbool.h"
 #include "zoltshared/stdzolt/vector3.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class Model;
 class ModelPieceLOD;
@@ -89,3 +92,5 @@ private:
 // True if the two trees have the same shape; names, matrices and flags don't count. On a difference *pFail is
 // the first node under pA, depth first, whose number of children differs. pFail may be null.
 QZBOOL CompareNodeTrees(ModelNode* pA, ModelNode* pB, ModelNode** pFail);
+
+ZOLT_END_NAMESPACE

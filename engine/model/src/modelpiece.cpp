@@ -4,6 +4,8 @@
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/safestrcopy.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 ModelPiece::ModelPiece(Model* pModel) : m_pOwnerModel(pModel)
 {
     m_pModel = pModel;
@@ -49,3 +51,5 @@ QZBOOL ModelPiece::RemoveVertex(uint32_t iVert, uint32_t iReplacement)
     m_Verts.Remove(iVert, m_pOwnerModel->GetGrowAllocator());
     return QZTRUE;
 }
+
+ZOLT_END_NAMESPACE

@@ -2,6 +2,9 @@
 
 #include "engine/model/src/modelpiecelod.h"
 #include "zoltshared/stdzolt/allocatednew.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 // The name field of a piece, terminator included.
 constexpr uint32_t MODELPIECE_NAME_SIZE = 32;
@@ -42,3 +45,5 @@ public:
     char m_Name[MODELPIECE_NAME_SIZE] = {};
     Model* m_pOwnerModel;
 };
+
+ZOLT_END_NAMESPACE

@@ -2,6 +2,8 @@
 
 #include "engine/model/src/model.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 static Allocator* AllocatorOf(Model* pModel)
 {
     return pModel ? pModel->GetGrowAllocator() : &g_DefaultAllocator;
@@ -45,3 +47,5 @@ QZBOOL ModelPieceLOD::CopyUVs(ModelPieceLOD* pOther)
     }
     return QZTRUE;
 }
+
+ZOLT_END_NAMESPACE

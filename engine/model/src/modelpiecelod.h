@@ -3,7 +3,10 @@
 #include "engine/model/src/modeltri.h"
 #include "engine/model/src/modelvert.h"
 #include "zoltshared/stdzolt/dynarray.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
+
+ZOLT_BEGIN_NAMESPACE
 
 class Model;
 class ModelStream;
@@ -45,6 +48,9 @@ public:
     Model* m_pModel = nullptr; // its allocator serves both arrays; null in a fresh element of m_LODs
 
 private:
+    void ReportCorner(ModelStream* pStream, uint32_t position) const;
     QZBOOL LoadTris(ModelStream* pStream, uint32_t& maxIndex);
     QZBOOL LoadVerts(ModelStream* pStream, uint32_t& iWeight);
 };
+
+ZOLT_END_NAMESPACE

@@ -2,6 +2,8 @@
 
 #include "zoltshared/stdzolt/safestrcopy.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 ModelSocket::ModelSocket()
 {
     SetIdentity();
@@ -29,3 +31,5 @@ void ModelSocket::FromMatrix(const Matrix4& in)
     m_qRotation.FromMatrix(in);
     in.GetTranslation(m_vPos);
 }
+
+ZOLT_END_NAMESPACE

@@ -2,8 +2,11 @@
 
 #include "engine/model/src/nodekeyframe.h"
 #include "zoltshared/stdzolt/allocatednew.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 constexpr uint32_t MODELSOCKET_NAME_SIZE = 16;
 
@@ -29,3 +32,5 @@ public:
     char m_Name[MODELSOCKET_NAME_SIZE] = {};
     uint32_t m_iNode = 0; // node index
 };
+
+ZOLT_END_NAMESPACE

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <new>
 
+ZOLT_BEGIN_NAMESPACE
+
 namespace
 {
 constexpr uint32_t INDEX_START_SIZE = 256;
@@ -193,3 +195,5 @@ void ModelStringList::GrowIndex()
     m_pIndex = pNew;
     m_nIndexSize = pNew ? newSize : 0;
 }
+
+ZOLT_END_NAMESPACE

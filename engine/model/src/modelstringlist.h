@@ -1,9 +1,12 @@
 #pragma once
 
 #include "zoltshared/stdzolt/allocator.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 // One interned text. The characters go on behind the record.
 struct ModelStringRecord
@@ -56,3 +59,5 @@ private:
     uint64_t m_HashSeed = 0;
     uint32_t m_nIndexed = 0;
 };
+
+ZOLT_END_NAMESPACE

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 struct ModelTri
 {
@@ -14,3 +18,5 @@ struct ModelTri
     uint16_t m_Indices[3] = {}; // into m_Verts of the same mesh
     UVPair m_UVs[3];            // pair i for corner i
 };
+
+ZOLT_END_NAMESPACE

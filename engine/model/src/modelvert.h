@@ -1,8 +1,11 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/vector3.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 struct ModelVertWeight;
 
@@ -14,3 +17,5 @@ struct ModelVert
     Vector3 m_vPos{0.0f, 0.0f, 0.0f};     // model space, bind pose
     Vector3 m_vNormal{0.0f, 0.0f, 0.0f};  // unit length; 0 where the triangles around give none
 };
+
+ZOLT_END_NAMESPACE

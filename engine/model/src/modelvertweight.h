@@ -1,6 +1,10 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 // One node's say in where a vertex goes.
 struct ModelVertWeight
@@ -10,3 +14,5 @@ struct ModelVertWeight
 };
 
 static_assert(sizeof(ModelVertWeight) == 20);
+
+ZOLT_END_NAMESPACE

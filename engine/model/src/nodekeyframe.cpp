@@ -5,6 +5,8 @@
 
 #include <bit>
 
+ZOLT_BEGIN_NAMESPACE
+
 void NodeKeyFrame::SetIdentity()
 {
     m_vTranslation.Set(0.0f, 0.0f, 0.0f);
@@ -51,3 +53,5 @@ void NodeKeyFrame::SaveKeys(ModelStream* pStream, const NodeKeyFrame* pKeys, uin
         pStream->Write(bytes, sizeof(bytes));
     }
 }
+
+ZOLT_END_NAMESPACE

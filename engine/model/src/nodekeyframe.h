@@ -1,10 +1,13 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/matrix4.h"
 #include "zoltshared/stdzolt/quaternion.h"
 #include "zoltshared/stdzolt/vector3.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class ModelStream;
 
@@ -26,3 +29,5 @@ struct NodeKeyFrame
     static void LoadKeys(ModelStream* pStream, NodeKeyFrame* pKeys, uint32_t nKeys);
     static void SaveKeys(ModelStream* pStream, const NodeKeyFrame* pKeys, uint32_t nKeys);
 };
+
+ZOLT_END_NAMESPACE

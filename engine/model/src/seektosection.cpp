@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+ZOLT_BEGIN_NAMESPACE
+
 QZBOOL SeekToSection(ModelStream* pStream, const char* pName)
 {
     pStream->SeekTo(0);
@@ -22,3 +24,5 @@ QZBOOL SeekToSection(ModelStream* pStream, const char* pName)
     }
     return QZFALSE;
 }
+
+ZOLT_END_NAMESPACE

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class ModelStream;
 
@@ -13,3 +16,5 @@ constexpr uint32_t MAX_SECTIONS = 512;
 
 // Walks the chain from offset 0 and leaves the stream at the first byte of the section's body.
 QZBOOL SeekToSection(ModelStream* pStream, const char* pName);
+
+ZOLT_END_NAMESPACE

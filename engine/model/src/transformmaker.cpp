@@ -4,6 +4,8 @@
 #include "engine/model/src/model.h"
 #include "zoltshared/stdzolt/assertion.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 thread_local Matrix4 g_TempMat;
 
 TransformMaker::TransformMaker()
@@ -133,3 +135,5 @@ void TransformMaker::Evaluate(const uint32_t* pPath, uint32_t nNodes) const
     call.m_pUserB = m_pUserB;
     EvaluatePose(call, pPath, nNodes);
 }
+
+ZOLT_END_NAMESPACE

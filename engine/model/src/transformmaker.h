@@ -2,9 +2,12 @@
 
 #include "engine/model/src/animtracker.h"
 #include "engine/model/src/vertexdeformrequest.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/matrix4.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class ChildInfo;
 class Model;
@@ -77,3 +80,5 @@ private:
     ModelAnim* m_PrevAnims[MAX_ANIM_POSITIONS];
     ModelAnim* m_CurAnims[MAX_ANIM_POSITIONS];
 };
+
+ZOLT_END_NAMESPACE

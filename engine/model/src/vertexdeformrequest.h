@@ -1,10 +1,13 @@
 #pragma once
 
 #include "engine/model/src/animtracker.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/matrix4.h"
 #include "zoltshared/stdzolt/vector3.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 // How many animation positions an evaluation can layer.
 constexpr uint32_t MAX_ANIM_POSITIONS = 8;
@@ -24,3 +27,5 @@ struct VertexDeformRequest
     // and an m_pVertOut of its own for each, any number of threads may deform one model at once. Not owned.
     Matrix4* m_pTransforms = nullptr;
 };
+
+ZOLT_END_NAMESPACE

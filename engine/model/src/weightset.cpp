@@ -3,6 +3,8 @@
 #include "engine/model/src/model.h"
 #include "zoltshared/stdzolt/safestrcopy.h"
 
+ZOLT_BEGIN_NAMESPACE
+
 WeightSet::WeightSet(Model* pModel) : m_pModel(pModel) {}
 
 WeightSet::~WeightSet()
@@ -29,3 +31,5 @@ QZBOOL WeightSet::FitToNodes()
         m_Weights[i] = 0.0f;
     return QZTRUE;
 }
+
+ZOLT_END_NAMESPACE

@@ -2,9 +2,12 @@
 
 #include "zoltshared/stdzolt/allocatednew.h"
 #include "zoltshared/stdzolt/dynarray.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
 
 #include <cstdint>
+
+ZOLT_BEGIN_NAMESPACE
 
 class Model;
 class ModelStream;
@@ -40,3 +43,5 @@ public:
     DynArray<float, DefaultCache> m_Weights; // by node index
     Model* m_pModel;
 };
+
+ZOLT_END_NAMESPACE

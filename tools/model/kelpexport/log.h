@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/model/kelpexport/printformat.h"
+#include "zoltshared/stdzolt/debugprintf.h"
 
 // The text log of one run, closed at the start: "c:\KE_Error.log" on Windows, elsewhere what GetLogPath
 // (win32/stateplaces.h) says. No levels, no time stamps; a text brings its own line ends.

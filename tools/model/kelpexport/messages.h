@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/model/kelpexport/printformat.h"
+#include "zoltshared/stdzolt/debugprintf.h"
 
 // What the user sees beside the dialog. All of it goes into the log too. Names go in as arguments of %s.
 

@@ -133,6 +133,7 @@ TEST(Model, LookUps)
     EXPECT_FALSE(model.FindPiece("x", &i) || model.FindWeightSet("x", &i) || model.FindSocket("x", &i));
     EXPECT_FALSE(model.FindNode("x", &i) || model.FindAnim("x", &i, &pInfo));
     EXPECT_FALSE(model.FindAnimInfo("skin", nullptr, &i) || model.GetAnimInfoIndex(nullptr, &i));
+    EXPECT_FALSE(model.FindPiece(nullptr, &i) || model.FindAnim(nullptr, &i, &pInfo) || model.AddSocket(nullptr));
     EXPECT_EQ(i, 77u);
     EXPECT_EQ(pInfo, nullptr);
     EXPECT_TRUE(model.FindPiece("Cape", nullptr) && model.FindAnim("Cape", nullptr, nullptr));

@@ -290,24 +290,46 @@ TEST(ModelLoad, OutOfRangeIsRefused)
     good.sets = {{"set", {1, 1}}};
     good.sockets = {{1, "s", {}}};
     ASSERT_EQ(LoadBytes(model, good.Write()), RESULT_OK);
-    const auto refused = [&](const std::function<void(abc::File&)>& change)
+    // With `at` the words end in the place of the byte that the change has changed.
+    const auto refused = [&](const std::function<void(abc::File&)>& change, std::string words, bool at = false)
     {
         abc::File file = good;
         change(file);
-        return LoadBytes(model, file.Write()) == RESULT_ERROR && IsEmpty(model);
+        const std::string bytes = file.Write(), goodBytes = good.Write();
+        if (at)
+            words += std::to_string(std::mismatch(bytes.begin(), bytes.end(), goodBytes.begin()).first - bytes.begin());
+        char text[LOAD_ERROR_TEXT_SIZE] = "old", shortText[9] = "oldoldol";
+        LoadRequest request;
+        request.m_pErrorText = text;
+        request.m_ErrorTextSize = sizeof(text);
+        bool bRefused = LoadBytes(model, bytes, request) == RESULT_ERROR && IsEmpty(model);
+        EXPECT_EQ(text, words);
+        request.m_pErrorText = shortText;
+        request.m_ErrorTextSize = 8;
+        bRefused = bRefused && LoadBytes(model, bytes, request) == RESULT_ERROR;
+        EXPECT_EQ(shortText, words.substr(0, 7));
+        EXPECT_TRUE(LoadBytes(model, goodBytes, request) == RESULT_OK && *shortText == '\0');
+        return bRefused;
     };
-    EXPECT_TRUE(refused([](abc::File& f) { f.sockets[0].node = 2; }));
-    EXPECT_TRUE(refused([](abc::File& f) { f.pieces[0].lods[0].verts[0].weights[0].node = 2; }));
-    EXPECT_TRUE(refused([](abc::File& f) { f.pieces[0].lods[0].tris[0].indices[2] = 2; }));
-    EXPECT_TRUE(refused([](abc::File& f) { f.sets[0].values.pop_back(); }));
+    EXPECT_TRUE(refused([](abc::File& f) { f.sockets[0].node = 2; },
+                        "Sockets: socket 1 of 1 is on node 2 of 2, at byte ", true));
+    EXPECT_TRUE(refused([](abc::File& f) { f.pieces[0].lods[0].verts[0].weights[0].node = 2; },
+                        "Pieces: vertex 1 of 2 of the piece \"\" is on node 2 of 2"));
+    EXPECT_TRUE(refused([](abc::File& f) { f.pieces[0].lods[0].tris[0].indices[2] = 2; },
+                        "Pieces: triangle corner 3 of 3 points at vertex 2 of 2, at byte ", true));
+    EXPECT_TRUE(refused([](abc::File& f) { f.sets[0].values.pop_back(); },
+                        "Nodes: the weight set \"set\" has 1 values for 2 nodes, at byte 469"));
     EXPECT_TRUE(refused(
         [](abc::File& f)
         {
             f.bodies["Pieces"] = f.Body("Pieces");
             f.bodies["Pieces"][0] = 0; // no room for the one weight
-        }));
+        },
+        "Pieces: vertex 1 of 2 has 1 weights, and 0 of 0 are left, at byte 469"));
     for (const std::string& section : good.order)
-        EXPECT_TRUE(refused([&](abc::File& f) { std::erase(f.order, section); })) << section;
+        EXPECT_TRUE(
+            refused([&](abc::File& f) { std::erase(f.order, section); }, "there is no section \"" + section + "\""))
+            << section;
 
     // Trees: 1024 levels and 65536 nodes, and no more.
     for (const size_t size : {size_t(1024), size_t(65536)})
