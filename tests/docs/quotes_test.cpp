@@ -48,12 +48,21 @@ static std::string WithoutBlanks(std::string text)
 
 TEST(Quotes, CodeOfTheRuntimeGuideIsCompiled)
 {
-    const std::string sources =
-        WithoutBlanks(ReadText("tests/docs/runtime_snippets.cpp") + ReadText("examples/player/player.cpp"));
-    const std::vector<std::string> blocks = Blocks(ReadText("docs/runtime.md"), "cpp");
-    EXPECT_GE(blocks.size(), 10u);
-    for (const std::string& block : blocks)
-        EXPECT_NE(sources.find(WithoutBlanks(block)), std::string::npos) << block;
+    const std::string document = ReadText("docs/runtime.md");
+    const std::pair<const char*, const char*> sources[] = {{"cpp", "tests/docs/runtime_snippets.cpp"},
+                                                           {"c", "tests/zolt/capi_test.c"},
+                                                           {"python", "tests/python/test_zolt.py"}};
+    size_t nBlocks = 0;
+    for (const auto& [pLanguage, pPath] : sources)
+    {
+        const std::string source = WithoutBlanks(ReadText(pPath));
+        for (const std::string& block : Blocks(document, pLanguage))
+        {
+            ++nBlocks;
+            EXPECT_NE(source.find(WithoutBlanks(block)), std::string::npos) << block;
+        }
+    }
+    EXPECT_GE(nBlocks, 20u);
 }
 
 TEST(Quotes, TheSmallestFileOfTheFormatGuideIsWhatIsWrittenAndRead)

@@ -1,163 +1,189 @@
 // The code that docs/runtime.md quotes. Each function stands there as it stands here, but for the indentation.
 #include "tests/docs/runtime_snippets.h"
 
-#include "engine/model/src/modelallocations.h"
-#include "engine/model/src/modelfolder.h"
-#include "zoltshared/stdzolt/assertion.h"
-#include "zoltshared/stdzolt/stdiostream.h"
-
 #include <cstdio>
 
-Model* LoadModel(const char* pPath)
+bool LoadModel(zolt::Model& model, const char* pPath)
 {
-    ModelStream* pStream = OpenStdioStream(pPath, "rb");
-    Model* pModel = Model::CreateModel();
-    LoadRequest request;
+    zolt::ModelStream* pStream = zolt::OpenStdioStream(pPath, "rb");
+    if (!pStream)
+        return false;
+    char text[zolt::LOAD_ERROR_TEXT_SIZE];
+    zolt::LoadRequest request;
     request.m_pStream = pStream;
-    if (!pStream || !pModel || pModel->Load(&request) != RESULT_OK)
+    request.m_pErrorText = text;
+    request.m_ErrorTextSize = sizeof(text);
+    const bool bLoaded = model.Load(&request) == zolt::RESULT_OK;
+    pStream->Release();
+    if (!bLoaded)
+        std::fprintf(stderr, "%s: %s\n", pPath, text);
+    return bLoaded;
+}
+
+bool ShowFirstFigure(zolt::Model& model, Renderer& renderer, int nFrames)
+{
+    for (uint32_t i = 0; i < model.NumPieces(); ++i)
     {
-        Model::DeleteModel(pModel);
-        pModel = nullptr;
+        zolt::RenderMesh mesh;
+        if (!zolt::BuildRenderMesh(*model.GetPiece(i), 0, {}, mesh))
+            return false;
+        renderer.Upload(mesh);
     }
-    if (pStream)
-        pStream->Release();
-    return pModel;
+    zolt::ModelInstance figure;
+    zolt::AnimPlayer player(figure);
+    if (!figure.Init(model) || !player.Play("wave"))
+        return false;
+    std::vector<float> matrices(12 * size_t(model.NumNodes()));
+    for (int i = 0; i < nFrames; ++i)
+    {
+        player.Step(1.0f / 60.0f);
+        player.Apply();
+        figure.Evaluate();
+        figure.GetSkinMatrices(matrices.data(), zolt::MatrixLayout::ROWS_3X4);
+        renderer.Draw(matrices.data(), model.NumNodes());
+    }
+    return true;
 }
 
-bool LoadIntoOneBlock(Model& model, ModelStream* pStream, Allocator* pAllocator)
+void BreakOnFault(const char* expression, const char* file, int line)
 {
-    LoadRequest request;
+    std::printf("%s:%d: %s\n", file, line, expression);
+}
+
+void InstallFaultHandler()
+{
+    zolt::SetAssertionSink(BreakOnFault);
+}
+
+bool LoadIntoOneBlock(zolt::Model& model, zolt::ModelStream* pStream, zolt::Allocator* pAllocator)
+{
+    zolt::LoadRequest request;
     request.m_pStream = pStream;
-    return model.PrepareBlock(pStream, pAllocator) == RESULT_OK && model.Load(&request) == RESULT_OK;
+    return model.PrepareBlock(pStream, pAllocator) == zolt::RESULT_OK && model.Load(&request) == zolt::RESULT_OK;
 }
 
-bool LoadWithChildren(Model& model, ModelStream* pStream, ModelFolder& folder)
+bool LoadWithChildren(zolt::Model& model, zolt::ModelStream* pStream, zolt::ModelFolder& folder)
 {
-    LoadRequest request;
+    zolt::LoadRequest request;
     request.m_pStream = pStream;
     folder.Attach(&request);
-    if (model.Load(&request) != RESULT_OK)
+    if (model.Load(&request) != zolt::RESULT_OK)
         return false;
     if (!request.m_bChildrenLoaded)
         std::printf("a child model is missing, and its animations with it\n");
     if (!request.m_bBindingsValid)
         std::printf("a child model has been saved since this one was bound to it\n");
+    for (uint32_t i = 1; i < model.NumChildModels(); ++i)
+    {
+        if (model.GetChildModel(i)->m_pModel && !model.GetChildModel(i)->m_bTreeMatches)
+            std::printf("%s has a skeleton of another shape\n", model.GetChildModel(i)->m_pName);
+    }
     return true;
 }
 
-uint32_t FindInLibrary(LoadRequest* pChildRequest, Model** ppModel)
+uint32_t FindInLibrary(zolt::LoadRequest* pChildRequest, zolt::Model** ppModel)
 {
     ModelLibrary* pLibrary = static_cast<ModelLibrary*>(pChildRequest->m_pUser);
     *ppModel = pLibrary->Find(pChildRequest->m_pFilename);
-    return *ppModel ? RESULT_OK : RESULT_NOT_LOADED;
+    return *ppModel ? zolt::RESULT_OK : zolt::RESULT_NOT_LOADED;
 }
 
-bool EvaluatePose(Model& model, uint32_t iAnim, uint32_t iPrevKey, uint32_t iCurKey, float percent)
+bool CalcBlockSize(zolt::ModelStream* pStream, uint32_t& size)
 {
-    TransformMaker maker;
-    maker.m_nAnims = 1;
-    maker.m_Anims[0].Init(&model, iAnim, iPrevKey, iAnim, iCurKey, percent);
-    return maker.SetupTransforms(); // into model.m_Transforms
+    zolt::Model model(&zolt::g_DefaultAllocator, &zolt::g_DefaultAllocator);
+    zolt::ModelAllocations counts;
+    return model.LoadHeader(pStream, &counts) && counts.CalcAllocationSize(size);
 }
 
-void SetTransition(AnimTracker& tracker, Model& model, uint32_t iFrom, uint32_t iTo, float percent)
+void GoOver(zolt::AnimPlayer& player, const char* pName)
 {
-    const uint32_t iLastKey = model.GetAnim(iFrom)->NumKeyFrames() - 1;
-    tracker.Init(&model, iFrom, iLastKey, iTo, 0, percent);
+    player.Play(pName, {.m_Loop = zolt::LoopMode::CLAMP, .m_Speed = 1.5f, .m_Fade = 0.2f});
 }
 
-WeightSet* AddWeightSetBelow(Model& model, const char* pName, uint32_t iTop, float weight)
+void Wave(zolt::AnimPlayer& player, const float* pUpperBody)
 {
-    WeightSet* pSet = new WeightSet(&model);
-    if (!pSet || !pSet->Init() || !model.AddWeightSet(pSet))
-    {
-        delete pSet;
-        return nullptr;
-    }
-    pSet->SetName(pName);
-    pSet->m_Weights[iTop] = weight;
-    for (uint32_t i = iTop + 1; i < model.NumNodes(); ++i)
-    {
-        // Parents come before their children.
-        if (model.GetNode(i)->GetParentIndex() >= iTop && pSet->m_Weights[model.GetNode(i)->GetParentIndex()] != 0.0f)
-            pSet->m_Weights[i] = weight;
-    }
-    return pSet;
+    player.SetLayerMask(1, pUpperBody);
+    player.SetLayerWeight(1, 0.0f);
+    player.SetLayerWeight(1, 1.0f, 0.3f);
+    player.Play("wave", {}, 1);
 }
 
-bool EvaluateLayers(const AnimTracker& base, const AnimTracker& layer, uint32_t iWeightSet)
+void Flinch(zolt::AnimPlayer& player, float strength)
 {
-    TransformMaker maker;
-    maker.m_nAnims = 2;
-    maker.m_Anims[0] = base;
-    maker.m_Anims[1] = layer;
-    maker.m_Anims[1].m_iWeightSet = iWeightSet;
-    return maker.SetupTransforms();
+    player.SetLayerKind(2, zolt::LayerKind::ADD);
+    player.SetLayerWeight(2, strength);
+    player.Play("nod", {.m_Loop = zolt::LoopMode::CLAMP}, 2);
 }
 
-bool Skin(Model& model, const AnimTracker& base, const Matrix4& world, VertexFormat* pVerts)
+void PlaySounds(void* pUser, const zolt::AnimEvent& event)
 {
-    VertexDeformRequest request;
-    request.m_nAnims = 1;
-    request.m_Anims[0] = base;
-    request.m_StartMat = world;
-    request.m_iLOD = 0;
-    request.m_pVertOut = &pVerts->m_Position;
-    request.m_VertStride = sizeof(VertexFormat);
-    return model.GetVertexPositions(&request, QZTRUE);
+    static_cast<std::string*>(pUser)->append(event.m_pCommand);
 }
 
-bool FindMuzzle(Model& model, AnimTracker& time, Matrix4& world, Vector3& position)
+void Walk(zolt::AnimPlayer& player, zolt::ModelInstance& figure, float seconds)
 {
-    uint32_t iSocket = 0;
-    Matrix4 transform;
-    if (!model.FindSocket("grip", &iSocket) || !model.GetSocketTransform(&time, iSocket, &world, &transform))
-        return false;
-    transform.GetTranslation(position);
-    return true;
+    player.Step(seconds);
+    player.Apply();
+    figure.SetWorld(figure.GetWorld() * player.TakeRootMotion().ToMatrix());
+    figure.Evaluate();
 }
 
-void LookAt(void* pUserA, uint32_t iNode, Matrix4* pTransform, void* /*pUserB*/)
+bool LookAround(zolt::ModelInstance& figure, HeadControl& head)
+{
+    figure.SetNodeCallback(TurnHead, &head, nullptr);
+    return figure.Evaluate();
+}
+
+void TurnHead(void* pUserA, uint32_t iNode, zolt::Matrix4* pTransform, void* /*pUserB*/)
 {
     const HeadControl* pControl = static_cast<const HeadControl*>(pUserA);
     if (iNode != pControl->m_iHead)
         return;
-    Matrix4 turn;
-    MatrixFromAxisAngle(turn, 0.0f, 0.0f, 1.0f, pControl->m_Angle);
+    zolt::Matrix4 turn;
+    zolt::MatrixFromAxisAngle(turn, 0.0f, 0.0f, 1.0f, pControl->m_Angle);
     *pTransform = *pTransform * turn;
 }
 
-bool EvaluateInstance(const AnimTracker& base, Matrix4& world, HeadControl& head, Matrix4* pMatrices)
+void StepCrowd(std::vector<zolt::AnimPlayer>& players, std::vector<zolt::ModelInstance*>& figures,
+               zolt::ThreadPool& pool, float seconds)
 {
-    TransformMaker maker;
+    for (zolt::AnimPlayer& player : players)
+    {
+        player.Step(seconds);
+        player.Apply();
+    }
+    zolt::EvaluateMany(figures.data(), static_cast<uint32_t>(figures.size()), &pool);
+}
+
+bool CanBeSeen(const zolt::ModelBounds& bounds, const zolt::ModelInstance& figure, float nearX, float farX)
+{
+    const zolt::Bounds box = bounds.OfInstance(figure);
+    return !box.IsEmpty() && box.m_Max.x >= nearX && box.m_Min.x <= farX;
+}
+
+bool Skin(const zolt::ModelInstance& figure, VertexFormat* pVerts)
+{
+    return figure.GetVertexPositions(&pVerts->m_Position, sizeof(VertexFormat));
+}
+
+bool GiveSword(zolt::ModelInstance& figure, zolt::ModelInstance& sword)
+{
+    uint32_t iSocket = 0;
+    return figure.GetModel()->FindSocket("grip", &iSocket) && figure.Attach(&sword, iSocket, zolt::Matrix4());
+}
+
+bool EvaluateByHand(zolt::Model& model, uint32_t iAnim, uint32_t iPrevKey, uint32_t iCurKey, float percent,
+                    zolt::Matrix4* pMatrices)
+{
+    zolt::TransformMaker maker;
     maker.m_nAnims = 1;
-    maker.m_Anims[0] = base;
-    maker.m_pStartMat = &world;  // null: the identity
+    maker.m_Anims[0].Init(&model, iAnim, iPrevKey, iAnim, iCurKey, percent);
     maker.m_pOutput = pMatrices; // NumNodes() matrices; null: the model's m_Transforms
-    maker.m_pCallback = LookAt;  // null: none
-    maker.m_pUserA = &head;
     return maker.SetupTransforms();
 }
 
-void KeepBoneLengths(Model& model)
+void KeepBoneLengths(zolt::Model& model)
 {
     for (uint32_t i = 1; i < model.NumNodes(); ++i)
-        model.GetNode(i)->m_Flags |= MNODE_FIXEDOFFSET;
-}
-
-bool CalcBlockSize(ModelStream* pStream, uint32_t& size)
-{
-    Model model(&g_DefaultAllocator, &g_DefaultAllocator);
-    ModelAllocations counts;
-    return model.LoadHeader(pStream, &counts) && counts.CalcAllocationSize(size);
-}
-
-void BreakOnFault(const char* expression, const char* file, int line)
-{
-    std::fprintf(stderr, "%s:%d: %s\n", file, line, expression);
-}
-
-void InstallFaultHandler()
-{
-    SetAssertionSink(BreakOnFault);
+        model.GetNode(i)->m_Flags |= zolt::MNODE_FIXEDOFFSET;
 }

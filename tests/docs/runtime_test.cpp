@@ -2,98 +2,105 @@
 #include "tests/docs/runtime_snippets.h"
 #include "tests/install/playermodel.h"
 
+#include <cmath>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <vector>
-
-namespace fs = std::filesystem;
 
 class RuntimeSnippets : public testing::Test
 {
 protected:
     void SetUp() override
     {
-        m_Folder = fs::path(testing::TempDir()) / ("runtime_snippets");
-        fs::remove_all(m_Folder);
-        fs::create_directories(m_Folder);
-        const std::string path = (m_Folder / "guard.abc").string();
-        ASSERT_TRUE(SavePlayerModel(path.c_str(), false));
-        m_pModel = LoadModel(path.c_str());
-        ASSERT_NE(m_pModel, nullptr);
+        const std::string path = (std::filesystem::path(testing::TempDir()) / "runtime_snippets.abc").string();
+        ASSERT_TRUE(SavePlayerModel(path.c_str(), false) && LoadModel(m_Model, path.c_str()));
+        ASSERT_TRUE(m_Figure.Init(m_Model));
+        zolt::ModelStream* pStream = zolt::OpenStdioStream(path.c_str(), "rb");
+        zolt::Model copy(&zolt::g_DefaultAllocator, &zolt::g_DefaultAllocator);
+        zolt::ModelFolder folder(testing::TempDir().c_str());
+        uint32_t size = 0;
+        EXPECT_TRUE(LoadIntoOneBlock(copy, pStream, &zolt::g_DefaultAllocator) && CalcBlockSize(pStream, size));
+        EXPECT_TRUE(LoadWithChildren(copy, pStream, folder) && size > 1000);
+        pStream->Release();
+        std::filesystem::remove(path);
     }
 
-    void TearDown() override
+    static void ExpectAt(const zolt::Matrix4& matrix, float x, float y, float z)
     {
-        Model::DeleteModel(m_pModel);
-        fs::remove_all(m_Folder);
-    }
-
-    AnimTracker At(uint32_t iAnim, uint32_t iKey)
-    {
-        AnimTracker tracker;
-        tracker.Init(m_pModel, iAnim, iKey, iAnim, iKey, 0.0f);
-        return tracker;
-    }
-
-    static Vector3 Place(const Matrix4& matrix)
-    {
-        Vector3 place;
+        zolt::Vector3 place;
         matrix.GetTranslation(place);
-        return place;
+        EXPECT_TRUE(place.NearlyEquals({x, y, z}, 1e-3f)) << place.x << ' ' << place.y << ' ' << place.z;
     }
 
-    static void ExpectNear(const Vector3& v, float x, float y, float z)
-    {
-        EXPECT_TRUE(v.NearlyEquals(Vector3(x, y, z), 0.0001f)) << v.x << ' ' << v.y << ' ' << v.z;
-    }
-
-    fs::path m_Folder;
-    Model* m_pModel = nullptr;
+    zolt::Model m_Model{&zolt::g_DefaultAllocator, &zolt::g_DefaultAllocator};
+    zolt::ModelInstance m_Figure;
+    zolt::AnimPlayer m_Player{m_Figure};
 };
 
-TEST_F(RuntimeSnippets, PosesTransitionsAndLayers)
+TEST_F(RuntimeSnippets, FiguresPlay)
 {
-    ASSERT_TRUE(EvaluatePose(*m_pModel, 0, 0, 1, 0.5f));
-    ExpectNear(Place(m_pModel->GetTransform(2)), 1.0f + 3.535534f, 10.0f + 3.535534f, 0.0f);
+    Renderer renderer;
+    ASSERT_TRUE(ShowFirstFigure(m_Model, renderer, 3)); // 50 ms: the hips at 0.5
+    EXPECT_EQ(renderer.m_nVertices, 3u);
+    EXPECT_NEAR(renderer.m_Matrices[3], 0.5f, 1e-4f);
 
-    AnimTracker transition;
-    SetTransition(transition, *m_pModel, 0, 1, 0.5f);
-    TransformMaker maker;
-    maker.m_nAnims = 1;
-    maker.m_Anims[0] = transition;
-    ASSERT_TRUE(maker.SetupTransforms());
-    ExpectNear(Place(m_pModel->GetTransform(1)), 6.0f, 10.0f, 0.5f);
+    GoOver(m_Player, "wave"); // nothing to fade from; one and a half times as fast
+    Walk(m_Player, m_Figure, 1.0f / 15);
+    ExpectAt(m_Figure.GetMatrices()[1], 1, 10, 0);
+    const float arms[] = {0, 1, 1};
+    Wave(m_Player, arms);
+    Flinch(m_Player, 0.5f);
+    m_Player.SetEventHandler(PlaySounds, nullptr);
+    Walk(m_Player, m_Figure, 0.4f); // the wave has come round to its start, the flinch lifts the arm by half of 8
+    ExpectAt(m_Figure.GetMatrices()[0], 2, 0, 0);
+    ExpectAt(m_Figure.GetMatrices()[1], 2, 10, 4);
 
-    // All from the arm down, added: the last key of "nod" lifts the arm by 16 and leaves the hand where it is.
-    const WeightSet* pSet = AddWeightSetBelow(*m_pModel, "from arm", 1, 2.0f);
-    ASSERT_NE(pSet, nullptr);
-    EXPECT_EQ(pSet->m_Weights[0], 0.0f);
-    EXPECT_EQ(pSet->m_Weights[2], 2.0f);
-    ASSERT_TRUE(EvaluateLayers(At(0, 1), At(2, 1), 1));
-    ExpectNear(Place(m_pModel->GetTransform(2)), 2.0f, 15.0f, 16.0f);
+    // The arm turned by a further quarter has the hand on its other side.
+    HeadControl head{1, 1.57079633f};
+    m_Player.Stop(1);
+    m_Player.Stop(2);
+    ASSERT_TRUE(m_Player.Apply() && LookAround(m_Figure, head));
+    ExpectAt(m_Figure.GetMatrices()[2], -3, 10, 0);
+    m_Figure.SetNodeCallback(nullptr, nullptr, nullptr);
+
+    zolt::ModelInstance sword;
+    ASSERT_TRUE(sword.Init(m_Model) && GiveSword(m_Figure, sword) && m_Figure.Evaluate());
+    ExpectAt(sword.GetMatrices()[0], 2, 16, 0);
+    VertexFormat verts[3];
+    ASSERT_TRUE(Skin(m_Figure, verts));
+    EXPECT_NEAR(verts[0].m_Position.y, 16, 1e-3f);
+    zolt::ModelBounds bounds;
+    ASSERT_TRUE(bounds.Init(m_Model));
+    EXPECT_TRUE(CanBeSeen(bounds, m_Figure, 0, 100));
+    EXPECT_FALSE(CanBeSeen(bounds, m_Figure, 30, 100));
+
+    std::vector<zolt::AnimPlayer> players{m_Player};
+    std::vector<zolt::ModelInstance*> figures{&m_Figure};
+    zolt::ThreadPool pool(2);
+    m_Player.Play("wave");
+    players[0] = m_Player;
+    StepCrowd(players, figures, pool, 0.1f);
+    ExpectAt(m_Figure.GetMatrices()[0], 1, 0, 0);
 }
 
-TEST_F(RuntimeSnippets, SocketsCallbackAndFixedOffsets)
+TEST_F(RuntimeSnippets, ByHand)
 {
-    Matrix4 world;
-    world.SetTranslation(0.0f, 0.0f, 100.0f);
-    Vector3 grip;
-    AnimTracker time = At(0, 1);
-    ASSERT_TRUE(FindMuzzle(*m_pModel, time, world, grip));
-    ExpectNear(grip, 2.0f, 16.0f, 100.0f);
-
-    // The arm is turned by another quarter about z, so the hand is 5 to its left; the model's table isn't touched.
-    HeadControl control{1, 1.57079633f};
-    std::vector<Matrix4> matrices(m_pModel->NumNodes());
-    m_pModel->GetTransform(2).SetTranslation(1.0f, 2.0f, 3.0f);
-    ASSERT_TRUE(EvaluateInstance(At(0, 1), world, control, matrices.data()));
-    ExpectNear(Place(matrices[2]), -3.0f, 10.0f, 100.0f);
-    ExpectNear(Place(m_pModel->GetTransform(2)), 1.0f, 2.0f, 3.0f);
-
+    zolt::Matrix4 matrices[3];
+    ASSERT_TRUE(EvaluateByHand(m_Model, 0, 0, 1, 0.5f, matrices));
+    ExpectAt(matrices[2], 1.0f + 3.535534f, 10.0f + 3.535534f, 0.0f);
     // "nod" puts the hand 7 from the arm; its bind pose has 5.
-    ASSERT_TRUE(EvaluatePose(*m_pModel, 2, 0, 0, 0.0f));
-    ExpectNear(Place(m_pModel->GetTransform(2)), 7.0f, 10.0f, 50.0f);
-    KeepBoneLengths(*m_pModel);
-    ASSERT_TRUE(EvaluatePose(*m_pModel, 2, 0, 0, 0.0f));
-    ExpectNear(Place(m_pModel->GetTransform(2)), 5.0f, 10.0f, 50.0f);
+    KeepBoneLengths(m_Model);
+    ASSERT_TRUE(EvaluateByHand(m_Model, 2, 0, 0, 0.0f, matrices));
+    ExpectAt(matrices[2], 5.0f, 10.0f, 50.0f);
+
+    ModelLibrary library{"guard.abc", &m_Model};
+    zolt::LoadRequest request;
+    request.m_pUser = &library;
+    request.m_pFilename = "guard.abc";
+    zolt::Model* pFound = nullptr;
+    EXPECT_TRUE(FindInLibrary(&request, &pFound) == zolt::RESULT_OK && pFound == &m_Model);
+    InstallFaultHandler();
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(m_Model.GetAnim(99), nullptr);
+    zolt::SetAssertionSink(nullptr);
+    EXPECT_NE(testing::internal::GetCapturedStdout(), "");
 }
