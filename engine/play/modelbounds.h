@@ -35,10 +35,13 @@ public:
     Bounds OfInstance(const ModelInstance& instance) const;
 
 private:
-    bool FindMargins(uint32_t iAnim, uint32_t iKey, std::vector<float>& margins) const;
+    struct Move;
+
+    float FindMargins(uint32_t iAnim, uint32_t iKey, std::vector<Move>& moves, std::vector<float>& margins) const;
 
     const Model* m_pModel = nullptr;
     std::vector<Bounds> m_NodeBoxes; // in node space, by node index
+    std::vector<uint32_t> m_Parents; // MNODE_NO_PARENT at the root
 };
 ZOLT_END_NAMESPACE
 } // namespace zolt
