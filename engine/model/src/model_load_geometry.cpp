@@ -129,6 +129,7 @@ QZBOOL ModelPieceLOD::LoadVerts(ModelStream* pStream, uint32_t& iWeight)
         return QZFALSE;
     const uint32_t nWeights = m_pModel->m_VertexWeights.GetSize();
     ModelVertWeight* pWeight = m_pModel->m_VertexWeights.GetArray() + iWeight;
+    const uint32_t position = pStream->GetPosition(), iFirst = iWeight;
     BlockReader reader(pStream, uint64_t{DISK_VERT} * nVerts);
     for (ModelVert *pVert = m_Verts.GetArray(), *pEnd = pVert + nVerts; pVert != pEnd; ++pVert)
     {
@@ -136,9 +137,12 @@ QZBOOL ModelPieceLOD::LoadVerts(ModelStream* pStream, uint32_t& iWeight)
         pVert->m_nWeights = GetU16(pCounts);
         pVert->m_VertReserved = GetU16(pCounts + 2);
         if (pVert->m_nWeights > nWeights - iWeight)
-            return m_pModel->FailLoad(pStream, "vertex %u of %u has %u weights, and %u of %u are left",
-                                      static_cast<uint32_t>(pVert - m_Verts.GetArray()) + 1, nVerts, pVert->m_nWeights,
-                                      nWeights - iWeight, nWeights);
+        {
+            const uint32_t iVert = static_cast<uint32_t>(pVert - m_Verts.GetArray());
+            return m_pModel->FailLoadAt(pStream, position + DISK_VERT * iVert + DISK_WEIGHT * (iWeight - iFirst),
+                                        "vertex %u of %u has %u weights, and %u of %u are left", iVert + 1, nVerts,
+                                        pVert->m_nWeights, nWeights - iWeight, nWeights);
+        }
         pVert->m_Weights = pVert->m_nWeights != 0 ? pWeight : nullptr;
         reader.Announce(uint64_t{DISK_WEIGHT} * pVert->m_nWeights);
         iWeight += pVert->m_nWeights;
@@ -239,7 +243,8 @@ QZBOOL WeightSet::Load(ModelStream* pStream)
     // The evaluator reads a value for each node. Values beyond the nodes are dropped.
     const uint32_t nNodes = m_pModel->NumNodes();
     if (nValues < nNodes)
-        return m_pModel->FailLoad(pStream, "the weight set \"%s\" has %u values for %u nodes", m_Name, nValues, nNodes);
+        return m_pModel->FailLoadAt(pStream, pStream->GetPosition() - 4,
+                                    "the weight set \"%s\" has %u values for %u nodes", m_Name, nValues, nNodes);
     if (!m_pModel->HasRoomFor(pStream, nValues, sizeof(float), "values of a weight set") ||
         !m_Weights.SetSize(nNodes, m_pModel->GetAllocator()))
         return QZFALSE;

@@ -290,14 +290,15 @@ TEST(ModelLoad, OutOfRangeIsRefused)
     good.sets = {{"set", {1, 1}}};
     good.sockets = {{1, "s", {}}};
     ASSERT_EQ(LoadBytes(model, good.Write()), RESULT_OK);
-    // With `at` the words end in the place of the byte that the change has changed.
-    const auto refused = [&](const std::function<void(abc::File&)>& change, std::string words, bool at = false)
+    // The words end in a place so many bytes behind the first one that the change has changed, if they have one.
+    const auto refused = [&](const std::function<void(abc::File&)>& change, std::string words, int behind = -1)
     {
         abc::File file = good;
         change(file);
         const std::string bytes = file.Write(), goodBytes = good.Write();
-        if (at)
-            words += std::to_string(std::mismatch(bytes.begin(), bytes.end(), goodBytes.begin()).first - bytes.begin());
+        const auto changed = std::mismatch(bytes.begin(), bytes.end(), goodBytes.begin()).first - bytes.begin();
+        if (behind >= 0)
+            words += ", at byte " + std::to_string(changed + behind);
         char text[LOAD_ERROR_TEXT_SIZE] = "old", shortText[9] = "oldoldol";
         LoadRequest request;
         request.m_pErrorText = text;
@@ -311,21 +312,21 @@ TEST(ModelLoad, OutOfRangeIsRefused)
         EXPECT_TRUE(LoadBytes(model, goodBytes, request) == RESULT_OK && *shortText == '\0');
         return bRefused;
     };
-    EXPECT_TRUE(refused([](abc::File& f) { f.sockets[0].node = 2; },
-                        "Sockets: socket 1 of 1 is on node 2 of 2, at byte ", true));
+    EXPECT_TRUE(refused([](abc::File& f) { f.sockets[0].node = 2; }, "Sockets: socket 1 of 1 is on node 2 of 2", 0));
     EXPECT_TRUE(refused([](abc::File& f) { f.pieces[0].lods[0].verts[0].weights[0].node = 2; },
                         "Pieces: vertex 1 of 2 of the piece \"\" is on node 2 of 2"));
     EXPECT_TRUE(refused([](abc::File& f) { f.pieces[0].lods[0].tris[0].indices[2] = 2; },
-                        "Pieces: triangle corner 3 of 3 points at vertex 2 of 2, at byte ", true));
+                        "Pieces: triangle corner 3 of 3 points at vertex 2 of 2", 0));
     EXPECT_TRUE(refused([](abc::File& f) { f.sets[0].values.pop_back(); },
-                        "Nodes: the weight set \"set\" has 1 values for 2 nodes, at byte 469"));
+                        "Nodes: the weight set \"set\" has 1 values for 2 nodes, at byte " +
+                            std::to_string(good.Write().find("set") + 3)));
     EXPECT_TRUE(refused(
         [](abc::File& f)
         {
             f.bodies["Pieces"] = f.Body("Pieces");
-            f.bodies["Pieces"][0] = 0; // no room for the one weight
+            f.bodies["Pieces"][0] = 0; // no room for the one weight, of a vertex behind the triangle
         },
-        "Pieces: vertex 1 of 2 has 1 weights, and 0 of 0 are left, at byte 469"));
+        "Pieces: vertex 1 of 2 has 1 weights, and 0 of 0 are left", 8 + 18 + 4 + 30 + 4));
     for (const std::string& section : good.order)
         EXPECT_TRUE(
             refused([&](abc::File& f) { std::erase(f.order, section); }, "there is no section \"" + section + "\""))
