@@ -1,13 +1,17 @@
 // What differs between two models, in a model's terms.
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <nlohmann/json.hpp>
 
 #include <functional>
 #include <string>
 #include <vector>
 
+ZOLT_BEGIN_NAMESPACE
 class Model;
+ZOLT_END_NAMESPACE
 
 // One difference. Elements are matched by their names, ignoring the case of ASCII letters; of several of one name, the
 // first goes with the first.

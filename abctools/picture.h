@@ -1,11 +1,15 @@
 // A picture of a model, drawn without a graphics card.
 #pragma once
 
+#include "zoltshared/stdzolt/inlinenamespace.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
+ZOLT_BEGIN_NAMESPACE
 class Model;
+ZOLT_END_NAMESPACE
 
 struct PictureOptions
 {

@@ -1,12 +1,15 @@
 #pragma once
 
 #include "engine/model/src/animtracker.h"
+#include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/vector3.h"
 
 #include <cstdint>
 #include <vector>
 
+ZOLT_BEGIN_NAMESPACE
 class Model;
+ZOLT_END_NAMESPACE
 
 // A box along the axes; empty at first.
 struct PoseBox
