@@ -43,6 +43,7 @@ static bool ReadInfo(const std::string& path, bool bMemory, ordered_json& info, 
     model.LoadHeader(&stream, &header);
     info["file"] = ToUtf8(path);
     info.update(ModelInfo(model, bytes.size(), header));
+    info["bounds"] = BoundsInfo(model);
     AddCosts(bytes, info);
     if (bMemory)
         info["memory"] = ModelMemory(bytes);

@@ -159,8 +159,7 @@ static ordered_json BoxJson(const zolt::Bounds& box)
     return {{"min", VectorJson(box.m_Min)}, {"max", VectorJson(box.m_Max)}, {"radius", box.GetRadius()}};
 }
 
-// What the vertices really take: at rest, and over each animation. Null for a model without any.
-static ordered_json BoundsJson(const Model& model)
+ordered_json BoundsInfo(const Model& model)
 {
     zolt::ModelBounds bounds;
     if (!bounds.Init(model) || bounds.AtRest().IsEmpty())
@@ -201,6 +200,5 @@ ordered_json ModelInfo(Model& model, size_t nBytes, const ModelAllocations& head
             {"sockets", SocketsJson(model)},
             {"weightSets", WeightSetsJson(model)},
             {"childModels", children},
-            {"bounds", BoundsJson(model)},
             {"settings", ModelSettings(model)}};
 }

@@ -43,3 +43,7 @@ nlohmann::ordered_json ModelMemory(std::span<const uint8_t> bytes);
 // A page for a reader at a terminal out of the document of ModelInfo (with "memory" if it is there). Of the settings
 // only those that differ from a fresh model's.
 std::string ModelInfoText(const nlohmann::ordered_json& info);
+
+// The "bounds" of that document: what the vertices really take, in all, at rest, and over each animation. Null for a
+// model without any.
+nlohmann::ordered_json BoundsInfo(const Model& model);
