@@ -330,6 +330,8 @@ TEST_F(FaultTest, AnswersThatCantBe)
                         ""});
         // A pose is kept neutral, a scale 1, a weight left out, a time 0.
         rows.push_back({{{"SAA_modelGetTranslation", number(bad)}}, "", pose});
+        rows.push_back(
+            {{{"SAA_modelGetScaling", number(bad)}}, "", "Node hat has a scale that is no number, taken as 1."});
         rows.push_back({{{"SAA_matrixCreateXYZRotation", number(bad, 5)},
                          {"SAA_modelGetScaling", number(bad)},
                          {"SAA_ctrlVertexGetEnvelopeWeights", number(bad)},
