@@ -131,7 +131,7 @@ try {
     run(abctool, "view", inFolder("parent.abc"));
     run(abctool, "view", model, other, "--texture", `0=${texture}`, "-o", inFolder("two.html"));
 
-    browser = await Browser.start(executable, { width: 720, height: 460 });
+    browser = await Browser.start(executable, { width: 800, height: 480 });
     await browser.open(`file://${inFolder("one.html")}`);
     await browser.waitFor("window.zoltView !== undefined");
     await playAndScrub();
