@@ -3,6 +3,7 @@
 #include "abctools/modelfile.h"
 #include "abctools/modeltogltf.h"
 #include "abctools/modeltoobj.h"
+#include "commandline/progressbar.h"
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelfolder.h"
 
@@ -33,8 +34,11 @@ static bool MakeScene(Model& model, const std::string& extension, std::vector<ui
         return ModelToObj(model, out, error);
     }
     GltfFile file;
-    if (!ModelToGltf(model, file, warnings, error))
+    ProgressBar bar("converting");
+    const auto progress = [&bar](size_t nDone, size_t nAll) { bar.Show(nDone, nAll); };
+    if (!ModelToGltf(model, file, progress, warnings, error))
         return false;
+    bar.Clear();
     for (const char* pList : {"nodes", "meshes", "animations"})
         report[pList] = file.m_Json.value(pList, ordered_json::array()).size();
     if (extension == ".gltf")

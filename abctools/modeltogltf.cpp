@@ -83,7 +83,8 @@ static ordered_json SceneExtras(const Model& model)
     return extras;
 }
 
-bool ModelToGltf(Model& model, GltfFile& file, std::vector<std::string>& warnings, std::string& error)
+bool ModelToGltf(Model& model, GltfFile& file, const GltfProgress& progress, std::vector<std::string>& warnings,
+                 std::string& error)
 {
     file.m_Json = {{"asset", {{"version", "2.0"}, {"generator", "abctool " ZOLT_VERSION}}},
                    {"scene", 0},
@@ -92,7 +93,7 @@ bool ModelToGltf(Model& model, GltfFile& file, std::vector<std::string>& warning
     model.PrecalcNodeOffsets();
     AddNodes(model, file.m_Json["nodes"]);
     AddSockets(model, file.m_Json["nodes"]);
-    if (!AddGltfMeshes(model, file, warnings, error) || !AddGltfAnims(model, file, warnings, error))
+    if (!AddGltfMeshes(model, file, warnings, error) || !AddGltfAnims(model, file, progress, warnings, error))
         return false;
     return true;
 }

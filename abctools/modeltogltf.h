@@ -18,6 +18,7 @@
 #include "abctools/gltffile.h"
 #include "zoltshared/stdzolt/inlinenamespace.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,10 +26,15 @@ ZOLT_BEGIN_NAMESPACE
 class Model;
 ZOLT_END_NAMESPACE
 
+// Told how many of the animations are done.
+typedef std::function<void(size_t nDone, size_t nAll)> GltfProgress;
+
 // False, with the end of a sentence about the model, if it holds numbers that aren't finite or nothing that could be
 // shown. `warnings` gets what glTF can't hold, likewise. The model is evaluated in place.
-bool ModelToGltf(Model& model, GltfFile& file, std::vector<std::string>& warnings, std::string& error);
+bool ModelToGltf(Model& model, GltfFile& file, const GltfProgress& progress, std::vector<std::string>& warnings,
+                 std::string& error);
 
 // The steps. Nodes come first; meshes and animations refer to them.
 bool AddGltfMeshes(Model& model, GltfFile& file, std::vector<std::string>& warnings, std::string& error);
-bool AddGltfAnims(Model& model, GltfFile& file, std::vector<std::string>& warnings, std::string& error);
+bool AddGltfAnims(Model& model, GltfFile& file, const GltfProgress& progress, std::vector<std::string>& warnings,
+                  std::string& error);

@@ -151,6 +151,7 @@ public:
     AnimWriter(GltfFile& file, const std::vector<GltfKey>& keys) : m_File(file)
     {
         std::vector<float> times;
+        times.reserve(keys.size());
         for (const GltfKey& key : keys)
             times.push_back(key.m_Time);
         file.BeginView(GltfFile::TARGET_NONE);
@@ -226,10 +227,12 @@ static double FrameRateOf(const Model& model)
     return MILLISECONDS;
 }
 
-bool AddGltfAnims(Model& model, GltfFile& file, std::vector<std::string>& warnings, std::string& error)
+bool AddGltfAnims(Model& model, GltfFile& file, const GltfProgress& progress, std::vector<std::string>& warnings,
+                  std::string& error)
 {
     for (uint32_t i = 0; i < model.NumAnims(); ++i)
     {
+        progress(i, model.NumAnims());
         const AnimInfo& row = *model.GetAnimInfo(i);
         const std::string name = row.m_pAnim->GetName();
         bool bFalls = false;

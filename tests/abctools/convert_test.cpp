@@ -82,7 +82,17 @@ static double DistanceAt(Model& model, const Scene& scene, uint32_t iAnim, uint3
 TEST(Convert, TheSceneStandsWhereTheModelDoesAtEveryKey)
 {
     const TemporaryFolder folder;
+    // A child model whose hand stands elsewhere, and turned, so that its animation comes with a relation.
+    ModelPointer child = MakeChildModel("swing", 3.0f);
+    Matrix4 place;
+    Quaternion(0.0f, 0.0f, 0.6f, 0.8f).ToMatrix(place);
+    place.SetTranslation(7.0f, 11.0f, 1.0f);
+    child->GetNode(2)->SetGlobalTransform(place);
+    WriteBytes(folder / "child.abc", BytesOf(*child));
     const ModelPointer model = MakeSoundModel();
+    char message[MODEL_ERRSTR_SIZE];
+    ASSERT_TRUE(model->AddChildModel(child.get(), "child.abc", message, QZTRUE)) << message;
+    child.release(); // DeleteModel of the parent deletes it
     WriteBytes(folder / "m.abc", BytesOf(*model));
     for (const char* pName : {"m.glb", "m.GLTF"})
     {
@@ -90,11 +100,11 @@ TEST(Convert, TheSceneStandsWhereTheModelDoesAtEveryKey)
         std::ostringstream err;
         ASSERT_EQ(RunConvert({folder / "m.abc", folder / pName, true}, out, err), 0) << err.str();
         EXPECT_EQ(err.str(), "");
-        EXPECT_EQ(json::parse(out.str())["animations"], 2);
+        EXPECT_EQ(json::parse(out.str())["animations"], 3);
         Scene scene;
         std::string error;
         ASSERT_TRUE(ReadScene((folder / pName).c_str(), scene, error)) << error;
-        ASSERT_EQ(scene.clips.size(), 2u);
+        ASSERT_EQ(scene.clips.size(), 3u);
         EXPECT_EQ(scene.clips[1].name, "walk");
         EXPECT_EQ(scene.nodes[4].name, "grip");
         EXPECT_EQ(scene.statedFps, 60.0); // the lowest that has frames at 100, 250 and 300 ms
@@ -105,6 +115,7 @@ TEST(Convert, TheSceneStandsWhereTheModelDoesAtEveryKey)
         EXPECT_LT(DistanceAt(*model, scene, 1, 0, 0.0), 1e-5);
         EXPECT_LT(DistanceAt(*model, scene, 1, 1, 0.25), 1e-5);
         EXPECT_GT(DistanceAt(*model, scene, 1, 1, 0.2), 1e-2);
+        EXPECT_LT(DistanceAt(*model, scene, 2, 1, 1.0), 1e-5);
     }
     // Shapes alone: the third vertex of body, and its one triangle turned round.
     std::ostringstream ignored;

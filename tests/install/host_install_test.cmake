@@ -7,6 +7,14 @@ file(REMOVE_RECURSE ${WORK_DIR})
 run(${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${WORK_DIR}/first --component host)
 file(RENAME ${WORK_DIR}/first ${WORK_DIR}/prefix)
 
+# What the programs print of themselves is where a shell and man look for it.
+foreach(file man/man1/abctool.1 man/man1/zoltexport.1 bash-completion/completions/zoltexport zsh/site-functions/_abctool)
+    file(STRINGS ${WORK_DIR}/prefix/share/${file} lines REGEX "overwrite|diff")
+    if(NOT lines)
+        message(FATAL_ERROR "${file} lacks the options")
+    endif()
+endforeach()
+
 # The libraries of ours that the programs and the plug-in load are the installed ones.
 if(LDD)
     foreach(file bin/zoltexport bin/abctool lib/ZoltExport.so lib/libzoltassimp.so)
