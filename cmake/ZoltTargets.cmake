@@ -50,6 +50,11 @@ function(zolt_add_library name kind)
     add_library(${name} ${kind} ${sources})
     set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
     target_link_libraries(${name} PRIVATE zolt_options)
+    if(UNIX AND kind STREQUAL "SHARED" AND NOT ZOLT_SANITIZE)
+        # A library's calls of its own functions need no look-up by name when it is loaded.
+        target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions)
+        target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+    endif()
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
 endfunction()
 

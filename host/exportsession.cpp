@@ -143,6 +143,11 @@ bool ExportSession::RunJob(const ExportJob& job, CommandLineUser& user, ClipAppe
         m_Console.Error(error);
         return false;
     }
+    // What the meshes lack was told with the first clip of their scene.
+    prepared.options.warnsOfWeights =
+        prepared.scene != job.scene ||
+        std::none_of(m_Played.begin(), m_Played.end(),
+                     [&](const PlayedClip& played) { return played.source == job.source; });
     for (const std::string& line : prepared.lines)
         SayOnce(line);
     for (const std::string& warning : prepared.warnings)

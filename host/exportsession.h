@@ -72,8 +72,9 @@ private:
     bool HasPlayRanges(const std::vector<ExportJob>& jobs);
     bool ExportDirectly(const ExportJob& job);
     bool ExportInCopy(const std::vector<ExportJob>& jobs);
-    bool AddFurtherClips(const std::vector<ExportJob>& jobs, const std::string& file, bool debug,
-                         CommandLineUser& user);
+    bool AddFurtherClips(const std::vector<ExportJob>& jobs, const std::string& file, const std::string& result,
+                         bool debug, CommandLineUser& user);
+    bool WantsComparison() const;
     void NameNewest(PlayedClip& played, const std::string& name, bool canReplace);
     void SettleNewest(const ExportJob& job, ClipAppender& appender);
     void SettleRows(ConvModel& model);

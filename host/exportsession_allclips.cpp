@@ -218,9 +218,9 @@ void ExportSession::SettleRows(ConvModel& model)
     }
 }
 
-// What comes after the first job, in memory; the file is the working copy.
-bool ExportSession::AddFurtherClips(const std::vector<ExportJob>& jobs, const std::string& file, bool debug,
-                                    CommandLineUser& user)
+// What comes after the first job, in memory. `file` is the working copy, `result` where the model goes.
+bool ExportSession::AddFurtherClips(const std::vector<ExportJob>& jobs, const std::string& file,
+                                    const std::string& result, bool debug, CommandLineUser& user)
 {
     ClipAppender appender;
     if (!RunAsUser(user, [&] { return appender.Load(file.c_str(), user.GetTarget().c_str(), debug); }))
@@ -234,7 +234,8 @@ bool ExportSession::AddFurtherClips(const std::vector<ExportJob>& jobs, const st
         SettleNewest(jobs[i], appender);
     }
     SettleRows(appender.GetModel());
-    return RunAsUser(user, [&] { return appender.Save(); });
+    const HeldSignals held; // nothing half done stays beside the target
+    return RunAsUser(user, [&] { return appender.Save(result.c_str()); });
 }
 
 bool ExportSession::ExportInCopy(const std::vector<ExportJob>& jobs)
@@ -263,13 +264,18 @@ bool ExportSession::ExportInCopy(const std::vector<ExportJob>& jobs)
     bool written = RunJob(jobs.front(), user, nullptr, jobs.size() > 1);
     if (user.PressedOk())
         settings = ReadExportSettings();
+    // What nobody looks at before it takes its place needn't stand in the copy.
+    bool isPlaced = false;
     if (jobs.size() > 1 || m_Options.replace)
     {
+        isPlaced = !WantsComparison();
+        const std::string& result = isPlaced ? user.GetTarget() : folder.GetFile();
         const bool debug = std::atoi(settings.debugMode.text.c_str()) != 0; // NOLINT(cert-err34-c): as the plug-in
-        written = written && AddFurtherClips(jobs, folder.GetFile(), debug, user);
+        written = written && AddFurtherClips(jobs, folder.GetFile(), result, debug, user);
     }
-    written = written && HoldAgainstScene(folder.GetFile(), user.GetTarget());
-    if (written)
+    if (!isPlaced)
+        written = written && HoldAgainstScene(folder.GetFile(), user.GetTarget());
+    if (written && !isPlaced)
     {
         const HeldSignals held; // nothing half done stays beside the target
         std::string error;

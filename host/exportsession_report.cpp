@@ -7,15 +7,15 @@
 
 // What the comparison finds goes to the report, against the limit or into a warning. On a long clip it takes longer
 // than the export, so it is left out where nobody would hear of it.
-static bool WantsComparison(const ExportOptions& options)
+bool ExportSession::WantsComparison() const
 {
-    return !options.quiet || options.report || !options.reportPath.empty() || options.strict;
+    return !m_Options.quiet || m_Options.report || !m_Options.reportPath.empty() || m_Options.strict;
 }
 
 // Holds the file against all that was exported into it. False if that forbids to keep the file.
 bool ExportSession::HoldAgainstScene(const std::string& file, const std::string& target)
 {
-    if (!WantsComparison(m_Options))
+    if (!WantsComparison())
         return true;
     ModelReport report;
     std::string error;

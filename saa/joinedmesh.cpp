@@ -16,6 +16,7 @@ JoinedMesh JoinMesh(const Scene& scene, const SceneMeshUse& use, int node, const
     const SceneSkin& skin = scene.skins[use.skin];
     const int common = FindCommonJoint(scene, skin);
     const int fallback = common >= 0 && isShown[skin.joints[common]] ? skin.joints[common] : node;
+    mesh.weights.reserve(primitive.influences.size());
     std::vector<SceneInfluence> influences;
     for (std::uint32_t v = 0; v < mesh.fileVertex.size(); ++v)
     {
@@ -31,6 +32,7 @@ JoinedMesh JoinMesh(const Scene& scene, const SceneMeshUse& use, int node, const
             mesh.weights.push_back({share.node, v, share.percent});
         }
     }
+    mesh.weights.shrink_to_fit(); // of vertices that were joined there are fewer
     std::sort(mesh.weights.begin(), mesh.weights.end(),
               [](const JoinedWeight& a, const JoinedWeight& b)
               { return a.node != b.node ? a.node < b.node : a.vertex < b.vertex; });

@@ -64,12 +64,7 @@ const JoinedMesh& RecordedScene::Mesh(int element)
     if (!cache)
     {
         auto made = std::make_unique<MeshCache>();
-        const ScenePrimitive& primitive = Primitive(element);
         made->mesh = JoinMesh(m_Scene, Use(element), m_Elements[element].node, m_IsShown);
-        for (const std::uint32_t vertex : made->mesh.fileVertex)
-        {
-            made->original.push_back(primitive.positions[vertex]);
-        }
         cache = std::move(made);
     }
     return cache->mesh;
@@ -97,6 +92,14 @@ const std::vector<Double3>& RecordedScene::Positions(int element, bool deformed)
     MeshCache& cache = *m_Meshes[element];
     if (!deformed)
     {
+        if (cache.original.empty())
+        {
+            cache.original.reserve(mesh.fileVertex.size());
+            for (const std::uint32_t vertex : mesh.fileVertex)
+            {
+                cache.original.push_back(Primitive(element).positions[vertex]);
+            }
+        }
         return cache.original;
     }
     if (cache.isDeformed && cache.frame == m_CurrentFrame)

@@ -20,6 +20,8 @@ struct RecordedSceneOptions
     std::optional<int> start; // where they are given they replace the frames of the clip's first and last key
     std::optional<int> end;
     std::vector<int> extraKeys; // frames on which the top-level element gets a further translation key
+    bool warnsOfWeights =
+        true; // false where it has been done: the meshes then aren't looked at before they are asked for
 };
 
 // An element of the hierarchy: a node of the scene, a further mesh of a node, or the null above several root nodes.

@@ -20,7 +20,7 @@ void RecordedScene::CollectWarnings()
         }
     }
     ShareChanges changes;
-    for (int i = 0; i < NumElements(); ++i)
+    for (int i = 0; m_Options.warnsOfWeights && i < NumElements(); ++i)
     {
         if (IsEnveloped(i))
         {

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <optional>
 #include <set>
+#include <utility>
 
 using OptionalMatrix = std::optional<DoubleMatrix>;
 
@@ -19,10 +20,14 @@ static double ColumnLength(const DoubleMatrix& matrix, int column)
     return std::hypot(matrix.m[0][column], matrix.m[1][column], matrix.m[2][column]);
 }
 
-// Within SAME_MATRIX; `extent` is how large what they move is.
-static bool IsSame(const DoubleMatrix& a, const DoubleMatrix& b, double extent)
+static double FindScale(const DoubleMatrix& matrix)
 {
-    const double scale = std::max({ColumnLength(a, 0), ColumnLength(a, 1), ColumnLength(a, 2)});
+    return std::max({ColumnLength(matrix, 0), ColumnLength(matrix, 1), ColumnLength(matrix, 2)});
+}
+
+// Within SAME_MATRIX; `extent` is how large what they move is, `scale` that of `a`.
+static bool IsSame(const DoubleMatrix& a, double scale, const DoubleMatrix& b, double extent)
+{
     for (int row = 0; row < 3; ++row)
     {
         for (int column = 0; column < 4; ++column)
@@ -35,6 +40,11 @@ static bool IsSame(const DoubleMatrix& a, const DoubleMatrix& b, double extent)
         }
     }
     return true;
+}
+
+static bool IsSame(const DoubleMatrix& a, const DoubleMatrix& b, double extent)
+{
+    return IsSame(a, FindScale(a), b, extent);
 }
 
 static bool HasSameScale(const DoubleMatrix& a, const DoubleMatrix& b)
@@ -73,11 +83,16 @@ static DoubleMatrix FindMeshSpace(const SceneSkin& skin, const std::vector<int>&
         topmost = depths[skin.joints[i]] < depths[skin.joints[topmost]] ? i : topmost;
     }
     std::size_t best = 0;
-    std::ptrdiff_t bestCount = 0;
-    for (std::size_t i = 0; i < spaces.size(); ++i)
+    std::size_t bestCount = 0;
+    // The first one of those with the highest count; in most skins all agree with the first.
+    for (std::size_t i = 0; i < spaces.size() && bestCount < spaces.size(); ++i)
     {
-        const auto count = std::count_if(spaces.begin(), spaces.end(),
-                                         [&](const DoubleMatrix& space) { return IsSame(spaces[i], space, extent); });
+        const double scale = FindScale(spaces[i]);
+        std::size_t count = 0;
+        for (const DoubleMatrix& space : spaces)
+        {
+            count += IsSame(spaces[i], scale, space, extent) ? 1 : 0;
+        }
         best = count > bestCount ? i : best;
         bestCount = std::max(bestCount, count);
     }
@@ -116,7 +131,7 @@ static std::vector<OptionalMatrix> FindBinds(Scene& scene, const std::vector<int
                 continue;
             }
             const SceneSkin& skin = scene.skins[use.skin];
-            const double extent = FindExtent(scene.primitives[use.primitive]);
+            const double extent = FindExtent(std::as_const(scene).primitives[use.primitive]);
             const DoubleMatrix space = FindMeshSpace(skin, depths, rest, rest.globals[node], extent);
             for (std::size_t i = 0; i < skin.joints.size(); ++i)
             {

@@ -5,7 +5,9 @@
 
 #include "scene/doublemath.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -61,6 +63,43 @@ struct ScenePrimitive
     std::vector<std::vector<Double3>> morphDeltas; // for each morph target, what it adds to each position at weight 1
     int image = -1;                                // index into the scene's images, -1 for none
     SceneMeshExtras extras;
+};
+
+// The primitives of a scene, as a vector of them. Copies share their memory until one of them is written to, by any
+// operation that isn't const: a scene in another pose costs no second copy of its meshes.
+class ScenePrimitives
+{
+public:
+    ScenePrimitives() = default;
+    ScenePrimitives(std::vector<ScenePrimitive> all)
+        : m_All(std::make_shared<std::vector<ScenePrimitive>>(std::move(all)))
+    {
+    }
+
+    std::size_t size() const { return m_All ? m_All->size() : 0; }
+    bool empty() const { return size() == 0; }
+    const ScenePrimitive& operator[](std::size_t i) const { return (*m_All)[i]; }
+    const ScenePrimitive* begin() const { return m_All ? m_All->data() : nullptr; }
+    const ScenePrimitive* end() const { return begin() + size(); }
+
+    ScenePrimitive& operator[](std::size_t i) { return Own()[i]; }
+    ScenePrimitive* begin() { return Own().data(); }
+    ScenePrimitive* end() { return begin() + size(); }
+    void push_back(ScenePrimitive primitive) { Own().push_back(std::move(primitive)); }
+    void resize(std::size_t size) { Own().resize(size); }
+
+private:
+    std::vector<ScenePrimitive>& Own()
+    {
+        if (!m_All || m_All.use_count() > 1)
+        {
+            m_All = m_All ? std::make_shared<std::vector<ScenePrimitive>>(*m_All)
+                          : std::make_shared<std::vector<ScenePrimitive>>();
+        }
+        return *m_All;
+    }
+
+    std::shared_ptr<std::vector<ScenePrimitive>> m_All; // null for none
 };
 
 // One primitive as a node shows it. With a skin, the node's own transform plays no part in where the vertices are,
@@ -134,7 +173,7 @@ struct Scene
     std::vector<std::string> files; // paths of what the scene is read from and of the images; some may not be there
     std::vector<SceneNode> nodes;
     std::vector<int> roots; // the nodes at the top of what is shown, in file order, each with parent -1
-    std::vector<ScenePrimitive> primitives;
+    ScenePrimitives primitives;
     std::vector<SceneSkin> skins;
     std::vector<SceneImage> images;
     std::vector<SceneClip> clips;

@@ -41,7 +41,7 @@ static std::vector<std::size_t> FindEnds(const ScenePrimitive& primitive, const 
 static std::vector<int> SplitPrimitive(Scene& scene, int index, bool weighted)
 {
     std::vector<int> parts{index};
-    const ScenePrimitive& whole = scene.primitives[index];
+    const ScenePrimitive& whole = std::as_const(scene).primitives[index];
     if (whole.positions.size() <= MAX_MESH_VERTICES)
     {
         return parts;

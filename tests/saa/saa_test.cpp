@@ -188,7 +188,7 @@ TEST(Elements, StandUnderOneRoot)
 TEST(Elements, FurtherMeshesAreChildrenAndTypesAreTold)
 {
     Scene scene = MakeTree({{"top", -1}, {"body_zTex1", 0}, {"bone", 1}, {"both", 1}});
-    scene.primitives = {OneTriangle(), OneTriangle()};
+    scene.primitives = std::vector<ScenePrimitive>{OneTriangle(), OneTriangle()};
     scene.nodes[1].meshes = {{0, -1}, {1, -1}, {0, -1}};
     scene.nodes[1].local.translation = {5, 0, 0};
     scene.nodes[2].isJoint = true;
@@ -329,7 +329,7 @@ static Scene SeamScene()
     primitive.triangles = {{{0, 1, 2}}, {{0, 2, 3}}, {{4, 5, 6}}, {{4, 6, 7}}};
     primitive.image = 0;
     Scene scene = MakeTree({{"top", -1}, {"quads", 0}});
-    scene.primitives = {primitive};
+    scene.primitives = std::vector<ScenePrimitive>{primitive};
     scene.images.resize(1);
     scene.images[0].width = 64;
     scene.images[0].height = 1;
@@ -405,7 +405,7 @@ TEST(Meshes, MoreVerticesThanAPieceHoldsAreSplit)
     scene.nodes[0].children = {1};
     scene.nodes[1].parent = 0;
     scene.nodes[1].name = "the sea around the isle_zTex1 far out";
-    scene.primitives = {sea, sea};
+    scene.primitives = std::vector<ScenePrimitive>{sea, sea};
     scene.primitives[1] = CopyTriangles(sea, 0, 10);
     scene.nodes[0].meshes = {{0, -1}, {1, -1}};
     scene.nodes[1].meshes = {{0, -1}};
@@ -488,7 +488,7 @@ static Scene RandomSkin(unsigned seed)
         primitive.triangles.push_back({{v, (v + 1) % 30, (v + 2) % 30}});
     }
     scene.skins = {skin};
-    scene.primitives = {primitive};
+    scene.primitives = std::vector<ScenePrimitive>{primitive};
     scene.nodes[1].meshes = {{0, 0}};
     return scene;
 }
@@ -759,7 +759,7 @@ TEST(Textures, CropIsClampedAndMeshesWithoutCoordinatesHaveNone)
 TEST(Morphs, EnterTheGeometryAndGiveKeys)
 {
     Scene scene = MakeTree({{"face", -1}});
-    scene.primitives = {OneTriangle()};
+    scene.primitives = std::vector<ScenePrimitive>{OneTriangle()};
     scene.primitives[0].morphDeltas = {{{0, 0, 8}, {}, {}}, {{4, 0, 0}, {}, {}}};
     scene.nodes[0].meshes = {{0, -1}};
     scene.nodes[0].morphWeights = {0.0, 0.5};

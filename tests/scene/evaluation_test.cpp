@@ -261,7 +261,7 @@ TEST(WorldPositions, FollowMorphsJointsAndParents)
     primitive.morphDeltas = {{{0, 0, 4}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}};
     primitive.influenceStarts = {0, 1, 2, 5, 5};
     primitive.influences = {{0, 1.0}, {1, 0.5}, {0, 1.0}, {1, 2.0}, {1, 1.0}};
-    scene.primitives = {primitive};
+    scene.primitives = std::vector<ScenePrimitive>{primitive};
     scene.nodes[3].meshes = {{0, 0}, {0, -1}};
     scene.clips.resize(1);
     SceneChannel bend = MakeChannel(2, ScenePath::Rotation, SceneInterpolation::Step, {0.0, 1.0},

@@ -358,7 +358,7 @@ TEST(AssimpReader, MorphTargetsAreDifferences)
     Scene scene;
     std::string error;
     ASSERT_TRUE(ReadAssimpScene(WriteTestFile("morph.gltf", text.Text()).c_str(), scene, error)) << error;
-    const std::vector<Double3>& deltas = scene.primitives.at(0).morphDeltas.at(0);
+    const std::vector<Double3>& deltas = scene.primitives[0].morphDeltas.at(0);
     ExpectPoint(deltas[0], 0, 0, 2);
     ExpectPoint(deltas[1], 0, 2, 0);
     ExpectPoint(deltas[2], 3, 0, 0);

@@ -39,33 +39,48 @@ static uint64_t EstimateFileSize(Model& model)
     return size + size / 16 + uint64_t{128} * (model.NumNodes() + model.NumPieces() + model.NumAnims());
 }
 
+// The proof's load, from the start of the stream.
+static bool LoadWritten(Model& scratch, ModelStream* pWritten)
+{
+    LoadRequest request;
+    request.m_pStream = pWritten;
+    request.m_bLoadChildModels = QZFALSE;
+    return pWritten->SeekTo(0) == 0 && scratch.Load(&request) == RESULT_OK;
+}
+
+// Writes the model into memory and loads that.
+static bool LoadAnotherWriting(Model& model, Model& scratch, uint32_t size)
+{
+    MemoryStream* pMemory = CreateMemoryStream(VERIFY_CACHE_SIZE);
+    if (!pMemory)
+        return false;
+    pMemory->Reserve(size);
+    const bool bLoaded = model.WriteSections(pMemory) && LoadWritten(scratch, pMemory);
+    pMemory->Release();
+    return bLoaded;
+}
+
 QZBOOL Model::Save(ModelStream* pStream)
 {
     OrderAnimsForSave();
-    if (MemoryStream* pGrowing = dynamic_cast<MemoryStream*>(pStream))
-        pGrowing->Reserve(static_cast<uint32_t>(std::min<uint64_t>(EstimateFileSize(*this), UINT32_MAX)));
+    MemoryStream* pOwn = dynamic_cast<MemoryStream*>(pStream);
+    if (pOwn)
+        pOwn->Reserve(static_cast<uint32_t>(std::min<uint64_t>(EstimateFileSize(*this), UINT32_MAX)));
+    // What goes into memory anyway, and nothing else there, needn't be written a second time.
+    const bool bIsProof = pOwn && pOwn->GetLength() == 0;
     if (!WriteSections(pStream))
         return QZFALSE;
 
     CountingAllocator allocCount(&g_DefaultAllocator);
     Model scratch(&allocCount, &g_DefaultAllocator);
     ModelAllocations allocs;
-    MemoryStream* pMemory = CreateMemoryStream(VERIFY_CACHE_SIZE);
-    if (!pMemory)
+    const uint32_t end = pStream->GetPosition();
+    if (bIsProof)
+        SetModelStamp(GetModelStamp() + 1); // as each writing does
+    if (!(bIsProof ? LoadWritten(scratch, pOwn) : LoadAnotherWriting(*this, scratch, end)))
         return QZFALSE;
-    pMemory->Reserve(pStream->GetPosition());
-    uint32_t result = RESULT_ERROR;
-    if (WriteSections(pMemory))
-    {
-        pMemory->SeekTo(0);
-        LoadRequest request;
-        request.m_pStream = pMemory;
-        request.m_bLoadChildModels = QZFALSE;
-        result = scratch.Load(&request);
-    }
-    pMemory->Release();
-    if (result != RESULT_OK)
-        return QZFALSE;
+    if (bIsProof)
+        pOwn->SeekTo(end);
 
     uint32_t testAllocationSize = 0;
     return ZOLT_ASSERT(allocs.InitFromModel(this), "allocs.InitFromModel(this)") &&

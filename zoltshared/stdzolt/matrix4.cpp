@@ -16,17 +16,23 @@ void Matrix4::Set(const float* pValues)
     std::memcpy(m, pValues, sizeof(m));
 }
 
+// The four sums of a row side by side, which compilers make vectors of; each is taken in the order of k.
 void Multiply(Matrix4& out, const Matrix4& a, const Matrix4& b)
 {
+    double rows[4][4];
+    for (int i = 0; i < 16; i++)
+        rows[i / 4][i % 4] = b.m[i];
     for (int r = 0; r < 4; r++)
     {
-        for (int c = 0; c < 4; c++)
+        double sums[4] = {};
+        for (int k = 0; k < 4; k++)
         {
-            double sum = 0.0;
-            for (int k = 0; k < 4; k++)
-                sum += double(a(r, k)) * b(k, c);
-            out(r, c) = static_cast<float>(sum);
+            const double factor = a(r, k);
+            for (int c = 0; c < 4; c++)
+                sums[c] += factor * rows[k][c];
         }
+        for (int c = 0; c < 4; c++)
+            out(r, c) = static_cast<float>(sums[c]);
     }
 }
 

@@ -10,7 +10,6 @@
 QZBOOL ClipAppender::Load(const char* pFilename, const char* pShownName, QZBOOL bDebug)
 {
     g_DebugMode = bDebug;
-    m_Filename.Set(pFilename);
     m_ShownName.Set(pShownName);
     ModelStream* pStream = OpenStdioStream(pFilename, "rb");
     LoadRequest request;
@@ -55,12 +54,12 @@ QZBOOL ClipAppender::Add(const char* pAnimName)
     return bAdded;
 }
 
-QZBOOL ClipAppender::Save()
+QZBOOL ClipAppender::Save(const char* pFilename)
 {
     // The stamp counts what was added, as if the file had been written each time.
     if (m_nAdded > 1)
         m_Model.SetModelStamp(m_Model.GetModelStamp() + m_nAdded - 1);
-    return WriteModelFile(&m_Model, m_Filename.GetString(), m_ShownName.GetString());
+    return WriteModelFile(&m_Model, pFilename, m_ShownName.GetString());
 }
 
 ModelAnim* ClipAppender::GetNewest() const

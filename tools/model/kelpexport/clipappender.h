@@ -14,8 +14,8 @@ public:
     QZBOOL Load(const char* pFilename, const char* pShownName, QZBOOL bDebug);
     // Adds the host's current scene as an animation of that name, or with a number behind it if there is one already.
     QZBOOL Add(const char* pAnimName);
-    // Back into the file.
-    QZBOOL Save();
+    // Into a file, which may be the one that was loaded.
+    QZBOOL Save(const char* pFilename);
 
     ConvModel& GetModel() { return m_Model; }
     // The animation that was added last, if any animation is the model's own: row CalcNumOwnAnims() - 1.
@@ -25,7 +25,6 @@ private:
     QZBOOL AddScene(const char* pAnimName);
 
     ConvModel m_Model;
-    OwnedString m_Filename;
     OwnedString m_ShownName;
     uint32_t m_nAdded = 0;
 };

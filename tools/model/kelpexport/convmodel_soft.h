@@ -60,6 +60,8 @@ public:
     // Writes the weight lists of the vertices, by ascending node index. Runs after ConvertScene. Fails without memory
     // and with more than 65535 weights on a vertex.
     QZBOOL ConvertVertexWeights();
+    // What has become weights of vertices, and the handles that it came by.
+    void DeleteEnvelopes();
     // True if any node has an envelope of the piece; needs Precalc.
     bool IsPieceEnveloped(uint32_t iPiece) const;
 
@@ -94,9 +96,16 @@ public:
 private:
     QZBOOL ReadScene(const DynArray<SAA_Elem, DefaultCache>& elements, int32_t bAppend, const char* pAnimName);
     QZBOOL ReadPiece(SoftNode* pNode);
-    // `skeleton` are all nodes, or empty until it is needed.
-    QZBOOL ReadEnvelopesBelow(SoftNode* pNode, DynArray<SoftNode*, DefaultCache>& skeleton);
-    QZBOOL ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, const class CtrlVertexLookup& lookup);
+    // All nodes, and their handles side by side: the host is asked about each of them for each mesh. Empty until
+    // needed.
+    struct Skeleton
+    {
+        QZBOOL Collect(SoftNode* pRoot);
+        DynArray<SoftNode*, DefaultCache> m_Nodes{256};
+        DynArray<SAA_Elem, DefaultCache> m_Handles{256};
+    };
+    QZBOOL ReadEnvelopesBelow(SoftNode* pNode, Skeleton& skeleton);
+    QZBOOL ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVertices, const class CtrlVertexLookup& lookup);
     SoftNode* GetSoftRoot() const { return static_cast<SoftNode*>(GetRootNode()); }
     SoftNode* GetSoftNode(uint32_t i) const { return static_cast<SoftNode*>(GetNode(i)); }
 

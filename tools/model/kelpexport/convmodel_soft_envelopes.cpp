@@ -26,12 +26,9 @@ QZBOOL ConvModel_Soft::ReadVertexWeights()
     return WeightUnenvelopedPieces();
 }
 
-// Takes over the vertices of pNode's mesh that pSkel moves. Fails only without memory.
-QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, const CtrlVertexLookup& lookup)
+// Takes over the vertices of pNode's mesh that pSkel moves, of which there are nVertices. Fails only without memory.
+QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVertices, const CtrlVertexLookup& lookup)
 {
-    int nVertices = 0;
-    if (SAA_envelopeGetNbCtrlVertices(m_pScene, &pSkel->m_Elem, 1, &pNode->m_Elem, &nVertices) != 0 || nVertices <= 0)
-        return QZTRUE;
     const int nRoom = nVertices;
     DynArray<SAA_SubHandle, DefaultCache> verts;
     DynArray<float, DefaultCache> weights;
@@ -90,26 +87,40 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, const Ctrl
     return QZTRUE;
 }
 
+QZBOOL ConvModel_Soft::Skeleton::Collect(SoftNode* pRoot)
+{
+    if (m_Handles.GetSize() != 0)
+        return QZTRUE;
+    if (!pRoot->CollectNodes(m_Nodes) || !m_Handles.SetSize(m_Nodes.GetSize()))
+        return QZFALSE;
+    for (uint32_t i = 0; i < m_Nodes.GetSize(); ++i)
+        m_Handles[i] = m_Nodes[i]->m_Elem;
+    return QZTRUE;
+}
+
 QZBOOL ConvModel_Soft::ReadNodeEnvelopes(SoftNode* pNode)
 {
-    DynArray<SoftNode*, DefaultCache> skeleton(256);
+    Skeleton skeleton;
     return ReadEnvelopesBelow(pNode, skeleton);
 }
 
-QZBOOL ConvModel_Soft::ReadEnvelopesBelow(SoftNode* pNode, DynArray<SoftNode*, DefaultCache>& skeleton)
+QZBOOL ConvModel_Soft::ReadEnvelopesBelow(SoftNode* pNode, Skeleton& skeleton)
 {
     if (pNode->m_PieceIndex >= 0 && pNode->m_EnvelopeType == SAA_ENVELOPE_SKELETON)
     {
-        if (skeleton.GetSize() == 0 && !GetSoftRoot()->CollectNodes(skeleton))
+        if (!skeleton.Collect(GetSoftRoot()))
         {
             ShowOutOfMemory();
             return QZFALSE;
         }
         CtrlVertexLookup lookup;
         lookup.Build(pNode->m_CtrlVertices);
-        for (uint32_t i = 0; i < skeleton.GetSize(); ++i)
+        const SAA_Elem* pHandles = skeleton.m_Handles.GetArray();
+        for (uint32_t i = 0; i < skeleton.m_Handles.GetSize(); ++i)
         {
-            if (!ReadEnvelope(pNode, skeleton[i], lookup))
+            int nVertices = 0;
+            if (SAA_envelopeGetNbCtrlVertices(m_pScene, &pHandles[i], 1, &pNode->m_Elem, &nVertices) == 0 &&
+                nVertices > 0 && !ReadEnvelope(pNode, skeleton.m_Nodes[i], nVertices, lookup))
                 return QZFALSE;
         }
     }
@@ -220,6 +231,12 @@ static void ForEachWeight(const Model* pModel, const DynArray<uint32_t, DefaultC
             }
         }
     }
+}
+
+void ConvModel_Soft::DeleteEnvelopes()
+{
+    for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
+        GetSoftNode(i)->DeleteEnvelopes();
 }
 
 QZBOOL ConvModel_Soft::ConvertVertexWeights()

@@ -140,6 +140,7 @@ bool ExportRun::TakeGeometry()
         ShowMessage(MESSAGE_OK, "Error converting vertex weights.");
         return false;
     }
+    m_Source.DeleteEnvelopes();
     if (!m_Destination.CopyModelFrom(&m_Source))
     {
         ShowMessage(MESSAGE_OK, "Error copying model geometry.");
@@ -152,7 +153,9 @@ bool ExportRun::TakeGeometry()
 
 bool ExportRun::AddAnimation()
 {
-    return ShowAddResult(m_Destination.AddAnims(&m_Source), m_Filename.GetString());
+    const bool bAdded = ShowAddResult(m_Destination.AddAnims(&m_Source), m_Filename.GetString());
+    m_Source.Term(QZTRUE); // the writing needs its memory
+    return bAdded;
 }
 
 bool ExportRun::WriteFile()

@@ -21,8 +21,15 @@ SoftNode::SoftNode(Model* pModel) : ConvNode(pModel)
 
 SoftNode::~SoftNode()
 {
+    DeleteEnvelopes();
+}
+
+void SoftNode::DeleteEnvelopes()
+{
     for (uint32_t i = 0; i < m_Envelopes.GetSize(); ++i)
         delete m_Envelopes[i];
+    m_Envelopes.Term();
+    m_CtrlVertices.Term();
 }
 
 static bool IsOfMesh(const Model* pModel, const Envelope* pEnvelope, const ModelPieceLOD* pLOD)

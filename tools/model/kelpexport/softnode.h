@@ -23,6 +23,8 @@ public:
     bool FindCtrlVertex(const SAA_SubHandle& handle, uint32_t* pIndex) const;
     // Appends the node and its subtree in pre-order; false without memory.
     QZBOOL CollectNodes(DynArray<SoftNode*, DefaultCache>& list);
+    // The control vertices too, which are known by envelopes alone.
+    void DeleteEnvelopes();
 
     SoftNode* GetSoftChild(uint32_t index) const { return static_cast<SoftNode*>(GetChild(index)); }
 
