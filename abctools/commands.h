@@ -2,6 +2,7 @@
 // status: 0, or 1 after a failure, of one file if there are several (or, for RunCheck, a fault).
 #pragma once
 
+#include "abctools/edit/editoptions.h"
 #include "abctools/picture.h"
 #include "abctools/pose.h"
 #include "commandline/command.h"
@@ -85,6 +86,10 @@ struct DiffOptions
 // A line for each difference (modeldiff.h), or one JSON document. Status 1 if there is one.
 int RunDiff(const DiffOptions& options, std::ostream& out, std::ostream& err);
 
+// Carries out operations on a model, with its child models as in RunCopy, and saves it, or with m_bDryRun only tells
+// what they would do. If one fails, or the result would have a fault that the model hasn't, nothing is written.
+int RunEdit(const EditOptions& options, std::ostream& out, std::ostream& err);
+
 // The same as commands of a program, with their options, help and examples: see commandtable.cpp.
 Command MakeInfoCommand();
 Command MakeCheckCommand();
@@ -94,4 +99,5 @@ Command MakeDiffCommand();
 Command MakeConvertCommand();
 Command MakeViewCommand();
 Command MakePictureCommand();
+Command MakeEditCommand();
 Command MakeHelpCommand();

@@ -21,6 +21,7 @@ static Command (*const COMMANDS[])() = {
     MakeConvertCommand,
     MakeViewCommand,
     MakePictureCommand,
+    MakeEditCommand,
     MakeHelpCommand,
 };
 // clang-format on
