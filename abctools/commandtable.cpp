@@ -22,6 +22,7 @@ static Command (*const COMMANDS[])() = {
     MakeViewCommand,
     MakePictureCommand,
     MakeEditCommand,
+    MakeAppendCommand,
     MakeHelpCommand,
 };
 // clang-format on

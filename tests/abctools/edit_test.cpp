@@ -459,3 +459,57 @@ TEST_F(EditTest, ALodHasTheVerticesAndWeightsOfTheMesh)
         EXPECT_EQ(memcmp(lod.GetVert(i)->m_Weights, piece.GetVert(iSource)->m_Weights, 2 * sizeof(ModelVertWeight)), 0);
     }
 }
+
+TEST_F(EditTest, AnAppendGoesByShapeOrByName)
+{
+    WriteBytes(m_Folder / "dest.abc", BytesOf(*MakeTestModel()));
+    WriteBytes(m_Folder / "run.abc", BytesOf(*MakeChildModel("Run", 50.0f)));
+    abc::Random random(7);
+    abc::File other;
+    other.nodes = {{.name = "root"},
+                   {.name = "rig:HAND", .parent = 0},
+                   {.name = "extra", .parent = 0},
+                   {.name = "rig:Spine", .parent = 2}};
+    other.anims = {random.Animation("dance", 4, 5), random.Animation("walk", 4, 2)};
+    other.anims[0].translation = {};
+    Write("other.abc", other.Write());
+    const auto append = [&](std::vector<std::string> words)
+    {
+        words.insert(words.begin(), {"append", m_Folder / "dest.abc", "-o", m_Folder / "out.abc"});
+        m_Outcome = Abctool(words);
+        return m_Outcome.m_Status == STATUS_RIGHT ? LoadBytes(ReadBytes(m_Folder / "out.abc")) : nullptr;
+    };
+
+    ModelPointer model = append({m_Folder / "run.abc"});
+    ASSERT_TRUE(model) << m_Outcome.m_Err;
+    ASSERT_EQ(model->NumAnims(), 3u);
+    EXPECT_STREQ(model->GetAnim(2)->GetName(), "Run0");
+    EXPECT_EQ(model->GetAnim(2)->m_AnimNodes[0]->m_KeyFrames[1].m_vTranslation.x, 50.0f);
+    model = append({m_Folder / "run.abc", "--replace"});
+    ASSERT_TRUE(model) << m_Outcome.m_Err;
+    ASSERT_EQ(model->NumAnims(), 2u);
+    EXPECT_STREQ(model->GetAnim(0)->GetName(), "Run");
+    EXPECT_EQ(model->GetAnim(0)->GetAnimTime(), 1000u);
+
+    EXPECT_FALSE(append({m_Folder / "run.abc", m_Folder / "other.abc"}));
+    EXPECT_NE(m_Outcome.m_Err.find("--fit helps"), std::string::npos) << m_Outcome.m_Err;
+    EXPECT_FALSE(append({m_Folder / "run.abc", "--anim", "hop"}));
+    EXPECT_NE(m_Outcome.m_Err.find("no source has an animation hop"), std::string::npos) << m_Outcome.m_Err;
+
+    model = append({m_Folder / "run.abc", m_Folder / "other.abc", "--fit", "--anim", "dance"});
+    ASSERT_TRUE(model) << m_Outcome.m_Err;
+    ASSERT_EQ(model->NumAnims(), 3u);
+    EXPECT_NE(m_Outcome.m_Out.find("not in the model, left out with their motion handed down: 1 node (extra)"),
+              std::string::npos)
+        << m_Outcome.m_Out;
+    const abc::File fitted = Described(*model);
+    for (uint32_t time = 0; time <= 400; time += 100)
+    {
+        EXPECT_LT(Distance(PointAt(fitted, 2, time, "hand", {1, 2, 3}), PointAt(other, 0, time, "rig:HAND", {1, 2, 3})),
+                  1e-4);
+        EXPECT_LT(
+            Distance(PointAt(fitted, 2, time, "spine", {3, 1, 2}), PointAt(other, 0, time, "rig:Spine", {3, 1, 2})),
+            1e-4);
+        EXPECT_EQ(fitted.anims[2].tracks[3][time / 100].t, fitted.anims[0].tracks[3][0].t);
+    }
+}
