@@ -107,8 +107,26 @@ Command MakeCheckCommand()
     command.m_Options.AddFlag("-q,--quiet", pOptions->m_bQuiet, "Faults only");
     command.m_Options.AddFlag("--json", pOptions->m_bJson,
                               "Print JSON: an object, or a list of them for several files");
+    command.m_Options
+        .AddText("--fix", "OUT", pOptions->m_FixPath,
+                 "Write a file in which is mended what can be without a guess (unit lengths, key times, idle weights, "
+                 "counts), and tell what was done; for one FILE")
+        .m_Kind = ValueKind::File;
+    command.m_Check = [pOptions]
+    {
+        if (pOptions->m_FixPath.empty())
+            return "";
+        return pOptions->m_bJson ? "--fix and --json don't go together"
+                                 : (pOptions->m_Paths.size() == 1 ? "" : "--fix is for one file");
+    };
     command.m_Examples = {{"abctool check strider.abc", "Is the file valid, and does it hold what an engine dislikes?"},
                           {"abctool check --quiet models/*.abc", "Only the faults of many files."}};
-    command.m_Run = [pOptions](std::ostream& out, std::ostream& err) { return RunCheck(*pOptions, out, err); };
+    command.m_Run = [pOptions](std::ostream& out, std::ostream& err)
+    {
+        const CheckOptions& given = *pOptions;
+        if (given.m_FixPath.empty())
+            return RunCheck(given, out, err);
+        return RunFix(given.m_Paths[0], given.m_FixPath, given.m_bExport, given.m_bQuiet, out, err);
+    };
     return command;
 }

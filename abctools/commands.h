@@ -2,6 +2,7 @@
 // status: 0, or 1 after a failure, of one file if there are several (or, for RunCheck, a fault).
 #pragma once
 
+#include "abctools/edit/editoptions.h"
 #include "abctools/picture.h"
 #include "abctools/pose.h"
 #include "commandline/command.h"
@@ -32,10 +33,16 @@ struct CheckOptions
     bool m_bExport = false;
     bool m_bQuiet = false;
     bool m_bJson = false;
+    std::string m_FixPath = std::string(); // mend the one file instead: see RunFix
 };
 
 int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err);
 int RunCheck(const std::vector<std::string>& paths, bool bExport, bool bQuiet, std::ostream& out, std::ostream& err);
+
+// Mends a model (fixmodel.h) and writes the result to outPath; tells what was done and what the file had that the
+// result hasn't. With faults left, which are told, nothing is written and the status is 1.
+int RunFix(const std::string& path, const std::string& outPath, bool bExport, bool bQuiet, std::ostream& out,
+           std::ostream& err);
 
 // Loads a model, with the child models of its folder, so that their bindings are kept, and saves it. The stamp moves on
 // as with any save. Both paths may name one file; on failure outPath isn't touched.
@@ -85,6 +92,24 @@ struct DiffOptions
 // A line for each difference (modeldiff.h), or one JSON document. Status 1 if there is one.
 int RunDiff(const DiffOptions& options, std::ostream& out, std::ostream& err);
 
+// Carries out operations on a model, with its child models as in RunCopy, and saves it, or with m_bDryRun only tells
+// what they would do. If one fails, or the result would have a fault that the model hasn't, nothing is written.
+int RunEdit(const EditOptions& options, std::ostream& out, std::ostream& err);
+
+struct AppendOptions
+{
+    std::string m_InPath;
+    std::vector<std::string> m_SourcePaths;
+    std::string m_OutPath;
+    std::vector<std::string> m_Anims; // only these; empty: all
+    bool m_bReplace = false;          // in the place of one of the same name
+    bool m_bFit = false;              // by node names where the trees differ
+    bool m_bJson = false;
+};
+
+// Adds the own animations of other models to a model (ConvModel::AddAnims, or AnimFit), all or nothing.
+int RunAppend(const AppendOptions& options, std::ostream& out, std::ostream& err);
+
 // The same as commands of a program, with their options, help and examples: see commandtable.cpp.
 Command MakeInfoCommand();
 Command MakeCheckCommand();
@@ -94,4 +119,6 @@ Command MakeDiffCommand();
 Command MakeConvertCommand();
 Command MakeViewCommand();
 Command MakePictureCommand();
+Command MakeEditCommand();
+Command MakeAppendCommand();
 Command MakeHelpCommand();

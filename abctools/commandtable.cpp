@@ -21,6 +21,8 @@ static Command (*const COMMANDS[])() = {
     MakeConvertCommand,
     MakeViewCommand,
     MakePictureCommand,
+    MakeEditCommand,
+    MakeAppendCommand,
     MakeHelpCommand,
 };
 // clang-format on

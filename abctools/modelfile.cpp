@@ -4,6 +4,7 @@
 #include "abctools/format.h"
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelallocations.h"
+#include "engine/model/src/modelfolder.h"
 #include "engine/model/src/modelformat.h"
 #include "engine/model/src/seektosection.h"
 #include "zoltshared/stdzolt/fixedmemorystream.h"
@@ -27,7 +28,7 @@ QuietAssertions::~QuietAssertions()
     SetAssertionSink(m_pOld);
 }
 
-bool ReadModelBytes(const std::string& path, std::vector<uint8_t>& bytes, std::string& error)
+bool ReadAllBytes(const std::string& path, std::vector<uint8_t>& bytes, std::string& error)
 {
     std::error_code code;
     const std::filesystem::file_status status = std::filesystem::status(path, code);
@@ -47,11 +48,6 @@ bool ReadModelBytes(const std::string& path, std::vector<uint8_t>& bytes, std::s
         error = "it can't be read: " + code.message();
         return false;
     }
-    if (length > UINT32_MAX)
-    {
-        error = "it is not a model file: it is too long for one";
-        return false;
-    }
     FILE* pFile = std::fopen(path.c_str(), "rb");
     if (!pFile)
     {
@@ -67,6 +63,17 @@ bool ReadModelBytes(const std::string& path, std::vector<uint8_t>& bytes, std::s
         return false;
     }
     return true;
+}
+
+bool ReadModelBytes(const std::string& path, std::vector<uint8_t>& bytes, std::string& error)
+{
+    std::error_code code;
+    if (std::filesystem::file_size(path, code) > UINT32_MAX && !code)
+    {
+        error = "it is not a model file: it is too long for one";
+        return false;
+    }
+    return ReadAllBytes(path, bytes, error);
 }
 
 // Why a load failed: the loader's own words, but for what is no model file or none that can be read.
@@ -114,9 +121,24 @@ bool WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes, std
     return bWritten;
 }
 
-bool SaveModelFile(const std::string& path, Model& model, std::string& error)
+bool LoadWithChildren(std::span<const uint8_t> bytes, ModelFolder& folder, Model& model,
+                      std::vector<std::string>& warnings, std::string& error)
 {
-    // The file isn't even opened before the bytes are known to be a model.
+    LoadRequest request;
+    folder.Attach(&request);
+    if (!LoadModelBytes(bytes, model, request, error))
+        return false;
+    for (uint32_t i = 1; i < model.NumChildModels(); ++i)
+    {
+        if (!model.GetChildModel(i)->m_pModel)
+            warnings.push_back("child model " + std::string(model.GetChildModel(i)->m_pName) +
+                               " isn't in its folder, so its bindings are left out");
+    }
+    return true;
+}
+
+bool SaveModelBytes(Model& model, std::vector<uint8_t>& bytes, std::string& error)
+{
     const auto release = [](MemoryStream* pStream) { pStream->Release(); };
     const std::unique_ptr<MemoryStream, decltype(release)> stream(new MemoryStream(SAVE_CACHE_SIZE), release);
     Model proof(&g_DefaultAllocator, &g_DefaultAllocator);
@@ -128,7 +150,15 @@ bool SaveModelFile(const std::string& path, Model& model, std::string& error)
         error = "the model can't be saved";
         return false;
     }
-    return WriteWholeFile(path, std::span(stream->m_Data.GetArray(), stream->m_Data.GetSize()), error);
+    bytes.assign(stream->m_Data.GetArray(), stream->m_Data.GetArray() + stream->m_Data.GetSize());
+    return true;
+}
+
+bool SaveModelFile(const std::string& path, Model& model, std::string& error)
+{
+    // The file isn't even opened before the bytes are known to be a model.
+    std::vector<uint8_t> bytes;
+    return SaveModelBytes(model, bytes, error) && WriteWholeFile(path, bytes, error);
 }
 
 std::string FolderOf(const std::string& path)

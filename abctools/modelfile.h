@@ -13,6 +13,7 @@
 
 ZOLT_BEGIN_NAMESPACE
 class Model;
+class ModelFolder;
 struct LoadRequest;
 ZOLT_END_NAMESPACE
 
@@ -29,10 +30,18 @@ private:
     AssertionSink m_pOld;
 };
 
+bool ReadAllBytes(const std::string& path, std::vector<uint8_t>& bytes, std::string& error);
 bool ReadModelBytes(const std::string& path, std::vector<uint8_t>& bytes, std::string& error);
 
 // Loads the bytes of a file into a model; the request's stream is set for the time of the call.
 bool LoadModelBytes(std::span<const uint8_t> bytes, Model& model, LoadRequest& request, std::string& error);
+
+// The same with the child models of a folder, so that their bindings are kept. What isn't there is told in `warnings`.
+bool LoadWithChildren(std::span<const uint8_t> bytes, ModelFolder& folder, Model& model,
+                      std::vector<std::string>& warnings, std::string& error);
+
+// The bytes of a file of the model, which load.
+bool SaveModelBytes(Model& model, std::vector<uint8_t>& bytes, std::string& error);
 
 // Writes a model so that the file is replaced as a whole or not at all.
 bool SaveModelFile(const std::string& path, Model& model, std::string& error);

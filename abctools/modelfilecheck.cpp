@@ -47,17 +47,19 @@ static void CheckLoad(std::span<const uint8_t> bytes, std::vector<Finding>& find
     request.m_bLoadChildModels = QZFALSE;
     if (model.Load(&request) != RESULT_OK)
     {
-        findings.push_back({FindingKind::Fault, "the reader refuses it"});
+        findings.push_back({FindingKind::Fault, "the reader refuses it", false});
         return;
     }
     if (const char* pBroken = BrokenPromise(model))
-        findings.push_back({FindingKind::Fault, pBroken});
+        findings.push_back({FindingKind::Fault, pBroken, false});
     ModelAllocations allocs;
     uint32_t announced = 0;
     if (!model.LoadHeader(&stream, &allocs) || !allocs.CalcAllocationSize(announced) ||
         counting.m_TotalMemoryAllocated > announced)
-        findings.push_back({FindingKind::Fault, Format("a load takes %u bytes, the header's counts allow %u",
-                                                       counting.m_TotalMemoryAllocated, announced)});
+        findings.push_back(
+            {FindingKind::Fault,
+             Format("a load takes %u bytes, the header's counts allow %u", counting.m_TotalMemoryAllocated, announced),
+             false});
 }
 
 std::vector<Finding> CheckModelFile(std::span<const uint8_t> bytes, ModelFileTotals* pTotals)

@@ -6,6 +6,10 @@
 #include <string>
 #include <vector>
 
+// Near a half turn the float rule that keys are made by leaves them up to half a percent off; a pose makes up for it.
+constexpr double ROTATION_TOLERANCE = 0.01;
+constexpr double NORMAL_TOLERANCE = 1e-3;
+
 enum class FindingKind
 {
     Fault,   // no valid file has it
@@ -16,7 +20,8 @@ enum class FindingKind
 struct Finding
 {
     FindingKind m_Kind;
-    std::string m_Text; // may hold names as they stand in the file
+    std::string m_Text;   // may hold names as they stand in the file
+    bool m_bLost = false; // a load may pass over something, which a save of what it gives then lacks
 };
 
 // What a part of the file takes.

@@ -10,9 +10,6 @@
 #include <algorithm>
 #include <cmath>
 
-// Near a half turn the float rule that keys are made by leaves them up to half a percent off; a pose makes up for it.
-constexpr double ROTATION_TOLERANCE = 0.01;
-
 static const char* const SECTION_ORDER[] = {SECTION_HEADER,       SECTION_PIECES,    SECTION_NODES,
                                             SECTION_CHILD_MODELS, SECTION_ANIMATION, SECTION_SOCKETS,
                                             SECTION_ANIM_BINDINGS};
@@ -114,7 +111,7 @@ bool ModelFileWalk::WalkSection(const char* pName, bool (ModelFileWalk::*pBody)(
     if (!bWhole)
         return false;
     if (m_Reader.Position() != pSection->m_End)
-        Fault(Format("section %s ends at %zu, the next begins at %u", pName, m_Reader.Position(), pSection->m_End));
+        Lost(Format("section %s ends at %zu, the next begins at %u", pName, m_Reader.Position(), pSection->m_End));
     return true;
 }
 

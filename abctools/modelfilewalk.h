@@ -25,8 +25,9 @@ private:
         uint32_t m_End; // where the next one begins, or the end of the file
     };
 
-    void Add(FindingKind kind, const std::string& text) { m_Findings.push_back({kind, text}); }
+    void Add(FindingKind kind, const std::string& text) { m_Findings.push_back({kind, text, false}); }
     void Fault(const std::string& text) { Add(FindingKind::Fault, text); }
+    void Lost(const std::string& text) { m_Findings.push_back({FindingKind::Fault, text, true}); }
     bool Stop(const std::string& text);
 
     bool WalkChain();

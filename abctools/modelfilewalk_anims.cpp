@@ -160,7 +160,7 @@ bool ModelFileWalk::WalkBindings()
         if (m_Reader.Failed())
             return false;
         if (i == 0 && names != m_AnimNames)
-            Fault("the bindings of SELF don't name the animations");
+            Lost("the bindings of SELF don't name the animations");
         if (!bFinite)
             Fault(Format("a binding of child model %u isn't finite", i));
     }

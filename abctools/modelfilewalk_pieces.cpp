@@ -11,7 +11,6 @@
 
 // Shares are rounded to float, and so is their sum.
 constexpr double SHARE_TOLERANCE = 1e-4;
-constexpr double NORMAL_TOLERANCE = 1e-3;
 
 bool ModelFileWalk::WalkPieces()
 {

@@ -1,6 +1,7 @@
 #include "abctools/commands.h"
 #include "abctools/displaytext.h"
 #include "abctools/format.h"
+#include "abctools/linkchildmodel.h"
 #include "abctools/modelfile.h"
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelfolder.h"
@@ -14,34 +15,13 @@
 
 using nlohmann::ordered_json;
 
-// Links the files of --child behind the child models that the file names, with relations from the two bind poses.
+// Links the files of --child behind the child models that the file names.
 static bool LinkChildren(Model& model, const std::vector<std::string>& paths, std::string& error)
 {
     for (const std::string& path : paths)
     {
-        std::vector<uint8_t> bytes;
-        LoadRequest request;
-        request.m_bLoadChildModels = QZFALSE;
-        Model* pChild = Model::CreateModel();
-        char message[MODEL_ERRSTR_SIZE] = "Out of memory.";
-        std::string childError;
-        if (!pChild || !ReadModelBytes(path, bytes, childError) || !LoadModelBytes(bytes, *pChild, request, childError))
-        {
-            error = Format("child model %s: %s", path.c_str(), childError.c_str());
-            Model::DeleteModel(pChild);
+        if (!LinkChildModel(model, path, std::filesystem::path(path).filename().string(), error))
             return false;
-        }
-        const std::string name = std::filesystem::path(path).filename().string();
-        const bool bAlone = pChild->NumChildModels() == 1;
-        if (!bAlone || !model.AddChildModel(pChild, name.c_str(), message, QZTRUE))
-        {
-            error = Format("child model %s: %s", path.c_str(), bAlone ? message : "it has child models of its own");
-            if (error.back() == '.')
-                error.pop_back();
-            if (pChild->IsUnreferenced())
-                Model::DeleteModel(pChild);
-            return false;
-        }
     }
     return true;
 }

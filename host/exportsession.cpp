@@ -1,9 +1,7 @@
 #include "host/exportsession.h"
 
 #include "host/console.h"
-#include "host/counted.h"
 #include "host/fileclash.h"
-#include "host/fitsentences.h"
 #include "host/keepnodes.h"
 #include "host/preparejob.h"
 #include "host/reportfile.h"
@@ -11,6 +9,7 @@
 #include "host/scenelisting.h"
 #include "host/workingfolder.h"
 #include "saa/saahost.h"
+#include "tools/model/counted.h"
 #include "tools/model/kelpexport/clipappender.h"
 #include "win32/stateplaces.h"
 
@@ -200,7 +199,8 @@ void ExportSession::ExplainDifference(const CommandLineUser& user, ClipAppender*
         DescribeAppendTarget(appender->GetModel(), target);
     else if (!LoadAppendTarget(user.GetStaged(), target))
         return;
-    for (const std::string& sentence : ExplainRefusal(recorded, target))
+    const SceneTree tree = MakeSceneTree(recorded);
+    for (const std::string& sentence : ExplainRefusal(FIT_SCENE, tree.tree, tree.fixed, target.tree))
         m_Console.Error(sentence);
 }
 

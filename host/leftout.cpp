@@ -1,8 +1,8 @@
 #include "host/leftout.h"
 
-#include "host/counted.h"
 #include "host/sceneclips.h"
 #include "host/scenevertices.h"
+#include "tools/model/counted.h"
 #include "zoltshared/stdzolt/strcasecompare.h"
 
 #include <algorithm>

@@ -1,10 +1,9 @@
 #include "host/modelreport.h"
 
-#include "host/counted.h"
-#include "host/fitsentences.h"
 #include "host/loadmodelfile.h"
 #include "host/sceneclips.h"
 #include "scene/cliprange.h"
+#include "tools/model/counted.h"
 
 #include <algorithm>
 #include <cmath>
@@ -149,7 +148,10 @@ static bool ReportOnScene(Model& model, const std::vector<PlayedClip>& clips, bo
         return false;
     }
     if (!fresh && clips.front().sceneNodes.empty())
-        report.misplaced = DescribeMisplaced(recorded, MakeModelTree(model));
+    {
+        const SceneTree tree = MakeSceneTree(recorded);
+        report.misplaced = DescribeMisplaced(tree.tree, tree.fixed, MakeModelTree(model));
+    }
     comparison.Match(FindSkinPlaces(clips, fresh), static_cast<std::uint32_t>(kept->row), *kept);
     if (report.clips.empty())
     {

@@ -1,9 +1,9 @@
-// The node trees of a scene and of a model, as names and parents.
+// The node tree of a scene, as names and parents; tools/model/modeltree.h has that of a model.
 #pragma once
 
-#include "engine/model/src/model.h"
 #include "saa/recordedscene.h"
-#include "tools/model/matchnodes.h"
+#include "tools/model/fitsentences.h"
+#include "tools/model/modeltree.h"
 
 #include <vector>
 
@@ -16,5 +16,5 @@ struct SceneTree
 
 SceneTree MakeSceneTree(const RecordedScene& recorded);
 
-// Node i of the tree is node i of the model.
-NamedTree MakeModelTree(const Model& model);
+// What sentences on a fit call a scene.
+inline const FitSource FIT_SCENE = {"scene", "with _zN in the name, which keeps them"};

@@ -1,6 +1,5 @@
 #include "host/scenefit.h"
 
-#include "host/fitsentences.h"
 #include "scene/cliprange.h"
 #include "scene/rigidposes.h"
 
@@ -199,12 +198,12 @@ void SceneFit::Fit(const RecordedSceneOptions& options, Scene& fitted, RecordedS
 
 std::vector<std::string> SceneFit::Describe() const
 {
-    return DescribeFit(m_Tree.tree, m_Target.tree, m_Match, m_Difference);
+    return DescribeFit(FIT_SCENE, m_Tree.tree, m_Target.tree, m_Match, m_Difference);
 }
 
 std::vector<std::string> SceneFit::DescribeDoubts() const
 {
-    return DescribeChoices(m_Tree.tree, m_Target.tree, m_Match);
+    return DescribeChoices(FIT_SCENE, m_Tree.tree, m_Target.tree, m_Match);
 }
 
 static bool IsSteady(const LengthRange& range)

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <limits>
 #include <sstream>
@@ -57,6 +59,16 @@ static std::string FindingsText(const std::vector<uint8_t>& bytes, FindingKind k
     return text;
 }
 
+// The status of check --fix from in.abc to fixed.abc of a folder, and what it says.
+static int Fix(const TemporaryFolder& folder, const std::vector<uint8_t>& bytes, bool bExport, std::string& text)
+{
+    WriteBytes(folder / "in.abc", bytes);
+    std::ostringstream out;
+    const int status = RunFix(folder / "in.abc", folder / "fixed.abc", bExport, false, out, out);
+    text = out.str();
+    return status;
+}
+
 TEST(Check, ASoundModelHasNoFinding)
 {
     ModelFileTotals totals;
@@ -83,6 +95,7 @@ TEST(Check, FindsEachPlantedFault)
     {
         const char* m_pWord;
         std::function<void(DamagedFile&)> m_Damage;
+        bool m_bMended = false;
     };
     const Case cases[] = {
         {"not a model file", [](DamagedFile& f) { f.m_Bytes.clear(); }},
@@ -94,7 +107,7 @@ TEST(Check, FindsEachPlantedFault)
         {"section AnimBindings runs past", [](DamagedFile& f) { f.m_Bytes.pop_back(); }},
         {"section Nodes ends at", [](DamagedFile& f) { f.Put(f.Behind("upper") - 7 - 4, 0u); }},
         {"version 13, 9 to 12 can be read", [](DamagedFile& f) { f.Put(f.Body("Header"), 13u); }},
-        {"weight total", [](DamagedFile& f) { f.Put(f.Body("Pieces"), 27u); }},
+        {"weight total", [](DamagedFile& f) { f.Put(f.Body("Pieces"), 27u); }, true},
         {"weight total", [](DamagedFile& f) { f.Put(f.Body("Pieces"), 25u); }},
         {"piece body: a triangle index", [&](DamagedFile& f) { f.Put<uint16_t>(firstTri(f) + 8, 3); }},
         {"texture coordinates", [&](DamagedFile& f) { f.Put(firstTri(f) + 14, NOT_A_NUMBER); }},
@@ -109,7 +122,7 @@ TEST(Check, FindsEachPlantedFault)
          }},
         {"position or normal", [&](DamagedFile& f) { f.Put(firstVert(f) + 44, NOT_A_NUMBER); }},
         {"piece body: a parameter", [](DamagedFile& f) { f.Put(f.Behind("body") - 12, NOT_A_NUMBER); }},
-        {"pre-order", [](DamagedFile& f) { f.Put<uint16_t>(f.Behind("hand"), 3); }},
+        {"pre-order", [](DamagedFile& f) { f.Put<uint16_t>(f.Behind("hand"), 3); }, true},
         {"node hand: the matrix isn't finite", [&](DamagedFile& f) { f.Put(matrix(f, "hand"), NOT_A_NUMBER); }},
         {"node hand: the matrix isn't rigid", [&](DamagedFile& f) { f.Put(matrix(f, "hand"), 1.1f); }},
         {"node hand: the matrix isn't rigid", [&](DamagedFile& f) { f.Put(matrix(f, "hand") + 60, 2.0f); }},
@@ -120,18 +133,18 @@ TEST(Check, FindsEachPlantedFault)
         {"17 child models", [](DamagedFile& f) { f.Put(f.Body("ChildModels"), 17u); }},
         {"0 child models", [](DamagedFile& f) { f.Put(f.Body("ChildModels"), 0u); }},
         {"a relation isn't finite", [](DamagedFile& f) { f.Put(f.Body("ChildModels") + 8, NOT_A_NUMBER); }},
-        {"relations: a rotation", [](DamagedFile& f) { f.Put(f.Body("ChildModels") + 8 + 12, 0.5f); }},
+        {"relations: a rotation", [](DamagedFile& f) { f.Put(f.Body("ChildModels") + 8 + 12, 0.5f); }, true},
         {"animation run: the dimensions", [](DamagedFile& f) { f.Put(f.Body("Animation") + 4, NOT_A_NUMBER); }},
-        {"animation run: the first key is at 5", [&](DamagedFile& f) { f.Put(keyCount(f) + 4, 5u); }},
-        {"animation run: the key times fall", [&](DamagedFile& f) { f.Put(firstKey(f) - 6, 99u); }},
+        {"animation run: the first key is at 5", [&](DamagedFile& f) { f.Put(keyCount(f) + 4, 5u); }, true},
+        {"animation run: the key times fall", [&](DamagedFile& f) { f.Put(firstKey(f) - 6, 99u); }, true},
         {"animation run: a key isn't finite", [&](DamagedFile& f) { f.Put(firstKey(f), NOT_A_NUMBER); }},
-        {"animation run: a rotation", [&](DamagedFile& f) { f.Put(firstKey(f) + 12 + 4, 0.2f); }},
+        {"animation run: a rotation", [&](DamagedFile& f) { f.Put(firstKey(f) + 12 + 4, 0.2f); }, true},
         {"section Animation runs past", [&](DamagedFile& f) { f.Put(keyCount(f), 0x7FFFFFFFu); }},
         {"SELF don't name", [](DamagedFile& f) { f.m_Bytes[f.Behind("run", 1) - 1] = 'x'; }},
         {"a binding of child model 0", [](DamagedFile& f) { f.Put(f.Behind("run", 1) + 12, NOT_A_NUMBER); }},
         {"socket grip: it is on the missing node 9", [](DamagedFile& f) { f.Put(f.Body("Sockets") + 4, 9u); }},
         {"socket grip: the place", [](DamagedFile& f) { f.Put(f.Behind("grip") + 20, NOT_A_NUMBER); }},
-        {"socket grip: a rotation", [](DamagedFile& f) { f.Put(f.Behind("grip"), 1.0f); }},
+        {"socket grip: a rotation", [](DamagedFile& f) { f.Put(f.Behind("grip"), 1.0f); }, true},
     };
     for (const Case& c : cases)
     {
@@ -141,6 +154,13 @@ TEST(Check, FindsEachPlantedFault)
         EXPECT_NE(faults.find(c.m_pWord), std::string::npos) << c.m_pWord << " in\n" << faults;
         // The reader isn't said to refuse what the walk has explained.
         EXPECT_EQ(faults.find("the reader"), std::string::npos) << faults;
+
+        const TemporaryFolder folder;
+        std::string text;
+        EXPECT_EQ(Fix(folder, file.m_Bytes, false, text), c.m_bMended ? 0 : 1) << text;
+        EXPECT_EQ(std::filesystem::exists(folder / "fixed.abc"), c.m_bMended) << c.m_pWord;
+        EXPECT_EQ(FindingsText(ReadBytes(folder / "fixed.abc"), FindingKind::Fault).empty(), c.m_bMended) << c.m_pWord;
+        EXPECT_EQ(text.find(std::string("mended: ")) != std::string::npos, c.m_bMended) << text;
     }
     const char* const countNames[] = {"m_nKeyFrames",  "m_nAnims",   "m_nNodes",         "m_nPieces", "m_nChildModels",
                                       "m_nTris",       "m_nVerts",   "m_nVertexWeights", "m_nLODs",   "m_nSockets",
@@ -193,6 +213,12 @@ TEST(Check, WhatOnlyExportsHold)
     EXPECT_EQ(run(true, true, text), 1);
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 5);
     EXPECT_EQ(text.find("ok ("), std::string::npos);
+
+    EXPECT_EQ(Fix(folder, file.m_Bytes, true, text), 0);
+    for (const char* pDone :
+         {"piece body: 1 normal brought", "piece body: 1 triangle that", "piece body: 3 vertices in"})
+        EXPECT_NE(text.find(pDone), std::string::npos) << text;
+    EXPECT_EQ(FindingsText(ReadBytes(folder / "fixed.abc"), FindingKind::Export), "");
 }
 
 TEST(Check, NamesAndVerticesThatAreLikelyNotMeant)
@@ -208,4 +234,13 @@ TEST(Check, NamesAndVerticesThatAreLikelyNotMeant)
 
     model->GetAnim(1)->SetName("RUN");
     EXPECT_EQ(FindingsText(BytesOf(*model), FindingKind::Fault), "animation RUN: there are two of this name\n");
+
+    model->GetPiece(0)->m_Verts[1].m_Weights[1] = ModelVertWeight();
+    const TemporaryFolder folder;
+    std::string text;
+    EXPECT_EQ(Fix(folder, BytesOf(*model), false, text), 0) << text;
+    const ModelPointer fixed = LoadBytes(ReadBytes(folder / "fixed.abc"));
+    EXPECT_STREQ(fixed->GetAnim(1)->GetName(), "RUN0");
+    EXPECT_EQ(fixed->GetPiece(0)->m_Verts[1].m_nWeights, 1u);
+    EXPECT_EQ(fixed->GetPiece(0)->m_Verts[2].m_nWeights, 2u);
 }

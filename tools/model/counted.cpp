@@ -1,4 +1,4 @@
-#include "host/counted.h"
+#include "tools/model/counted.h"
 
 static std::string PluralOf(const std::string& thing)
 {
