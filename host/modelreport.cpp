@@ -1,6 +1,7 @@
 #include "host/modelreport.h"
 
 #include "host/loadmodelfile.h"
+#include "host/nodetrees.h"
 #include "host/sceneclips.h"
 #include "scene/cliprange.h"
 #include "tools/model/counted.h"
