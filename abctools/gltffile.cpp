@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <string_view>
 
 using nlohmann::ordered_json;
@@ -153,4 +154,9 @@ void GltfFile::MakeGltf(std::vector<uint8_t>& bytes)
 {
     const std::string text = Document(true).dump(1, ' ', true) + "\n";
     bytes.assign(text.begin(), text.end());
+}
+
+bool AreFinite(const std::vector<float>& values)
+{
+    return std::all_of(values.begin(), values.end(), [](float value) { return std::isfinite(value); });
 }

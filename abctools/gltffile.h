@@ -43,3 +43,6 @@ private:
     std::vector<std::pair<size_t, Target>> m_Views; // where each begins
     nlohmann::ordered_json m_Accessors = nlohmann::ordered_json::array();
 };
+
+// A glTF file holds no other numbers.
+bool AreFinite(const std::vector<float>& values);

@@ -114,16 +114,6 @@ static bool IsConstant(const std::vector<float>& values, size_t nComponents)
     return true;
 }
 
-static bool AreFinite(const std::vector<float>& values)
-{
-    for (const float value : values)
-    {
-        if (!std::isfinite(value))
-            return false;
-    }
-    return true;
-}
-
 static ordered_json AnimExtras(const AnimInfo& row)
 {
     const Vector3& dims = row.m_vDims;

@@ -272,11 +272,6 @@ static MeshArrays MakeArrays(const Model& model, const MeshParts& parts, const M
     return arrays;
 }
 
-static bool AreFinite(const std::vector<float>& values)
-{
-    return std::all_of(values.begin(), values.end(), [](float value) { return std::isfinite(value); });
-}
-
 namespace
 {
 
