@@ -74,7 +74,10 @@ function(zolt_add_tests name)
     target_link_libraries(${name} PRIVATE zolt_options ${ARGN} GTest::gtest GTest::gtest_main)
     # What is tested is optimised; the tests themselves only have to be compiled soon.
     target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1> $<$<CONFIG:RelWithDebInfo>:-O0>)
-    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests UNITY_BUILD OFF)
+    set_target_properties(${name} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests
+        UNITY_BUILD ${ZOLT_SANITIZE}
+        UNITY_BUILD_BATCH_SIZE 4)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()
