@@ -192,8 +192,13 @@ int32_t zolt_node_parent(const zolt_model* model, uint32_t node)
 int zolt_node_bind_matrix(const zolt_model* model, uint32_t node, float out[16])
 {
     const ModelNode* pNode = FindNode(model, node);
-    if (!pNode || (!out && !SetZoltError("out is null")))
+    if (!pNode)
         return 0;
+    if (!out)
+    {
+        SetZoltError("out is null");
+        return 0;
+    }
     std::memcpy(out, pNode->GetGlobalTransform()->m, 16 * sizeof(float));
     return 1;
 }

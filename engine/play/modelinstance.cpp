@@ -280,7 +280,7 @@ bool ModelInstance::GetSkinMatrices(float* pOut, MatrixLayout layout) const
             for (int c = 0; c < 4; ++c)
                 pOut[bByRows ? 4 * r + c : nRows * c + r] = skin(r, c);
         }
-        pOut += 4 * nRows;
+        pOut += static_cast<size_t>(4) * nRows;
     }
     return true;
 }
