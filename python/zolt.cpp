@@ -235,6 +235,7 @@ static void SetHandler(PyFigure& figure, const py::object& handler)
 static void StepMany(const std::vector<PyFigure*>& figures, float seconds, PyPool* pPool)
 {
     std::vector<zolt_figure*> handles;
+    handles.reserve(figures.size());
     for (PyFigure* pFigure : figures)
         handles.push_back(pFigure ? pFigure->Get() : nullptr);
     Check(zolt_step_many(pPool ? pPool->m_pPool.get() : nullptr, handles.size(), handles.data(), seconds));

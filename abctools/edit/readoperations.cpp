@@ -10,7 +10,7 @@
 using nlohmann::json;
 
 // `where` tells which operation of the file it is.
-static bool AddStep(std::string name, std::vector<std::string> values, const std::string& where,
+static bool AddStep(const std::string& name, std::vector<std::string> values, const std::string& where,
                     std::vector<EditStep>& steps, std::string& error)
 {
     const EditOperation* pOperation = FindEditOperation(name.starts_with("--") ? name.substr(2) : name);

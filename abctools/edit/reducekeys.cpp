@@ -211,6 +211,7 @@ bool ReduceKeys(Model& model, uint32_t iAnim, double tolerance, KeyReduction& re
     if (kept.empty())
         return false;
     std::vector<RebuiltKey> keys;
+    keys.reserve(kept.size());
     for (const uint32_t i : kept)
         keys.push_back({{i, i, 0.0f}, anim.m_KeyFrames[i].m_Time, anim.m_KeyFrames[i].m_pString});
     reduction.m_nAfter = static_cast<uint32_t>(keys.size());

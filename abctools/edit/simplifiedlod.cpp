@@ -55,7 +55,8 @@ static std::vector<unsigned> Simplify(const CornerMesh& mesh, double ratio, bool
     error = 0.0;
     if (indices.empty())
         return indices;
-    const size_t target = 3 * static_cast<size_t>(ratio * static_cast<double>(indices.size() / 3));
+    const size_t nTriangles = indices.size() / 3;
+    const size_t target = 3 * static_cast<size_t>(ratio * static_cast<double>(nTriangles));
     float part = 0.0f;
     indices.resize(meshopt_simplify(indices.data(), mesh.m_Indices.data(), indices.size(), mesh.m_Places.data(),
                                     nCorners, STRIDE, target, 1.0f, bLockBorder ? meshopt_SimplifyLockBorder : 0,
