@@ -6,7 +6,8 @@
 //
 //   nodes        node i of the model is node i of the file, at rest in its bind pose
 //   pieces       a mesh each; if it moves with one node, it hangs there, else it has a skin of all nodes. Corners of
-//                one vertex with other texture coordinates are vertices of their own. A material for each texture index
+//                one vertex with other texture coordinates are vertices of their own. A material for each texture
+//                index. Shares make 1; where the model's weights don't, _WEIGHT_SUM tells their sum, for a way back
 //   LODs         the coarser meshes as nodes outside the scene, by MSFT_lod
 //   sockets      nodes below their node, with {"socket": true}
 //   animations   every row of the animation table, those of child models that are at hand included, with keys at the

@@ -11,6 +11,8 @@ using nlohmann::ordered_json;
 
 // A vertex whose places by its weights differ by more than this part of the model's radius is told of.
 static constexpr double MAX_DISAGREEMENT = 1e-5;
+// Weights whose sum is further from 1 have it stated.
+static constexpr double WEIGHT_SUM_ROUNDING = 1e-6;
 
 namespace
 {
@@ -26,6 +28,7 @@ struct SkinnedVertex
 {
     double m_Position[3];                // model space, bind pose
     std::vector<Influence> m_Influences; // the greatest share first; never empty
+    double m_WeightSum = 1.0;            // of the model's weights, of which the shares are
 };
 
 // The vertex of a mesh of the file: of one vertex of the model with one pair of texture coordinates.
@@ -71,7 +74,7 @@ static double Distance(const double a[3], const double b[3])
 // as the model does whatever position is stored.
 static SkinnedVertex SkinVertex(const Model& model, const ModelVert& vert, MeshFaults& faults)
 {
-    SkinnedVertex vertex = {{vert.m_vPos.x, vert.m_vPos.y, vert.m_vPos.z}, {}};
+    SkinnedVertex vertex = {{vert.m_vPos.x, vert.m_vPos.y, vert.m_vPos.z}, {}, 1.0};
     double sum = 0.0;
     for (uint32_t i = 0; i < vert.m_nWeights; ++i)
     {
@@ -96,6 +99,7 @@ static SkinnedVertex SkinVertex(const Model& model, const ModelVert& vert, MeshF
         vertex.m_Influences.push_back(root);
         return vertex;
     }
+    vertex.m_WeightSum = sum;
     double position[3] = {0.0, 0.0, 0.0};
     for (Influence& influence : vertex.m_Influences)
     {
@@ -202,6 +206,7 @@ struct MeshArrays
     std::vector<float> m_TexCoords;
     std::vector<std::vector<uint16_t>> m_Joints; // four to a vertex, in as many sets as the greatest number needs
     std::vector<std::vector<float>> m_Weights;
+    std::vector<float> m_WeightSums; // for each vertex; empty if all are 1
 };
 
 } // namespace
@@ -268,6 +273,13 @@ static MeshArrays MakeArrays(const Model& model, const MeshParts& parts, const M
     {
         AddPlace(model, parts, gltfVert, mesh, arrays, faults);
         AddShares(parts.m_Verts[gltfVert.m_iVert], arrays);
+    }
+    const auto isScaled = [&](const GltfVertex& gltfVert)
+    { return std::abs(parts.m_Verts[gltfVert.m_iVert].m_WeightSum - 1.0) > WEIGHT_SUM_ROUNDING; };
+    if (!arrays.m_Joints.empty() && std::any_of(parts.m_GltfVerts.begin(), parts.m_GltfVerts.end(), isScaled))
+    {
+        for (const GltfVertex& gltfVert : parts.m_GltfVerts)
+            arrays.m_WeightSums.push_back(static_cast<float>(parts.m_Verts[gltfVert.m_iVert].m_WeightSum));
     }
     return arrays;
 }
@@ -368,6 +380,8 @@ private:
             attributes[Format("JOINTS_%zu", i)] = m_File.AddJoints(arrays.m_Joints[i], m_Model.NumNodes() - 1);
             add(Format("WEIGHTS_%zu", i), arrays.m_Weights[i], "VEC4");
         }
+        if (!arrays.m_WeightSums.empty())
+            add("_WEIGHT_SUM", arrays.m_WeightSums, "SCALAR");
         m_bSkin = m_bSkin || !arrays.m_Joints.empty();
         m_File.BeginView(GltfFile::TARGET_INDICES);
         const size_t iIndices = m_File.AddIndices(parts.m_Indices, static_cast<uint32_t>(parts.m_GltfVerts.size()) - 1);

@@ -94,7 +94,7 @@ static MeshWeights SharesOf(const ScenePrimitive& primitive, const SceneSkin& sk
     {
         const SceneInfluence* begin = primitive.influences.data() + primitive.influenceStarts[v];
         const SceneInfluence* end = primitive.influences.data() + primitive.influenceStarts[v + 1];
-        const std::vector<VertexShare> all = FindShares(skin, begin, end);
+        const std::vector<VertexShare> all = FindShares(primitive, skin, begin, end);
         std::vector<VertexShare> shares = all;
         if (begin != end)
             MendShares(shares, -1);

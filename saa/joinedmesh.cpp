@@ -25,7 +25,8 @@ JoinedMesh JoinMesh(const Scene& scene, const SceneMeshUse& use, int node, const
                                         [&](const SceneInfluence& influence)
                                         { return !isShown[skin.joints[influence.joint]]; }),
                          influences.end());
-        std::vector<VertexShare> shares = FindShares(skin, influences.data(), influences.data() + influences.size());
+        std::vector<VertexShare> shares =
+            FindShares(primitive, skin, influences.data(), influences.data() + influences.size());
         mesh.changes.Add(MendShares(shares, fallback));
         for (const VertexShare& share : shares)
         {

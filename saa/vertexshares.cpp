@@ -6,6 +6,7 @@
 static const float LIMIT_PERCENT = 5.0F;
 static const double RAISED_FROM = 2.5;
 static const float LEAST_PERCENT = std::nextafter(LIMIT_PERCENT, 2.0F * LIMIT_PERCENT);
+static const double ROUNDING = 1e-6; // a model's least share, scaled to and fro, differs from it by less than this part
 
 void ShareChanges::Add(const ShareChanges& other)
 {
@@ -26,7 +27,8 @@ bool IsKeptPercent(double percent)
     return static_cast<double>(PercentAsFloat(percent)) / 100.0 > static_cast<double>(0.05F);
 }
 
-std::vector<VertexShare> FindShares(const SceneSkin& skin, const SceneInfluence* begin, const SceneInfluence* end)
+std::vector<VertexShare> FindShares(const ScenePrimitive& primitive, const SceneSkin& skin, const SceneInfluence* begin,
+                                    const SceneInfluence* end)
 {
     double sum = 0.0;
     std::vector<VertexShare> all;
@@ -34,6 +36,10 @@ std::vector<VertexShare> FindShares(const SceneSkin& skin, const SceneInfluence*
     {
         sum += influence->weight;
         all.push_back({skin.joints[influence->joint], influence->weight});
+    }
+    if (primitive.hasModelWeights)
+    {
+        sum = 1.0;
     }
     std::stable_sort(all.begin(), all.end(),
                      [](const VertexShare& a, const VertexShare& b) { return a.node < b.node; });
@@ -45,6 +51,17 @@ std::vector<VertexShare> FindShares(const SceneSkin& skin, const SceneInfluence*
             shares.push_back({share.node, 0.0});
         }
         shares.back().percent += 100.0 * share.percent / sum;
+    }
+    for (VertexShare& share : shares)
+    {
+        if (primitive.hasModelWeights && std::abs(share.percent / LEAST_PERCENT - 1.0) < ROUNDING)
+        {
+            share.percent = LEAST_PERCENT;
+        }
+        else if (primitive.hasModelWeights)
+        {
+            share.percent = std::min(share.percent, 100.0);
+        }
     }
     return shares;
 }

@@ -140,6 +140,38 @@ static bool ReadInfluences(GltfReading& reading, const tinygltf::Primitive& sour
     return true;
 }
 
+// _WEIGHT_SUM is an attribute of our own, which models that became glTF files have: what the weights of a vertex summed
+// up to in the model, before they were scaled to 1.
+static bool ReadWeightSums(GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
+{
+    const int accessor = FindAttribute(source.attributes, "_WEIGHT_SUM");
+    if (accessor < 0 || primitive.influenceStarts.empty())
+    {
+        return true;
+    }
+    Numbers sums;
+    if (!ReadAttribute(reading, accessor, "_WEIGHT_SUM", 1, GltfNumbers::Any, primitive.positions.size(), sums))
+    {
+        return false;
+    }
+    std::vector<SceneInfluence> scaled = primitive.influences;
+    for (std::size_t v = 0; v < sums.size(); ++v)
+    {
+        for (std::uint32_t i = primitive.influenceStarts[v]; i < primitive.influenceStarts[v + 1]; ++i)
+        {
+            scaled[i].weight *= sums[v];
+            if (!(scaled[i].weight > 0.0 && scaled[i].weight <= 1.001))
+            {
+                reading.Warn("_WEIGHT_SUM leads to a weight that no model has and is left out.");
+                return true;
+            }
+        }
+    }
+    primitive.influences.swap(scaled);
+    primitive.hasModelWeights = true;
+    return true;
+}
+
 static bool ReadMorphTargets(GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
 {
     const std::size_t nVertices = primitive.positions.size();
@@ -334,7 +366,8 @@ static bool ReadPrimitive(GltfReading& reading, const tinygltf::Primitive& sourc
     }
     primitive.positions = ToPoints(positions);
     if (!ReadTriangles(reading, source, primitive) || !ReadInfluences(reading, source, primitive) ||
-        !ReadTexCoords(reading, source, primitive) || !ReadMorphTargets(reading, source, primitive))
+        !ReadWeightSums(reading, source, primitive) || !ReadTexCoords(reading, source, primitive) ||
+        !ReadMorphTargets(reading, source, primitive))
     {
         return false;
     }

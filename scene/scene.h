@@ -60,6 +60,7 @@ struct ScenePrimitive
     std::vector<std::uint32_t> influenceStarts; // positions + 1 entries, rising from 0 to the last one's
                                                 // influences.size(), or empty for a primitive without weights
     std::vector<SceneInfluence> influences;     // those of vertex v from influenceStarts[v] to influenceStarts[v + 1]
+    bool hasModelWeights = false; // the weights are those of a model, to be taken over whatever they sum up to
     std::vector<std::vector<Double3>> morphDeltas; // for each morph target, what it adds to each position at weight 1
     int image = -1;                                // index into the scene's images, -1 for none
     SceneMeshExtras extras;

@@ -71,6 +71,7 @@ ScenePrimitive CopyTriangles(const ScenePrimitive& primitive, std::size_t begin,
     ScenePrimitive copy;
     copy.name = primitive.name;
     copy.image = primitive.image;
+    copy.hasModelWeights = primitive.hasModelWeights;
     copy.extras = primitive.extras;
     CopyVertices(primitive, used, copy);
     for (std::size_t i = begin; i < end; ++i)

@@ -588,10 +588,12 @@ TEST(Envelopes, SharesAreTheNearestThatAnExporterKeeps)
         std::vector<double> weights; // by node
         std::vector<std::pair<int, double>> shares;
         std::vector<std::size_t> changes; // raised, dropped, touched, mended
+        bool ofModel = false;
     };
     const Row rows[] = {
         {{3.0, 1.0}, {{0, 75.0}, {1, 25.0}}, {0, 0, 0, 0}},
         {{0.96, 0.04}, {{0, 96.0}, {1, least}}, {1, 0, 1, 0}},
+        {{0.99, double(0.05F) * (1.0 - 1e-7)}, {{0, 99.0}, {1, least}}, {0, 0, 0, 0}, true},
         {{0.95, 0.025, 0.025}, {{0, 95.0}, {1, least}, {2, least}}, {2, 0, 1, 0}},
         {{0.95, double(0.05F)}, {{0, 95.0}, {1, 5.0}}, {0, 0, 0, 0}},
         {{1.94, 0.04, 0.02}, {{0, 97.0}}, {0, 2, 1, 0}},
@@ -609,7 +611,10 @@ TEST(Envelopes, SharesAreTheNearestThatAnExporterKeeps)
             influences.push_back({static_cast<std::uint32_t>(row.weights.size() - 1 - i),
                                   row.weights[row.weights.size() - 1 - i]}); // in another order
         }
-        std::vector<VertexShare> shares = FindShares(skin, influences.data(), influences.data() + influences.size());
+        ScenePrimitive primitive;
+        primitive.hasModelWeights = row.ofModel;
+        std::vector<VertexShare> shares =
+            FindShares(primitive, skin, influences.data(), influences.data() + influences.size());
         const ShareChanges changes = MendShares(shares, 77);
         EXPECT_EQ((std::vector<std::size_t>{changes.raised, changes.dropped, changes.touched, changes.mended}),
                   row.changes);

@@ -384,6 +384,7 @@ TEST(GltfReader, OpensWhatOthersOpen)
         {R"("path": "translation")", R"("path": "translation", "extensions": {"EXT_x": {}})", "the file's animations"},
         {R"("mode": 4)", R"("extensions": {"EXT_x": {}}, "mode": 4)", "the file's meshes"},
         {R"("WEIGHTS_0": 3)", R"("WEIGHTS_1": 3)", "don't come together"},
+        {R"("WEIGHTS_0": 3)", R"("WEIGHTS_0": 3, "_WEIGHT_SUM": 1)", "a weight that no model has"},
         {R"("children": [2])", R"("children": [7, -2, 2])", "child 7 of 3 nodes"},
         {R"("children": [2])", R"("children": [2, 2])", "child 2 has a parent already, node 1"},
         {R"("children": [2])", R"("children": [0, 2])", "node 0 is listed though it has a parent; it is shown", {1}},
