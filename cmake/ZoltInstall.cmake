@@ -35,6 +35,10 @@ function(zolt_add_package name)
         # Nothing of the run-time half may need the tool side. (Clang leaves the sanitizers to the program.)
         target_link_options(${name}_shared PRIVATE LINKER:--no-undefined)
     endif()
+    if(MINGW)
+        # Each library has the compiler's own within it; they must not meet in what links two of them.
+        target_link_options(${name}_shared PRIVATE LINKER:--exclude-libs,ALL)
+    endif()
     set_target_properties(${name}_shared PROPERTIES
         EXPORT_NAME ${name}
         VERSION ${PROJECT_VERSION}

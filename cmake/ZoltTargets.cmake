@@ -27,6 +27,9 @@ endif()
 if(MINGW)
     # A machine that runs this has none of the compiler's libraries.
     target_link_options(zolt_options INTERFACE -static)
+    # printf of this C++ library knows the formats of the standard (%zu), and the compiler thinks it to be that of
+    # Windows, which doesn't. The builds for Linux check the formats.
+    target_compile_options(zolt_options INTERFACE -Wno-format -Wno-format-extra-args)
     if(CMAKE_SIZEOF_VOID_P EQUAL 4)
         # Single and double precision as everywhere else, not the 80 bits of the x87; and SSE needs a stack aligned to
         # 16 bytes, which a caller built by another compiler needn't have.
