@@ -1,5 +1,5 @@
 #include "abctools/commands.h"
-#include "abctools/displaytext.h"
+#include "abctools/jsontext.h"
 #include "abctools/modelfile.h"
 #include "engine/model/src/modelfolder.h"
 #include "tools/model/animfit.h"
@@ -224,13 +224,9 @@ int RunAppend(const AppendOptions& options, std::ostream& out, std::ostream& err
     if (options.m_bJson)
     {
         ordered_json report = {{"file", ToUtf8(options.m_InPath)}, {"out", ToUtf8(options.m_OutPath)}};
-        for (const auto& [pKey, pTexts] : {std::pair("changes", &run.m_Changes), {"warnings", &run.m_Warnings}})
-        {
-            report[pKey] = ordered_json::array();
-            for (const std::string& text : *pTexts)
-                report[pKey].push_back(ToUtf8(text));
-        }
-        out << report.dump(1, ' ', true) << '\n';
+        report["changes"] = TextList(run.m_Changes);
+        report["warnings"] = TextList(run.m_Warnings);
+        out << JsonText(report);
         return STATUS_RIGHT;
     }
     for (const std::string& change : run.m_Changes)

@@ -1,6 +1,6 @@
 #include "abctools/commands.h"
-#include "abctools/displaytext.h"
 #include "abctools/format.h"
+#include "abctools/jsontext.h"
 #include "abctools/modelfile.h"
 #include "abctools/modelfilecheck.h"
 #include "commandline/progressbar.h"
@@ -37,7 +37,7 @@ static bool CheckFile(const std::string& path, const CheckOptions& options, std:
     document = {{"file", ToUtf8(path)}, {"ok", false}};
     if (!ReadModelBytes(path, bytes, error))
     {
-        document["error"] = ToUtf8(error);
+        document["error"] = ToUtf8(path + ": " + error + ".");
         err << ErrorLine(path, error);
         return false;
     }
@@ -92,7 +92,7 @@ int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err)
     }
     bar.Clear();
     if (options.m_bJson && !documents.empty())
-        out << (documents.size() > 1 ? documents : documents[0]).dump(1, ' ', true) << '\n';
+        out << JsonText(documents.size() > 1 ? documents : documents[0]);
     return status;
 }
 
@@ -113,20 +113,10 @@ Command MakeCheckCommand()
                  "counts), and tell what was done; for one FILE")
         .m_Kind = ValueKind::File;
     command.m_Check = [pOptions]
-    {
-        if (pOptions->m_FixPath.empty())
-            return "";
-        return pOptions->m_bJson ? "--fix and --json don't go together"
-                                 : (pOptions->m_Paths.size() == 1 ? "" : "--fix is for one file");
-    };
+    { return pOptions->m_FixPath.empty() || pOptions->m_Paths.size() == 1 ? "" : "--fix is for one file"; };
     command.m_Examples = {{"abctool check strider.abc", "Is the file valid, and does it hold what an engine dislikes?"},
                           {"abctool check --quiet models/*.abc", "Only the faults of many files."}};
     command.m_Run = [pOptions](std::ostream& out, std::ostream& err)
-    {
-        const CheckOptions& given = *pOptions;
-        if (given.m_FixPath.empty())
-            return RunCheck(given, out, err);
-        return RunFix(given.m_Paths[0], given.m_FixPath, given.m_bExport, given.m_bQuiet, out, err);
-    };
+    { return pOptions->m_FixPath.empty() ? RunCheck(*pOptions, out, err) : RunFix(*pOptions, out, err); };
     return command;
 }

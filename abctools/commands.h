@@ -20,7 +20,7 @@ struct InfoOptions
 };
 
 // A page or a JSON object for each file; of several files, pages that begin with the file's name, or one JSON array.
-// Files that can't be read are left out.
+// Of files that can't be read there is no page; in JSON they have `file` and `error` alone.
 int RunInfo(const InfoOptions& options, std::ostream& out, std::ostream& err);
 int RunInfo(const std::vector<std::string>& paths, bool bJson, bool bMemory, std::ostream& out, std::ostream& err);
 
@@ -39,14 +39,20 @@ struct CheckOptions
 int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err);
 int RunCheck(const std::vector<std::string>& paths, bool bExport, bool bQuiet, std::ostream& out, std::ostream& err);
 
-// Mends a model (fixmodel.h) and writes the result to outPath; tells what was done and what the file had that the
-// result hasn't. With faults left, which are told, nothing is written and the status is 1.
-int RunFix(const std::string& path, const std::string& outPath, bool bExport, bool bQuiet, std::ostream& out,
-           std::ostream& err);
+// Mends the one model (fixmodel.h) and writes the result to m_FixPath; tells what was done and what the file had that
+// the result hasn't. With faults left, which are told, nothing is written and the status is 1.
+int RunFix(const CheckOptions& options, std::ostream& out, std::ostream& err);
+
+struct CopyOptions
+{
+    std::string m_InPath;
+    std::string m_OutPath;
+    bool m_bJson = false;
+};
 
 // Loads a model, with the child models of its folder, so that their bindings are kept, and saves it. The stamp moves on
-// as with any save. Both paths may name one file; on failure outPath isn't touched.
-int RunCopy(const std::string& inPath, const std::string& outPath, std::ostream& err);
+// as with any save. Both paths may name one file; on failure OUT isn't touched.
+int RunCopy(const CopyOptions& options, std::ostream& out, std::ostream& err);
 
 int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err);
 

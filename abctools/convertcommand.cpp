@@ -1,5 +1,5 @@
 #include "abctools/commands.h"
-#include "abctools/displaytext.h"
+#include "abctools/jsontext.h"
 #include "abctools/modelfile.h"
 #include "abctools/modeltogltf.h"
 #include "abctools/modeltoobj.h"
@@ -95,10 +95,8 @@ int RunConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     }
     if (options.m_bJson)
     {
-        report["warnings"] = ordered_json::array();
-        for (const std::string& warning : warnings)
-            report["warnings"].push_back(ToUtf8(warning));
-        out << report.dump(1, ' ', true) << '\n';
+        report["warnings"] = TextList(warnings);
+        out << JsonText(report);
     }
     return STATUS_RIGHT;
 }

@@ -1,5 +1,5 @@
 #include "abctools/commands.h"
-#include "abctools/displaytext.h"
+#include "abctools/jsontext.h"
 #include "abctools/modeldiff.h"
 #include "abctools/modelfile.h"
 #include "commandline/progressbar.h"
@@ -48,7 +48,7 @@ int RunDiff(const DiffOptions& options, std::ostream& out, std::ostream& err)
         document["differences"].push_back(entry);
     }
     if (options.m_bJson)
-        out << document.dump(1, ' ', true) << '\n';
+        out << JsonText(document);
     return differences.empty() ? STATUS_RIGHT : STATUS_FAILED;
 }
 

@@ -1,8 +1,8 @@
 #include "abctools/commands.h"
-#include "abctools/displaytext.h"
 #include "abctools/edit/commandtext.h"
 #include "abctools/edit/modeledit.h"
 #include "abctools/edit/readoperations.h"
+#include "abctools/jsontext.h"
 #include "abctools/modelfile.h"
 #include "abctools/modelfilecheck.h"
 #include "engine/model/src/modelfolder.h"
@@ -130,13 +130,9 @@ int RunEdit(const EditOptions& options, std::ostream& out, std::ostream& err)
         ordered_json report = {{"file", ToUtf8(options.m_InPath)}, {"written", !options.m_bDryRun}};
         if (!options.m_bDryRun)
             report["out"] = ToUtf8(options.m_OutPath);
-        for (const auto& [pKey, texts] : {std::pair("changes", &edit.m_Changes), {"warnings", &edit.m_Warnings}})
-        {
-            report[pKey] = ordered_json::array();
-            for (const std::string& text : *texts)
-                report[pKey].push_back(ToUtf8(text));
-        }
-        out << report.dump(1, ' ', true) << '\n';
+        report["changes"] = TextList(edit.m_Changes);
+        report["warnings"] = TextList(edit.m_Warnings);
+        out << JsonText(report);
         return STATUS_RIGHT;
     }
     for (const std::string& change : edit.m_Changes)

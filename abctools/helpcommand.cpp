@@ -1,6 +1,6 @@
 #include "abctools/commands.h"
 #include "abctools/commandtable.h"
-#include "abctools/displaytext.h"
+#include "abctools/jsontext.h"
 #include "commandline/completion.h"
 #include "commandline/helptext.h"
 #include "commandline/manpage.h"
@@ -56,7 +56,7 @@ static int RunHelp(const HelpOptions& options, std::ostream& out, std::ostream& 
         ordered_json list = ordered_json::array();
         for (const Command& command : program.m_Commands)
             list.push_back(CommandJson(program, command));
-        out << list.dump(1, ' ', true) << '\n';
+        out << JsonText(list);
     }
     else if (options.m_Commands.empty())
         out << ProgramHelp(program);
@@ -66,8 +66,7 @@ static int RunHelp(const HelpOptions& options, std::ostream& out, std::ostream& 
         {
             if (command.m_Name != options.m_Commands[0])
                 continue;
-            out << (options.m_bJson ? CommandJson(program, command).dump(1, ' ', true) + "\n"
-                                    : CommandHelp(program, command));
+            out << (options.m_bJson ? JsonText(CommandJson(program, command)) : CommandHelp(program, command));
             return STATUS_RIGHT;
         }
         err << "error: There is no command " << TerminalText(options.m_Commands[0]) << ". Try --help.\n";

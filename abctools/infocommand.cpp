@@ -1,5 +1,5 @@
 #include "abctools/commands.h"
-#include "abctools/displaytext.h"
+#include "abctools/jsontext.h"
 #include "abctools/modelfile.h"
 #include "abctools/modelfilecheck.h"
 #include "abctools/modelinfo.h"
@@ -145,6 +145,8 @@ int RunInfo(const InfoOptions& options, std::ostream& out, std::ostream& err)
             bar.Clear();
             err << ErrorLine(path, error);
             status = STATUS_FAILED;
+            if (options.m_bJson)
+                infos.push_back({{"file", ToUtf8(path)}, {"error", ToUtf8(path + ": " + error + ".")}});
         }
         else if (bPages)
         {
@@ -157,9 +159,8 @@ int RunInfo(const InfoOptions& options, std::ostream& out, std::ostream& err)
     bar.Clear();
     if (options.m_bTable && !options.m_bJson && !infos.empty())
         out << CostTable(infos);
-    // A script that asks for several files gets a list, whatever becomes of them.
-    if (options.m_bJson && (options.m_Paths.size() > 1 || !infos.empty()))
-        out << (options.m_Paths.size() > 1 ? infos : infos[0]).dump(1, ' ', true) << '\n';
+    if (options.m_bJson && !infos.empty())
+        out << JsonText(options.m_Paths.size() > 1 ? infos : infos[0]);
     return status;
 }
 

@@ -1,5 +1,5 @@
 #include "abctools/commands.h"
-#include "abctools/displaytext.h"
+#include "abctools/jsontext.h"
 #include "abctools/modelfile.h"
 #include "abctools/picture.h"
 #include "engine/model/src/model.h"
@@ -9,8 +9,6 @@
 
 #include <charconv>
 #include <memory>
-
-using nlohmann::ordered_json;
 
 int RunPicture(const PictureOptions& options, std::ostream& out, std::ostream& err)
 {
@@ -37,13 +35,12 @@ int RunPicture(const PictureOptions& options, std::ostream& out, std::ostream& e
         return STATUS_FAILED;
     }
     if (options.m_bJson)
-        out << ordered_json{{"out", ToUtf8(options.m_OutPath)},
-                            {"bytes", png.size()},
-                            {"width", picture.m_Width},
-                            {"height", picture.m_Height},
-                            {"times", picture.m_Times}}
-                   .dump(1)
-            << '\n';
+        out << JsonText({{"file", ToUtf8(options.m_Path)},
+                         {"out", ToUtf8(options.m_OutPath)},
+                         {"bytes", png.size()},
+                         {"width", picture.m_Width},
+                         {"height", picture.m_Height},
+                         {"times", picture.m_Times}});
     return STATUS_RIGHT;
 }
 

@@ -1,5 +1,5 @@
 #include "abctools/commands.h"
-#include "abctools/displaytext.h"
+#include "abctools/jsontext.h"
 #include "abctools/format.h"
 #include "abctools/linkchildmodel.h"
 #include "abctools/modelfile.h"
@@ -148,18 +148,18 @@ static std::string PoseText(const ordered_json& pose)
 }
 
 // Sentences that don't keep a pose from being made.
-static void WarnAboutChildren(const Model& model, const PoseOptions& options, const LoadRequest& request,
-                              std::ostream& err)
+static std::vector<std::string> WarnAboutChildren(const Model& model, const LoadRequest& request)
 {
+    std::vector<std::string> warnings;
     for (uint32_t i = 1; i < model.NumChildModels(); ++i)
     {
         const ChildInfo* pInfo = model.GetChildModel(i);
         if (!pInfo->m_pModel)
-            err << WarningLine(options.m_Path, "child model " + std::string(pInfo->m_pName) + " isn't in its folder");
+            warnings.push_back("child model " + std::string(pInfo->m_pName) + " isn't in its folder");
     }
     if (!request.m_bBindingsValid)
-        err << WarningLine(options.m_Path,
-                           "a child model was saved since it was bound, so bindings may be out of date");
+        warnings.emplace_back("a child model was saved since it was bound, so bindings may be out of date");
+    return warnings;
 }
 
 int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err)
@@ -178,7 +178,9 @@ int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err)
     folder.Attach(&request);
     if (!ReadModelBytes(options.m_Path, bytes, error) || !LoadModelBytes(bytes, model, request, error))
         return fail(error);
-    WarnAboutChildren(model, options, request, err);
+    const std::vector<std::string> warnings = WarnAboutChildren(model, request);
+    for (const std::string& warning : warnings)
+        err << WarningLine(options.m_Path, warning);
     std::vector<AnimTracker> positions;
     if (!LinkChildren(model, options.m_Children, error) || !MakePosePositions(model, options, positions, error))
         return fail(error);
@@ -188,7 +190,7 @@ int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err)
     std::vector<Vector3> vertices;
     if (!EvaluatePose(positions) || !PoseVertices(model, positions, options.m_iLOD, vertices))
         return fail("the pose can't be evaluated");
-    ordered_json pose = {{"positions", ordered_json::array()}};
+    ordered_json pose = {{"file", ToUtf8(options.m_Path)}, {"positions", ordered_json::array()}};
     for (const AnimTracker& position : positions)
         pose["positions"].push_back(PositionJson(model, position));
     if (!AddTransforms(model, options, pose, error))
@@ -206,7 +208,10 @@ int RunPose(const PoseOptions& options, std::ostream& out, std::ostream& err)
         }
     }
     if (options.m_bJson)
-        out << pose.dump(1, ' ', true) << '\n';
+    {
+        pose["warnings"] = TextList(warnings);
+        out << JsonText(pose);
+    }
     else
         out << PoseText(pose);
     return 0;

@@ -1,5 +1,5 @@
 #include "abctools/commands.h"
-#include "abctools/displaytext.h"
+#include "abctools/jsontext.h"
 #include "abctools/modelfile.h"
 #include "abctools/modelinfo.h"
 #include "abctools/viewpage.h"
@@ -20,7 +20,8 @@
 
 using nlohmann::ordered_json;
 
-static bool AddFile(const std::string& path, ordered_json& files, std::ostream& err, std::string& error)
+static bool AddFile(const std::string& path, ordered_json& files, std::vector<std::string>& warnings,
+                    std::string& error)
 {
     std::vector<uint8_t> bytes;
     ModelFolder folder(FolderOf(path).c_str());
@@ -33,8 +34,8 @@ static bool AddFile(const std::string& path, ordered_json& files, std::ostream& 
     {
         const ChildInfo* pInfo = model.GetChildModel(i);
         if (!pInfo->m_pModel)
-            err << WarningLine(path, "child model " + std::string(pInfo->m_pName) +
-                                         " isn't in its folder, so its animations are left out");
+            warnings.push_back(path + ": child model " + std::string(pInfo->m_pName) +
+                               " isn't in its folder, so its animations are left out");
     }
     FixedMemoryStream stream(bytes.data(), static_cast<uint32_t>(bytes.size()));
     ModelAllocations header;
@@ -100,13 +101,16 @@ int RunView(const ViewOptions& options, std::ostream& out, std::ostream& err)
             return fail(outPath, "it is there and isn't a page of this command; -o says where the page goes");
     }
     std::string error;
+    std::vector<std::string> warnings;
     ordered_json files = ordered_json::array();
     ordered_json textures = ordered_json::object();
     for (const std::string& path : options.m_Paths)
     {
-        if (!AddFile(path, files, err, error))
+        if (!AddFile(path, files, warnings, error))
             return fail(path, error);
     }
+    for (const std::string& warning : warnings)
+        err << "warning: " << TerminalText(warning) << ".\n";
     for (const ViewTexture& texture : options.m_Textures)
     {
         if (!AddTexture(texture, textures, error))
@@ -116,7 +120,10 @@ int RunView(const ViewOptions& options, std::ostream& out, std::ostream& err)
     if (!WriteWholeFile(outPath, std::span(reinterpret_cast<const uint8_t*>(page.data()), page.size()), error))
         return fail(outPath, error);
     if (options.m_bJson)
-        out << ordered_json{{"out", ToUtf8(outPath)}, {"bytes", page.size()}, {"files", files.size()}}.dump(1) << '\n';
+        out << JsonText({{"files", TextList(options.m_Paths)},
+                         {"out", ToUtf8(outPath)},
+                         {"bytes", page.size()},
+                         {"warnings", TextList(warnings)}});
     else if (options.m_OutPath.empty())
         out << TerminalText(outPath) << '\n';
     if (options.m_bOpen && !OpenPage(outPath))

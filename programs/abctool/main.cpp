@@ -2,6 +2,7 @@
 
 #include "abctools/commandtable.h"
 #include "abctools/displaytext.h"
+#include "abctools/runcommand.h"
 #include "commandline/parsecommand.h"
 
 #include <csignal>
@@ -10,9 +11,10 @@
 static int Run(int argc, char** argv)
 {
     const Program program = MakeAbctool();
-    const ParsedCommand parsed = ParseCommand(program, std::vector<std::string>(argv + 1, argv + argc));
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    const ParsedCommand parsed = ParseCommand(program, words);
     if (parsed.m_pCommand)
-        return parsed.m_pCommand->m_Run(std::cout, std::cerr);
+        return RunCommand(*parsed.m_pCommand, AsksForJson(words), std::cout, std::cerr);
     std::cout << parsed.m_Output;
     if (!parsed.m_Problem.empty())
         std::cerr << "error: " << TerminalText(parsed.m_Problem) << '\n';

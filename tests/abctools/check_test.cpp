@@ -3,6 +3,8 @@
 #include "abctools/modelfilecheck.h"
 #include "tests/abctools/testmodel.h"
 
+#include <nlohmann/json.hpp>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -64,7 +66,7 @@ static int Fix(const TemporaryFolder& folder, const std::vector<uint8_t>& bytes,
 {
     WriteBytes(folder / "in.abc", bytes);
     std::ostringstream out;
-    const int status = RunFix(folder / "in.abc", folder / "fixed.abc", bExport, false, out, out);
+    const int status = RunFix({{folder / "in.abc"}, bExport, false, false, folder / "fixed.abc"}, out, out);
     text = out.str();
     return status;
 }
@@ -219,6 +221,10 @@ TEST(Check, WhatOnlyExportsHold)
          {"piece body: 1 normal brought", "piece body: 1 triangle that", "piece body: 3 vertices in"})
         EXPECT_NE(text.find(pDone), std::string::npos) << text;
     EXPECT_EQ(FindingsText(ReadBytes(folder / "fixed.abc"), FindingKind::Export), "");
+    std::ostringstream out;
+    EXPECT_EQ(RunFix({{folder / "in.abc"}, true, false, true, folder / "fixed.abc"}, out, out), 0);
+    EXPECT_EQ(nlohmann::json::parse(out.str())["changes"].size(),
+              static_cast<size_t>(std::count(text.begin(), text.end(), '\n') - 1));
 }
 
 TEST(Check, NamesAndVerticesThatAreLikelyNotMeant)

@@ -15,6 +15,11 @@ fails 2 "command is needed" "$1"
 fails 2 "FILE is required" "$1" info
 fails 2 "needs --key or --time" "$1" pose a.abc --anim run
 fails 1 "a.abc: there is no such file" "$1" check a.abc
+failure=$("$1" diff none.abc none.abc --json 2>/dev/null | tr -d '\n')
+if [ "$failure" != '{ "error": "none.abc: there is no such file."}' ]; then
+    echo "as JSON a failure is $failure"
+    exit 1
+fi
 for program in "$1" "$2"; do
     fails 1 "can't be written" "$program" --help
     fails 1 "can't be written" "$program" --version
