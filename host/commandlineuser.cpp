@@ -79,7 +79,8 @@ void CommandLineUser::OperateDialog(DialogWindow& dialog)
     ChooseAnimName(dialog);
     if (m_Answers.debug)
         dialog.SetCheck(IDC_DEBUGMODE, *m_Answers.debug);
-    dialog.SetCheck(IDC_FORCEOVERWRITE, m_Answers.overwrite && !m_Answers.append);
+    const bool isNew = m_Answers.stageIsNew && m_Answers.stageIsNew();
+    dialog.SetCheck(IDC_FORCEOVERWRITE, isNew || (m_Answers.overwrite && !m_Answers.append));
     m_PressedOk = dialog.Press(IDOK);
 }
 

@@ -21,6 +21,8 @@ struct CommandLineAnswers
     std::function<std::string(const std::string& target)> objection;
     // Which file the plug-in writes in place of the target; none: the target itself. An empty path cancels.
     std::function<std::string(const std::string& target)> stage;
+    // Whether the plug-in writes over what is at the staged path without a question, whatever the target is.
+    std::function<bool()> stageIsNew;
 };
 
 // Force Overwrite is never taken over from the dialog: it is ticked only if overwriting was asked for and appending

@@ -2,29 +2,7 @@
 
 #include <sstream>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 static const char WARNING_MARK[] = "WARNING:";
-
-MemoryLog::MemoryLog() : m_File(memfd_create("KE_Error.log", MFD_CLOEXEC))
-{
-    if (m_File >= 0)
-        m_Path = "/proc/self/fd/" + std::to_string(m_File);
-}
-
-MemoryLog::~MemoryLog()
-{
-    if (m_File >= 0)
-        close(m_File);
-}
-
-std::string MemoryLog::Read() const
-{
-    std::ostringstream text;
-    text << std::ifstream(m_Path, std::ios::binary).rdbuf();
-    return text.str();
-}
 
 bool KeptLog::Add(const std::string& text)
 {

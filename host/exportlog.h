@@ -5,24 +5,6 @@
 #include <string>
 #include <vector>
 
-// A file in memory that the plug-in can open by its path.
-class MemoryLog
-{
-public:
-    MemoryLog();
-    ~MemoryLog();
-    MemoryLog(const MemoryLog&) = delete;
-    MemoryLog& operator=(const MemoryLog&) = delete;
-
-    // Empty if the system has none to give.
-    const std::string& GetPath() const { return m_Path; }
-    std::string Read() const;
-
-private:
-    int m_File;
-    std::string m_Path;
-};
-
 // Where the log stays. The file is opened, and emptied, with the first text.
 class KeptLog
 {

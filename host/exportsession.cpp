@@ -3,6 +3,7 @@
 #include "host/console.h"
 #include "host/fileclash.h"
 #include "host/keepnodes.h"
+#include "host/memoryfile.h"
 #include "host/preparejob.h"
 #include "host/reportfile.h"
 #include "host/sceneclips.h"
@@ -157,7 +158,8 @@ bool ExportSession::RunJob(const ExportJob& job, CommandLineUser& user, ClipAppe
 
     m_Console.SetFrames(recorded.StartFrame(), recorded.EndFrame());
     KeepWishes keep(recorded, appender ? std::vector<std::string>() : m_Options.keep);
-    const MemoryLog log;
+    MemoryFile log;
+    log.Create("KE_Error.log");
     SetLogPath(log.GetPath().c_str());
     SetCurrentScene(&recorded);
     if (appender)

@@ -21,6 +21,7 @@ class ClipAppender;
 class Console;
 class ConvModel;
 class KeepWishes;
+class MemoryFile;
 
 // What the run is surrounded by. Nothing is owned.
 struct ExportSurroundings
@@ -72,8 +73,8 @@ private:
     bool HasPlayRanges(const std::vector<ExportJob>& jobs);
     bool ExportDirectly(const ExportJob& job);
     bool ExportInCopy(const std::vector<ExportJob>& jobs);
-    bool AddFurtherClips(const std::vector<ExportJob>& jobs, const std::string& file, const std::string& result,
-                         bool debug, CommandLineUser& user);
+    bool AddFurtherClips(const std::vector<ExportJob>& jobs, MemoryFile& staged, const std::string& result, bool debug,
+                         CommandLineUser& user);
     bool WantsComparison() const;
     void NameNewest(PlayedClip& played, const std::string& name, bool canReplace);
     void SettleNewest(const ExportJob& job, ClipAppender& appender);

@@ -1,10 +1,12 @@
 // Several animations into one file, all or nothing: the plug-in works on a copy beside the target, the further clips
-// are added to that in memory, and the copy takes the target's place at the end, if it passes.
+// are added to that in memory, and the copy takes the target's place at the end, if it passes. Where the model is new,
+// and nobody looks at it before it takes its place, the copy is in memory as well.
 #include "host/exportsession.h"
 
 #include "host/console.h"
 #include "host/exportsettings.h"
 #include "host/loadmodelfile.h"
+#include "host/memoryfile.h"
 #include "host/placefile.h"
 #include "host/preparejob.h"
 #include "host/sceneclips.h"
@@ -78,6 +80,18 @@ static bool CopyTarget(const std::string& target, const std::string& copy)
         return true;
     std::fclose(readable);
     return CopyFileBytes(target, copy);
+}
+
+// Whether the run makes a new file of its own, and in a folder that is there. Pipes and the like are left to the
+// working copy.
+static bool IsNew(const std::string& target, bool replaces)
+{
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(target, error);
+    return std::filesystem::exists(status)
+               ? replaces && std::filesystem::is_regular_file(status)
+               : status.type() == std::filesystem::file_type::not_found &&
+                     std::filesystem::is_directory(std::filesystem::path(target).parent_path(), error);
 }
 
 // Whether a model is there that the run is going to add to, as far as that is known before anybody is asked.
@@ -218,13 +232,15 @@ void ExportSession::SettleRows(ConvModel& model)
     }
 }
 
-// What comes after the first job, in memory. `file` is the working copy, `result` where the model goes.
-bool ExportSession::AddFurtherClips(const std::vector<ExportJob>& jobs, const std::string& file,
-                                    const std::string& result, bool debug, CommandLineUser& user)
+// What comes after the first job, in memory, which is in the staged file. `result` is where the model goes.
+bool ExportSession::AddFurtherClips(const std::vector<ExportJob>& jobs, MemoryFile& staged, const std::string& result,
+                                    bool debug, CommandLineUser& user)
 {
     ClipAppender appender;
-    if (!RunAsUser(user, [&] { return appender.Load(file.c_str(), user.GetTarget().c_str(), debug); }))
+    const char* file = user.GetStaged().c_str();
+    if (!RunAsUser(user, [&] { return appender.Load(file, user.GetTarget().c_str(), debug); }))
         return false;
+    staged.Clear();
     SettleNewest(jobs.front(), appender);
     for (size_t i = 1; i < jobs.size(); i++)
     {
@@ -241,16 +257,27 @@ bool ExportSession::AddFurtherClips(const std::vector<ExportJob>& jobs, const st
 bool ExportSession::ExportInCopy(const std::vector<ExportJob>& jobs)
 {
     WorkingFolder folder;
+    MemoryFile inMemory;
     ExportSettings settings;
-    SettingsInMemory inMemory;
+    SettingsInMemory settingsInMemory;
+
+    // What nobody looks at before it takes its place needn't stand in the copy.
+    const bool continues = jobs.size() > 1 || m_Options.replace;
+    const bool isPlaced = continues && !WantsComparison();
+    const bool replaces = m_Options.overwrite && !m_Options.append;
 
     // The target is known once the dialog is up.
     CommandLineAnswers answers = MakeAnswers();
     answers.animName = jobs.front().animName;
+    answers.stageIsNew = [&] { return !inMemory.GetPath().empty(); };
     answers.stage = [&](const std::string& target)
     {
-        if (!folder.Create(target, MAX_DIALOG_TEXT) ||
-            (!(m_Options.overwrite && !m_Options.append) && !CopyTarget(target, folder.GetFile())))
+        if (isPlaced && IsNew(target, replaces) && inMemory.Create("model.abc"))
+        {
+            RemoveAbandonedFolders(target);
+            return inMemory.GetPath();
+        }
+        if (!folder.Create(target, MAX_DIALOG_TEXT) || (!replaces && !CopyTarget(target, folder.GetFile())))
         {
             m_Console.Error("Unable to open " + target + " for writing.");
             return std::string();
@@ -264,14 +291,11 @@ bool ExportSession::ExportInCopy(const std::vector<ExportJob>& jobs)
     bool written = RunJob(jobs.front(), user, nullptr, jobs.size() > 1);
     if (user.PressedOk())
         settings = ReadExportSettings();
-    // What nobody looks at before it takes its place needn't stand in the copy.
-    bool isPlaced = false;
-    if (jobs.size() > 1 || m_Options.replace)
+    if (continues)
     {
-        isPlaced = !WantsComparison();
         const std::string& result = isPlaced ? user.GetTarget() : folder.GetFile();
         const bool debug = std::atoi(settings.debugMode.text.c_str()) != 0; // NOLINT(cert-err34-c): as the plug-in
-        written = written && AddFurtherClips(jobs, folder.GetFile(), result, debug, user);
+        written = written && AddFurtherClips(jobs, inMemory, result, debug, user);
     }
     if (!isPlaced)
         written = written && HoldAgainstScene(folder.GetFile(), user.GetTarget());
@@ -283,10 +307,11 @@ bool ExportSession::ExportInCopy(const std::vector<ExportJob>& jobs)
         if (!written)
             m_Console.Error(error);
     }
-    inMemory.End();
+    settingsInMemory.End();
     if (settings.filename.has)
     {
         settings.filename.text = user.GetTarget();
+        settings.forceOverwrite.text = replaces ? "1" : "0";
         WriteExportSettings(settings);
     }
     return Finish(user, written);

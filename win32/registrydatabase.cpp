@@ -1,10 +1,12 @@
 #include "win32/registrydatabase.h"
 
 #include "win32/registrystore.h"
+#include "win32/registrytable.h"
 #include "win32/userfolders.h"
 
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
@@ -57,6 +59,12 @@ public:
     int Step() { return m_Result == SQLITE_OK ? sqlite3_step(m_Statement) : m_Result; }
     int Run() { return m_Result == SQLITE_OK && Step() == SQLITE_DONE ? SQLITE_OK : Failure(); }
 
+    std::string Text(int column)
+    {
+        const char* text = reinterpret_cast<const char*>(sqlite3_column_text(m_Statement, column));
+        const int size = sqlite3_column_bytes(m_Statement, column);
+        return text ? std::string(text, static_cast<size_t>(size)) : std::string();
+    }
     sqlite3_int64 Int(int column) { return sqlite3_column_int64(m_Statement, column); }
     std::vector<BYTE> Bytes(int column)
     {
@@ -187,7 +195,7 @@ static int WriteStore(sqlite3* db, const StoreWork& work)
     return result;
 }
 
-// The file that was worked on last, as that work left it. An export asks the store dozens of times in a row.
+// The file that was worked on last, as that work left it.
 static struct
 {
     std::string path;
@@ -201,15 +209,67 @@ static void CloseOpenFile()
     s_Open.db = nullptr;
 }
 
+static bool IsSameState(const struct stat& a, const struct stat& b)
+{
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
+           a.st_ctim.tv_sec == b.st_ctim.tv_sec && a.st_ctim.tv_nsec == b.st_ctim.tv_nsec;
+}
+
 // Whether a name stands for the open file and nothing has happened to it since: it isn't another one, nor written to,
 // nor are its rights changed.
 static bool IsOpenFile(const std::string& file)
 {
     struct stat now = {};
-    const struct stat& then = s_Open.state;
-    return s_Open.db && s_Open.path == file && stat(file.c_str(), &now) == 0 && now.st_dev == then.st_dev &&
-           now.st_ino == then.st_ino && now.st_size == then.st_size && now.st_ctim.tv_sec == then.st_ctim.tv_sec &&
-           now.st_ctim.tv_nsec == then.st_ctim.tv_nsec;
+    return s_Open.db && s_Open.path == file && stat(file.c_str(), &now) == 0 && IsSameState(now, s_Open.state);
+}
+
+// All that is in a file, as it was read last. An export asks for the same few values over and over, and each question
+// to the file takes locks and a statement to compile.
+static struct
+{
+    std::string path;
+    struct stat state = {}; // of the file, before it was read
+    RegistryTable table;
+    bool isWhole = false;
+} s_Snapshot;
+
+// A file that was written so shortly before it was read may be written again without its time showing that.
+static const int CLOCK_STEP_MS = 100;
+
+static bool HasSettled(const struct stat& state)
+{
+    struct timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const long long age =
+        (now.tv_sec - state.st_ctim.tv_sec) * 1000LL + (now.tv_nsec - state.st_ctim.tv_nsec) / 1000000;
+    return age > CLOCK_STEP_MS;
+}
+
+// What the file of that name holds, if it is known without opening it; else null.
+static const RegistryTable* FindSnapshot(const std::string& file)
+{
+    struct stat now = {};
+    const bool isSame = s_Snapshot.isWhole && s_Snapshot.path == file && stat(file.c_str(), &now) == 0 &&
+                        IsSameState(now, s_Snapshot.state);
+    return isSame ? &s_Snapshot.table : nullptr;
+}
+
+static int ReadTable(sqlite3* db, RegistryTable& table)
+{
+    int result = sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr); // both tables at the same time
+    if (result != SQLITE_OK)
+        return result;
+    Statement keys(db, "SELECT path FROM registry_key");
+    while ((result = keys.Step()) == SQLITE_ROW)
+        table.AddKey(keys.Text(0));
+    if (result == SQLITE_DONE)
+    {
+        Statement values(db, "SELECT path, name, type, data FROM registry_value");
+        while ((result = values.Step()) == SQLITE_ROW)
+            table.SetValue(values.Text(0), values.Text(1), {static_cast<DWORD>(values.Int(2)), values.Bytes(3)});
+    }
+    sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    return result == SQLITE_DONE ? SQLITE_OK : result;
 }
 
 // Under a folder lock.
@@ -222,7 +282,7 @@ static int OnFile(const std::string& file, bool writes, const StoreWork& work)
         std::error_code error;
         if (!writes && !fs::exists(file, error))
             return SQLITE_NOTFOUND;
-        const int flags = SQLITE_OPEN_READWRITE | (writes ? SQLITE_OPEN_CREATE : 0);
+        const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (writes ? SQLITE_OPEN_CREATE : 0);
         s_Open.path = file;
         result = sqlite3_open_v2(file.c_str(), &s_Open.db, flags, nullptr);
         if (result == SQLITE_OK)
@@ -261,30 +321,31 @@ static int OnFileOrFresh(const std::string& file, bool writes, const StoreWork& 
     return IsDamage(result) && MoveAside(file) ? OnFile(file, writes, work) : result;
 }
 
-static int OnMemory(bool writes, const StoreWork& work)
-{
-    static sqlite3* s_Memory = nullptr; // lasts as long as the process
-    if (!s_Memory)
-    {
-        const int result = sqlite3_open_v2(":memory:", &s_Memory, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-        if (result != SQLITE_OK)
-        {
-            sqlite3_close(s_Memory);
-            s_Memory = nullptr;
-            return result;
-        }
-    }
-    return writes ? WriteStore(s_Memory, work) : ReadStore(s_Memory, work);
-}
+static RegistryTable s_Memory; // the store without a file
 
-static LONG OnStore(bool writes, const StoreWork& work)
+static LONG WriteFile(const StoreWork& work)
 {
     const std::string file = GetRegistryFile();
-    if (file.empty())
-        return ToRegistryError(OnMemory(writes, work));
-    if (writes && !MakeFolders(fs::path(file).parent_path().string()))
+    if (!MakeFolders(fs::path(file).parent_path().string()))
         return ERROR_ACCESS_DENIED;
-    return ToRegistryError(OnFileOrFresh(file, writes, work));
+    return ToRegistryError(OnFileOrFresh(file, true, work));
+}
+
+// Hands out the table to read from: of the store in memory, or of the file as it is now.
+static LONG ReadStoreTable(const RegistryTable*& table)
+{
+    const std::string file = GetRegistryFile();
+    table = file.empty() ? &s_Memory : FindSnapshot(file);
+    if (table)
+        return ERROR_SUCCESS;
+    s_Snapshot.isWhole = false;
+    s_Snapshot.table.Clear();
+    s_Snapshot.path = file;
+    const bool isThere = stat(file.c_str(), &s_Snapshot.state) == 0;
+    const int result = OnFileOrFresh(file, false, [](sqlite3* db) { return ReadTable(db, s_Snapshot.table); });
+    s_Snapshot.isWhole = isThere && result == SQLITE_OK && HasSettled(s_Snapshot.state);
+    table = &s_Snapshot.table;
+    return ToRegistryError(result);
 }
 
 static int FindKey(sqlite3* db, const std::string& key)
@@ -315,53 +376,70 @@ static int InsertKeys(sqlite3* db, const std::string& key)
 
 LONG FindRegistryKey(const std::string& key)
 {
-    return OnStore(false, [&](sqlite3* db) { return FindKey(db, key); });
+    const RegistryTable* table = nullptr;
+    const LONG result = ReadStoreTable(table);
+    return result == ERROR_SUCCESS && !table->HasKey(key) ? ERROR_FILE_NOT_FOUND : result;
 }
 
 LONG CreateRegistryKey(const std::string& key, bool& created)
 {
     created = false;
-    return OnStore(true,
-                   [&](sqlite3* db)
-                   {
-                       const int found = FindKey(db, key);
-                       created = found == SQLITE_NOTFOUND;
-                       return created ? InsertKeys(db, key) : found;
-                   });
+    if (*GetRegistryFile() == 0)
+    {
+        created = !s_Memory.HasKey(key);
+        s_Memory.AddKey(key);
+        return ERROR_SUCCESS;
+    }
+    return WriteFile(
+        [&](sqlite3* db)
+        {
+            const int found = FindKey(db, key);
+            created = found == SQLITE_NOTFOUND;
+            return created ? InsertKeys(db, key) : found;
+        });
 }
 
 LONG ReadRegistryValue(const std::string& key, const std::string& name, RegistryValue& value)
 {
-    return OnStore(false,
-                   [&](sqlite3* db)
-                   {
-                       Statement select(db, "SELECT type, data FROM registry_value WHERE path = ? AND name = ?");
-                       select.BindText(1, key);
-                       select.BindText(2, name);
-                       const int result = select.Step();
-                       if (result != SQLITE_ROW)
-                           return result == SQLITE_DONE ? SQLITE_NOTFOUND : result;
-                       value.type = static_cast<DWORD>(select.Int(0));
-                       value.data = select.Bytes(1);
-                       return SQLITE_OK;
-                   });
+    const RegistryTable* table = nullptr;
+    const LONG result = ReadStoreTable(table);
+    const RegistryValue* found = result == ERROR_SUCCESS ? table->FindValue(key, name) : nullptr;
+    if (found)
+        value = *found;
+    return result == ERROR_SUCCESS && !found ? ERROR_FILE_NOT_FOUND : result;
+}
+
+// Whether the store is known to hold that value already; then there is nothing to write.
+static bool HoldsValue(const std::string& key, const std::string& name, const RegistryValue& value)
+{
+    const RegistryTable* table = FindSnapshot(GetRegistryFile());
+    const RegistryValue* old = table && table->HasKey(key) ? table->FindValue(key, name) : nullptr;
+    return old && old->type == value.type && old->data == value.data;
 }
 
 LONG WriteRegistryValue(const std::string& key, const std::string& name, const RegistryValue& value)
 {
-    return OnStore(true,
-                   [&](sqlite3* db)
-                   {
-                       const int result = InsertKeys(db, key);
-                       if (result != SQLITE_OK)
-                           return result;
-                       Statement insert(db, "INSERT INTO registry_value(path, name, type, data) VALUES(?, ?, ?, ?)"
-                                            " ON CONFLICT(path, name) DO UPDATE SET type = excluded.type,"
-                                            " data = excluded.data");
-                       insert.BindText(1, key);
-                       insert.BindText(2, name);
-                       insert.BindInt(3, value.type);
-                       insert.BindBytes(4, value.data);
-                       return insert.Run();
-                   });
+    if (*GetRegistryFile() == 0)
+    {
+        s_Memory.AddKey(key);
+        s_Memory.SetValue(key, name, value);
+        return ERROR_SUCCESS;
+    }
+    if (HoldsValue(key, name, value))
+        return ERROR_SUCCESS;
+    return WriteFile(
+        [&](sqlite3* db)
+        {
+            const int result = InsertKeys(db, key);
+            if (result != SQLITE_OK)
+                return result;
+            Statement insert(db, "INSERT INTO registry_value(path, name, type, data) VALUES(?, ?, ?, ?)"
+                                 " ON CONFLICT(path, name) DO UPDATE SET type = excluded.type,"
+                                 " data = excluded.data");
+            insert.BindText(1, key);
+            insert.BindText(2, name);
+            insert.BindInt(3, value.type);
+            insert.BindBytes(4, value.data);
+            return insert.Run();
+        });
 }

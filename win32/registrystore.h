@@ -1,6 +1,7 @@
 // Where the registry of the stand-in lives: an SQLite database that processes may share.
 //
-// The file stays open from one call to the next as long as nobody else has touched it. A missing file is an empty
+// As long as nobody else has touched the file, it stays open from one call to the next and what was read of it is
+// remembered; a value that it holds already isn't written again. A missing file is an empty
 // registry. A damaged file is moved aside to its name with ".damaged" behind it (in place of an earlier one), and a
 // fresh store begun. A file that can't be read or written makes the calls return an error.
 #pragma once

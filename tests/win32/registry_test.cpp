@@ -132,6 +132,21 @@ TEST_F(RegistryTest, PathsNamesAndPersistence)
     EXPECT_EQ(GetText(odd, odd), odd);
 }
 
+// Also long after the last change, when what was read is remembered.
+TEST_F(RegistryTest, WhatAnotherProgramWritesIsSeenAtOnce)
+{
+    ASSERT_EQ(SetText("Key", "name", "first"), ERROR_SUCCESS);
+    for (const useconds_t pause : {0U, 150000U})
+    {
+        usleep(pause);
+        EXPECT_EQ(GetText("Key", "name"), "first");
+        Execute(m_File, "UPDATE registry_value SET data = 'other'");
+        EXPECT_EQ(GetText("Key", "name"), "other");
+        EXPECT_EQ(SetText("Key", "name", "first"), ERROR_SUCCESS);
+        EXPECT_EQ(GetText("Key", "name"), "first");
+    }
+}
+
 TEST_F(RegistryTest, SizesAndShortBuffers)
 {
     HKEY key = OpenKey("Types");
