@@ -1,29 +1,5 @@
 #include "saa/handles.h"
 
-#include <cstring>
-
-static const std::uint32_t TAG = 0x31414153U; // "SAA1"
-
-enum HandleKind : std::uint32_t
-{
-    KIND_SCENE = 1,
-    KIND_MODEL,
-    KIND_CURVE,
-    KIND_TEXTURE,
-    KIND_TRIANGLE,
-    KIND_VERTEX,
-    KIND_KEY
-};
-
-struct ElemFields
-{
-    std::uint32_t tag;
-    std::uint32_t kind;
-    std::uint32_t scene;
-    std::uint32_t index;
-    std::uint32_t part; // the kind of a curve
-};
-
 struct SubFields
 {
     std::uint32_t tag;
@@ -35,11 +11,11 @@ struct SubFields
     std::uint32_t unused[3];
 };
 
-static_assert(sizeof(ElemFields) == sizeof(SAA_Elem) && sizeof(SubFields) == sizeof(SAA_SubHandle));
+static_assert(sizeof(SubFields) == sizeof(SAA_SubHandle));
 
 static SAA_Elem MakeElem(const RecordedScene& scene, HandleKind kind, int index, std::uint32_t part)
 {
-    const ElemFields fields = {TAG, kind, scene.Id(), static_cast<std::uint32_t>(index), part};
+    const ElemFields fields = {HANDLE_TAG, kind, scene.Id(), static_cast<std::uint32_t>(index), part};
     SAA_Elem elem;
     std::memcpy(&elem, &fields, sizeof elem);
     return elem;
@@ -48,7 +24,8 @@ static SAA_Elem MakeElem(const RecordedScene& scene, HandleKind kind, int index,
 static SAA_SubHandle MakeSub(const RecordedScene& scene, HandleKind kind, int element, std::uint32_t index,
                              std::uint32_t corner)
 {
-    const SubFields fields = {TAG, kind, scene.Id(), static_cast<std::uint32_t>(element), index, corner, {0, 0, 0}};
+    const SubFields fields = {HANDLE_TAG, kind,   scene.Id(), static_cast<std::uint32_t>(element),
+                              index,      corner, {0, 0, 0}};
     SAA_SubHandle handle;
     std::memcpy(&handle, &fields, sizeof handle);
     return handle;
@@ -56,7 +33,7 @@ static SAA_SubHandle MakeSub(const RecordedScene& scene, HandleKind kind, int el
 
 SAA_Scene SceneRecord(const RecordedScene& scene)
 {
-    const std::uint32_t fields[3] = {TAG, KIND_SCENE, scene.Id()};
+    const std::uint32_t fields[3] = {HANDLE_TAG, KIND_SCENE, scene.Id()};
     SAA_Scene record = {};
     std::memcpy(&record, fields, sizeof fields);
     return record;
@@ -98,32 +75,21 @@ SAA_SubHandle CornerHandle(const RecordedScene& scene, int element, std::uint32_
     return MakeSub(scene, KIND_VERTEX, element, vertex, 3 * triangle + corner + 1);
 }
 
-static bool ReadElem(const RecordedScene& scene, const SAA_Elem* elem, HandleKind kind, ElemFields& fields)
-{
-    if (elem == nullptr)
-    {
-        return false;
-    }
-    std::memcpy(&fields, elem, sizeof fields);
-    return fields.tag == TAG && fields.kind == kind && fields.scene == scene.Id();
-}
-
 static bool ReadSub(const RecordedScene& scene, int element, const SAA_SubHandle& handle, HandleKind kind,
                     SubFields& fields)
 {
     std::memcpy(&fields, &handle, sizeof fields);
-    return fields.tag == TAG && fields.kind == kind && fields.scene == scene.Id() &&
+    return fields.tag == HANDLE_TAG && fields.kind == kind && fields.scene == scene.Id() &&
            fields.element == static_cast<std::uint32_t>(element);
 }
 
-bool ModelOfHandle(const RecordedScene& scene, const SAA_Elem* elem, int& element)
+static bool ReadElem(const RecordedScene& scene, const SAA_Elem* elem, HandleKind kind, ElemFields& fields)
 {
-    ElemFields fields;
-    if (!ReadElem(scene, elem, KIND_MODEL, fields) || fields.index >= static_cast<std::uint32_t>(scene.NumElements()))
+    if (!IsElemOf(scene, elem, kind))
     {
         return false;
     }
-    element = static_cast<int>(fields.index);
+    std::memcpy(&fields, elem, sizeof fields);
     return true;
 }
 

@@ -2,43 +2,9 @@
 
 #include <cstring>
 
-// A fault that waits for its call.
-struct OperationRecord
-{
-    int nCalls = 0;
-    int callsToFault = 0; // 0 for no fault
-    int status = 0;
-};
+OperationRecord g_Operations[NUM_OPERATIONS];
 
-static OperationRecord g_Operations[NUM_OPERATIONS];
-
-static HostState g_State;
-
-HostState& GetHostState()
-{
-    return g_State;
-}
-
-RecordedScene* SceneOfRecord(const SAA_Scene* record)
-{
-    if (g_State.scene == nullptr || record == nullptr)
-    {
-        return nullptr;
-    }
-    return std::memcmp(&g_State.record, record, sizeof *record) == 0 ? g_State.scene : nullptr;
-}
-
-int EnterOperation(Operation operation)
-{
-    OperationRecord& record = g_Operations[operation];
-    ++record.nCalls;
-    if (record.callsToFault == 0)
-    {
-        return 0;
-    }
-    --record.callsToFault;
-    return record.callsToFault == 0 ? record.status : 0;
-}
+HostState g_HostState;
 
 const std::vector<const char*>& ListOperations()
 {
@@ -63,20 +29,20 @@ static OperationRecord* FindOperation(const char* name)
 
 void SetCurrentScene(RecordedScene* scene)
 {
-    g_State.scene = scene;
-    g_State.record = scene == nullptr ? SAA_Scene() : SceneRecord(*scene);
+    g_HostState.scene = scene;
+    g_HostState.record = scene == nullptr ? SAA_Scene() : SceneRecord(*scene);
 }
 
 void SetStatusSink(void (*sink)(const char* text, void* context), void* context)
 {
-    g_State.statusSink = sink;
-    g_State.statusContext = context;
+    g_HostState.statusSink = sink;
+    g_HostState.statusContext = context;
 }
 
 void SetFrameSink(void (*sink)(int frame, void* context), void* context)
 {
-    g_State.frameSink = sink;
-    g_State.frameContext = context;
+    g_HostState.frameSink = sink;
+    g_HostState.frameContext = context;
 }
 
 const SAA_CusvalSet* GetCustomValues(RecordedScene& scene, int element)
@@ -102,11 +68,11 @@ void ClearFaults()
     {
         record = OperationRecord();
     }
-    g_State.isInitialised = false;
+    g_HostState.isInitialised = false;
 }
 
 int CallCount(const char* name)
 {
     const OperationRecord* record = FindOperation(name);
-    return record == nullptr ? -1 : record->nCalls;
+    return record == nullptr ? -1 : static_cast<int>(record->nCalls);
 }

@@ -4,6 +4,15 @@
 #include "saa/handles.h"
 #include "saa/recordedscene.h"
 
+#include <cstring>
+
+// Data of this library alone, which its code can get at without a table.
+#ifdef _WIN32
+#define SAA_PRIVATE
+#else
+#define SAA_PRIVATE __attribute__((visibility("hidden")))
+#endif
+
 struct HostState
 {
     RecordedScene* scene = nullptr;
@@ -15,7 +24,15 @@ struct HostState
     void* frameContext = nullptr;
 };
 
-HostState& GetHostState();
+// The one of the process.
+SAA_PRIVATE extern HostState g_HostState;
 
 // The open scene, null if none is open or the record is that of another one.
-RecordedScene* SceneOfRecord(const SAA_Scene* record);
+inline RecordedScene* SceneOfRecord(const SAA_Scene* record)
+{
+    if (g_HostState.scene == nullptr || record == nullptr)
+    {
+        return nullptr;
+    }
+    return std::memcmp(&g_HostState.record, record, sizeof *record) == 0 ? g_HostState.scene : nullptr;
+}

@@ -5,6 +5,7 @@
 #include "saa/hoststate.h"
 #include "saa/saahost.h"
 
+#include <cstdint>
 #include <exception>
 
 // One line for each operation.
@@ -64,8 +65,28 @@ enum Operation
 };
 #undef SAA_ENUMERATOR
 
+// The calls of an operation, and a fault that waits for one of them.
+struct OperationRecord
+{
+    std::int64_t nCalls = 0; // pieces times nodes may be more than an int
+    int callsToFault = 0;    // 0 for no fault
+    int status = 0;
+};
+
+SAA_PRIVATE extern OperationRecord g_Operations[NUM_OPERATIONS];
+
 // Counts a call of the operation; the status to answer with, 0 if it may go on.
-int EnterOperation(Operation operation);
+inline int EnterOperation(Operation operation)
+{
+    OperationRecord& record = g_Operations[operation];
+    ++record.nCalls;
+    if (record.callsToFault == 0)
+    {
+        return 0;
+    }
+    --record.callsToFault;
+    return record.callsToFault == 0 ? record.status : 0;
+}
 
 // Runs the body of an operation. No exception crosses the plain C interface; running out of memory is a status.
 template <typename Body> int RunOperation(Operation operation, Body body)

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <limits>
 
 static unsigned g_NextSceneId = 1;
 
@@ -27,9 +28,10 @@ RecordedScene::RecordedScene(const Scene& scene, const RecordedSceneOptions& opt
     m_EndFrame = options.end.value_or(range.end);
     m_CurrentFrame = m_StartFrame;
     BuildElements();
-    for (const RecordedElement& element : m_Elements)
+    for (int i = 0; i < NumElements(); ++i)
     {
-        m_NodeOf.push_back(element.isNode ? element.node : -1);
+        m_NodeOf.push_back(Element(i).isNode ? Element(i).node : -1);
+        m_Movers.push_back({0, IsEnveloped(i) ? std::numeric_limits<int>::max() : -1});
     }
     m_Meshes.resize(m_Elements.size());
     BuildTextures();
@@ -66,6 +68,8 @@ const JoinedMesh& RecordedScene::Mesh(int element)
         auto made = std::make_unique<MeshCache>();
         made->mesh = JoinMesh(m_Scene, Use(element), m_Elements[element].node, m_IsShown);
         cache = std::move(made);
+        const std::vector<JoinedWeight>& weights = cache->mesh.weights;
+        m_Movers[element] = weights.empty() ? NodeSpan() : NodeSpan{weights.front().node, weights.back().node};
     }
     return cache->mesh;
 }

@@ -92,6 +92,7 @@ public:
     // The elements in file order; children by index. Their names are unique, ignoring case, and don't depend on the
     // clip. Exactly one has the level 0.
     int NumElements() const { return static_cast<int>(m_Elements.size()); }
+    bool HasElement(std::size_t element) const { return element < m_NodeOf.size(); }
     const RecordedElement& Element(int element) const { return m_Elements[element]; }
     // The scene's node that an element stands for, -1 for none. Of each pair of a mesh and an element it is asked, so
     // it is quick.
@@ -101,6 +102,8 @@ public:
     void SetWish(int element, const std::string& token) { m_Elements[element].wish = token; }
     SAA_CusvalSet& CustomValues(int element) { return m_Elements[element].customValues; }
     bool IsMesh(int element) const { return m_Elements[element].use >= 0; }
+    // False if the node certainly moves no vertex of the mesh's skin. Quick as well.
+    bool MayMove(int node, int mesh) const { return node >= m_Movers[mesh].first && node <= m_Movers[mesh].last; }
     bool IsEnveloped(int element) const { return IsMesh(element) && Use(element).skin >= 0; }
 
     // Local transform at the current frame.
@@ -145,6 +148,13 @@ private:
     void CollectWarnings();
     DoubleMatrix SpaceOf(int element);
 
+    // From one of the scene's nodes to another, both inclusive.
+    struct NodeSpan
+    {
+        int first = 0;
+        int last = -1;
+    };
+
     // What is worked out for a mesh when it is first asked for.
     struct MeshCache
     {
@@ -167,6 +177,7 @@ private:
     std::vector<RecordedElement> m_Elements;
     std::vector<bool> m_IsShown;                      // for each node whether it is an element
     std::vector<int> m_NodeOf;                        // see NodeOf
+    std::vector<NodeSpan> m_Movers;                   // see MayMove; all nodes until a mesh is first asked for
     std::vector<std::array<int, 4>> m_ChannelOf;      // for each node by path the clip's channel, -1 for none
     std::vector<RecordedTexture> m_Textures;          // one for each image, and one for meshes without
     std::vector<std::unique_ptr<MeshCache>> m_Meshes; // by element, null until asked for

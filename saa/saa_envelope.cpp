@@ -12,24 +12,21 @@ struct WeightRange
     const JoinedWeight* end = nullptr;
 };
 
-// An exporter asks for each pair of an element and a mesh, and nearly all have nothing to do with each other.
-static WeightRange FindWeights(RecordedScene& scene, int skeleton, int mesh)
+static WeightRange FindNodeWeights(RecordedScene& scene, int node, int mesh)
 {
-    const int skeletonNode = scene.NodeOf(skeleton);
-    if (skeletonNode < 0 || !scene.IsEnveloped(mesh))
-    {
-        return {};
-    }
     const std::vector<JoinedWeight>& weights = scene.Mesh(mesh).weights;
-    if (weights.empty() || skeletonNode < weights.front().node || skeletonNode > weights.back().node)
-    {
-        return {};
-    }
-    const auto first = std::lower_bound(weights.begin(), weights.end(), skeletonNode,
-                                        [](const JoinedWeight& weight, int node) { return weight.node < node; });
-    const auto last = std::upper_bound(first, weights.end(), skeletonNode,
-                                       [](int node, const JoinedWeight& weight) { return node < weight.node; });
+    const auto first = std::lower_bound(weights.begin(), weights.end(), node,
+                                        [](const JoinedWeight& weight, int n) { return weight.node < n; });
+    const auto last =
+        std::upper_bound(first, weights.end(), node, [](int n, const JoinedWeight& weight) { return n < weight.node; });
     return {weights.data() + (first - weights.begin()), weights.data() + (last - weights.begin())};
+}
+
+// An exporter asks for each pair of an element and a mesh, and nearly all have nothing to do with each other.
+static inline WeightRange FindWeights(RecordedScene& scene, int skeleton, int mesh)
+{
+    const int node = scene.NodeOf(skeleton);
+    return scene.MayMove(node, mesh) ? FindNodeWeights(scene, node, mesh) : WeightRange();
 }
 
 // Runs `body` with the scene, the mesh's element and the weights that the skeleton element has in it.

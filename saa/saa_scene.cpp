@@ -15,8 +15,8 @@ int SAA_sceneInitInternal(const char* version)
                             {
                                 return SAA_STATUS_VERSION;
                             }
-                            const bool before = GetHostState().isInitialised;
-                            GetHostState().isInitialised = true;
+                            const bool before = g_HostState.isInitialised;
+                            g_HostState.isInitialised = true;
                             return before ? 3 : 0;
                         });
 }
@@ -30,11 +30,11 @@ int SAA_sceneGetCurrent(SAA_Scene* scene)
                             {
                                 return SAA_STATUS_ARGUMENT;
                             }
-                            if (GetHostState().scene == nullptr)
+                            if (g_HostState.scene == nullptr)
                             {
                                 return SAA_STATUS_NO_SCENE;
                             }
-                            *scene = SceneRecord(*GetHostState().scene);
+                            *scene = SceneRecord(*g_HostState.scene);
                             return 0;
                         });
 }
@@ -86,7 +86,7 @@ int SAA_sceneSetPlayCtrlCurrentFrame(const SAA_Scene* scene, int frame)
                              [&](RecordedScene& current) -> int
                              {
                                  current.SetCurrentFrame(frame);
-                                 const HostState& state = GetHostState();
+                                 const HostState& state = g_HostState;
                                  if (state.frameSink != nullptr)
                                  {
                                      state.frameSink(frame, state.frameContext);
@@ -128,7 +128,7 @@ int SAA_statusBarSet(const char* text, int show)
     return RunOperation(OP_SAA_statusBarSet,
                         [&]() -> int
                         {
-                            const HostState& state = GetHostState();
+                            const HostState& state = g_HostState;
                             if (text == nullptr || show != 1)
                             {
                                 return SAA_STATUS_ARGUMENT;

@@ -77,6 +77,8 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVerti
         delete pEnvelope;
         return QZTRUE;
     }
+    // Room that grows with the list: a joint may move thousands of pieces.
+    pSkel->m_Envelopes.SetCacheSize(pSkel->m_Envelopes.GetSize() / 2);
     if (!pSkel->m_Envelopes.Append(pEnvelope))
     {
         delete pEnvelope;
