@@ -45,6 +45,7 @@ export class App {
         const host = document.getElementById("stage");
         this.#stage = new Stage(host, models, this.#textures, () => this.#drawLabels());
         this.#labels = new Labels(host);
+        document.body.classList.toggle("software", this.#stage.software);
         this.#what = {
             wireframe: false,
             skeleton: models.every((model) => model.pieces.length === 0),

@@ -7,6 +7,25 @@ export function gridStep(size) {
     return power * [1, 2, 5].findLast((factor) => factor * power <= rough * 1.0001);
 }
 
+// The fade is worked out by pixel, so that a line is one piece: many short ones cost a processor that draws dearly.
+const VERTEX_SHADER = `
+varying vec3 tint;
+varying vec2 place;
+void main() {
+    tint = color;
+    place = position.xz;
+    gl_Position = projectionMatrix * modelViewMatrix * vec4(position, 1.0);
+}`;
+const FRAGMENT_SHADER = `
+uniform float reach;
+varying vec3 tint;
+varying vec2 place;
+void main() {
+    gl_FragColor = vec4(tint, pow(max(0.0, 1.0 - length(place) / reach), 1.5));
+    #include <tonemapping_fragment>
+    #include <colorspace_fragment>
+}`;
+
 // A floor of lines, a step apart, that fades towards its rim; every fifth line is stronger, and those through the
 // origin have the colours of their axes.
 export class Grid {
@@ -16,8 +35,16 @@ export class Grid {
         this.step = gridStep(size);
         this.lines = new THREE.LineSegments(
             new THREE.BufferGeometry(),
-            new THREE.LineBasicMaterial({ vertexColors: true, transparent: true, depthWrite: false }),
+            new THREE.ShaderMaterial({
+                vertexShader: VERTEX_SHADER,
+                fragmentShader: FRAGMENT_SHADER,
+                uniforms: { reach: { value: Grid.HALF * this.step } },
+                vertexColors: true,
+                transparent: true,
+                depthWrite: false,
+            }),
         );
+        this.lines.frustumCulled = false;
         this.lines.renderOrder = -1;
     }
 
@@ -26,21 +53,19 @@ export class Grid {
         const positions = [];
         const colors = [];
         const color = new THREE.Color();
-        const alpha = (a, b) => Math.max(0, 1 - Math.hypot(a, b) / HALF) ** 1.5;
         const addLine = (turned, i) => {
             color.set(i === 0 ? (turned ? z : x) : i % 5 === 0 ? major : minor);
-            for (let k = -HALF; k < HALF; ++k) {
-                for (const end of [k, k + 1]) {
-                    positions.push(...(turned ? [i, 0, end] : [end, 0, i]).map((value) => value * this.step));
-                    colors.push(color.r, color.g, color.b, alpha(i, end));
-                }
+            const half = Math.sqrt(HALF * HALF - i * i); // beyond the rim there is nothing to see
+            for (const end of [-half, half]) {
+                positions.push(...(turned ? [i, 0, end] : [end, 0, i]).map((value) => value * this.step));
+                colors.push(color.r, color.g, color.b);
             }
         };
-        for (let i = -HALF; i <= HALF; ++i) {
+        for (let i = 1 - HALF; i < HALF; ++i) {
             addLine(false, i);
             addLine(true, i);
         }
         this.lines.geometry.setAttribute("position", new THREE.Float32BufferAttribute(positions, 3));
-        this.lines.geometry.setAttribute("color", new THREE.Float32BufferAttribute(colors, 4));
+        this.lines.geometry.setAttribute("color", new THREE.Float32BufferAttribute(colors, 3));
     }
 }

@@ -7,8 +7,11 @@ const FONT = "500 11px system-ui, sans-serif";
 // Names and figures over the canvas. A label that would cover another is left out; those that come first have the say.
 export class Labels {
     #canvas = document.createElement("canvas");
+    #context = this.#canvas.getContext("2d");
     #host;
     #taken = [];
+    #marks = []; // what is to be drawn, each a list of numbers and texts
+    #drawn = ""; // what stands on the canvas
 
     constructor(host) {
         this.#host = host;
@@ -16,39 +19,66 @@ export class Labels {
         host.append(this.#canvas);
     }
 
-    // what: { names, sockets, bounds, grid }, each on or off; picked: the node that is picked, by view.
+    // what: { names, sockets, bounds, grid }, each on or off; picked: the node that is picked, by view. Only what has
+    // changed is drawn anew, since a page pays for a canvas that changes even where nobody could tell.
     draw(stage, what, picked, theme) {
         const { clientWidth: width, clientHeight: height } = this.#host;
         const ratio = Math.min(window.devicePixelRatio, 2);
-        this.#canvas.width = Math.round(width * ratio);
-        this.#canvas.height = Math.round(height * ratio);
-        const context = this.#canvas.getContext("2d");
-        context.setTransform(ratio, 0, 0, ratio, 0, 0);
-        context.font = FONT;
-        context.textBaseline = "middle";
+        this.#marks = [];
+        this.#context.font = FONT;
         for (const [i, view] of stage.views.entries()) {
             this.#taken = [];
-            const { rectangle } = view;
-            context.save();
-            context.beginPath();
-            context.rect(rectangle.x, rectangle.y, rectangle.width, rectangle.height);
-            context.clip();
-            this.#drawView(context, view, stage.camera, what, picked[i], theme);
-            context.restore();
+            const { x, y, width: wide, height: tall } = view.rectangle;
+            this.#marks.push(["clip", x, y, wide, tall]);
+            this.#addView(view, stage.camera, what, picked[i], theme);
             if (i > 0) {
-                context.fillStyle = theme.line;
-                if (rectangle.x > 0) {
-                    context.fillRect(rectangle.x, rectangle.y, 1, rectangle.height);
-                } else {
-                    context.fillRect(rectangle.x, rectangle.y, rectangle.width, 1);
-                }
+                this.#marks.push(["box", x, y, x > 0 ? 1 : wide, x > 0 ? tall : 1, 0, theme.line]);
             }
+        }
+        const drawing = JSON.stringify([width, height, ratio, this.#marks]);
+        if (drawing !== this.#drawn) {
+            this.#drawn = drawing;
+            this.#drawMarks(width, height, ratio);
         }
     }
 
-    #drawView(context, view, camera, what, picked, theme) {
+    #drawMarks(width, height, ratio) {
+        const context = this.#context;
+        this.#canvas.hidden = this.#marks.every(([kind]) => kind === "clip");
+        const [wide, tall] = [Math.round(width * ratio), Math.round(height * ratio)];
+        if (this.#canvas.width !== wide || this.#canvas.height !== tall) {
+            this.#canvas.width = wide;
+            this.#canvas.height = tall;
+        }
+        context.setTransform(ratio, 0, 0, ratio, 0, 0);
+        context.clearRect(0, 0, width, height);
+        context.font = FONT;
+        context.textBaseline = "middle";
+        context.save();
+        for (const [kind, x, y, ...more] of this.#marks) {
+            context.fillStyle = more.at(-1);
+            context.beginPath();
+            if (kind === "clip") {
+                context.restore();
+                context.save();
+                context.rect(x, y, more[0], more[1]);
+                context.clip();
+            } else if (kind === "dot") {
+                context.arc(x, y, 2.5, 0, 2 * Math.PI);
+                context.fill();
+            } else if (kind === "box") {
+                context.roundRect(x, y, more[0], more[1], more[2]);
+                context.fill();
+            } else {
+                context.fillText(more[0], x, y);
+            }
+        }
+        context.restore();
+    }
+
+    #addView(view, camera, what, picked, theme) {
         const { figure, model } = view;
-        const put = (place, text, style) => place && this.#put(context, place, text, style);
+        const put = (place, text, style) => place && this.#put(place, text, style);
         if (picked >= 0) {
             const place = view.toScreen(view.nodePlace(picked), camera);
             put(place, model.nodes[picked].name, { ink: "#1b1300", paper: theme.accent2, dot: theme.accent2 });
@@ -73,14 +103,13 @@ export class Labels {
             put(place && { x: place.x, y: place.y - 12 }, sizes, { ink: theme.ink, paper: theme.label });
         }
         if (what.grid) {
-            this.#drawUnits(context, view, camera, theme);
+            this.#addUnits(view, camera, theme);
         }
     }
 
     // Lengths along both axes of the floor.
-    #drawUnits(context, view, camera, theme) {
+    #addUnits(view, camera, theme) {
         const { step } = view.grid;
-        context.fillStyle = theme.faint;
         const figure = outline(view, camera);
         for (const [axis, letter] of [["x", "x"], ["z", "z"]]) {
             for (const i of [-10, -5, 5, 10]) {
@@ -89,21 +118,18 @@ export class Labels {
                 const place = view.toScreen(point, camera);
                 if (place && i < Grid.HALF && !figure.holds(place)) {
                     const text = `${i === 10 ? `${letter} ` : ""}${formatLength(i * step)}`;
-                    context.fillText(text, place.x + 4, place.y + 8);
+                    this.#marks.push(["text", place.x + 4, place.y + 8, text, theme.faint]);
                 }
             }
         }
     }
 
-    #put(context, { x, y }, text, { ink, paper, dot }) {
+    #put({ x, y }, text, { ink, paper, dot }) {
         const PAD = 5;
-        const width = context.measureText(text).width + 2 * PAD;
+        const width = this.#context.measureText(text).width + 2 * PAD;
         const box = { left: x + 7, top: y - 8, right: x + 7 + width, bottom: y + 8 };
         if (dot) {
-            context.fillStyle = dot;
-            context.beginPath();
-            context.arc(x, y, 2.5, 0, 2 * Math.PI);
-            context.fill();
+            this.#marks.push(["dot", x, y, dot]);
         }
         const overlaps = (other) =>
             box.left < other.right && box.right > other.left && box.top < other.bottom && box.bottom > other.top;
@@ -111,12 +137,8 @@ export class Labels {
             return;
         }
         this.#taken.push(box);
-        context.fillStyle = paper;
-        context.beginPath();
-        context.roundRect(box.left, box.top, width, 16, 4);
-        context.fill();
-        context.fillStyle = ink;
-        context.fillText(text, box.left + PAD, y + 0.5);
+        this.#marks.push(["box", box.left, box.top, width, 16, 4, paper]);
+        this.#marks.push(["text", box.left + PAD, y + 0.5, text, ink]);
     }
 }
 

@@ -25,10 +25,14 @@ export class Stage {
         this.#moved = moved;
         this.software = isSoftware();
         this.views = models.map((model) => new View(model, textures, this.software));
-        this.#renderer = new THREE.WebGLRenderer({
+        this.canvas = document.createElement("canvas");
+        // Opaque: what lies below needn't be mixed in at every frame.
+        const context = this.canvas.getContext("webgl2", {
+            alpha: false,
             antialias: !this.software,
             powerPreference: "high-performance",
         });
+        this.#renderer = new THREE.WebGLRenderer({ canvas: this.canvas, context });
         const ratio = Math.min(window.devicePixelRatio, 2);
         this.#stillRatio = this.software ? 2 : ratio;
         this.#fullRatio = this.software ? 1 : ratio;
@@ -38,7 +42,6 @@ export class Stage {
         this.#renderer.shadowMap.enabled = true;
         this.#renderer.shadowMap.type = THREE.PCFShadowMap;
         this.#renderer.setScissorTest(true);
-        this.canvas = this.#renderer.domElement;
         this.canvas.setAttribute("aria-label", "The model");
         this.canvas.tabIndex = 0;
         host.prepend(this.canvas);
