@@ -13,6 +13,10 @@ static constexpr int RESERVED = 512 << 20; // bytes of addresses, not of memory
 static constexpr int MAX_HEAP_BLOCK = 32 << 20;
 static constexpr int STEP = 16 << 20;
 static constexpr std::uintptr_t PAGE = 4096;
+static constexpr std::uintptr_t LARGE_PAGE = 2 << 20;
+
+// What lies ahead of the first large page: never used, so that no small page is asked for. It is addresses, no memory.
+static void* volatile s_Ahead = nullptr;
 
 void UseLargePages()
 {
@@ -23,10 +27,13 @@ void UseLargePages()
     mallopt(M_TOP_PAD, STEP);
     if (!block)
         return;
-    char* const start = static_cast<char*>(block) + (PAGE - reinterpret_cast<std::uintptr_t>(block) % PAGE);
+    const auto address = reinterpret_cast<std::uintptr_t>(block);
+    char* const start = static_cast<char*>(block) + (PAGE - address % PAGE);
     char* const end = static_cast<char*>(sbrk(0));
     // A block that isn't of the heap has its end elsewhere.
-    if (start < end && end - start < 2 * std::ptrdiff_t(RESERVED))
-        madvise(start, static_cast<std::size_t>(end - start), MADV_HUGEPAGE);
+    const bool isOfHeap = start < end && end - start < 2 * std::ptrdiff_t(RESERVED);
+    const bool hasLargePages = isOfHeap && madvise(start, static_cast<std::size_t>(end - start), MADV_HUGEPAGE) == 0;
     std::free(block);
+    if (hasLargePages)
+        s_Ahead = std::malloc(LARGE_PAGE - address % LARGE_PAGE);
 }
