@@ -81,7 +81,8 @@ Command MakeHelpCommand()
     Command command;
     command.m_Name = "help";
     command.m_Summary = "Tell the commands, or the options and examples of one";
-    command.m_Options.AddWords("COMMAND", pOptions->m_Commands, "The command to tell about");
+    command.m_Options.AddWords("COMMAND", pOptions->m_Commands, "The command to tell about").m_Kind =
+        ValueKind::Command;
     command.m_Options.AddFlag("--man", pOptions->m_bMan, "Print the manual page");
     command.m_Options.AddChoice("--completion", pOptions->m_Shell, {"bash", "zsh", "fish"},
                                 "Print what makes a shell complete commands and options");

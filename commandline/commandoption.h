@@ -13,7 +13,8 @@ enum class ValueKind
 {
     Text,
     File,
-    Choice // the words of the option's m_Choices
+    Choice, // the words of the option's m_Choices
+    Command // the name of a command of the program
 };
 
 struct CommandOption

@@ -36,8 +36,27 @@ static std::string FunctionName(const Program& program)
     return "_" + program.m_Name;
 }
 
+static std::string CommandNames(const Program& program)
+{
+    std::vector<std::string> names;
+    for (const Command& command : program.m_Commands)
+        names.push_back(command.m_Name);
+    return Joined(names, " ");
+}
+
+// Whether the words without an option's name are names of commands.
+static bool TakesCommands(const Command& command)
+{
+    for (const CommandOption& option : command.m_Options.List())
+    {
+        if (option.m_bPositional)
+            return option.m_Kind == ValueKind::Command;
+    }
+    return false;
+}
+
 // The cases of one command in bash: what follows an option that takes a value, and else its options and files.
-static std::string BashCommand(const Command& command, const std::string& indent)
+static std::string BashCommand(const Program& program, const Command& command, const std::string& indent)
 {
     std::string names = "--help";
     std::string cases;
@@ -58,7 +77,8 @@ static std::string BashCommand(const Command& command, const std::string& indent
     if (!cases.empty())
         text = indent + "case $previous in\n" + cases + indent + "esac\n";
     return text + indent + "[[ $word == -* ]] && COMPREPLY=($(compgen -W " + Quoted(names) +
-           " -- \"$word\")) || COMPREPLY=($(compgen -f -- \"$word\"))\n";
+           " -- \"$word\")) || COMPREPLY=($(compgen " +
+           (TakesCommands(command) ? "-W " + Quoted(CommandNames(program)) : "-f") + " -- \"$word\"))\n";
 }
 
 std::string BashCompletion(const Program& program)
@@ -66,15 +86,14 @@ std::string BashCompletion(const Program& program)
     std::string text = FunctionName(program) + "()\n{\n    local word=${COMP_WORDS[COMP_CWORD]}\n" +
                        "    local previous=${COMP_WORDS[COMP_CWORD-1]}\n    COMPREPLY=()\n";
     if (IsOne(program))
-        text += BashCommand(program.m_Commands[0], "    ");
+        text += BashCommand(program, program.m_Commands[0], "    ");
     else
     {
-        std::string names = "--help --version";
+        const std::string names = "--help --version " + CommandNames(program);
         std::string cases;
         for (const Command& command : program.m_Commands)
         {
-            names += " " + command.m_Name;
-            cases += "    " + command.m_Name + ")\n" + BashCommand(command, "        ") + "        ;;\n";
+            cases += "    " + command.m_Name + ")\n" + BashCommand(program, command, "        ") + "        ;;\n";
         }
         text += "    if [[ $COMP_CWORD == 1 ]]; then\n        COMPREPLY=($(compgen -W " + Quoted(names) +
                 " -- \"$word\"))\n        return\n    fi\n    case ${COMP_WORDS[1]} in\n" + cases + "    esac\n";
@@ -83,7 +102,7 @@ std::string BashCompletion(const Program& program)
 }
 
 // The arguments of zsh's _arguments for one command.
-static std::string ZshCommand(const Command& command, const std::string& indent)
+static std::string ZshCommand(const Program& program, const Command& command, const std::string& indent)
 {
     std::string text = indent + "_arguments -s '--help[Print this help]'";
     for (const CommandOption& option : command.m_Options.List())
@@ -91,6 +110,8 @@ static std::string ZshCommand(const Command& command, const std::string& indent)
         std::string action = option.m_Kind == ValueKind::File ? "_files" : " ";
         if (option.m_Kind == ValueKind::Choice)
             action = "(" + Joined(option.m_Choices, " ") + ")";
+        else if (option.m_Kind == ValueKind::Command)
+            action = "(" + CommandNames(program) + ")";
         text += " \\\n" + indent + "    ";
         if (option.m_bPositional)
         {
@@ -117,13 +138,13 @@ std::string ZshCompletion(const Program& program)
 {
     std::string text = "#compdef " + program.m_Name + "\n\n";
     if (IsOne(program))
-        return text + ZshCommand(program.m_Commands[0], "");
+        return text + ZshCommand(program, program.m_Commands[0], "");
     text += "local -a commands\ncommands=(\n";
     std::string cases;
     for (const Command& command : program.m_Commands)
     {
         text += "    " + Quoted(command.m_Name + ":" + command.m_Summary) + "\n";
-        cases += "    " + command.m_Name + ")\n" + ZshCommand(command, "        ") + "        ;;\n";
+        cases += "    " + command.m_Name + ")\n" + ZshCommand(program, command, "        ") + "        ;;\n";
     }
     return text + ")\nif (( CURRENT == 2 )); then\n    _describe command commands\n    return\nfi\nshift words\n" +
            "(( CURRENT-- ))\ncase $words[1] in\n" + cases + "esac\n";
@@ -132,7 +153,8 @@ std::string ZshCompletion(const Program& program)
 std::string FishCompletion(const Program& program)
 {
     const std::string start = "complete -c " + program.m_Name;
-    std::string text;
+    std::string text = start + " -s h -l help -d 'Print this help'\n";
+    text += start + (IsOne(program) ? "" : " -n __fish_use_subcommand") + " -l version -d 'Print the version'\n";
     for (const Command& command : program.m_Commands)
     {
         std::string condition;
@@ -140,8 +162,11 @@ std::string FishCompletion(const Program& program)
         {
             text += start + " -n __fish_use_subcommand -f -a " + command.m_Name + " -d " +
                     Quoted(command.m_Summary, "\\") + "\n";
-            condition = " -n '__fish_seen_subcommand_from " + command.m_Name + "'";
+            // The first word alone counts: another one may well be called as a command.
+            condition = " -n 'set -l words (commandline -opc); test \"$words[2]\" = " + command.m_Name + "'";
         }
+        if (TakesCommands(command))
+            text += start + condition + " -f -a " + Quoted(CommandNames(program)) + "\n";
         for (const CommandOption& option : command.m_Options.List())
         {
             if (option.m_bPositional)

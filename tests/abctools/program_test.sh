@@ -41,9 +41,9 @@ fi
 "$1" help --completion bash >"$folder/abctool.bash" && "$2" --completion bash >"$folder/zoltexport.bash" || exit 1
 completed=$(bash -c '. "$1/abctool.bash"; . "$1/zoltexport.bash"
     complete_words() { COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); "_$1"; echo "${COMPREPLY[*]}"; }
-    complete_words abctool po; complete_words abctool pose x.abc --an; complete_words abctool help --completion f
+    complete_words abctool po; complete_words abctool pose x.abc --an; complete_words abctool help --completion f; complete_words abctool help pos
     complete_words zoltexport s.gltf --over' - "$folder" | tr '\n' ' ')
-if [ "$completed" != "pose --anim fish --overwrite " ]; then
+if [ "$completed" != "pose --anim fish pose --overwrite " ]; then
     echo "completion gives: $completed"
     exit 1
 fi
