@@ -1,6 +1,7 @@
 #include "abctools/commands.h"
 #include "abctools/jsontext.h"
 #include "abctools/modelfile.h"
+#include "commandline/progressbar.h"
 #include "engine/model/src/modelfolder.h"
 #include "tools/model/animfit.h"
 #include "tools/model/convmodel.h"
@@ -184,8 +185,11 @@ static bool AppendAll(Append& run)
         !LoadWithChildren(bytes, folder, run.m_Model, run.m_Warnings, run.m_Error))
         return false;
     std::vector<bool> found(options.m_Anims.size(), false);
+    ProgressBar bar("adding");
+    size_t nDone = 0;
     for (const std::string& path : options.m_SourcePaths)
     {
+        bar.Show(nDone++, options.m_SourcePaths.size());
         if (!AppendSource(run, path, found))
             return false;
     }

@@ -5,6 +5,7 @@
 #include "abctools/jsontext.h"
 #include "abctools/modelfile.h"
 #include "abctools/modelfilecheck.h"
+#include "commandline/progressbar.h"
 #include "engine/model/src/modelfolder.h"
 
 #include <nlohmann/json.hpp>
@@ -61,15 +62,21 @@ static const std::string* FindNew(const std::vector<std::string>& texts, const s
 
 static bool RunSteps(ModelEdit& edit, const std::vector<EditStep>& steps, std::string& error)
 {
+    ProgressBar bar("editing");
+    size_t nSteps = 0;
+    edit.m_Progress = [&](size_t nDone, size_t nAll) { bar.Show(nSteps * nAll + nDone, steps.size() * nAll); };
     const std::vector<std::string> problemsBefore = FindCommandProblems(edit.m_Model);
     for (const EditStep& step : steps)
     {
+        edit.m_Progress(0, 1);
         if (!step.m_pOperation->m_pRun(edit, step.m_Values))
         {
             error = step.Text() + ": " + edit.m_Error;
             return false;
         }
+        ++nSteps;
     }
+    edit.m_Progress = [](size_t, size_t) {};
     // At the end, when what a command names may be there.
     for (const std::string& problem : FindCommandProblems(edit.m_Model))
     {

@@ -111,12 +111,14 @@ static std::vector<double> SampleTimes(Model& model, const std::string& name)
     return times;
 }
 
-static bool FindReach(Model& model, const std::string& anim, Reach& reach, std::string& error)
+static bool FindReach(Model& model, const std::string& anim, const std::vector<double>& times,
+                      const std::function<void()>& progress, Reach& reach, std::string& error)
 {
     PosedMesh mesh;
     std::vector<Vector3> first;
-    for (const double time : SampleTimes(model, anim))
+    for (const double time : times)
     {
+        progress();
         if (!PoseAt(model, anim, time, false, mesh, error))
             return false;
         const PoseBox box = mesh.Box();
@@ -201,7 +203,10 @@ bool DrawPicture(Model& model, const PictureOptions& options, Picture& picture, 
     if (anim.empty() && model.NumAnims() > 0)
         anim = model.GetAnim(0)->GetName();
     Reach reach;
-    if (!FindReach(model, anim, reach, error))
+    const std::vector<double> times = SampleTimes(model, anim);
+    size_t nDone = 0; // poses: two of each time, then those that are drawn
+    const auto progress = [&] { options.m_Progress(nDone++, 2 * times.size() + nPoses); };
+    if (!FindReach(model, anim, times, progress, reach, error))
         return false;
     if (reach.m_Box.IsEmpty())
     {
@@ -217,8 +222,9 @@ bool DrawPicture(Model& model, const PictureOptions& options, Picture& picture, 
     };
     PosedMesh mesh;
     PictureCamera camera(width, picture.m_Height);
-    for (const double time : SampleTimes(model, anim))
+    for (const double time : times)
     {
+        progress();
         if (!PoseAt(model, anim, time, false, mesh, error))
             return false;
         camera.LookAt(target(mesh));
@@ -237,6 +243,7 @@ bool DrawPicture(Model& model, const PictureOptions& options, Picture& picture, 
     {
         // The last pose of a loop would be the first once more.
         const uint32_t nSteps = reach.m_bCloses ? nPoses : std::max(nPoses - 1, 1u);
+        progress();
         const double time = bStrip ? last * i / nSteps : std::clamp(options.m_Time, 0.0, last);
         if (!PoseAt(model, anim, time, true, mesh, error))
             return false;

@@ -4,6 +4,7 @@
 #include "zoltshared/stdzolt/inlinenamespace.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@ struct PictureOptions
     uint32_t m_Height = 0;
     uint32_t m_nStrip = 0; // so many poses side by side, from the animation's start to its end
     bool m_bJson = false;
+    std::function<void(size_t nDone, size_t nAll)> m_Progress = [](size_t, size_t) {};
 };
 
 constexpr uint32_t MAX_PICTURE_SIZE = 16384; // of the whole picture, along each side

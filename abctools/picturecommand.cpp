@@ -2,6 +2,7 @@
 #include "abctools/jsontext.h"
 #include "abctools/modelfile.h"
 #include "abctools/picture.h"
+#include "commandline/progressbar.h"
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelfolder.h"
 
@@ -20,8 +21,13 @@ int RunPicture(const PictureOptions& options, std::ostream& out, std::ostream& e
     LoadRequest request;
     folder.Attach(&request);
     Picture picture;
-    if (!ReadModelBytes(options.m_Path, bytes, error) || !LoadModelBytes(bytes, model, request, error) ||
-        !DrawPicture(model, options, picture, error))
+    ProgressBar bar("drawing");
+    PictureOptions drawn = options;
+    drawn.m_Progress = [&bar](size_t nDone, size_t nAll) { bar.Show(nDone, nAll); };
+    const bool bDrawn = ReadModelBytes(options.m_Path, bytes, error) && LoadModelBytes(bytes, model, request, error) &&
+                        DrawPicture(model, drawn, picture, error);
+    bar.Clear();
+    if (!bDrawn)
     {
         err << ErrorLine(options.m_Path, error);
         return STATUS_FAILED;

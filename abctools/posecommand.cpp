@@ -1,6 +1,6 @@
 #include "abctools/commands.h"
-#include "abctools/jsontext.h"
 #include "abctools/format.h"
+#include "abctools/jsontext.h"
 #include "abctools/linkchildmodel.h"
 #include "abctools/modelfile.h"
 #include "engine/model/src/model.h"

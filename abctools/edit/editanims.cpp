@@ -159,13 +159,15 @@ static bool CheckLoop(ModelEdit& edit, const EditValues& values)
                     " and turns " + NumberText(gap.m_RootTurn) + " degrees");
 }
 
-static bool ReduceKeysOf(ModelEdit& edit, const std::string& name, double tolerance)
+// The animation is one of so many.
+static bool ReduceKeysOf(ModelEdit& edit, const std::string& name, double tolerance, uint32_t iOf, uint32_t nOf)
 {
     uint32_t iAnim = 0;
     KeyReduction reduction;
     if (!edit.FindOwnAnim(name, &iAnim))
         return false;
-    if (!ReduceKeys(edit.m_Model, iAnim, tolerance, reduction))
+    const auto progress = [&](size_t nDone, size_t nAll) { edit.m_Progress(iOf * nAll + nDone, nOf * nAll); };
+    if (!ReduceKeys(edit.m_Model, iAnim, tolerance, progress, reduction))
         return edit.Fail("the animation " + name + " can't be evaluated");
     return edit.Say("the animation " + name + Format(" has %u of ", reduction.m_nAfter) +
                     Counted(reduction.m_nBefore, "key") + ", and nothing strays further than " +
@@ -178,10 +180,11 @@ static bool ReduceKeysTo(ModelEdit& edit, const EditValues& values)
     if (tolerance < 0.0)
         return edit.Fail("a tolerance isn't below 0");
     if (values[0] != "*")
-        return ReduceKeysOf(edit, values[0], tolerance);
-    for (uint32_t i = 0; i < edit.m_Model.CalcNumOwnAnims(); ++i)
+        return ReduceKeysOf(edit, values[0], tolerance, 0, 1);
+    const uint32_t nAnims = edit.m_Model.CalcNumOwnAnims();
+    for (uint32_t i = 0; i < nAnims; ++i)
     {
-        if (!ReduceKeysOf(edit, edit.m_Model.GetAnim(i)->GetName(), tolerance))
+        if (!ReduceKeysOf(edit, edit.m_Model.GetAnim(i)->GetName(), tolerance, i, nAnims))
             return false;
     }
     return true;

@@ -2,6 +2,7 @@
 
 #include "tools/model/convmodel.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -39,4 +40,5 @@ public:
     std::vector<std::string> m_Changes;
     std::vector<std::string> m_Warnings;
     std::string m_Error;
+    std::function<void(size_t nDone, size_t nAll)> m_Progress = [](size_t, size_t) {}; // of the operation at hand
 };

@@ -48,12 +48,15 @@ public:
     }
 
     // The keys to keep, rising. Empty if a pose can't be evaluated.
-    std::vector<uint32_t> Choose()
+    std::vector<uint32_t> Choose(const std::function<void(size_t nDone, size_t nAll)>& progress)
     {
         const uint32_t nKeys = m_Anim.NumKeyFrames();
         std::vector<uint32_t> kept = {0};
         while (kept.back() + 1 < nKeys && !m_bFailed)
+        {
+            progress(kept.back(), nKeys);
             kept.push_back(FindFurthest(kept.back()));
+        }
         return m_bFailed ? std::vector<uint32_t>() : kept;
     }
 
@@ -197,7 +200,8 @@ private:
 
 } // namespace
 
-bool ReduceKeys(Model& model, uint32_t iAnim, double tolerance, KeyReduction& reduction)
+bool ReduceKeys(Model& model, uint32_t iAnim, double tolerance,
+                const std::function<void(size_t nDone, size_t nAll)>& progress, KeyReduction& reduction)
 {
     ModelAnim& anim = *model.GetAnim(iAnim);
     reduction = {anim.NumKeyFrames(), anim.NumKeyFrames(), 0.0};
@@ -207,7 +211,7 @@ bool ReduceKeys(Model& model, uint32_t iAnim, double tolerance, KeyReduction& re
     if (anim.NumKeyFrames() > UINT16_MAX + 1u || iAnim > UINT16_MAX)
         return false;
     KeyReducer reducer(model, iAnim, tolerance);
-    const std::vector<uint32_t> kept = reducer.Choose();
+    const std::vector<uint32_t> kept = reducer.Choose(progress);
     if (kept.empty())
         return false;
     std::vector<RebuiltKey> keys;

@@ -2,6 +2,8 @@
 
 #include "engine/model/src/model.h"
 
+#include <functional>
+
 struct KeyReduction
 {
     uint32_t m_nBefore = 0;
@@ -14,4 +16,5 @@ struct KeyReduction
 // Takes keys out of an own animation as long as nothing goes further than the tolerance, in model units, from where it
 // was, at any whole millisecond. The first and the last key stay, and so do those with a command string and those that
 // share a time. False if a pose can't be evaluated, for more than 65536 keys, and without memory.
-bool ReduceKeys(Model& model, uint32_t iAnim, double tolerance, KeyReduction& reduction);
+bool ReduceKeys(Model& model, uint32_t iAnim, double tolerance,
+                const std::function<void(size_t nDone, size_t nAll)>& progress, KeyReduction& reduction);
