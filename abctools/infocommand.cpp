@@ -146,7 +146,8 @@ int RunInfo(const InfoOptions& options, std::ostream& out, std::ostream& err)
             err << ErrorLine(path, error);
             status = STATUS_FAILED;
             if (options.m_bJson)
-                infos.push_back({{"file", ToUtf8(path)}, {"error", ToUtf8(path + ": " + error + ".")}});
+                infos.push_back(
+                    {{"file", ToUtf8(path)}, {"error", ToUtf8(std::string(path).append(": ").append(error) + ".")}});
         }
         else if (bPages)
         {

@@ -1,5 +1,12 @@
 #include "abctools/picture.h"
 
+#include <algorithm>
+#include <cstdlib>
+
+// The library asks for no bytes at all now and then.
+#define STBIW_MALLOC(size) std::malloc(std::max<size_t>(size, 1))
+#define STBIW_REALLOC(pBlock, size) std::realloc(pBlock, std::max<size_t>(size, 1))
+#define STBIW_FREE(pBlock) std::free(pBlock)
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STB_IMAGE_WRITE_STATIC
 #define STBI_WRITE_NO_STDIO

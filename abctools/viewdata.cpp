@@ -120,9 +120,15 @@ static void WriteRelations(ArrayWriter& writer, const ChildInfo& link, uint32_t 
 {
     NodeKeyFrame identity;
     identity.SetIdentity();
+    const auto isIdentity = [](const NodeKeyFrame& key)
+    {
+        const Vector3& v = key.m_vTranslation;
+        const Quaternion& q = key.m_qRotation;
+        return v.x == 0.0f && v.y == 0.0f && v.z == 0.0f && q.x == 0.0f && q.y == 0.0f && q.z == 0.0f && q.w == 1.0f;
+    };
     bool bAny = false;
     for (uint32_t i = 0; i < link.m_Relations.GetSize(); ++i)
-        bAny = bAny || std::memcmp(&link.m_Relations[i], &identity, sizeof(identity)) != 0;
+        bAny = bAny || !isIdentity(link.m_Relations[i]);
     writer.U32(bAny ? 1 : 0);
     for (uint32_t i = 0; bAny && i < nNodes; ++i)
         writer.Key(i < link.m_Relations.GetSize() ? link.m_Relations[i] : identity);

@@ -70,8 +70,8 @@ static std::string BashCommand(const Program& program, const Command& command, c
         const std::string words = option.m_Kind == ValueKind::Choice ? "-W " + Quoted(Joined(option.m_Choices, " "))
                                   : option.m_Kind == ValueKind::File ? "-f"
                                                                      : "-W ''";
-        cases += indent + "    " + Joined(option.NameList(), "|") + ") COMPREPLY=($(compgen " + words +
-                 " -- \"$word\")); return ;;\n";
+        cases.append(indent).append("    ").append(Joined(option.NameList(), "|"));
+        cases.append(") COMPREPLY=($(compgen ").append(words).append(" -- \"$word\")); return ;;\n");
     }
     std::string text;
     if (!cases.empty())

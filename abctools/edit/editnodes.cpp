@@ -3,6 +3,7 @@
 #include "abctools/edit/editoperation.h"
 #include "abctools/edit/handdownnode.h"
 #include "abctools/edit/modeledit.h"
+#include "abctools/format.h"
 
 static bool RenameNode(ModelEdit& edit, const EditValues& values)
 {
@@ -61,7 +62,8 @@ static bool RemoveNodeOf(ModelEdit& edit, const EditValues& values)
         return edit.Fail(error);
     edit.Say("the node " + name + " is gone, its motion handed down");
     for (const std::string& child : unfixed)
-        edit.Warn("the node " + child + " has lost the flag fixed-offset, since its place moves with that of " + name);
+        edit.Warn(Format("the node %s has lost the flag fixed-offset, since its place moves with that of %s",
+                         child.c_str(), name.c_str()));
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "abctools/edit/readoperations.h"
 
+#include "abctools/format.h"
 #include "commandline/splitwords.h"
 
 #include <nlohmann/json.hpp>
@@ -73,7 +74,7 @@ static bool ValuesOf(const json& object, const std::string& name, std::vector<st
             c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
         if (!object.contains(key) || !TextOf(object[key], values.emplace_back()))
         {
-            problem = name + " needs text or a number for " + key;
+            problem = Format("%s needs text or a number for %s", name.c_str(), key.c_str());
             return false;
         }
         ++nUsed;
@@ -107,7 +108,7 @@ bool ReadOperationJson(const std::string& text, std::vector<EditStep>& steps, st
             std::string problem;
             if (!ValuesOf(entry, std::string(words[0]), words, problem))
             {
-                error = where + ": " + problem;
+                error = Format("%s: %s", where.c_str(), problem.c_str());
                 return false;
             }
         }

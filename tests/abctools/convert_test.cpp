@@ -92,7 +92,7 @@ TEST(Convert, TheSceneStandsWhereTheModelDoesAtEveryKey)
     const ModelPointer model = MakeSoundModel();
     char message[MODEL_ERRSTR_SIZE];
     ASSERT_TRUE(model->AddChildModel(child.get(), "child.abc", message, QZTRUE)) << message;
-    child.release(); // DeleteModel of the parent deletes it
+    static_cast<void>(child.release()); // DeleteModel of the parent deletes it
     WriteBytes(folder / "m.abc", BytesOf(*model));
     for (const char* pName : {"m.glb", "m.GLTF"})
     {
