@@ -4,11 +4,45 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <map>
 #include <tuple>
 
 namespace
 {
+
+// Directions far from each other, one for each number.
+Vector3 Spread(uint32_t i)
+{
+    constexpr double GOLDEN_ANGLE = 2.399963229728653;
+    constexpr double GOLDEN_PART = 0.6180339887498949;
+    const double y = 2.0 * std::fmod((i + 0.5) * GOLDEN_PART, 1.0) - 1.0;
+    const double across = std::sqrt(1.0 - y * y);
+    return Vector3(static_cast<float>(across * std::cos(GOLDEN_ANGLE * i)), static_cast<float>(y),
+                   static_cast<float>(across * std::sin(GOLDEN_ANGLE * i)));
+}
+
+// Where the vertex is taken to be: each node is shifted in a direction of its own by a part of its bone's length. In
+// the bind pose a limb is straight, so that a simplification would take it for a tube without joints, and what is left
+// couldn't bend.
+Vector3 BentPlace(const Model& model, const ModelVert& vert)
+{
+    constexpr float BEND = 0.05f; // more costs sparse meshes their shape, less leaves bends
+    Vector3 place = vert.m_vPos;
+    for (uint32_t i = 0; i < vert.m_nWeights; ++i)
+    {
+        const ModelVertWeight& weight = vert.m_Weights[i];
+        const ModelNode* pNode = model.GetNode(weight.m_iNode);
+        if (pNode->GetParentIndex() == MNODE_NO_PARENT)
+            continue;
+        Vector3 from, to;
+        model.GetNode(pNode->GetParentIndex())->m_mGlobal.GetTranslation(from);
+        pNode->m_mGlobal.GetTranslation(to);
+        const float length = (to - from).Mag();
+        place = place + Spread(weight.m_iNode) * (BEND * length * weight.m_Vec[3]);
+    }
+    return place;
+}
 
 // A mesh with a vertex for each pair of a vertex and its coordinates at a triangle's corner.
 struct CornerMesh
@@ -19,7 +53,7 @@ struct CornerMesh
         ModelTri::UVPair m_UV;
     };
 
-    explicit CornerMesh(ModelPieceLOD& mesh)
+    CornerMesh(const Model& model, ModelPieceLOD& mesh)
     {
         std::map<std::tuple<uint16_t, uint32_t, uint32_t>, unsigned> known;
         for (uint32_t iTri = 0; iTri < mesh.NumTris(); ++iTri)
@@ -34,14 +68,14 @@ struct CornerMesh
                 if (!bNew)
                     continue;
                 m_Corners.push_back({tri.m_Indices[i], tri.m_UVs[i]});
-                const Vector3& place = mesh.GetVert(tri.m_Indices[i])->m_vPos;
+                const Vector3 place = BentPlace(model, *mesh.GetVert(tri.m_Indices[i]));
                 m_Places.insert(m_Places.end(), {place.x, place.y, place.z});
             }
         }
     }
 
     std::vector<Corner> m_Corners;
-    std::vector<float> m_Places; // x, y, z for each corner
+    std::vector<float> m_Places; // x, y, z for each corner, with joints bent a little
     std::vector<unsigned> m_Indices;
 };
 
@@ -156,7 +190,7 @@ bool AddSimplifiedLod(Model& model, double ratio, float distance, std::vector<Si
     for (uint32_t i = 0; i < model.NumPieces(); ++i)
     {
         ModelPiece& piece = *model.GetPiece(i);
-        const CornerMesh corners(piece);
+        const CornerMesh corners(model, piece);
         ModelPieceLOD lod;
         SimplifiedPiece told;
         const std::vector<unsigned> indices = Simplify(corners, ratio, model.NumPieces() > 1, told.m_Error);
