@@ -462,6 +462,25 @@ TEST_F(EditTest, ALodHasTheVerticesAndWeightsOfTheMesh)
             EXPECT_TRUE(a.m_iNode == b.m_iNode && std::equal(a.m_Vec, a.m_Vec + 4, b.m_Vec));
         }
     }
+    // Flat, but one half follows one node and one the other: both rows at the joint stay.
+    const std::string swaying = SwayingModel();
+    const ModelPointer flat = LoadBytes({swaying.begin(), swaying.end()});
+    for (uint32_t i = 0; i < flat->GetPiece(0)->NumVerts(); ++i)
+    {
+        ModelVert& vert = *flat->GetPiece(0)->GetVert(i);
+        vert.m_vPos.z = 0.0f;
+        vert.m_Weights[0].m_Vec[3] = i < 60 ? 1.0f : 0.0f;
+        vert.m_Weights[1].m_Vec[3] = i < 60 ? 0.0f : 1.0f;
+    }
+    const std::vector<uint8_t> bytes = BytesOf(*flat);
+    Write("flat.abc", std::string(bytes.begin(), bytes.end()));
+    const ModelPointer jointed = Edit("flat.abc", {"--add-lod", "0.1", "90"});
+    ASSERT_TRUE(jointed) << m_Outcome.m_Err;
+    uint32_t nAtJoint = 0;
+    ModelPieceLOD& left = *jointed->GetPiece(0)->GetLOD(2);
+    for (uint32_t i = 0; i < left.NumVerts(); ++i)
+        nAtJoint += std::fabs(left.GetVert(i)->m_vPos.y - 37.375f) < 0.2f ? 1 : 0;
+    EXPECT_EQ(nAtJoint, 4u);
 }
 
 TEST_F(EditTest, AnAppendGoesByShapeOrByName)
