@@ -21,6 +21,10 @@ float CropCoordinate(float whole, int cropMin, int cropMax, int size)
     const double exact = (static_cast<double>(whole) - static_cast<double>(offset)) / static_cast<double>(scale);
     const float start =
         static_cast<float>(std::clamp(exact, -static_cast<double>(FLT_MAX), static_cast<double>(FLT_MAX)));
+    if (miss(start) == 0.0)
+    {
+        return start; // no neighbour is better
+    }
     float best = start;
     float below = start;
     float above = start;

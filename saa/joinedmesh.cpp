@@ -3,6 +3,33 @@
 #include "scene/commonjoint.h"
 
 #include <algorithm>
+#include <numeric>
+
+// Puts weights, which are by vertex, in the order of their nodes, with those of each node by vertex.
+static void SortByNode(std::vector<JoinedWeight>& weights)
+{
+    const auto byNode = [](const JoinedWeight& a, const JoinedWeight& b) { return a.node < b.node; };
+    const auto [least, greatest] = std::minmax_element(weights.begin(), weights.end(), byNode);
+    const std::size_t nNodes = weights.empty() ? 0 : static_cast<std::size_t>(greatest->node - least->node) + 1;
+    if (nNodes > weights.size())
+    {
+        std::stable_sort(weights.begin(), weights.end(), byNode);
+        return;
+    }
+    const int first = weights.empty() ? 0 : least->node;
+    std::vector<std::size_t> places(nNodes + 1, 0); // of each node's next one
+    for (const JoinedWeight& weight : weights)
+    {
+        ++places[static_cast<std::size_t>(weight.node - first) + 1];
+    }
+    std::partial_sum(places.begin(), places.end(), places.begin());
+    std::vector<JoinedWeight> sorted(weights.size());
+    for (const JoinedWeight& weight : weights)
+    {
+        sorted[places[static_cast<std::size_t>(weight.node - first)]++] = weight;
+    }
+    weights.swap(sorted);
+}
 
 JoinedMesh JoinMesh(const Scene& scene, const SceneMeshUse& use, int node, const std::vector<bool>& isShown)
 {
@@ -33,9 +60,7 @@ JoinedMesh JoinMesh(const Scene& scene, const SceneMeshUse& use, int node, const
             mesh.weights.push_back({share.node, v, share.percent});
         }
     }
+    SortByNode(mesh.weights);
     mesh.weights.shrink_to_fit(); // of vertices that were joined there are fewer
-    std::sort(mesh.weights.begin(), mesh.weights.end(),
-              [](const JoinedWeight& a, const JoinedWeight& b)
-              { return a.node != b.node ? a.node < b.node : a.vertex < b.vertex; });
     return mesh;
 }

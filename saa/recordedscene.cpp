@@ -43,6 +43,11 @@ void RecordedScene::SetCurrentFrame(int frame)
 {
     m_bPoseValid = m_bPoseValid && frame == m_CurrentFrame;
     m_CurrentFrame = frame;
+    for (std::size_t i = 0; m_bMeshesRead && i < m_Meshes.size(); ++i)
+    {
+        m_Meshes[i].reset();
+    }
+    m_bMeshesRead = false;
 }
 
 const ScenePose& RecordedScene::Pose()
@@ -94,6 +99,7 @@ const std::vector<Double3>& RecordedScene::Positions(int element, bool deformed)
 {
     const JoinedMesh& mesh = Mesh(element);
     MeshCache& cache = *m_Meshes[element];
+    m_bMeshesRead = true;
     if (!deformed)
     {
         if (cache.original.empty())

@@ -87,6 +87,9 @@ public:
     int StartFrame() const { return m_StartFrame; }
     int EndFrame() const { return m_EndFrame; }
     int CurrentFrame() const { return m_CurrentFrame; }
+    // An exporter reads the meshes at one frame, and then the animation: with another frame, or the same once more,
+    // what was worked out for meshes whose positions have been read is let go. It is worked out again if it is asked
+    // for.
     void SetCurrentFrame(int frame);
 
     // The elements in file order; children by index. Their names are unique, ignoring case, and don't depend on the
@@ -181,5 +184,6 @@ private:
     std::vector<std::array<int, 4>> m_ChannelOf;      // for each node by path the clip's channel, -1 for none
     std::vector<RecordedTexture> m_Textures;          // one for each image, and one for meshes without
     std::vector<std::unique_ptr<MeshCache>> m_Meshes; // by element, null until asked for
+    bool m_bMeshesRead = false;                       // positions have been, since the frame was set
     std::vector<std::string> m_Warnings;
 };

@@ -106,6 +106,7 @@ int SAA_ctrlVertexGetEnvelopeWeights(const SAA_Scene* scene, const SAA_Elem* ske
                                         return status;
                                     }
                                     std::vector<float> found(static_cast<std::size_t>(count));
+                                    const JoinedWeight* next = range.begin; // mostly they come as they were handed out
                                     for (std::size_t i = 0; i < found.size(); ++i)
                                     {
                                         std::uint32_t vertex = 0;
@@ -114,14 +115,17 @@ int SAA_ctrlVertexGetEnvelopeWeights(const SAA_Scene* scene, const SAA_Elem* ske
                                             return SAA_STATUS_HANDLE;
                                         }
                                         const JoinedWeight* weight =
-                                            std::lower_bound(range.begin, range.end, vertex,
-                                                             [](const JoinedWeight& entry, std::uint32_t wanted)
-                                                             { return entry.vertex < wanted; });
+                                            next != range.end && next->vertex == vertex
+                                                ? next
+                                                : std::lower_bound(range.begin, range.end, vertex,
+                                                                   [](const JoinedWeight& entry, std::uint32_t wanted)
+                                                                   { return entry.vertex < wanted; });
                                         if (weight == range.end || weight->vertex != vertex)
                                         {
                                             return SAA_STATUS_HANDLE;
                                         }
                                         found[i] = PercentAsFloat(weight->percent);
+                                        next = weight + 1;
                                     }
                                     std::copy(found.begin(), found.end(), weights);
                                     return 0;

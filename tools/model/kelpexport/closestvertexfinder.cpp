@@ -58,6 +58,7 @@ QZBOOL ClosestVertexFinder::Build(const DynArray<SAA_Position, DefaultCache>& po
 {
     m_pPositions = &positions;
     m_bTiny = false;
+    m_bHasTree = false;
     m_Slots.Term();
     m_Order.Term();
     m_Axes.Term();
@@ -65,30 +66,41 @@ QZBOOL ClosestVertexFinder::Build(const DynArray<SAA_Position, DefaultCache>& po
     uint32_t nSlots = 16;
     while (nSlots < nPositions * uint64_t(2))
         nSlots *= 2;
-    if (!m_Order.SetSize(nPositions) || !m_Axes.SetSizeInit(nPositions, 0) || !m_Slots.SetSizeInit(nSlots, 0))
-    {
-        m_Slots.Term();
+    if (!m_Slots.SetSizeInit(nSlots, 0))
         return QZFALSE;
-    }
-    uint32_t nOrdered = 0;
     for (uint32_t i = 0; i < nPositions; ++i)
     {
         if (!IsFinite(positions[i].v))
             continue; // never near anything
         m_bTiny = m_bTiny || IsTiny(positions[i].v);
         uint32_t& slot = m_Slots[FindPlace(positions[i].v)];
-        if (slot != 0)
-            continue; // never nearer than the one before
-        slot = i + 1;
-        m_Order[nOrdered++] = i;
+        if (slot == 0) // a later one is never nearer than the one before
+            slot = i + 1;
     }
+    return QZTRUE;
+}
+
+// False without memory.
+QZBOOL ClosestVertexFinder::BuildTree()
+{
+    const uint32_t nPositions = m_pPositions->GetSize();
+    m_bHasTree = m_Order.SetSize(nPositions) && m_Axes.SetSizeInit(nPositions, 0);
+    uint32_t nOrdered = 0;
+    for (uint32_t i = 0; m_bHasTree && i < nPositions; ++i)
+    {
+        const double* pPos = m_pPositions->Get(i).v;
+        if (IsFinite(pPos) && m_Slots[FindPlace(pPos)] == i + 1)
+            m_Order[nOrdered++] = i;
+    }
+    if (!m_bHasTree)
+        return QZFALSE;
     m_Order.NiceSetSize(nOrdered);
-    BuildTree(0, nOrdered);
+    SplitRange(0, nOrdered);
     return QZTRUE;
 }
 
 // Splits the range at its middle, along the axis in which it extends furthest.
-void ClosestVertexFinder::BuildTree(uint32_t iBegin, uint32_t iEnd)
+void ClosestVertexFinder::SplitRange(uint32_t iBegin, uint32_t iEnd)
 {
     if (iEnd - iBegin <= LEAF_SIZE)
         return;
@@ -116,8 +128,8 @@ void ClosestVertexFinder::BuildTree(uint32_t iBegin, uint32_t iEnd)
                      [pPositions, axis](uint32_t a, uint32_t b)
                      { return pPositions[a].v[axis] < pPositions[b].v[axis]; });
     m_Axes[iMiddle] = axis;
-    BuildTree(iBegin, iMiddle);
-    BuildTree(iMiddle + 1, iEnd);
+    SplitRange(iBegin, iMiddle);
+    SplitRange(iMiddle + 1, iEnd);
 }
 
 void ClosestVertexFinder::Search(const double* pPos, uint32_t iBegin, uint32_t iEnd, Best& best) const
@@ -153,7 +165,7 @@ void ClosestVertexFinder::Search(const double* pPos, uint32_t iBegin, uint32_t i
         Search(pPos, iBegin, iMiddle, best);
 }
 
-uint32_t ClosestVertexFinder::Find(const double* pPos) const
+uint32_t ClosestVertexFinder::Find(const double* pPos)
 {
     if (m_Slots.GetSize() == 0)
         return ConvModel_Soft::FindClosestVertex(pPos, *m_pPositions);
@@ -165,6 +177,8 @@ uint32_t ClosestVertexFinder::Find(const double* pPos) const
         if (slot != 0)
             return slot - 1;
     }
+    if (!m_bHasTree && !BuildTree())
+        return ConvModel_Soft::FindClosestVertex(pPos, *m_pPositions);
     Best best = {0, ConvModel_Soft::CLOSEST_LIMIT};
     Search(pPos, 0, m_Order.GetSize(), best);
     return best.m_Index;

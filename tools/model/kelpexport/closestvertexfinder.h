@@ -8,14 +8,15 @@
 
 // ConvModel_Soft::FindClosestVertex for many questions about one list of positions, with exactly its results: the
 // strictly nearest, of several the lowest index, and index 0 if none has a squared distance below 1000000.0. A position
-// that is in the list is found by its hash, any other by a k-d tree. The list must not change meanwhile.
+// that is in the list is found by its hash, any other by a k-d tree, which is built when the first one comes. The list
+// must not change meanwhile.
 class ClosestVertexFinder
 {
 public:
     // False without memory; then Find searches the list from the front.
     QZBOOL Build(const DynArray<SAA_Position, DefaultCache>& positions);
     // pPos is x, y, z.
-    uint32_t Find(const double* pPos) const;
+    uint32_t Find(const double* pPos);
 
 private:
     struct Best
@@ -25,12 +26,14 @@ private:
     };
 
     uint32_t FindPlace(const double* pPos) const;
-    void BuildTree(uint32_t iBegin, uint32_t iEnd);
+    QZBOOL BuildTree();
+    void SplitRange(uint32_t iBegin, uint32_t iEnd);
     void Search(const double* pPos, uint32_t iBegin, uint32_t iEnd, Best& best) const;
 
     const DynArray<SAA_Position, DefaultCache>* m_pPositions = nullptr;
     DynArray<uint32_t, DefaultCache> m_Slots; // open addressing, a power of two; index + 1, 0 for a free slot
     DynArray<uint32_t, DefaultCache> m_Order; // indices of finite positions, each position once; the tree
     DynArray<uint8_t, DefaultCache> m_Axes;   // for the middle of each range of m_Order, the axis that it splits
-    bool m_bTiny = false;                     // two positions may differ and still be at a squared distance of 0
+    bool m_bHasTree = false;
+    bool m_bTiny = false; // two positions may differ and still be at a squared distance of 0
 };
