@@ -110,7 +110,7 @@ async function switchesAndPicks() {
         ...Object.fromEntries(keys.map((key) => [`key ${key}`, () => browser.press(key)])),
         "a picked joint": () => browser.click(...hips),
         weights: () => browser.press("c"),
-        "a drag": () => browser.drag([150, 330], [220, 350]),
+        "a drag": () => browser.drag([150, 220], [220, 240]),
         shadow: () => browser.press("s"), // at the end, since a processor draws it slowly
     });
     assert.equal(await browser.evaluate("zoltView.picked[0]"), 1);
@@ -132,7 +132,7 @@ try {
     run(abctool, "view", inFolder("parent.abc"));
     run(abctool, "view", model, other, "--texture", `0=${texture}`, "-o", inFolder("two.html"));
 
-    browser = await Browser.start(executable, { width: 760, height: 430 });
+    browser = await Browser.start(executable, { width: 740, height: 360 });
     await browser.open(`file://${inFolder("one.html")}`);
     await browser.waitFor("window.zoltView !== undefined");
     await playAndScrub();
