@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <random>
+#include <utility>
 
 static const double HALF = std::sqrt(0.5);
 
@@ -216,4 +217,22 @@ TEST(PoseAtBind, TheFirstOfTwoSkinsWinsWithAWarning)
     ExpectPoint(scene.nodes[2].local.translation, 2, 0, 0);
     ASSERT_EQ(scene.warnings.size(), 1U);
     EXPECT_EQ(scene.warnings[0], "Joint knee is bound in two ways; that of the first skin counts.");
+}
+
+// A copy holds the same memory until one of the two is written to, whichever it is.
+TEST(ScenePrimitivesTest, CopiesShareUntilOneIsWrittenTo)
+{
+    Scene scene;
+    scene.primitives.resize(2);
+    scene.primitives[1].positions = {{1.0, 2.0, 3.0}};
+    const Scene copy = scene;
+    const ScenePrimitive* shared = copy.primitives.begin();
+    EXPECT_EQ(std::as_const(scene).primitives.begin(), shared);
+    scene.primitives[1].positions[0].x = 7.0;
+    EXPECT_EQ(copy.primitives.begin(), shared);
+    EXPECT_EQ(copy.primitives[1].positions[0].x, 1.0);
+    EXPECT_EQ(std::as_const(scene).primitives[1].positions[0].x, 7.0);
+    const ScenePrimitive* own = std::as_const(scene).primitives.begin();
+    scene.primitives[0].name = "alone"; // nobody shares it any more
+    EXPECT_EQ(std::as_const(scene).primitives.begin(), own);
 }
