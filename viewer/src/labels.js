@@ -118,10 +118,24 @@ export class Labels {
                 const place = view.toScreen(point, camera);
                 if (place && i < Grid.HALF && !figure.holds(place)) {
                     const text = `${i === 10 ? `${letter} ` : ""}${formatLength(i * step)}`;
-                    this.#marks.push(["text", place.x + 4, place.y + 8, text, theme.faint]);
+                    const [x, y, width] = [place.x + 4, place.y + 8, this.#context.measureText(text).width];
+                    if (this.#take({ left: x, top: y - 8, right: x + width, bottom: y + 8 })) {
+                        this.#marks.push(["text", x, y, text, theme.faint]);
+                    }
                 }
             }
         }
+    }
+
+    // Whether the place of a label is free, which it isn't any longer then.
+    #take(box) {
+        const overlaps = (other) =>
+            box.left < other.right && box.right > other.left && box.top < other.bottom && box.bottom > other.top;
+        const free = !this.#taken.some(overlaps);
+        if (free) {
+            this.#taken.push(box);
+        }
+        return free;
     }
 
     #put({ x, y }, text, { ink, paper, dot }) {
@@ -131,12 +145,9 @@ export class Labels {
         if (dot) {
             this.#marks.push(["dot", x, y, dot]);
         }
-        const overlaps = (other) =>
-            box.left < other.right && box.right > other.left && box.top < other.bottom && box.bottom > other.top;
-        if (text === "" || this.#taken.some(overlaps)) {
+        if (text === "" || !this.#take(box)) {
             return;
         }
-        this.#taken.push(box);
         this.#marks.push(["box", box.left, box.top, width, 16, 4, paper]);
         this.#marks.push(["text", box.left + PAD, y + 0.5, text, ink]);
     }
