@@ -58,7 +58,7 @@ void BuildWeights(ConvModel& model)
 
 void BuildNodes(ConvModel& model, uint32_t nNodes, uint32_t nChildren)
 {
-    model.m_Strings.BeginIndex();
+    model.BeginStringIndex();
     std::vector<ModelNode*> nodes;
     for (uint32_t i = 0; i < nNodes; ++i)
     {

@@ -4,15 +4,16 @@
 #include "engine/model/src/modelallocations.h"
 
 // False without memory.
-static bool Enter(ModelStringList& strings, const char* pText)
+static bool Enter(ModelStringList& strings, ModelStringIndex& index, const char* pText)
 {
-    return *strings.AddString(pText) || !*pText;
+    return *strings.AddString(pText, nullptr, &index) || !*pText;
 }
 
 QZBOOL ModelAllocations::InitFromModel(Model* pModel)
 {
     ModelStringList strings(&g_DefaultAllocator);
-    strings.BeginIndex();
+    ModelStringIndex index;
+    index.Begin(strings);
     Clear();
     m_nAnims = pModel->CalcNumOwnAnims();
     m_nNodes = pModel->NumNodes();
@@ -43,15 +44,15 @@ QZBOOL ModelAllocations::InitFromModel(Model* pModel)
         if (!pAnim)
             continue; // the writer refuses such a row
         m_nKeyFrames += pAnim->NumKeyFrames();
-        bEntered = bEntered && Enter(strings, pAnim->GetName());
+        bEntered = bEntered && Enter(strings, index, pAnim->GetName());
         for (uint32_t iKey = 0; iKey < pAnim->NumKeyFrames(); ++iKey)
-            bEntered = bEntered && Enter(strings, pAnim->m_KeyFrames[iKey].m_pString);
+            bEntered = bEntered && Enter(strings, index, pAnim->m_KeyFrames[iKey].m_pString);
     }
     for (uint32_t i = 0; i < m_nNodes; ++i)
-        bEntered = bEntered && Enter(strings, pModel->GetNode(i)->GetName());
-    bEntered = bEntered && Enter(strings, pModel->m_CommandString);
+        bEntered = bEntered && Enter(strings, index, pModel->GetNode(i)->GetName());
+    bEntered = bEntered && Enter(strings, index, pModel->m_CommandString);
     for (uint32_t i = 1; i < m_nChildModels; ++i)
-        bEntered = bEntered && Enter(strings, pModel->GetChildModel(i)->m_pName);
+        bEntered = bEntered && Enter(strings, index, pModel->GetChildModel(i)->m_pName);
     m_nStrings = strings.NumStrings();
     m_StringLengths = strings.StringLengths();
     return bEntered;

@@ -41,9 +41,8 @@ void BlockAllocator::Term()
         m_pDelegate->Free(m_pBlock);
     m_pDelegate = nullptr;
     m_pBlock = nullptr;
-    m_Used = 0;
     m_Size = 0;
-    m_UsedBack = 0;
+    Reset();
 }
 
 void* BlockAllocator::Alloc(uint32_t size)
@@ -56,11 +55,11 @@ void* BlockAllocator::Alloc(uint32_t size)
     const uint64_t rounded = RoundUp(size);
     if (m_Used + rounded > m_Size)
         return nullptr;
-    char* pPiece = m_pBlock + (m_Used - m_UsedBack);
+    char* pPiece = m_pBlock + (m_Used - GetUsedBack());
     if (WIDE_POINTERS && rounded % 8 != 0)
     {
-        m_UsedBack += static_cast<uint32_t>(rounded);
-        pPiece = m_pBlock + (m_Size - m_UsedBack);
+        SetUsedBack(GetUsedBack() + static_cast<uint32_t>(rounded));
+        pPiece = m_pBlock + (m_Size - GetUsedBack());
     }
     m_Used += static_cast<uint32_t>(rounded);
     return pPiece;

@@ -4,6 +4,8 @@
 #include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
 
+#include <cstdint>
+
 ZOLT_BEGIN_NAMESPACE
 
 // Cuts pieces off one block. Sizes are rounded up to a multiple of 4; pieces have no headers and aren't reused, so
@@ -30,7 +32,7 @@ public:
     void Reset()
     {
         m_Used = 0;
-        m_UsedBack = 0;
+        SetUsedBack(0);
     }
 
     void* Alloc(uint32_t size) override;
@@ -49,7 +51,26 @@ private:
     char* m_pBlock = nullptr;
     uint32_t m_Used = 0; // from both ends together
     uint32_t m_Size = 0;
-    uint32_t m_UsedBack = 0; // the share of m_Used that was cut from the back
+
+    // The share of m_Used that was cut from the back.
+#if UINTPTR_MAX > UINT32_MAX
+    uint32_t GetUsedBack() const
+    {
+        return m_UsedBack;
+    }
+    void SetUsedBack(uint32_t size)
+    {
+        m_UsedBack = size;
+    }
+
+    uint32_t m_UsedBack = 0;
+#else
+    static uint32_t GetUsedBack()
+    {
+        return 0;
+    }
+    static void SetUsedBack(uint32_t /*size*/) {}
+#endif
 };
 
 ZOLT_END_NAMESPACE

@@ -3,6 +3,8 @@
 #include "engine/model/src/animtracker.h"
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelallocations.h"
+#include "engine/model/src/transformmaker.h"
+#include "engine/model/src/vertexdeformrequest.h"
 #include "zoltshared/stdzolt/countingallocator.h"
 
 #include <cstddef>
@@ -10,15 +12,18 @@
 #pragma GCC diagnostic ignored "-Winvalid-offsetof" // none of these has a virtual base
 
 template <class T, std::size_t size> constexpr bool HasSize = sizeof(void*) != 4 || sizeof(T) == size;
+template <std::size_t offset, std::size_t place> constexpr bool IsAt = sizeof(void*) != 4 || offset == place;
 
 static_assert(HasSize<DynArray<ModelNode*, NoCache>, 12> && HasSize<DynArray<float, DefaultCache>, 20>);
-static_assert(HasSize<Allocator, 4> && HasSize<CountingAllocator, 28>);
+static_assert(HasSize<Allocator, 4> && HasSize<CountingAllocator, 28> && HasSize<BlockAllocator, 20>);
 static_assert(HasSize<NodeKeyFrame, 28> && HasSize<AnimKeyFrame, 8> && HasSize<AnimNode, 40> && HasSize<ModelAnim, 80>);
 static_assert(HasSize<ModelNode, 176> && HasSize<ModelSocket, 48> && HasSize<WeightSet, 40>);
 static_assert(HasSize<ModelTri, 32> && HasSize<ModelVert, 32> && HasSize<ModelVertWeight, 20>);
 static_assert(HasSize<ModelPieceLOD, 28> && HasSize<ModelPiece, 96>);
 static_assert(HasSize<ChildInfo, 44> && HasSize<AnimInfo, 32> && HasSize<AnimTracker, 28>);
-static_assert(HasSize<ModelAllocations, 52>);
+static_assert(HasSize<ModelAllocations, 52> && HasSize<AnimTime, 8>);
+static_assert(HasSize<ModelLink, 12> && HasSize<AttachmentList, 8> && HasSize<ModelStringList, 8>);
+static_assert(HasSize<Vector3, 12> && HasSize<Quaternion, 16> && HasSize<Matrix4, 64>);
 
 // Each member behind the one that is named before it.
 template <class Offset, class... Offsets> constexpr bool Rise(Offset first, Offsets... others)
@@ -83,8 +88,20 @@ static_assert(Rise(AT(m_nTotalAllocations), AT(m_nTotalFrees), AT(m_TotalMemoryA
 #define TYPE ModelStringRecord
 static_assert(Rise(AT(m_Size), AT(m_pNext), AT(m_Text)));
 #undef TYPE
-#define TYPE ModelStringList // the index behind these two is ours
-static_assert(AT(m_pHead) == 0 && AT(m_pAllocator) == sizeof(void*));
+#define TYPE ModelStringList
+static_assert(Rise(AT(m_pHead), AT(m_pAllocator)));
+#undef TYPE
+#define TYPE AnimTime
+static_assert(Rise(AT(m_iAnim), AT(m_iFrame), AT(m_Time)));
+#undef TYPE
+#define TYPE VertexDeformRequest // the table of matrices of one's own stands behind these
+static_assert(Rise(AT(m_Anims), AT(m_nAnims), AT(m_pVertOut), AT(m_VertStride), AT(m_StartMat), AT(m_iLOD)));
+static_assert(IsAt<AT(m_iLOD), 300>);
+#undef TYPE
+#define TYPE TransformMaker // behind these stands the working state of one evaluation
+static_assert(Rise(AT(m_Anims), AT(m_nAnims), AT(m_pStartMat), AT(m_pOutput), AT(m_pCallback), AT(m_pUserB),
+                   AT(m_pUserA)));
+static_assert(IsAt<AT(m_pUserA), 244>);
 #undef TYPE
 #undef AT
 
@@ -95,13 +112,15 @@ struct Extent
     std::size_t end;
 };
 
-// True where nothing but what alignment asks for stands between the members, the first behind the table of virtual
-// operations.
+// True where nothing stands between the members but what the alignment of wider pointers asks for, the first behind the
+// table of virtual operations.
 template <class... Extents> constexpr bool Follow(Extents... members)
 {
     bool bFollow = true;
     std::size_t end = sizeof(void*);
-    ((bFollow = bFollow && members.begin >= end && members.begin - end < 8, end = members.end), ...);
+    ((bFollow = bFollow && members.begin >= end && members.begin - end < (sizeof(void*) == 4 ? 1 : 8),
+      end = members.end),
+     ...);
     return bFollow;
 }
 
@@ -121,4 +140,6 @@ static_assert(Follow(AT(m_Filename), AT(m_Link), AT(m_Attachments), AT(m_FlatNod
                      AT(m_bSpecularEnable), AT(m_bRigid), AT(m_Sockets), AT(m_Anims), AT(m_pAllocator),
                      AT(m_pDefaultAllocator), AT(m_BlockAllocator), AT(m_ChildModels), AT(m_nChildModels),
                      AT(m_SelfChildModel), AT(m_FileVersion), AT(m_RefCount), AT(m_DefaultRootNode), AT(m_pRootNode)));
+// Behind the root stands what a load needs for its time, and what serves texts and objects that come in after it.
+static_assert(IsAt<offsetof(Model, m_pRootNode), 652>);
 #undef AT

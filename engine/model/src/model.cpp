@@ -111,6 +111,7 @@ void Model::Term(QZBOOL bDeleteChildren)
 
     m_CommandString = g_EmptyString;
     m_Strings.Term();
+    m_StringIndex.Clear();
     FreeFilename();
     m_LODDistances.Term(m_pAllocator);
     m_nTotalVerts = 0;
@@ -124,10 +125,10 @@ void Model::Term(QZBOOL bDeleteChildren)
 
 const char* Model::AddString(const char* pText)
 {
-    const char* pStored = m_Strings.AddString(pText);
+    const char* pStored = m_Strings.AddString(pText, nullptr, &m_StringIndex);
     // A block that is full: what comes in after the load lives on the heap.
     if (!*pStored && pText && *pText && GetGrowAllocator() != m_pAllocator)
-        pStored = m_Strings.AddString(pText, GetGrowAllocator());
+        pStored = m_Strings.AddString(pText, GetGrowAllocator(), &m_StringIndex);
     return pStored;
 }
 

@@ -9,6 +9,7 @@
 #include "engine/model/src/modelnode.h"
 #include "engine/model/src/modelpiece.h"
 #include "engine/model/src/modelsocket.h"
+#include "engine/model/src/modelstringindex.h"
 #include "engine/model/src/modelstringlist.h"
 #include "engine/model/src/modelvertweight.h"
 #include "engine/model/src/weightset.h"
@@ -122,6 +123,9 @@ public:
 
     // The stored copy of a text; the shared empty string, never null, for an empty text or without memory.
     const char* AddString(const char* pText);
+    // Between the two, AddString finds texts by an index: for whoever adds many.
+    void BeginStringIndex() { m_StringIndex.Begin(m_Strings); }
+    void EndStringIndex() { m_StringIndex.End(); }
     // Stores a copy; false, with no name, without memory.
     QZBOOL SetFilename(const char* pName);
     void FreeFilename();
@@ -374,6 +378,7 @@ private:
     QZBOOL SaveAnimBindings(ModelStream* pStream, uint32_t iPrevLink);
 
     BlockGrowAllocator m_GrowAllocator;
+    ModelStringIndex m_StringIndex;
     // For the time of a load.
     ModelStream* m_pLoadStream = nullptr;
     LoadFault* m_pLoadFault = nullptr;

@@ -147,9 +147,9 @@ uint32_t Model::Load(LoadRequest* pRequest)
     m_nEmptyTracks = 0;
     LoadFault fault(pRequest->m_pErrorText, pRequest->m_ErrorTextSize);
     m_pLoadFault = &fault;
-    m_Strings.BeginIndex();
+    BeginStringIndex();
     const uint32_t result = LoadAll(pRequest);
-    m_Strings.EndIndex();
+    EndStringIndex();
     // What no step had a word for.
     if (result != RESULT_OK && m_pLoadStream->ErrorStatus() != 0)
         FailLoad(m_pLoadStream, "the file ends in it, or can't be read");

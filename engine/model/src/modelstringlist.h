@@ -4,9 +4,12 @@
 #include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/qzbool.h"
 
+#include <cstddef>
 #include <cstdint>
 
 ZOLT_BEGIN_NAMESPACE
+
+class ModelStringIndex;
 
 // One interned text. The characters go on behind the record.
 struct ModelStringRecord
@@ -15,6 +18,12 @@ struct ModelStringRecord
     ModelStringRecord* m_pNext;
     char m_Text[1];
 };
+
+// The characters, reached from the start of the record's memory since they go on behind m_Text.
+inline const char* TextOf(const ModelStringRecord* pRecord)
+{
+    return reinterpret_cast<const char*>(pRecord) + offsetof(ModelStringRecord, m_Text);
+}
 
 // What a record takes with an empty text. On a 64-bit build the record's padding is part of it.
 constexpr uint32_t MODEL_STRING_FIXED_SIZE = sizeof(ModelStringRecord);
@@ -29,8 +38,9 @@ public:
     ModelStringList& operator=(const ModelStringList&) = delete;
 
     // The stored copy; the shared empty string for an empty or null text and when there is no memory. pAllocator, if
-    // given, serves this one record in place of the list's allocator, which must be able to free it.
-    const char* AddString(const char* pText, Allocator* pAllocator = nullptr);
+    // given, serves this one record in place of the list's allocator, which must be able to free it; an index of this
+    // list, if given and in use, finds the copy and gets to know a new one.
+    const char* AddString(const char* pText, Allocator* pAllocator = nullptr, ModelStringIndex* pIndex = nullptr);
     // Frees all records.
     void Term();
     // Refused and reported while the list holds records.
@@ -40,24 +50,11 @@ public:
     // Sum of the lengths, terminators not counted.
     uint32_t StringLengths() const;
 
-    // Between the two, look-ups go through an index on the heap instead of along the list: a load interns many
-    // strings. Without memory for the index, look-ups simply stay linear.
-    void BeginIndex();
-    void EndIndex();
-
     ModelStringRecord* m_pHead = nullptr;
     Allocator* m_pAllocator;
 
 private:
-    uint32_t Hash(const char* pText) const;
     ModelStringRecord* Find(const char* pText, uint32_t length) const;
-    void EnterInIndex(ModelStringRecord* pRecord);
-    void GrowIndex();
-
-    ModelStringRecord** m_pIndex = nullptr; // open addressing, a power of two entries
-    uint32_t m_nIndexSize = 0;
-    uint64_t m_HashSeed = 0;
-    uint32_t m_nIndexed = 0;
 };
 
 ZOLT_END_NAMESPACE

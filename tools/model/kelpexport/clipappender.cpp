@@ -20,7 +20,7 @@ QZBOOL ClipAppender::Load(const char* pFilename, const char* pShownName, QZBOOL 
     if (!bLoaded)
         ShowMessage(MESSAGE_OK, "Unable to read %s back.", pShownName);
     // Each clip enters its texts.
-    m_Model.m_Strings.BeginIndex();
+    m_Model.BeginStringIndex();
     return bLoaded ? QZTRUE : QZFALSE;
 }
 

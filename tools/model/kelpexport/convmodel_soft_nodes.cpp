@@ -33,9 +33,9 @@ QZBOOL ConvModel_Soft::BuildNodeTree(const DynArray<SAA_Elem, DefaultCache>& ele
         return QZFALSE;
     }
     // Many names come in.
-    m_Strings.BeginIndex();
+    BeginStringIndex();
     const QZBOOL bBuilt = BuildNode(&elements[iTop], GetSoftRoot(), 0);
-    m_Strings.EndIndex();
+    EndStringIndex();
     return bBuilt;
 }
 

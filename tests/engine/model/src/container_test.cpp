@@ -70,7 +70,7 @@ TEST(Model, Strings)
     EXPECT_STREQ(model.m_Strings.m_pHead->m_Text, "Walk"); // the newest first
 
     // The index gives what the list gives, also for texts from before, and when it grows.
-    model.m_Strings.BeginIndex();
+    model.BeginStringIndex();
     std::vector<const char*> stored;
     stored.reserve(1000);
     for (int i = 0; i < 1000; ++i)
@@ -78,7 +78,7 @@ TEST(Model, Strings)
     EXPECT_EQ(model.AddString("walk"), pWalk);
     for (int i = 0; i < 1000; ++i)
         EXPECT_EQ(model.AddString(std::to_string(i).c_str()), stored[i]);
-    model.m_Strings.EndIndex();
+    model.EndStringIndex();
     EXPECT_EQ(model.AddString("500"), stored[500]);
     EXPECT_EQ(model.m_Strings.NumStrings(), 1002u);
 
