@@ -129,6 +129,7 @@ template <class... Extents> constexpr bool Follow(Extents... members)
     {                                                                                                                  \
         offsetof(Model, member), offsetof(Model, member) + sizeof(Model::member)                                       \
     }
+// NOLINTBEGIN(bugprone-sizeof-expression): pointers too
 static_assert(Follow(AT(m_Filename), AT(m_Link), AT(m_Attachments), AT(m_FlatNodeList), AT(m_Pieces), AT(m_WeightSets),
                      AT(m_VertexWeights), AT(m_nTotalVerts), AT(m_nTotalTris), AT(m_nDWordNodes), AT(m_Transforms),
                      AT(m_CommandString), AT(m_Strings), AT(m_LODDistances), AT(m_HeaderFloat), AT(m_VisRadius),
@@ -140,6 +141,7 @@ static_assert(Follow(AT(m_Filename), AT(m_Link), AT(m_Attachments), AT(m_FlatNod
                      AT(m_bSpecularEnable), AT(m_bRigid), AT(m_Sockets), AT(m_Anims), AT(m_pAllocator),
                      AT(m_pDefaultAllocator), AT(m_BlockAllocator), AT(m_ChildModels), AT(m_nChildModels),
                      AT(m_SelfChildModel), AT(m_FileVersion), AT(m_RefCount), AT(m_DefaultRootNode), AT(m_pRootNode)));
+// NOLINTEND(bugprone-sizeof-expression)
 // Behind the root stands what a load needs for its time, and what serves texts and objects that come in after it.
 static_assert(IsAt<offsetof(Model, m_pRootNode), 652>);
 #undef AT
