@@ -74,15 +74,22 @@ constexpr int FULL_TERMS = 8;
 constexpr double RATIOS[FULL_TERMS - 1] = {1.0 / 3, 1.0 / 10, 1.0 / 21, 1.0 / 36, 1.0 / 55, 1.0 / 78, 1.0 / 105};
 
 // Two series at once.
-template <int N> inline Factors SeriesAt(const Factors (&terms)[N], Float4 z)
+inline Factors LinearAt(const Factors& c, const Factors& slope, Float4 z)
 {
-    Factors f = terms[N - 1];
-    for (int k = N - 2; k >= 0; --k)
-    {
-        f.a = f.a * z + terms[k].a;
-        f.b = f.b * z + terms[k].b;
-    }
-    return f;
+    return {c.a + slope.a * z, c.b + slope.b * z};
+}
+
+inline Factors SeriesAt(const Factors (&terms)[4], Float4 z)
+{
+    return LinearAt(LinearAt(terms[0], terms[1], z), LinearAt(terms[2], terms[3], z), z * z);
+}
+
+inline Factors SeriesAt(const Factors (&terms)[8], Float4 z)
+{
+    const Float4 zz = z * z;
+    const Factors low = LinearAt(LinearAt(terms[0], terms[1], z), LinearAt(terms[2], terms[3], z), zz);
+    const Factors high = LinearAt(LinearAt(terms[4], terms[5], z), LinearAt(terms[6], terms[7], z), zz);
+    return LinearAt(low, high, zz * zz);
 }
 
 // The short series for a fraction and for what it leaves.
@@ -185,16 +192,6 @@ Vec4 Select(Mask4 mask, const Vec4& a, const Vec4& b)
     return {Float4::Load(result[0]), Float4::Load(result[1]), Float4::Load(result[2]), Float4::Load(result[3])};
 }
 
-// `f` with other factors for those beyond the short series.
-[[gnu::noinline]] Factors WithFarFactors(Factors f, Float4 z, Float4 weight)
-{
-    const Mask4 isFar = Float4(NEAR_PAIR) < z;
-    FullSeries series;
-    series.Init(weight);
-    const Factors full = series.At(z);
-    return {Select(isFar, full.a, f.a), Select(isFar, full.b, f.b)};
-}
-
 // Which way is the short one is a matter of rounding near a half turn.
 constexpr float HALF_TURN = 2e-6f;
 
@@ -203,28 +200,8 @@ inline Quat4 Sum(const Factors& f, const Quat4& a, const Quat4& b)
     return {f.a * a.x + f.b * b.x, f.a * a.y + f.b * b.y, f.a * a.z + f.b * b.z, f.a * a.w + f.b * b.w};
 }
 
-// Both are spherical interpolation the short way round, as QuatSlerp. Where the cosine is beyond 1, and there is no
-// angle, either series gives the weight itself.
-inline Quat4 Slerp(const Quat4& a, const Quat4& b, const NearSeries& series)
-{
-    const Float4 dot = Dot(a, b);
-    const Float4 sign = SignBit(dot);
-    const Float4 cosine = XorBits(dot, sign);
-    const Float4 z = Max(Float4(1.0f) - cosine, Float4(0.0f));
-    Factors f = SeriesAt(series.m_Terms, z);
-    int special = 0;
-    if (Bits(Float4(NEAR_PAIR) < z)) [[unlikely]]
-    {
-        f = WithFarFactors(f, z, series.m_Terms[0].b);
-        special = Bits(cosine < Float4(HALF_TURN));
-    }
-    f.b = XorBits(f.b, sign);
-    Quat4 out = Sum(f, a, b);
-    if (special) [[unlikely]]
-        out = SlerpLanes(special, out, a, b, series.m_Terms[0].b);
-    return out;
-}
-
+// Spherical interpolation the short way round, as QuatSlerp. Where the cosine is beyond 1, and there is no angle,
+// either series gives the weight itself.
 inline Quat4 Slerp(const Quat4& a, const Quat4& b, const FullSeries& series)
 {
     const Float4 dot = Dot(a, b);
@@ -247,6 +224,37 @@ Quat4 RotationsOf(const NodeKeyFrame* const keys[LANES])
     return q;
 }
 
+// What the spherical interpolation between neighbouring keys starts from.
+struct NearPair
+{
+    NearPair(const Quat4& a, const Quat4& b)
+    {
+        const Float4 dot = Dot(a, b);
+        m_Sign = SignBit(dot);
+        m_Cosine = XorBits(dot, m_Sign);
+        m_Z = Max(Float4(1.0f) - m_Cosine, Float4(0.0f));
+    }
+
+    Float4 m_Sign, m_Cosine, m_Z;
+};
+
+// Rotations between keys some of which are beyond the short series. It begins with the keys again, so that the fast way
+// keeps nothing in memory for it.
+[[gnu::noinline]] Quat4 SlerpFarKeys(const NodeKeyFrame* const* pFrom, ptrdiff_t iStep, const NodeKeyFrame* const* pTo,
+                                     const NearSeries& series)
+{
+    const NodeKeyFrame* to[LANES] = {pTo[0] + iStep, pTo[1] + iStep, pTo[2] + iStep, pTo[3] + iStep};
+    const Quat4 a = RotationsOf(pFrom), b = RotationsOf(to);
+    const NearPair pair(a, b);
+    const Float4 weight = series.m_Terms[0].b;
+    FullSeries fullSeries;
+    fullSeries.Init(weight);
+    const Factors full = fullSeries.At(pair.m_Z), near = SeriesAt(series.m_Terms, pair.m_Z);
+    const Mask4 isFar = Float4(NEAR_PAIR) < pair.m_Z;
+    const Factors f{Select(isFar, full.a, near.a), XorBits(Select(isFar, full.b, near.b), pair.m_Sign)};
+    return SlerpLanes(Bits(pair.m_Cosine < Float4(HALF_TURN)), Sum(f, a, b), a, b, weight);
+}
+
 // The fourth float of each is the first of the rotation behind it.
 static_assert(offsetof(NodeKeyFrame, m_qRotation) == 12);
 
@@ -264,7 +272,7 @@ Vec4 TranslationsOf(const NodeKeyFrame* const keys[LANES])
 }
 
 // The keys of some nodes, as the tracks lie. They come from all over the memory, so each is asked for well ahead of its
-// use, along with the one iStep behind it.
+// use, along with the one iStep behind it and the one behind that, which is the next to be played.
 inline void FindKeys(AnimNode* const* pTracks, ptrdiff_t iKey, ptrdiff_t iStep, const uint32_t* pNodes, uint32_t nNodes,
                      const NodeKeyFrame** pKeys)
 {
@@ -272,7 +280,7 @@ inline void FindKeys(AnimNode* const* pTracks, ptrdiff_t iKey, ptrdiff_t iStep, 
     {
         pKeys[i] = pTracks[pNodes[i]]->m_KeyFrames.GetArray() + iKey;
         Prefetch(pKeys[i]);
-        Prefetch(reinterpret_cast<const char*>(pKeys[i] + iStep) + sizeof(NodeKeyFrame) - 1);
+        Prefetch(pKeys[i] + iStep, 2 * sizeof(NodeKeyFrame) - 1);
     }
 }
 
@@ -303,7 +311,14 @@ inline void InterpolateKeys(const PosePosition& position, const NearSeries& seri
             t[i] = from + (TranslationOf(cur[i]) - from) * percent;
         }
         Transpose(t[0], t[1], t[2], t[3]);
-        out(iBlock, Pose4{Slerp(RotationsOf(pPrev), RotationsOf(cur), series), {t[0], t[1], t[2]}});
+        const Quat4 a = RotationsOf(pPrev), b = RotationsOf(cur);
+        const NearPair pair(a, b);
+        Factors f = SeriesAt(series.m_Terms, pair.m_Z);
+        f.b = XorBits(f.b, pair.m_Sign);
+        Quat4 q = Sum(f, a, b);
+        if (Bits(Float4(NEAR_PAIR) < pair.m_Z)) [[unlikely]]
+            q = SlerpFarKeys(pPrev, iStep, pCur, series);
+        out(iBlock, Pose4{q, {t[0], t[1], t[2]}});
     }
 }
 
@@ -396,14 +411,13 @@ inline void ToRows(const Pose4& pose, Rows* pRows)
 {
     const Quat4& q = pose.q;
     const Float4 one(1.0f);
-    const Float4 s = Float4(2.0f) / Dot(q, q);
-    const Float4 xs = s * q.x, ys = s * q.y, zs = s * q.z;
-    const Float4 wx = xs * q.w, wy = ys * q.w, wz = zs * q.w;
-    const Float4 xx = xs * q.x, xy = ys * q.x, xz = zs * q.x;
-    const Float4 yy = ys * q.y, yz = zs * q.y, zz = zs * q.z;
-    Float4 x[LANES] = {one - (yy + zz), xy - wz, xz + wy, pose.t.x};
-    Float4 y[LANES] = {xy + wz, one - (xx + zz), yz - wx, pose.t.y};
-    Float4 z[LANES] = {xz - wy, yz + wx, one - (xx + yy), pose.t.z};
+    const Float4 xx = q.x * q.x, yy = q.y * q.y, zz = q.z * q.z;
+    const Float4 s = Float4(2.0f) / ((xx + yy) + (zz + q.w * q.w));
+    const Float4 xy = q.x * q.y, xz = q.x * q.z, yz = q.y * q.z;
+    const Float4 wx = q.w * q.x, wy = q.w * q.y, wz = q.w * q.z;
+    Float4 x[LANES] = {one - s * (yy + zz), s * (xy - wz), s * (xz + wy), pose.t.x};
+    Float4 y[LANES] = {s * (xy + wz), one - s * (xx + zz), s * (yz - wx), pose.t.y};
+    Float4 z[LANES] = {s * (xz - wy), s * (yz + wx), one - s * (xx + yy), pose.t.z};
     Transpose(x[0], x[1], x[2], x[3]);
     Transpose(y[0], y[1], y[2], y[3]);
     Transpose(z[0], z[1], z[2], z[3]);

@@ -11,18 +11,19 @@ class AnimNode;
 class ModelNode;
 struct NodeKeyFrame;
 
-// One position of a pose, all pointers resolved; tracks and weights go by node index.
+// One position of a pose, all pointers resolved; tracks and weights go by node index. Constructing leaves all unset, so
+// that a call doesn't pay for positions that it hasn't.
 struct PosePosition
 {
-    AnimNode* const* m_pPrevTracks = nullptr;
-    AnimNode* const* m_pCurTracks = nullptr;
-    const float* m_pWeights = nullptr; // not read at position 0
+    AnimNode* const* m_pPrevTracks;
+    AnimNode* const* m_pCurTracks;
+    const float* m_pWeights; // not read at position 0
     // Weights are shares, from 0 to 1 and of any size, of an addition; otherwise exactly 2 adds and all else blends.
-    bool m_bAdd = false;
-    uint32_t m_iPrevKey = 0;
-    uint32_t m_iCurKey = 0;
-    float m_Percent = 0.0f;                  // 0 to 1
-    Vector3 m_vRootOffset{0.0f, 0.0f, 0.0f}; // the rows' translation at m_Percent
+    bool m_bAdd;
+    uint32_t m_iPrevKey;
+    uint32_t m_iCurKey;
+    float m_Percent;       // 0 to 1
+    Vector3 m_vRootOffset; // the rows' translation at m_Percent
 };
 
 // What an evaluation reads and where it writes. Nothing is owned.

@@ -118,6 +118,7 @@ void TransformMaker::Evaluate(const uint32_t* pPath, uint32_t nNodes) const
         position.m_pPrevTracks = m_PrevAnims[i]->m_AnimNodes;
         position.m_pCurTracks = m_CurAnims[i]->m_AnimNodes;
         position.m_pWeights = i != 0 ? m_WeightSets[i]->m_Weights.GetArray() : nullptr;
+        position.m_bAdd = false;
         position.m_iPrevKey = tracker.m_Prev.m_iFrame;
         position.m_iCurKey = tracker.m_Cur.m_iFrame;
         position.m_Percent = tracker.m_Percent;
