@@ -449,7 +449,7 @@ bool AreIdentities(const NodeKeyFrame* pRelations, uint32_t nRelations)
     if (nRelations == 0)
         return true; // There may be no list at all.
     static_assert(sizeof(NodeKeyFrame) == 7 * sizeof(float));
-    constexpr float identity[7] = {0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
+    static constexpr float identity[7] = {0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
     // The first, and each of the others the same as the one before it.
     return !std::memcmp(pRelations, identity, sizeof(identity)) &&
            !std::memcmp(pRelations, pRelations + 1, (nRelations - 1) * sizeof(NodeKeyFrame));

@@ -28,16 +28,17 @@ QZBOOL TransformMaker::IsValid() const
     return QZTRUE;
 }
 
-// A child model whose tree has changed since it was linked, a weight set that nobody sized and a model that isn't
-// precalculated fail here. That the tracks have the shape of the tree is the caller's word.
+// Of a valid tracker. A child model whose tree has changed since it was linked, a weight set that nobody sized and a
+// model that isn't precalculated fail here. That the tracks have the shape of the tree is the caller's word.
 static bool IsPrecalculated(const AnimTracker& tracker, bool bLayer)
 {
     const Model* pModel = tracker.m_pModel;
     const uint32_t nNodes = pModel->NumNodes();
     if (nNodes == 0)
         return false;
-    for (const ModelAnim* pAnim : {tracker.GetPrevAnim(), tracker.GetCurAnim()})
+    for (const AnimTime& time : {tracker.m_Prev, tracker.m_Cur})
     {
+        const ModelAnim* pAnim = pModel->GetAnim(time.m_iAnim);
         if (!pAnim->m_AnimNodes || pAnim->GetModel()->NumNodes() < nNodes)
             return false;
     }
@@ -58,8 +59,8 @@ QZBOOL TransformMaker::SetupCall()
     {
         if (i != 0)
             m_WeightSets[i] = m_pModel->GetWeightSet(m_Anims[i].m_iWeightSet);
-        m_PrevAnims[i] = m_Anims[i].GetPrevAnim();
-        m_CurAnims[i] = m_Anims[i].GetCurAnim();
+        m_PrevAnims[i] = m_pModel->GetAnim(m_Anims[i].m_Prev.m_iAnim);
+        m_CurAnims[i] = m_pModel->GetAnim(m_Anims[i].m_Cur.m_iAnim);
     }
     if (!m_pStartMat)
     {
