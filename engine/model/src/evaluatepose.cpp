@@ -271,23 +271,43 @@ Vec4 TranslationsOf(const NodeKeyFrame* const keys[LANES])
     return {x, y, z};
 }
 
-// The keys of some nodes, as the tracks lie. They come from all over the memory, so each is asked for well ahead of its
-// use, along with the one iStep behind it and the one behind that, which is the next to be played.
-inline void FindKeys(AnimNode* const* pTracks, ptrdiff_t iKey, ptrdiff_t iStep, const uint32_t* pNodes, uint32_t nNodes,
+// Some nodes: those that m_pIndices lists, or, where it is null, one after the other from m_iFirst on.
+struct Nodes
+{
+    const uint32_t* m_pIndices;
+    uint32_t m_iFirst;
+    uint32_t m_nNodes;
+};
+
+// The keys of some nodes, as the tracks lie, the last again for the places that are left in its block. They come from
+// all over the memory, so each is asked for well ahead of its use, along with the one iStep behind it and the one
+// behind that, which is the next to be played.
+inline void FindKeys(AnimNode* const* pTracks, ptrdiff_t iKey, ptrdiff_t iStep, const Nodes& nodes,
                      const NodeKeyFrame** pKeys)
 {
-    for (uint32_t i = 0; i < nNodes; ++i)
+    const auto find = [=](uint32_t i, const AnimNode* pTrack)
     {
-        pKeys[i] = pTracks[pNodes[i]]->m_KeyFrames.GetArray() + iKey;
+        pKeys[i] = pTrack->m_KeyFrames.GetArray() + iKey;
         Prefetch(pKeys[i]);
         Prefetch(pKeys[i] + iStep, 2 * sizeof(NodeKeyFrame) - 1);
+    };
+    if (nodes.m_pIndices)
+    {
+        for (uint32_t i = 0; i < nodes.m_nNodes; ++i)
+            find(i, pTracks[nodes.m_pIndices[i]]);
     }
+    else
+    {
+        for (uint32_t i = 0; i < nodes.m_nNodes; ++i)
+            find(i, pTracks[nodes.m_iFirst + i]);
+    }
+    for (uint32_t i = nodes.m_nNodes; i % LANES != 0; ++i)
+        pKeys[i] = pKeys[i - 1];
 }
 
 // A position of some nodes between its two keys, without the root offset: out(iBlock, pose).
 template <class Out>
-inline void InterpolateKeys(const PosePosition& position, const NearSeries& series, const uint32_t* pNodes,
-                            uint32_t nBlocks, Out out)
+inline void InterpolateKeys(const PosePosition& position, const NearSeries& series, const Nodes& nodes, Out out)
 {
     const NodeKeyFrame* prevKeys[CHUNK];
     const NodeKeyFrame* curKeys[CHUNK];
@@ -295,9 +315,10 @@ inline void InterpolateKeys(const PosePosition& position, const NearSeries& seri
     const bool bSameTracks = position.m_pPrevTracks == position.m_pCurTracks;
     const ptrdiff_t iPrev = position.m_iPrevKey, iCur = position.m_iCurKey;
     const ptrdiff_t iStep = bSameTracks ? iCur - iPrev : 0;
-    FindKeys(position.m_pPrevTracks, iPrev, iStep, pNodes, LANES * nBlocks, prevKeys);
+    FindKeys(position.m_pPrevTracks, iPrev, iStep, nodes, prevKeys);
     if (!bSameTracks)
-        FindKeys(position.m_pCurTracks, iCur, 0, pNodes, LANES * nBlocks, curKeys);
+        FindKeys(position.m_pCurTracks, iCur, 0, nodes, curKeys);
+    const uint32_t nBlocks = (nodes.m_nNodes + LANES - 1) / LANES;
     const NodeKeyFrame* const* pPrev = prevKeys;
     const NodeKeyFrame* const* pCur = bSameTracks ? prevKeys : curKeys;
     const Float4 percent(position.m_Percent);
@@ -397,7 +418,7 @@ void AddLayer(Chunk& chunk, const PosePosition& position, const NearSeries& seri
             result = {Select(isTouched, result.q, pose.q), Select(isTouched, result.t, pose.t)};
         pose = result;
     };
-    InterpolateKeys(position, series, read, nTouched, blend);
+    InterpolateKeys(position, series, {read, 0, LANES * nTouched}, blend);
 }
 
 // The upper three rows of a matrix.
@@ -543,7 +564,7 @@ void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes)
             chunk.m_Nodes[i] = pPath ? pPath[iFirst + i] : iFirst + i;
         for (uint32_t i = chunk.m_nNodes; i < LANES * chunk.m_nBlocks; ++i)
             chunk.m_Nodes[i] = chunk.m_Nodes[chunk.m_nNodes - 1];
-        InterpolateKeys(call.m_Positions[0], series[0], chunk.m_Nodes, chunk.m_nBlocks,
+        InterpolateKeys(call.m_Positions[0], series[0], {pPath ? chunk.m_Nodes : nullptr, iFirst, chunk.m_nNodes},
                         [&](uint32_t iBlock, const Pose4& pose) { chunk.m_Poses[iBlock] = pose; });
         if (chunk.m_bRoot)
             AddRootOffset(chunk.m_Poses[0].t, call.m_Positions[0].m_vRootOffset);
