@@ -37,10 +37,13 @@ HWND HostProcess::WaitForWindow(const char* pTitle) const
         {
             found = FindWindowA("#32770", pTitle); // the class of dialogs and message boxes
             DWORD process = 0;
-            if (found)
-                GetWindowThreadProcessId(found, &process);
-            // Keys go to the window in front.
-            if (process != m_Process.dwProcessId || !IsWindowVisible(found) || GetForegroundWindow() != found)
+            GUITHREADINFO thread = {};
+            thread.cbSize = sizeof(thread);
+            if (!found || !GetGUIThreadInfo(GetWindowThreadProcessId(found, &process), &thread))
+                thread.hwndFocus = nullptr;
+            // Keys go to the window in front, and are lost while none of its controls has the focus.
+            if (process != m_Process.dwProcessId || !IsWindowVisible(found) || GetForegroundWindow() != found ||
+                !IsChild(found, thread.hwndFocus))
                 found = nullptr;
             return found || WaitForSingleObject(m_Process.hProcess, 0) == WAIT_OBJECT_0;
         });

@@ -14,7 +14,7 @@ public:
     HostProcess(const HostProcess&) = delete;
     HostProcess& operator=(const HostProcess&) = delete;
 
-    // Waits until a window of that title is in front. Null when none comes, or the run ends first.
+    // Waits until a window of that title is in front and takes keys. Null when none comes, or the run ends first.
     HWND WaitForWindow(const char* pTitle) const;
     // What the program ends with; -1 when it doesn't end.
     int WaitForEnd() const;

@@ -19,11 +19,16 @@ bool WaitUntil(const std::function<bool()>& isSo)
 void ClickAt(POINT point)
 {
     SetCursorPos(point.x, point.y);
+    const LONG width = GetSystemMetrics(SM_CXSCREEN);
+    const LONG height = GetSystemMetrics(SM_CYSCREEN);
+    // Each event brings its place along: a screen that tells late where the mouse was can't move the click elsewhere.
     for (DWORD flag : {MOUSEEVENTF_LEFTDOWN, MOUSEEVENTF_LEFTUP})
     {
         INPUT input = {};
         input.type = INPUT_MOUSE;
-        input.mi.dwFlags = flag;
+        input.mi.dx = (point.x * 65536 + 32768) / width; // the screen is 65536 units wide and high
+        input.mi.dy = (point.y * 65536 + 32768) / height;
+        input.mi.dwFlags = MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE | flag;
         SendInput(1, &input, sizeof(input));
     }
 }
