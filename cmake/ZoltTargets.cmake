@@ -51,7 +51,7 @@ function(zolt_add_library name kind)
         file(TOUCH ${sources})
     endif()
     add_library(${name} ${kind} ${sources})
-    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
+    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX INSTALL_RPATH "$ORIGIN")
     target_link_libraries(${name} PRIVATE zolt_options)
     if(UNIX AND kind STREQUAL "SHARED" AND NOT ZOLT_SANITIZE)
         # A library's calls of its own functions need no look-up by name when it is loaded.

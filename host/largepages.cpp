@@ -12,10 +12,12 @@
 static constexpr int RESERVED = 512 << 20; // bytes of addresses, not of memory
 static constexpr int MAX_HEAP_BLOCK = 32 << 20;
 static constexpr int STEP = 16 << 20;
+static constexpr std::size_t FIRST = 1 << 20; // more than the heap has when the program starts
 static constexpr std::uintptr_t PAGE = 4096;
 static constexpr std::uintptr_t LARGE_PAGE = 2 << 20;
 
 // What lies ahead of the first large page: never used, so that no small page is asked for. It is addresses, no memory.
+// It reaches beyond the block that made the heap grow, behind which the heap has noted its size in a small page.
 static void* volatile s_Ahead = nullptr;
 
 void UseLargePages()
@@ -23,7 +25,7 @@ void UseLargePages()
     mallopt(M_MMAP_THRESHOLD, MAX_HEAP_BLOCK);
     mallopt(M_TRIM_THRESHOLD, INT_MAX);
     mallopt(M_TOP_PAD, RESERVED);
-    void* block = std::malloc(1 << 20); // the heap grows for it, by all that is reserved
+    void* block = std::malloc(FIRST); // the heap grows for it, by all that is reserved
     mallopt(M_TOP_PAD, STEP);
     if (!block)
         return;
@@ -35,5 +37,5 @@ void UseLargePages()
     const bool hasLargePages = isOfHeap && madvise(start, static_cast<std::size_t>(end - start), MADV_HUGEPAGE) == 0;
     std::free(block);
     if (hasLargePages)
-        s_Ahead = std::malloc(LARGE_PAGE - address % LARGE_PAGE);
+        s_Ahead = std::malloc(FIRST + LARGE_PAGE - (address + FIRST) % LARGE_PAGE);
 }
