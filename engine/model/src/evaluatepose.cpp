@@ -544,7 +544,7 @@ void ComposeWithExtras(const PoseCall& call, const uint32_t* pIndices, uint32_t 
 }
 } // namespace
 
-void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes)
+ZOLT_KERNEL void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes)
 {
     const bool bRelations = !AreIdentities(call.m_pRelations, call.m_nRelations);
     // A callback may leave anything in the bottom row.

@@ -115,6 +115,7 @@ void Model::Term(QZBOOL bDeleteChildren)
     FreeFilename();
     m_LODDistances.Term(m_pAllocator);
     m_nTotalVerts = 0;
+    m_nEqualWeights = 0;
     m_nTotalTris = 0;
     m_nDWordNodes = 0;
     // Indices into tables that are gone.
@@ -380,6 +381,7 @@ QZBOOL Model::Precalc(QZBOOL bForce)
 
     m_nTotalVerts = CalcNumVerts();
     m_nTotalTris = CalcNumTris(0);
+    m_nEqualWeights = CalcEqualWeights();
     return QZTRUE;
 }
 

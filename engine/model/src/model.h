@@ -350,6 +350,9 @@ private:
     void TieSelf() { m_SelfChildModel.m_pModel = this; }
     QZBOOL PrecalcTransforms(QZBOOL bForce);
     QZBOOL PrecalcFlatNodeList(QZBOOL bForce);
+    // The number of weight records of each vertex if all have the same and the records of a mesh lie in the order of
+    // its vertices, else 0. model_deform.cpp
+    uint32_t CalcEqualWeights() const;
     void CalcNodeRelations(ChildInfo* pInfo, const Matrix4& mParentA, const Matrix4& mParentB, ModelNode* pNodeA,
                            ModelNode* pNodeB);
     void ParseNormalRef(TransformMaker& maker, const char* pNodeName, const char* pAnimName);
@@ -379,6 +382,7 @@ private:
 
     BlockGrowAllocator m_GrowAllocator;
     ModelStringIndex m_StringIndex;
+    uint32_t m_nEqualWeights = 0; // what Precalc got from CalcEqualWeights
     // For the time of a load.
     ModelStream* m_pLoadStream = nullptr;
     LoadFault* m_pLoadFault = nullptr;

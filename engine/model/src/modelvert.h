@@ -9,6 +9,7 @@ ZOLT_BEGIN_NAMESPACE
 
 struct ModelVertWeight;
 
+// Whoever changes the weights of a vertex calls the model's Precalc before vertices are deformed.
 struct ModelVert
 {
     ModelVertWeight* m_Weights = nullptr; // first record in the model's m_VertexWeights; not owned

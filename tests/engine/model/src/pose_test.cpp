@@ -61,6 +61,11 @@ struct Rig
                 if (vert.weights.size() == 4 && random.Int(2))
                     vert.weights.push_back({random.Int(nNodes), random.Vector(30), 0.5f});
             }
+            for (size_t lod = 0; seed % 3 == 0 && lod < 2; ++lod)
+            {
+                for (abc::Vert& vert : piece.lods[lod].verts)
+                    vert.weights.resize(1 + seed / 3 % 5, {0, {1, 2, 3}, 0.5f}); // as many everywhere
+            }
         }
         start = random.Matrix();
         for (size_t i = 12; seed % 4 == 1 && i < 15; ++i)
