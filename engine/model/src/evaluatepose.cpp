@@ -451,7 +451,7 @@ inline void ToRows(const Pose4& pose, Rows* pRows)
 inline void Compose(Matrix4& out, const Matrix4& parent, const Rows& rows, bool bBottom)
 {
     const Float4 x = rows.x, y = rows.y, z = rows.z;
-    for (int r = 0; r < 3; ++r)
+    for (size_t r = 0; r < 3; ++r)
     {
         const Float4 p = Float4::Load(parent.m + 4 * r);
         ((p.Splat<0>() * x + p.Splat<1>() * y) + (p.Splat<2>() * z + p.OnlyLast())).Store(out.m + 4 * r);
@@ -471,8 +471,10 @@ bool AreIdentities(const NodeKeyFrame* pRelations, uint32_t nRelations)
         return true; // There may be no list at all.
     static_assert(sizeof(NodeKeyFrame) == 7 * sizeof(float));
     static constexpr float identity[7] = {0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
-    // The first, and each of the others the same as the one before it.
+    // The first, and each of the others the same as the one before it. The bits are meant, a -0 is none of them.
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-exp42-c,cert-flp37-c)
     return !std::memcmp(pRelations, identity, sizeof(identity)) &&
+           // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-exp42-c,cert-flp37-c)
            !std::memcmp(pRelations, pRelations + 1, (nRelations - 1) * sizeof(NodeKeyFrame));
 }
 
@@ -493,7 +495,7 @@ void RelationRows(const PoseCall& call, const Chunk& chunk, Rows* pRows)
             const uint32_t iNode = chunk.m_Nodes[LANES * iBlock + i];
             relations[i] = iNode < call.m_nRelations ? &call.m_pRelations[iNode] : &identity;
         }
-        ToRows({RotationsOf(relations), TranslationsOf(relations)}, pRows + LANES * iBlock);
+        ToRows({RotationsOf(relations), TranslationsOf(relations)}, pRows + size_t{LANES} * iBlock);
     }
 }
 
@@ -571,7 +573,7 @@ ZOLT_KERNEL void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint3
         for (uint32_t i = 1; i < call.m_nPositions; ++i)
             AddLayer(chunk, call.m_Positions[i], series[i]);
         for (uint32_t iBlock = 0; iBlock < chunk.m_nBlocks; ++iBlock)
-            ToRows(chunk.m_Poses[iBlock], rows + LANES * iBlock);
+            ToRows(chunk.m_Poses[iBlock], rows + size_t{LANES} * iBlock);
         if (bRelations)
             RelationRows(call, chunk, relations);
         if (bRelations || bBottom || pPath)

@@ -135,7 +135,7 @@ template <bool bAffine, uint32_t N> void DeformRow(const ModelVertWeight* pWeigh
     // A request for memory costs as much as a read of it; four vertices share one for each cache line.
     for (; nVerts >= 4; nVerts -= 4)
     {
-        for (size_t i = 0; i < 4 * N * sizeof(ModelVertWeight); i += 64)
+        for (size_t i = 0; i < size_t{4} * N * sizeof(ModelVertWeight); i += 64)
             Prefetch(pWeights, AHEAD * N * sizeof(ModelVertWeight) + i);
         Prefetch(pOut, OUT_AHEAD);
         for (int i = 0; i < 4; ++i)

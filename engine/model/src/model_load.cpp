@@ -42,7 +42,7 @@ bool Model::HasRoomFor(ModelStream* pStream, uint32_t nCount, uint64_t bytes, co
 {
     return HasRoomFor(pStream, nCount, bytes) ||
            FailLoad(pStream, "%u %s take %llu bytes or more, which the file doesn't have", nCount, pWhat,
-                    static_cast<unsigned long long>(nCount * bytes));
+                    static_cast<unsigned long long>(nCount) * bytes);
 }
 
 QZBOOL Model::FailLoad(ModelStream* pStream, const char* pFormat, ...)
