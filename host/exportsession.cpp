@@ -19,7 +19,7 @@
 #include <system_error>
 #include <utility>
 
-ExportSession::ExportSession(const std::vector<OpenedScene>& scenes, const ExportOptions& options,
+ExportSession::ExportSession(std::vector<OpenedScene>& scenes, const ExportOptions& options,
                              const ExportSurroundings& surroundings, const std::string& logPath)
     : m_Scenes(scenes), m_Options(options), m_Surroundings(surroundings), m_Console(*surroundings.console),
       m_Log(logPath)
@@ -324,7 +324,7 @@ static std::string FindProblem(const std::vector<OpenedScene>& scenes, const Exp
     return std::string();
 }
 
-static int ExportScenes(const std::vector<OpenedScene>& scenes, const ExportOptions& options,
+static int ExportScenes(std::vector<OpenedScene>& scenes, const ExportOptions& options,
                         const ExportSurroundings& surroundings)
 {
     SetLogPath(options.logPath.empty() ? nullptr : options.logPath.c_str());

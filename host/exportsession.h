@@ -52,8 +52,9 @@ struct ExportJob
 class ExportSession
 {
 public:
-    // All but the log's path must outlive this. An empty `logPath` stands for no place to put the log.
-    ExportSession(const std::vector<OpenedScene>& scenes, const ExportOptions& options,
+    // All but the log's path must outlive this. An empty `logPath` stands for no place to put the log. The scenes are
+    // emptied where nobody needs them any longer.
+    ExportSession(std::vector<OpenedScene>& scenes, const ExportOptions& options,
                   const ExportSurroundings& surroundings, const std::string& logPath);
 
     // Why the target must not be written, as a sentence; empty if it may.
@@ -76,6 +77,7 @@ private:
     bool AddFurtherClips(const std::vector<ExportJob>& jobs, MemoryFile& staged, const std::string& result, bool debug,
                          CommandLineUser& user);
     bool WantsComparison() const;
+    void LetScenesGo();
     void NameNewest(PlayedClip& played, const std::string& name, bool canReplace);
     void SettleNewest(const ExportJob& job, ClipAppender& appender);
     void SettleRows(ConvModel& model);
@@ -93,7 +95,7 @@ private:
     void SayOnce(const std::string& line);
     void NameOtherClips() const;
 
-    const std::vector<OpenedScene>& m_Scenes;
+    std::vector<OpenedScene>& m_Scenes;
     const ExportOptions& m_Options;
     const ExportSurroundings& m_Surroundings;
     Console& m_Console;

@@ -232,6 +232,14 @@ void ExportSession::SettleRows(ConvModel& model)
     }
 }
 
+// The writing needs the memory.
+void ExportSession::LetScenesGo()
+{
+    m_RestScene = Scene();
+    for (OpenedScene& opened : m_Scenes)
+        opened.scene = Scene();
+}
+
 // What comes after the first job, in memory, which is in the staged file. `result` is where the model goes.
 bool ExportSession::AddFurtherClips(const std::vector<ExportJob>& jobs, MemoryFile& staged, const std::string& result,
                                     bool debug, CommandLineUser& user)
@@ -250,6 +258,8 @@ bool ExportSession::AddFurtherClips(const std::vector<ExportJob>& jobs, MemoryFi
         SettleNewest(jobs[i], appender);
     }
     SettleRows(appender.GetModel());
+    if (!WantsComparison())
+        LetScenesGo();
     const HeldSignals held; // nothing half done stays beside the target
     return RunAsUser(user, [&] { return appender.Save(result.c_str()); });
 }

@@ -122,6 +122,14 @@ static bool ReadInfluences(GltfReading& reading, const tinygltf::Primitive& sour
     {
         return true;
     }
+    std::size_t nInfluences = 0;
+    for (const std::vector<double>& ofSet : weights)
+    {
+        nInfluences += static_cast<std::size_t>(
+            std::count_if(ofSet.begin(), ofSet.end(), [](double weight) { return weight > 0.0; }));
+    }
+    primitive.influences.reserve(nInfluences);
+    primitive.influenceStarts.reserve(nVertices + 1);
     primitive.influenceStarts.assign(1, 0);
     for (std::size_t v = 0; v < nVertices; ++v)
     {

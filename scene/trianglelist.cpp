@@ -8,6 +8,10 @@ bool AppendTriangles(TriangleMode mode, const std::vector<std::uint32_t>& indice
     const std::size_t n = indices.size();
     if (mode == TriangleMode::List)
     {
+        if (triangles.empty())
+        {
+            triangles.reserve(n / 3);
+        }
         for (std::size_t i = 0; i + 2 < n; i += 3)
         {
             triangles.push_back({{indices[i], indices[i + 1], indices[i + 2]}});

@@ -6,6 +6,7 @@
 #include "engine/model/src/modelformat.h"
 #include "tools/model/beginsection.h"
 #include "tools/model/checkedwritestream.h"
+#include "tools/model/readoncestream.h"
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/blockwriter.h"
 #include "zoltshared/stdzolt/countingallocator.h"
@@ -13,8 +14,8 @@
 #include "zoltshared/stdzolt/memorystream.h"
 
 #include <algorithm>
+#include <new>
 
-constexpr uint32_t VERIFY_CACHE_SIZE = 0x100000;
 constexpr uint32_t COPY_CACHE_SIZE = 65535;
 constexpr uint32_t MAX_WRITTEN_LODS = 65536; // the first has no distance, and the count of distances 16 bits
 
@@ -40,24 +41,40 @@ static uint64_t EstimateFileSize(Model& model)
 }
 
 // The proof's load, from the start of the stream.
-static bool LoadWritten(Model& scratch, ModelStream* pWritten)
+static bool LoadWritten(Model& loaded, ModelStream* pWritten, bool bLoadChildModels)
 {
     LoadRequest request;
     request.m_pStream = pWritten;
-    request.m_bLoadChildModels = QZFALSE;
-    return pWritten->SeekTo(0) == 0 && scratch.Load(&request) == RESULT_OK;
+    request.m_bLoadChildModels = bLoadChildModels ? QZTRUE : QZFALSE;
+    return pWritten->SeekTo(0) == 0 && loaded.Load(&request) == RESULT_OK;
 }
 
-// Writes the model into memory and loads that.
-static bool LoadAnotherWriting(Model& model, Model& scratch, uint32_t size)
+// Writes the model into memory and loads that into another.
+static bool LoadAnotherWriting(Model& model, Model& loaded, bool bLoadChildModels)
 {
-    MemoryStream* pMemory = CreateMemoryStream(VERIFY_CACHE_SIZE);
+    ReadOnceStream* pMemory = new (std::nothrow) ReadOnceStream;
     if (!pMemory)
         return false;
-    pMemory->Reserve(size);
-    const bool bLoaded = model.WriteSections(pMemory) && LoadWritten(scratch, pMemory);
+    const bool bLoaded = model.WriteSections(pMemory) && LoadWritten(loaded, pMemory, bLoadChildModels);
     pMemory->Release();
     return bLoaded;
+}
+
+// The proof: loads what was written to pWritten, or, with null, another writing, which it makes.
+static bool Prove(Model& model, MemoryStream* pWritten)
+{
+    CountingAllocator allocCount(&g_DefaultAllocator);
+    Model scratch(&allocCount, &g_DefaultAllocator);
+    ModelAllocations allocs;
+    if (!(pWritten ? LoadWritten(scratch, pWritten, false) : LoadAnotherWriting(model, scratch, false)))
+        return false;
+
+    uint32_t testAllocationSize = 0;
+    return ZOLT_ASSERT(allocs.InitFromModel(&model), "allocs.InitFromModel(this)") &&
+           ZOLT_ASSERT(allocs.CalcAllocationSize(testAllocationSize),
+                       "allocs.CalcAllocationSize(testAllocationSize)") &&
+           ZOLT_ASSERT(allocCount.m_TotalMemoryAllocated <= testAllocationSize,
+                       "allocCount.m_TotalMemoryAllocated <= testAllocationSize");
 }
 
 QZBOOL Model::Save(ModelStream* pStream)
@@ -70,24 +87,14 @@ QZBOOL Model::Save(ModelStream* pStream)
     const bool bIsProof = pOwn && pOwn->GetLength() == 0;
     if (!WriteSections(pStream))
         return QZFALSE;
+    if (!bIsProof)
+        return Prove(*this, nullptr);
 
-    CountingAllocator allocCount(&g_DefaultAllocator);
-    Model scratch(&allocCount, &g_DefaultAllocator);
-    ModelAllocations allocs;
     const uint32_t end = pStream->GetPosition();
-    if (bIsProof)
-        SetModelStamp(GetModelStamp() + 1); // as each writing does
-    if (!(bIsProof ? LoadWritten(scratch, pOwn) : LoadAnotherWriting(*this, scratch, end)))
-        return QZFALSE;
-    if (bIsProof)
-        pOwn->SeekTo(end);
-
-    uint32_t testAllocationSize = 0;
-    return ZOLT_ASSERT(allocs.InitFromModel(this), "allocs.InitFromModel(this)") &&
-           ZOLT_ASSERT(allocs.CalcAllocationSize(testAllocationSize),
-                       "allocs.CalcAllocationSize(testAllocationSize)") &&
-           ZOLT_ASSERT(allocCount.m_TotalMemoryAllocated <= testAllocationSize,
-                       "allocCount.m_TotalMemoryAllocated <= testAllocationSize");
+    SetModelStamp(GetModelStamp() + 1); // as each writing does
+    const bool bProven = Prove(*this, pOwn);
+    pOwn->SeekTo(end);
+    return bProven;
 }
 
 QZBOOL Model::OrderAnimsForSave()
@@ -359,25 +366,17 @@ QZBOOL Model::SaveAnimBindings(ModelStream* pStream, uint32_t iPrevLink)
     return QZTRUE;
 }
 
+// The proof comes first, so that no more than two models and a writing are in memory at a time. The copy is stamped as
+// if the writing that it comes from had been the first of a save.
 QZBOOL Model::CopyModelFrom(Model* pSource)
 {
-    LoadRequest request;
-    MemoryStream* pStream = CreateMemoryStream(COPY_CACHE_SIZE);
-    if (!pStream)
+    pSource->OrderAnimsForSave();
+    const uint32_t stamp = pSource->GetModelStamp();
+    if (!Prove(*pSource, nullptr))
         return QZFALSE;
-    // A model takes no less memory than its file has bytes.
-    ModelAllocations allocs;
-    uint32_t size = 0;
-    if (allocs.InitFromModel(pSource) && allocs.CalcAllocationSize(size))
-        pStream->Reserve(size);
-    QZBOOL bCopied = QZFALSE;
-    if (pSource->Save(pStream))
-    {
-        pStream->SeekTo(0);
-        request.m_pStream = pStream;
-        bCopied = Load(&request) == RESULT_OK;
-    }
-    pStream->Release();
+    pSource->SetModelStamp(stamp);
+    const bool bCopied = LoadAnotherWriting(*pSource, *this, true);
+    pSource->SetModelStamp(stamp + 2);
     return bCopied;
 }
 
