@@ -39,6 +39,9 @@ public:
     // convmodel_coordinates.cpp
     void ConvertCoordinates();
 
+    // CopyModelFrom for a source whose meshes aren't needed any longer: it loses them as soon as they are written, so
+    // that no three copies of them are in memory at a time. model_save.cpp
+    QZBOOL TakeModelFrom(ConvModel* pSource);
     // Copies every animation of pSource in under a free name: 0. The node trees must have one shape, if need be after
     // a copy of the source was pruned to the nodes that this model knows by name: 1 if they don't. 2 if an animation
     // couldn't be added; those ahead of it stay. pSource isn't changed. convmodel_addanims.cpp

@@ -1,17 +1,19 @@
-// The writer of model files, version 12, with its proof: what was written is loaded once more through a counting
-// allocator, and the size that a reader computes from the header must cover what that load took.
+// The writer of model files, version 12, with its proof: what was written is loaded through a counting allocator, and
+// the size that a reader computes from the header must cover what that load took.
 
 #include "engine/model/src/model.h"
 #include "engine/model/src/modelallocations.h"
 #include "engine/model/src/modelformat.h"
 #include "tools/model/beginsection.h"
 #include "tools/model/checkedwritestream.h"
+#include "tools/model/convmodel.h"
 #include "tools/model/readoncestream.h"
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/blockwriter.h"
 #include "zoltshared/stdzolt/countingallocator.h"
 #include "zoltshared/stdzolt/littleendian.h"
 #include "zoltshared/stdzolt/memorystream.h"
+#include "zoltshared/stdzolt/replacefilestream.h"
 
 #include <algorithm>
 #include <new>
@@ -49,52 +51,90 @@ static bool LoadWritten(Model& loaded, ModelStream* pWritten, bool bLoadChildMod
     return pWritten->SeekTo(0) == 0 && loaded.Load(&request) == RESULT_OK;
 }
 
-// Writes the model into memory and loads that into another.
-static bool LoadAnotherWriting(Model& model, Model& loaded, bool bLoadChildModels)
+// The proof: loads what was written of the model. Its counts are taken at the start.
+class Proof
+{
+public:
+    explicit Proof(Model& model) : m_bCounted(m_Counts.InitFromModel(&model)) {}
+
+    bool Holds(ModelStream* pWritten)
+    {
+        CountingAllocator allocCount(&g_DefaultAllocator);
+        Model scratch(&allocCount, &g_DefaultAllocator);
+        if (!LoadWritten(scratch, pWritten, false))
+            return false;
+        uint32_t testAllocationSize = 0;
+        return ZOLT_ASSERT(m_bCounted, "allocs.InitFromModel(this)") &&
+               ZOLT_ASSERT(m_Counts.CalcAllocationSize(testAllocationSize),
+                           "allocs.CalcAllocationSize(testAllocationSize)") &&
+               ZOLT_ASSERT(allocCount.m_TotalMemoryAllocated <= testAllocationSize,
+                           "allocCount.m_TotalMemoryAllocated <= testAllocationSize");
+    }
+
+private:
+    ModelAllocations m_Counts;
+    bool m_bCounted;
+};
+
+// Writes the model once more, into memory, and loads that.
+static bool ProveByAnotherWriting(Model& model)
 {
     ReadOnceStream* pMemory = new (std::nothrow) ReadOnceStream;
     if (!pMemory)
         return false;
-    const bool bLoaded = model.WriteSections(pMemory) && LoadWritten(loaded, pMemory, bLoadChildModels);
+    const bool bProven = model.WriteSections(pMemory) && Proof(model).Holds(pMemory);
     pMemory->Release();
-    return bLoaded;
+    return bProven;
 }
 
-// The proof: loads what was written to pWritten, or, with null, another writing, which it makes.
-static bool Prove(Model& model, MemoryStream* pWritten)
+// Save and Load through memory. With bMeshesGo the source loses its meshes once they are written.
+static bool CopyThroughMemory(Model& source, Model& copy, bool bMeshesGo)
 {
-    CountingAllocator allocCount(&g_DefaultAllocator);
-    Model scratch(&allocCount, &g_DefaultAllocator);
-    ModelAllocations allocs;
-    if (!(pWritten ? LoadWritten(scratch, pWritten, false) : LoadAnotherWriting(model, scratch, false)))
+    ReadOnceStream* pMemory = new (std::nothrow) ReadOnceStream;
+    if (!pMemory)
         return false;
+    source.OrderAnimsForSave();
+    bool bCopied = source.WriteSections(pMemory);
+    if (bCopied)
+    {
+        source.SetModelStamp(source.GetModelStamp() + 1); // as each save does
+        Proof proof(source);
+        if (bMeshesGo)
+        {
+            DeleteAndClearArray(source.m_Pieces, source.GetAllocator());
+            source.m_VertexWeights.Term(source.GetAllocator());
+        }
+        pMemory->Hold(true);
+        bCopied = proof.Holds(pMemory);
+        pMemory->Hold(false);
+    }
+    bCopied = bCopied && LoadWritten(copy, pMemory, true);
+    pMemory->Release();
+    return bCopied;
+}
 
-    uint32_t testAllocationSize = 0;
-    return ZOLT_ASSERT(allocs.InitFromModel(&model), "allocs.InitFromModel(this)") &&
-           ZOLT_ASSERT(allocs.CalcAllocationSize(testAllocationSize),
-                       "allocs.CalcAllocationSize(testAllocationSize)") &&
-           ZOLT_ASSERT(allocCount.m_TotalMemoryAllocated <= testAllocationSize,
-                       "allocCount.m_TotalMemoryAllocated <= testAllocationSize");
+// Whether all that is written to the stream can be read from it.
+static bool CanReadBack(ModelStream* pStream)
+{
+    const ReplaceFileStream* pFile = dynamic_cast<ReplaceFileStream*>(pStream);
+    return (pFile && pFile->CanReadBack()) || dynamic_cast<MemoryStream*>(pStream);
 }
 
 QZBOOL Model::Save(ModelStream* pStream)
 {
     OrderAnimsForSave();
-    MemoryStream* pOwn = dynamic_cast<MemoryStream*>(pStream);
-    if (pOwn)
-        pOwn->Reserve(static_cast<uint32_t>(std::min<uint64_t>(EstimateFileSize(*this), UINT32_MAX)));
-    // What goes into memory anyway, and nothing else there, needn't be written a second time.
-    const bool bIsProof = pOwn && pOwn->GetLength() == 0;
+    if (MemoryStream* pMemory = dynamic_cast<MemoryStream*>(pStream))
+        pMemory->Reserve(static_cast<uint32_t>(std::min<uint64_t>(EstimateFileSize(*this), UINT32_MAX)));
+    // Where it can be read back, and nothing else is there, it needn't be written a second time.
+    const bool bIsProof = CanReadBack(pStream) && pStream->GetLength() == 0;
     if (!WriteSections(pStream))
         return QZFALSE;
     if (!bIsProof)
-        return Prove(*this, nullptr);
+        return ProveByAnotherWriting(*this);
 
     const uint32_t end = pStream->GetPosition();
     SetModelStamp(GetModelStamp() + 1); // as each writing does
-    const bool bProven = Prove(*this, pOwn);
-    pOwn->SeekTo(end);
-    return bProven;
+    return Proof(*this).Holds(pStream) && pStream->SeekTo(end) == 0;
 }
 
 QZBOOL Model::OrderAnimsForSave()
@@ -366,18 +406,14 @@ QZBOOL Model::SaveAnimBindings(ModelStream* pStream, uint32_t iPrevLink)
     return QZTRUE;
 }
 
-// The proof comes first, so that no more than two models and a writing are in memory at a time. The copy is stamped as
-// if the writing that it comes from had been the first of a save.
 QZBOOL Model::CopyModelFrom(Model* pSource)
 {
-    pSource->OrderAnimsForSave();
-    const uint32_t stamp = pSource->GetModelStamp();
-    if (!Prove(*pSource, nullptr))
-        return QZFALSE;
-    pSource->SetModelStamp(stamp);
-    const bool bCopied = LoadAnotherWriting(*pSource, *this, true);
-    pSource->SetModelStamp(stamp + 2);
-    return bCopied;
+    return CopyThroughMemory(*pSource, *this, false);
+}
+
+QZBOOL ConvModel::TakeModelFrom(ConvModel* pSource)
+{
+    return CopyThroughMemory(*pSource, *this, true);
 }
 
 QZBOOL ModelAnim::CopyFrom(ModelAnim* pSource)

@@ -43,7 +43,7 @@ int ReadOnceStream::Read(void* pData, uint32_t size)
 void ReadOnceStream::PassBlock(uint32_t iBlock)
 {
     Block& block = m_Blocks[iBlock];
-    if (block.m_bStays || m_RunStart > iBlock * BLOCK_SIZE)
+    if (m_bHeld || block.m_bStays || m_RunStart > iBlock * BLOCK_SIZE)
         return;
     delete[] block.m_pData;
     block.m_pData = nullptr;

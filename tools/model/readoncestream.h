@@ -27,6 +27,9 @@ public:
     // Lack of memory is a failure that doesn't set the error status.
     int Write(const void* pData, uint32_t size) override;
 
+    // While it is held nothing is given back: what was read can be read again.
+    void Hold(bool bHeld) { m_bHeld = bHeld; }
+
     // How many blocks are in memory.
     uint32_t NumBlocks() const;
 
@@ -44,5 +47,6 @@ private:
     uint32_t m_Length = 0;
     uint32_t m_Pos = 0;
     uint32_t m_RunStart = 0; // where the reads up to m_Pos began
+    bool m_bHeld = false;
     bool m_bError = false;
 };

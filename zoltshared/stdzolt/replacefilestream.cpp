@@ -11,10 +11,14 @@ ReplaceFileStream::~ReplaceFileStream()
     Discard();
 }
 
-bool ReplaceFileStream::OpenDirect(const char* pFilename)
+bool ReplaceFileStream::OpenDirect(const char* pFilename, bool bIsRegular)
 {
     m_bDirect = true;
-    m_pFile = std::fopen(pFilename, "wb");
+    m_pFile = bIsRegular ? std::fopen(pFilename, "w+b") : nullptr;
+    m_bCanReadBack = m_pFile != nullptr;
+    // Who may write it needn't be allowed to read it.
+    if (!m_pFile)
+        m_pFile = std::fopen(pFilename, "wb");
     if (!m_pFile || std::fseek(m_pFile, 0, SEEK_CUR) == 0)
         return m_pFile != nullptr;
     m_pPipe = m_pFile;

@@ -24,12 +24,16 @@ public:
     // its place from the folder that it is in.
     bool IsDirect() const { return m_bDirect; }
 
+    // Whether what was written can be read back, after a seek, before it takes the target's place. Behind another seek
+    // the writing goes on.
+    bool CanReadBack() const { return m_bCanReadBack; }
+
 private:
     friend ReplaceFileStream* OpenReplaceFileStream(const char* pFilename);
 
     ReplaceFileStream() = default;
     bool Open(const char* pFilename);
-    bool OpenDirect(const char* pFilename);
+    bool OpenDirect(const char* pFilename, bool bIsRegular = false);
     bool CloseSynced();
     bool SendToPipe();
     bool PutInPlace();
@@ -40,6 +44,7 @@ private:
     OwnedString m_Temporary; // empty in direct mode, and once the file is gone
     FILE* m_pPipe = nullptr; // a target that can't seek, while m_pFile is a file without a name
     bool m_bDirect = false;
+    bool m_bCanReadBack = false;
 };
 
 // Null wherever `fopen` with "wb" would fail: the target can't be written, is a folder, or its folder isn't there. The

@@ -98,7 +98,7 @@ static int CreateTemporary(const PathParts& target, mode_t mode, char (&path)[PA
             errno = ENAMETOOLONG;
             return -1;
         }
-        const int fd = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        const int fd = open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (fd >= 0 || errno != EEXIST)
             return fd;
     }
@@ -149,17 +149,17 @@ bool ReplaceFileStream::Open(const char* pFilename)
     char target[PATH_MAX];
     PathParts parts;
     if (!FollowLinks(pFilename, target) || !SplitPath(target, parts) || !*parts.m_pName)
-        return OpenDirect(pFilename);
+        return OpenDirect(pFilename, bExists);
     if (bExists)
     {
         // The links of open files (/dev/stdout) may name something else by now, or nothing.
         struct stat end;
         if (stat(target, &end) != 0 || end.st_dev != status.st_dev || end.st_ino != status.st_ino)
-            return OpenDirect(pFilename);
+            return OpenDirect(pFilename, bExists);
         if (!CanWrite(target))
             return false;
         if (!MayReplace(parts, status))
-            return OpenDirect(pFilename);
+            return OpenDirect(pFilename, bExists);
     }
 
     char temporary[PATH_MAX];
@@ -168,14 +168,15 @@ bool ReplaceFileStream::Open(const char* pFilename)
     {
         // A full disk isn't a reason to truncate the old file.
         const bool bNoneCanBe = errno == EACCES || errno == EPERM || errno == EROFS || errno == ENAMETOOLONG;
-        return bNoneCanBe && OpenDirect(pFilename);
+        return bNoneCanBe && OpenDirect(pFilename, bExists);
     }
     if (bExists)
         CopyOwnerAndMode(fd, status);
     m_Target.Set(target);
     m_Temporary.Set(temporary);
     if (*m_Target.GetString() && *m_Temporary.GetString())
-        m_pFile = fdopen(fd, "wb");
+        m_pFile = fdopen(fd, "w+b");
+    m_bCanReadBack = m_pFile != nullptr;
     if (m_pFile)
         return true;
     close(fd);

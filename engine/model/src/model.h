@@ -265,9 +265,9 @@ public:
     // Writing and whole-model operations of the tool side; they are not part of the run-time library. All of them need
     // Precalc; the first two run it if the tables don't fit the tree.
     //
-    // Writes the model at the start of a stream that can seek back, then writes it once more, to memory, and loads
-    // that: a false may come from the stream, from what can't be written, or from this proof, with the stream written
-    // already. Own rows of m_Anims go to the front; the stamp rises by 2 (the file has the first).
+    // Writes the model at the start of a stream that can seek back, then loads that, or, where it can't be read back,
+    // another writing in memory: a false may come from the stream, from what can't be written, or from this proof, with
+    // the stream written already. Own rows of m_Anims go to the front; the stamp rises by 2 (the file has the first).
     QZBOOL Save(ModelStream* pStream);
     // Without proof and order; the stamp rises by 1.
     QZBOOL WriteSections(ModelStream* pStream);

@@ -61,6 +61,9 @@ TEST(ReadOnceStream, EndsAndOverwritesAsMemoryDoes)
     EXPECT_EQ(stream.SeekTo(1), 1);
     std::vector<uint8_t> bytes = Pattern(3 * BLOCK);
     EXPECT_EQ(stream.Write(bytes.data(), 3 * BLOCK), 0);
+    stream.Hold(true);
+    EXPECT_TRUE(stream.SeekTo(0) == 0 && Holds(stream, bytes, BLOCK));
+    stream.Hold(false);
     EXPECT_EQ(stream.SeekTo(2 * BLOCK - 2), 0);
     EXPECT_EQ(stream.Write("abcd", 4), 0);
     std::copy_n("abcd", 4, bytes.begin() + 2 * BLOCK - 2);

@@ -141,7 +141,7 @@ bool ExportRun::TakeGeometry()
         return false;
     }
     m_Source.DeleteEnvelopes();
-    if (!m_Destination.CopyModelFrom(&m_Source))
+    if (!m_Destination.TakeModelFrom(&m_Source))
     {
         ShowMessage(MESSAGE_OK, "Error copying model geometry.");
         return false;
