@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <vector>
 
 constexpr uint32_t BLOCK = ReadOnceStream::BLOCK_SIZE;
@@ -66,7 +67,7 @@ TEST(ReadOnceStream, EndsAndOverwritesAsMemoryDoes)
     stream.Hold(false);
     EXPECT_EQ(stream.SeekTo(2 * BLOCK - 2), 0);
     EXPECT_EQ(stream.Write("abcd", 4), 0);
-    std::copy_n("abcd", 4, bytes.begin() + 2 * BLOCK - 2);
+    std::copy_n("abcd", 4, bytes.begin() + (std::ptrdiff_t{2} * BLOCK - 2));
     EXPECT_EQ(stream.GetPosition(), 2 * BLOCK + 2);
     EXPECT_EQ(stream.GetLength(), 3 * BLOCK);
     for (int i = 0; i < 2; ++i) // all three blocks stay
