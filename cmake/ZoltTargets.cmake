@@ -61,12 +61,10 @@ function(zolt_add_library name kind)
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
 endfunction()
 
-# For what the tests run but shortly: with the sanitizers, compiling it optimised takes longer than that saves, and
-# several files in one go take half the time.
+# For what the tests run but shortly: with the sanitizers, compiling it optimised takes longer than that saves.
 function(zolt_compile_soon name)
     if(ZOLT_SANITIZE AND NOT ZOLT_BUILD_FUZZ)
         target_compile_options(${name} PRIVATE -O0)
-        set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
     endif()
 endfunction()
 
@@ -77,10 +75,7 @@ function(zolt_add_tests name)
     target_link_libraries(${name} PRIVATE zolt_options ${ARGN} GTest::gtest GTest::gtest_main)
     # What is tested is optimised; the tests themselves only have to be compiled soon.
     target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1> $<$<CONFIG:RelWithDebInfo>:-O0>)
-    set_target_properties(${name} PROPERTIES
-        RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests
-        UNITY_BUILD ${ZOLT_SANITIZE}
-        UNITY_BUILD_BATCH_SIZE 4)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()

@@ -48,6 +48,8 @@ const std::vector<std::string> FIGURE = {
     R"({"name": "top", "mesh": 0, "children": [1, 3]})", R"({"name": "a", "translation": [1, 0, 0], "children": [2]})",
     R"({"name": "c", "translation": [0, 1, 0]})", R"({"name": "b", "translation": [0, 2, 0]})"};
 
+} // namespace
+
 class SceneFitTest : public ExportFixture
 {
 protected:
@@ -84,8 +86,6 @@ protected:
         return text.str();
     }
 };
-
-} // namespace
 
 TEST_F(SceneFitTest, BareSkeletonJoinsAModel)
 {

@@ -19,7 +19,7 @@ static std::string Write(const std::string& name, const std::string& bytes)
     return path;
 }
 
-static Scene ReadGood(const std::string& name, const std::string& bytes)
+static Scene ReadGoodScene(const std::string& name, const std::string& bytes)
 {
     Scene scene;
     std::string error;
@@ -28,7 +28,7 @@ static Scene ReadGood(const std::string& name, const std::string& bytes)
 }
 
 // The sentence with which a file is refused; empty if it was read.
-static std::string ReadBad(const std::string& path)
+static std::string ReadBadScene(const std::string& path)
 {
     Scene scene;
     std::string error;
@@ -62,11 +62,11 @@ TEST(AssimpReader, ObjGivesPrimitivesPerMaterialTrianglesAndImages)
 {
     Write("wall.ppm", "P6 4 8 255\n");
     Write("house.mtl", "newmtl brick\nmap_Kd C:\\art\\wall.ppm\nnewmtl glass\nmap_Kd none.png\nnewmtl plain\n");
-    const Scene scene = ReadGood("house.obj", "mtllib house.mtl\no house\n"
-                                              "v 0 0 0\nv 2 0 0\nv 2 3 0\nv 0 3 0\nv 0 0 5\n"
-                                              "vt 0.25 0.75\nvt 1 -2\nvt 1 1\nvt 0 1\n"
-                                              "usemtl brick\nf 1/1 2/2 3/3 4/4\n"
-                                              "usemtl glass\nf 1/1 2/2 5/3\nusemtl plain\nl 1 2\n");
+    const Scene scene = ReadGoodScene("house.obj", "mtllib house.mtl\no house\n"
+                                                   "v 0 0 0\nv 2 0 0\nv 2 3 0\nv 0 3 0\nv 0 0 5\n"
+                                                   "vt 0.25 0.75\nvt 1 -2\nvt 1 1\nvt 0 1\n"
+                                                   "usemtl brick\nf 1/1 2/2 3/3 4/4\n"
+                                                   "usemtl glass\nf 1/1 2/2 5/3\nusemtl plain\nl 1 2\n");
     ASSERT_EQ(scene.roots.size(), 1U);
     const SceneNode& house = scene.nodes[FindNode(scene, "house", scene.roots[0])];
     ASSERT_EQ(house.meshes.size(), 2U);
@@ -154,7 +154,7 @@ static std::string Collada()
 
 TEST(AssimpReader, ColladaSkinFollowsItsJointsAndKeepsNamesUnitAndAxis)
 {
-    const Scene scene = ReadGood("wave.dae", Collada());
+    const Scene scene = ReadGoodScene("wave.dae", Collada());
     ASSERT_EQ(scene.nodes.size(), 5U);
     ASSERT_EQ(scene.roots, std::vector<int>{0});
     EXPECT_EQ(scene.nodes[0].name, "Stage");
@@ -188,14 +188,14 @@ TEST(AssimpReader, ColladaSkinFollowsItsJointsAndKeepsNamesUnitAndAxis)
     ExpectPoint(points[2], 5.0 + std::sqrt(2.0), 2.0 + std::sqrt(2.0), 0.0, 1e-5);
 
     // With names that don't repeat the file is read by names, to the same end.
-    const Scene unique = ReadGood("unique.dae", Replaced(Collada(), "id=\"other\" name=\"Arm\"", "id=\"other\""));
+    const Scene unique = ReadGoodScene("unique.dae", Replaced(Collada(), "id=\"other\" name=\"Arm\"", "id=\"other\""));
     EXPECT_EQ(unique.nodes[other].name, "other");
     EvaluatePose(unique, 0, 1.0, pose);
     ExpectPoint(WorldPositions(unique, holder, unique.nodes[holder].meshes[0], pose)[2], 5.0 + std::sqrt(2.0),
                 2.0 + std::sqrt(2.0), 0.0, 1e-5);
 
     // A bone without a node loses its weights, with a word.
-    const Scene boneless = ReadGood("boneless.dae", Replaced(Collada(), "sid=\"sb\"", "sid=\"sc\""));
+    const Scene boneless = ReadGoodScene("boneless.dae", Replaced(Collada(), "sid=\"sb\"", "sid=\"sc\""));
     EXPECT_FALSE(boneless.warnings.empty());
 }
 
@@ -253,7 +253,7 @@ TEST(AssimpReader, FbxPivotsAreFoldedIntoNodesAndTheirMotion)
     for (const auto& entry : cases)
     {
         SCOPED_TRACE(entry.properties);
-        const Scene scene = ReadGood("pivot.fbx", Fbx(entry.properties));
+        const Scene scene = ReadGoodScene("pivot.fbx", Fbx(entry.properties));
         ASSERT_EQ(scene.nodes.size(), 3U) << "no pivot nodes";
         const int body = FindNode(scene, "Body", scene.roots[0]);
         const int child = FindNode(scene, "Child", body);
@@ -285,7 +285,7 @@ TEST(AssimpReader, FbxClipOfARestPoseKeepsItsKeys)
 {
     std::string text = Replaced(Fbx(""), "KeyTime: *2 {\n\t\t\ta: 0,46186158000", "KeyTime: *1 {\n\t\t\ta: 0");
     text = Replaced(text, "KeyValueFloat: *2 {\n\t\t\ta: 90,0", "KeyValueFloat: *1 {\n\t\t\ta: 90");
-    const Scene scene = ReadGood("rest.fbx", Replaced(text, "a: 2\n\t\t}\n\t}\n}", "a: 1\n\t\t}\n\t}\n}"));
+    const Scene scene = ReadGoodScene("rest.fbx", Replaced(text, "a: 2\n\t\t}\n\t}\n}", "a: 1\n\t\t}\n\t}\n}"));
     ASSERT_EQ(scene.clips.size(), 1U);
     EXPECT_NE(FindChannel(scene.clips[0], FindNode(scene, "Body", scene.roots[0]), ScenePath::Rotation), nullptr);
 }
@@ -332,7 +332,7 @@ TEST(AssimpReader, WarnsAboutAxesThatItDoesntFollow)
     for (const auto& entry : cases)
     {
         SCOPED_TRACE(entry.settings);
-        const Scene scene = ReadGood("axes.fbx", Replaced(Fbx(""), upSign + "1", upSign + entry.settings));
+        const Scene scene = ReadGoodScene("axes.fbx", Replaced(Fbx(""), upSign + "1", upSign + entry.settings));
         EXPECT_EQ(scene.upAxis, entry.upAxis);
         ASSERT_EQ(scene.warnings.size(), entry.warning != nullptr ? 1U : 0U);
         EXPECT_TRUE(entry.warning == nullptr || scene.warnings[0].find(entry.warning) != std::string::npos);
@@ -342,15 +342,16 @@ TEST(AssimpReader, WarnsAboutAxesThatItDoesntFollow)
 TEST(AssimpReader, RefusesWhatItCantReadInOneSentence)
 {
     const std::string folder = std::filesystem::path(Write("empty.fbx", "")).parent_path().string();
-    EXPECT_NE(ReadBad(folder).find("is no regular file"), std::string::npos);
-    EXPECT_NE(ReadBad(folder + "/missing.fbx").find("can't be opened"), std::string::npos);
-    EXPECT_NE(ReadBad(folder + "/empty.fbx").find("is empty"), std::string::npos);
-    EXPECT_NE(ReadBad(Write("letter.txt", "Dear reader,\n")).find("no known scene format"), std::string::npos);
-    EXPECT_NE(ReadBad(Write("letter", "Dear reader,\n")).find("no known scene format"), std::string::npos);
-    EXPECT_NE(ReadBad(Write("letter.fbx", "Dear reader,\n")), "");
-    EXPECT_NE(ReadBad(Write("nan.obj", "v 0 0 0\nv nan 0 0\nv 0 1 0\nf 1 2 3\n")).find("finite"), std::string::npos);
-    EXPECT_NE(ReadBad(Write("range.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n")), "");
-    EXPECT_NE(ReadBad(Write("index.dae", Replaced(Collada(), "<p>0 1 2", "<p>0 1 7"))), "");
+    EXPECT_NE(ReadBadScene(folder).find("is no regular file"), std::string::npos);
+    EXPECT_NE(ReadBadScene(folder + "/missing.fbx").find("can't be opened"), std::string::npos);
+    EXPECT_NE(ReadBadScene(folder + "/empty.fbx").find("is empty"), std::string::npos);
+    EXPECT_NE(ReadBadScene(Write("letter.txt", "Dear reader,\n")).find("no known scene format"), std::string::npos);
+    EXPECT_NE(ReadBadScene(Write("letter", "Dear reader,\n")).find("no known scene format"), std::string::npos);
+    EXPECT_NE(ReadBadScene(Write("letter.fbx", "Dear reader,\n")), "");
+    EXPECT_NE(ReadBadScene(Write("nan.obj", "v 0 0 0\nv nan 0 0\nv 0 1 0\nf 1 2 3\n")).find("finite"),
+              std::string::npos);
+    EXPECT_NE(ReadBadScene(Write("range.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n")), "");
+    EXPECT_NE(ReadBadScene(Write("index.dae", Replaced(Collada(), "<p>0 1 2", "<p>0 1 7"))), "");
 
     // What isn't a number in this list makes the importer go round without an end.
     const std::string endless = Write("endless.dae", Replaced(Collada(), "<p>0 1 2", "<p>0 x 2"));

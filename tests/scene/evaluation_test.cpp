@@ -7,9 +7,8 @@
 #include "tests/scene/sceneparts.h"
 
 #include <cmath>
+#include <numbers>
 #include <random>
-
-static const double PI = 3.14159265358979323846;
 
 static std::vector<double> Sample(const SceneChannel& channel, std::size_t width, double seconds)
 {
@@ -29,8 +28,8 @@ TEST(SampleChannel, LinearMixesPointsAndTurnsOnTheShorterArc)
     const SceneChannel turn =
         MakeChannel(0, ScenePath::Rotation, SceneInterpolation::Linear, {0.0, 1.0}, {0, 0, 0, 1, 0, 0, -s, -s});
     const std::vector<double> q = Sample(turn, 4, 0.25);
-    EXPECT_NEAR(q[2], std::sin(PI / 16.0), 1e-14);
-    EXPECT_NEAR(q[3], std::cos(PI / 16.0), 1e-14);
+    EXPECT_NEAR(q[2], std::sin(std::numbers::pi / 16.0), 1e-14);
+    EXPECT_NEAR(q[3], std::cos(std::numbers::pi / 16.0), 1e-14);
     // Nearly the same rotation twice: no division by a vanishing sine.
     const SceneChannel still =
         MakeChannel(0, ScenePath::Rotation, SceneInterpolation::Linear, {0.0, 1.0}, {0, 0, 0, 1, 0, 0, 1e-9, 1});
@@ -139,7 +138,7 @@ static DoubleMatrix RotationZYX(double x, double y, double z)
 TEST(EulerAngles, GiveTheRotationBack)
 {
     std::mt19937 random(11);
-    std::uniform_real_distribution<double> angle(-PI, PI);
+    std::uniform_real_distribution<double> angle(-std::numbers::pi, std::numbers::pi);
     for (int i = 0; i < 3000; ++i)
     {
         DoubleQuat q = RandomQuat(random);
@@ -161,7 +160,7 @@ TEST(EulerAngles, GiveTheRotationBack)
         if (i % 3 == 1)
         {
             EXPECT_EQ(angles.z, 0.0);
-            EXPECT_NEAR(std::fabs(angles.y), PI / 2.0, 1e-6);
+            EXPECT_NEAR(std::fabs(angles.y), std::numbers::pi / 2.0, 1e-6);
         }
         else
         {

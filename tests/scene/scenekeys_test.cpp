@@ -6,11 +6,9 @@
 #include "tests/scene/sceneparts.h"
 
 #include <cmath>
+#include <numbers>
 
 using Frames = std::vector<int>;
-
-static const double PI = 3.14159265358979323846;
-static const double HALF = std::sqrt(0.5);
 
 // A chain of nodes, each one unit along x from its parent; the last one shows a triangle with the radius 1.
 static Scene MakeChain(int count)
@@ -84,7 +82,8 @@ TEST(FindShapeKeys, NoneForLinearCurvesWithKeysOnFrames)
     scene.nodes[1].meshes = {{0, -1}};
     scene.clips[0].channels = {
         MakeChannel(0, ScenePath::Translation, SceneInterpolation::Linear, {0, 1, 2}, {0, 0, 0, 9, 0, 0, 9, 5, 0}),
-        MakeChannel(1, ScenePath::Rotation, SceneInterpolation::Linear, {0, 2}, {0, 0, 0, 1, 0, 0, HALF, HALF})};
+        MakeChannel(1, ScenePath::Rotation, SceneInterpolation::Linear, {0, 2},
+                    {0, 0, 0, 1, 0, 0, SQRT_HALF, SQRT_HALF})};
     EXPECT_EQ(FindShapeKeys(scene, 0, 10, 0, 20), Frames());
     // At 10 frames per second the corner at 0.95 s lies between two frames: the model would cut it from 9 to 10.
     scene.clips[0].channels.resize(1);
@@ -96,8 +95,9 @@ TEST(FindShapeKeys, NoneForLinearCurvesWithKeysOnFrames)
 TEST(FindShapeKeys, TheFrameBeforeEachChangeOfAStep)
 {
     Scene scene = MakeChain(2);
-    scene.clips[0].channels = {MakeChannel(1, ScenePath::Rotation, SceneInterpolation::Step, {0, 1, 2, 3},
-                                           {0, 0, 0, 1, 0, 0, HALF, HALF, 0, 0, HALF, HALF, 0, 0, 0, 1})};
+    scene.clips[0].channels = {
+        MakeChannel(1, ScenePath::Rotation, SceneInterpolation::Step, {0, 1, 2, 3},
+                    {0, 0, 0, 1, 0, 0, SQRT_HALF, SQRT_HALF, 0, 0, SQRT_HALF, SQRT_HALF, 0, 0, 0, 1})};
     EXPECT_EQ(FindShapeKeys(scene, 0, 10, 0, 30), (Frames{9, 29})) << "nothing changes at 2 s";
     EXPECT_EQ(FindShapeKeys(scene, 0, 10, 12, 30), (Frames{29})) << "within the play range alone";
 }
@@ -152,7 +152,8 @@ TEST(FindShapeKeys, BareSkeletonOfAModel)
     scene.nodes[2].local.translation.x = 4.0;
     scene.clips[0].channels = {
         MakeChannel(0, ScenePath::Translation, SceneInterpolation::Step, {0, 1}, {0, 0, 0, 0.02, 0, 0}),
-        MakeChannel(1, ScenePath::Rotation, SceneInterpolation::Linear, {0, 1}, {0, 0, 0, 1, 0, 0, HALF, HALF})};
+        MakeChannel(1, ScenePath::Rotation, SceneInterpolation::Linear, {0, 1},
+                    {0, 0, 0, 1, 0, 0, SQRT_HALF, SQRT_HALF})};
     EXPECT_EQ(FindShapeKeys(scene, 0, 10, 0, 10), Frames()) << "no extent, nothing to hold against";
     EXPECT_EQ(FindShapeKeys(scene, 0, 10, 0, 10, {100.0, {true, true, true}}), Frames()) << "0.02 is little";
     EXPECT_EQ(FindShapeKeys(scene, 0, 10, 0, 10, {1.0, {true, true, true}}), (Frames{9}));
@@ -164,8 +165,8 @@ TEST(FindShapeKeys, JudgesWhatAModelPlaysWithoutTheNodesThatItDrops)
 {
     Scene scene = MakeChain(3);
     scene.nodes[2].local.translation.x = 4.0;
-    scene.clips[0].channels = {
-        MakeChannel(1, ScenePath::Rotation, SceneInterpolation::Linear, {0, 1}, {0, 0, 0, 1, 0, 0, HALF, HALF})};
+    scene.clips[0].channels = {MakeChannel(1, ScenePath::Rotation, SceneInterpolation::Linear, {0, 1},
+                                           {0, 0, 0, 1, 0, 0, SQRT_HALF, SQRT_HALF})};
     EXPECT_FALSE(FindShapeKeys(scene, 0, 10, 0, 10).empty()) << "node 2 goes round on a circle";
     // With a mesh of its own node 1 stays, and both play straight.
     scene.nodes[1].meshes = {{0, -1}};
@@ -181,7 +182,7 @@ static Scene MakeTurningChain(int count)
         scene.nodes[i].meshes = {{0, -1}};
         const auto quat = [](double degrees, std::vector<double>& values)
         {
-            const double half = degrees * PI / 360.0;
+            const double half = degrees * std::numbers::pi / 360.0;
             values.insert(values.end(), {0, 0, std::sin(half), std::cos(half)});
         };
         std::vector<double> values;

@@ -4,8 +4,11 @@
 #include "scene/scene.h"
 
 #include <gtest/gtest.h>
+#include <numbers>
 #include <string>
 #include <vector>
+
+constexpr double SQRT_HALF = std::numbers::sqrt2 / 2.0;
 
 inline SceneChannel MakeChannel(int node, ScenePath path, SceneInterpolation interpolation,
                                 const std::vector<double>& times, const std::vector<double>& values)

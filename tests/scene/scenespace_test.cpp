@@ -9,8 +9,6 @@
 #include <random>
 #include <utility>
 
-static const double HALF = std::sqrt(0.5);
-
 // Two joints along x below a top node that carries the skinned mesh; at rest the first one is turned a quarter about z.
 // It was bound unturned: the vertices lie at the joints.
 static Scene MakeSkinnedScene()
@@ -22,7 +20,7 @@ static Scene MakeSkinnedScene()
     scene.nodes[0].local.translation = {0, 0, 5};
     scene.nodes[1].parent = 0;
     scene.nodes[1].children = {2};
-    scene.nodes[1].local = {{1, 0, 0}, {0, 0, HALF, HALF}, {1, 1, 1}};
+    scene.nodes[1].local = {{1, 0, 0}, {0, 0, SQRT_HALF, SQRT_HALF}, {1, 1, 1}};
     scene.nodes[2].parent = 1;
     scene.nodes[2].local.translation = {2, 0, 0};
     scene.nodes[3].parent = 0;
@@ -114,10 +112,10 @@ TEST(TransformScene, ValuesByHand)
     Scene scene = MakeSkinnedScene();
     TransformScene(scene, {10, 'z', 'y', true});
     ExpectPoint(scene.nodes[0].local.translation, 0, 50, 0);
-    EXPECT_NEAR(scene.nodes[0].local.rotation.x, -HALF, 1e-15); // a quarter back about x
-    EXPECT_NEAR(scene.nodes[0].local.rotation.w, HALF, 1e-15);
+    EXPECT_NEAR(scene.nodes[0].local.rotation.x, -SQRT_HALF, 1e-15); // a quarter back about x
+    EXPECT_NEAR(scene.nodes[0].local.rotation.w, SQRT_HALF, 1e-15);
     ExpectPoint(scene.nodes[1].local.translation, 10, 0, 0);
-    EXPECT_EQ(scene.nodes[1].local.rotation.z, HALF);
+    EXPECT_EQ(scene.nodes[1].local.rotation.z, SQRT_HALF);
     ExpectPoint(scene.primitives[0].positions[2], 30, 10, 0);
     ExpectPoint(scene.primitives[0].morphDeltas[0][2], 0, 0, 10);
     EXPECT_EQ(scene.skins[0].inverseBinds[1].m[0][3], -30.0);
@@ -148,7 +146,7 @@ TEST(ConvertStatedUnits, MetresAndYUpAndAWordOfIt)
 TEST(PoseAtBind, JointsStandWhereTheyWereBound)
 {
     Scene scene = MakeSkinnedScene();
-    scene.nodes[2].local.rotation = {HALF, 0, 0, HALF};
+    scene.nodes[2].local.rotation = {SQRT_HALF, 0, 0, SQRT_HALF};
     PoseAtBind(scene);
     const std::vector<Double3> bound = WorldAt(scene, -1, 0);
     ExpectPoint(bound[0], 1, 0, 5);
@@ -166,7 +164,7 @@ TEST(PoseAtBind, WhatRestsAsItWasBoundStays)
 {
     Scene scene = MakeSkinnedScene();
     scene.nodes[1].local.rotation = {};
-    scene.nodes[3].local = {{7, 7, 7}, {HALF, 0, 0, HALF}, {1, 1, 1}};
+    scene.nodes[3].local = {{7, 7, 7}, {SQRT_HALF, 0, 0, SQRT_HALF}, {1, 1, 1}};
     const std::vector<Double3> before = WorldAt(scene, -1, 0);
     PoseAtBind(scene);
     const std::vector<Double3> after = WorldAt(scene, -1, 0);
@@ -192,7 +190,7 @@ TEST(PoseAtBind, KeepsTheSizeThatTheJointsGive)
 
     // Bent at the second joint the two don't agree, and the topmost one says where the skin is, wherever it is listed.
     scene = hundredfold;
-    scene.nodes[2].local.rotation = {HALF, 0, 0, HALF};
+    scene.nodes[2].local.rotation = {SQRT_HALF, 0, 0, SQRT_HALF};
     std::swap(scene.skins[0].joints[0], scene.skins[0].joints[1]);
     std::swap(scene.skins[0].inverseBinds[0], scene.skins[0].inverseBinds[1]);
     for (SceneInfluence& influence : scene.primitives[0].influences)
@@ -200,7 +198,7 @@ TEST(PoseAtBind, KeepsTheSizeThatTheJointsGive)
     PoseAtBind(scene);
     bound = WorldAt(scene, -1, 0);
     EXPECT_NEAR(std::hypot(bound[1].x - bound[0].x, bound[1].y - bound[0].y), 2.0, 1e-12);
-    EXPECT_NEAR(scene.nodes[1].local.rotation.z, HALF, 1e-12);
+    EXPECT_NEAR(scene.nodes[1].local.rotation.z, SQRT_HALF, 1e-12);
     EXPECT_NEAR(std::fabs(scene.nodes[2].local.rotation.w), 1.0, 1e-12);
 }
 
