@@ -61,6 +61,7 @@ template <uint32_t N> bool AreBelow(const ModelVertWeight* pWeights, uint32_t nN
     return true;
 }
 
+// How far ahead memory is asked for: vertices, and bytes of the output.
 constexpr size_t AHEAD = 96;
 constexpr size_t OUT_AHEAD = 1024;
 constexpr uint32_t ONE = std::bit_cast<uint32_t>(1.0f);
