@@ -90,12 +90,14 @@ static MeshWeights SharesOf(const ScenePrimitive& primitive, const SceneSkin& sk
 {
     MeshWeights own;
     own.influenceStarts.push_back(0);
+    std::vector<VertexShare> all;
+    std::vector<VertexShare> shares;
     for (std::size_t v = 0; v + 1 < primitive.influenceStarts.size(); v++)
     {
         const SceneInfluence* begin = primitive.influences.data() + primitive.influenceStarts[v];
         const SceneInfluence* end = primitive.influences.data() + primitive.influenceStarts[v + 1];
-        const std::vector<VertexShare> all = FindShares(primitive, skin, begin, end);
-        std::vector<VertexShare> shares = all;
+        FindShares(primitive, skin, begin, end, all);
+        shares = all;
         if (begin != end)
             MendShares(shares, -1);
         for (const SceneInfluence* influence = begin; influence != end; ++influence)

@@ -44,16 +44,21 @@ JoinedMesh JoinMesh(const Scene& scene, const SceneMeshUse& use, int node, const
     const int common = FindCommonJoint(scene, skin);
     const int fallback = common >= 0 && isShown[skin.joints[common]] ? skin.joints[common] : node;
     mesh.weights.reserve(primitive.influences.size());
+    const bool areAllShown =
+        std::all_of(skin.joints.begin(), skin.joints.end(), [&](int joint) { return isShown[joint]; });
     std::vector<SceneInfluence> influences;
+    std::vector<VertexShare> shares;
     for (std::uint32_t v = 0; v < mesh.fileVertex.size(); ++v)
     {
         SumInfluences(primitive, mesh.fileVertex[v], influences);
-        influences.erase(std::remove_if(influences.begin(), influences.end(),
-                                        [&](const SceneInfluence& influence)
-                                        { return !isShown[skin.joints[influence.joint]]; }),
-                         influences.end());
-        std::vector<VertexShare> shares =
-            FindShares(primitive, skin, influences.data(), influences.data() + influences.size());
+        if (!areAllShown)
+        {
+            influences.erase(std::remove_if(influences.begin(), influences.end(),
+                                            [&](const SceneInfluence& influence)
+                                            { return !isShown[skin.joints[influence.joint]]; }),
+                             influences.end());
+        }
+        FindShares(primitive, skin, influences.data(), influences.data() + influences.size(), shares);
         mesh.changes.Add(MendShares(shares, fallback));
         for (const VertexShare& share : shares)
         {

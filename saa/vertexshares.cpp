@@ -1,5 +1,7 @@
 #include "saa/vertexshares.h"
 
+#include "scene/sortfew.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -27,58 +29,56 @@ bool IsKeptPercent(double percent)
     return static_cast<double>(PercentAsFloat(percent)) / 100.0 > static_cast<double>(0.05F);
 }
 
-std::vector<VertexShare> FindShares(const ScenePrimitive& primitive, const SceneSkin& skin, const SceneInfluence* begin,
-                                    const SceneInfluence* end)
+void FindShares(const ScenePrimitive& primitive, const SceneSkin& skin, const SceneInfluence* begin,
+                const SceneInfluence* end, std::vector<VertexShare>& shares)
 {
+    shares.clear();
     double sum = 0.0;
-    std::vector<VertexShare> all;
     for (const SceneInfluence* influence = begin; influence != end; ++influence)
     {
         sum += influence->weight;
-        all.push_back({skin.joints[influence->joint], influence->weight});
+        shares.push_back({skin.joints[influence->joint], influence->weight});
     }
     if (primitive.hasModelWeights)
     {
         sum = 1.0;
     }
-    std::stable_sort(all.begin(), all.end(),
-                     [](const VertexShare& a, const VertexShare& b) { return a.node < b.node; });
-    std::vector<VertexShare> shares;
-    for (const VertexShare& share : all)
+    SortFew(shares, [](const VertexShare& a, const VertexShare& b) { return a.node < b.node; });
+    std::size_t nNodes = 0;
+    for (const VertexShare& share : shares)
     {
-        if (shares.empty() || shares.back().node != share.node)
+        const double percent = 100.0 * share.percent / sum;
+        if (nNodes != 0 && shares[nNodes - 1].node == share.node)
         {
-            shares.push_back({share.node, 0.0});
+            shares[nNodes - 1].percent += percent;
         }
-        shares.back().percent += 100.0 * share.percent / sum;
-    }
-    for (VertexShare& share : shares)
-    {
-        if (primitive.hasModelWeights && std::abs(share.percent / LEAST_PERCENT - 1.0) < ROUNDING)
+        else
         {
-            share.percent = LEAST_PERCENT;
-        }
-        else if (primitive.hasModelWeights)
-        {
-            share.percent = std::min(share.percent, 100.0);
+            shares[nNodes++] = {share.node, percent};
         }
     }
-    return shares;
+    shares.resize(nNodes);
+    for (std::size_t i = 0; primitive.hasModelWeights && i < nNodes; ++i)
+    {
+        double& percent = shares[i].percent;
+        percent = std::abs(percent / LEAST_PERCENT - 1.0) < ROUNDING ? static_cast<double>(LEAST_PERCENT)
+                                                                     : std::min(percent, 100.0);
+    }
 }
 
 ShareChanges MendShares(std::vector<VertexShare>& shares, int fallback)
 {
     ShareChanges changes;
-    std::vector<VertexShare> kept;
+    std::size_t nKept = 0;
     for (const VertexShare& share : shares)
     {
         if (IsKeptPercent(share.percent))
         {
-            kept.push_back(share);
+            shares[nKept++] = share;
         }
         else if (share.percent >= RAISED_FROM)
         {
-            kept.push_back({share.node, static_cast<double>(LEAST_PERCENT)});
+            shares[nKept++] = {share.node, static_cast<double>(LEAST_PERCENT)};
             ++changes.raised;
         }
         else
@@ -86,15 +86,19 @@ ShareChanges MendShares(std::vector<VertexShare>& shares, int fallback)
             ++changes.dropped;
         }
     }
-    if (kept.empty())
+    if (nKept != 0)
+    {
+        shares.resize(nKept);
+    }
+    else
     {
         const auto greatest =
             std::max_element(shares.begin(), shares.end(),
                              [](const VertexShare& a, const VertexShare& b) { return a.percent < b.percent; });
-        kept.push_back({greatest == shares.end() ? fallback : greatest->node, 100.0});
+        const int node = greatest == shares.end() ? fallback : greatest->node;
+        shares.assign(1, {node, 100.0});
         changes.mended = 1;
     }
     changes.touched = changes.raised + changes.dropped != 0 ? 1 : 0;
-    shares.swap(kept);
     return changes;
 }

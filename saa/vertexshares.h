@@ -31,9 +31,10 @@ float PercentAsFloat(double percent);
 bool IsKeptPercent(double percent);
 
 // The shares of the nodes that the influences from `begin` to `end` stand for, by node, each once; they add up to 100,
-// or there are none. Of a primitive with a model's weights they add up to what they did in the model.
-std::vector<VertexShare> FindShares(const ScenePrimitive& primitive, const SceneSkin& skin, const SceneInfluence* begin,
-                                    const SceneInfluence* end);
+// or there are none. Of a primitive with a model's weights they add up to what they did in the model. What `shares` held
+// before is dropped; its memory serves the next vertex.
+void FindShares(const ScenePrimitive& primitive, const SceneSkin& skin, const SceneInfluence* begin,
+                const SceneInfluence* end, std::vector<VertexShare>& shares);
 
 // Brings the shares of one vertex (by node) to those that are kept and come nearest: one from 2.5 % up to 5 % becomes
 // the next float above 5 %, smaller ones go. If nothing is left, the greatest share stands alone with 100 %; without

@@ -1,14 +1,14 @@
 #include "scene/joinvertices.h"
 
-#include <algorithm>
+#include "scene/sortfew.h"
+
 #include <cstring>
 
 void SumInfluences(const ScenePrimitive& primitive, std::size_t vertex, std::vector<SceneInfluence>& sums)
 {
     sums.assign(primitive.influences.begin() + primitive.influenceStarts[vertex],
                 primitive.influences.begin() + primitive.influenceStarts[vertex + 1]);
-    std::stable_sort(sums.begin(), sums.end(),
-                     [](const SceneInfluence& a, const SceneInfluence& b) { return a.joint < b.joint; });
+    SortFew(sums, [](const SceneInfluence& a, const SceneInfluence& b) { return a.joint < b.joint; });
     std::size_t kept = 0;
     for (std::size_t i = 0; i < sums.size(); ++i)
     {

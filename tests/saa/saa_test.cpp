@@ -613,8 +613,8 @@ TEST(Envelopes, SharesAreTheNearestThatAnExporterKeeps)
         }
         ScenePrimitive primitive;
         primitive.hasModelWeights = row.ofModel;
-        std::vector<VertexShare> shares =
-            FindShares(primitive, skin, influences.data(), influences.data() + influences.size());
+        std::vector<VertexShare> shares;
+        FindShares(primitive, skin, influences.data(), influences.data() + influences.size(), shares);
         const ShareChanges changes = MendShares(shares, 77);
         EXPECT_EQ((std::vector<std::size_t>{changes.raised, changes.dropped, changes.touched, changes.mended}),
                   row.changes);
