@@ -33,21 +33,26 @@ struct ElemFields
 
 static_assert(sizeof(ElemFields) == sizeof(SAA_Elem));
 
+struct SubFields
+{
+    std::uint32_t tag;
+    std::uint32_t kind;
+    std::uint32_t scene;
+    std::uint32_t element;
+    std::uint32_t index;
+    std::uint32_t corner; // of a vertex as a corner: 3 times the triangle plus the corner plus 1; the kind of a curve
+    std::uint32_t unused[3];
+};
+
+static_assert(sizeof(SubFields) == sizeof(SAA_SubHandle));
+
 SAA_Scene SceneRecord(const RecordedScene& scene);
 
 SAA_Elem ModelHandle(const RecordedScene& scene, int element);
 SAA_Elem CurveHandle(const RecordedScene& scene, int element, CurveKind kind);
 SAA_Elem TextureHandle(const RecordedScene& scene, int texture);
 
-SAA_SubHandle TriangleHandle(const RecordedScene& scene, int element, std::uint32_t triangle);
 SAA_SubHandle KeyHandle(const RecordedScene& scene, int element, CurveKind kind, std::uint32_t key);
-
-// A control vertex by itself: the same bytes for vertices of either geometry and for envelopes.
-SAA_SubHandle VertexHandle(const RecordedScene& scene, int element, std::uint32_t vertex);
-
-// A control vertex as a corner (0 to 2) of a triangle.
-SAA_SubHandle CornerHandle(const RecordedScene& scene, int element, std::uint32_t vertex, std::uint32_t triangle,
-                           std::uint32_t corner);
 
 // What a handle stands for. False for null pointers, for bytes that no function above makes for this scene, and for
 // handles of another kind or of another element than asked for. They only read tags and indices; an index is in range
@@ -55,15 +60,8 @@ SAA_SubHandle CornerHandle(const RecordedScene& scene, int element, std::uint32_
 inline bool ModelOfHandle(const RecordedScene& scene, const SAA_Elem* elem, int& element);
 bool CurveOfHandle(const RecordedScene& scene, const SAA_Elem* elem, int& element, CurveKind& kind);
 bool TextureOfHandle(const RecordedScene& scene, const SAA_Elem* elem, int& texture);
-bool TriangleOfHandle(const RecordedScene& scene, int element, const SAA_SubHandle& handle, std::uint32_t& triangle);
 bool KeyOfHandle(const RecordedScene& scene, int element, CurveKind kind, const SAA_SubHandle& handle,
                  std::uint32_t& key);
-
-// Of a control vertex, by itself or as a corner.
-bool VertexOfHandle(RecordedScene& scene, int element, const SAA_SubHandle& handle, std::uint32_t& vertex);
-
-// Of a corner alone: the vertex of the primitive (not joined) that stands there.
-bool CornerOfHandle(RecordedScene& scene, int element, const SAA_SubHandle& handle, std::uint32_t& primitiveVertex);
 
 // Reads one of the numbers where it lies.
 inline std::uint32_t ElemField(const SAA_Elem& elem, std::size_t field)
@@ -90,3 +88,48 @@ inline bool ModelOfHandle(const RecordedScene& scene, const SAA_Elem* elem, int&
     element = static_cast<int>(ElemField(*elem, offsetof(ElemFields, index)));
     return true;
 }
+
+// The handles of one kind for the parts of one element. Meshes have hundreds of thousands: what all begin with is put
+// together once.
+class SubHandles
+{
+public:
+    SubHandles(const RecordedScene& scene, HandleKind kind, int element)
+        : m_Fields{HANDLE_TAG, kind, scene.Id(), static_cast<std::uint32_t>(element), 0, 0, {0, 0, 0}}
+    {
+        std::memcpy(m_Head, &m_Fields, sizeof m_Head);
+    }
+
+    // A control vertex by itself, corner 0, has the same bytes for either geometry and for envelopes.
+    SAA_SubHandle Make(std::uint32_t index, std::uint32_t corner = 0) const
+    {
+        SubFields fields = m_Fields;
+        fields.index = index;
+        fields.corner = corner;
+        SAA_SubHandle handle;
+        std::memcpy(&handle, &fields, sizeof handle);
+        return handle;
+    }
+
+    // The index of a handle, UINT32_MAX for one of another kind or element.
+    std::uint32_t IndexOf(const SAA_SubHandle& handle) const
+    {
+        std::uint64_t head[2];
+        std::memcpy(head, &handle, sizeof head);
+        return head[0] == m_Head[0] && head[1] == m_Head[1] ? Field(handle, offsetof(SubFields, index)) : UINT32_MAX;
+    }
+
+    // The third number of a handle that IndexOf knows.
+    static std::uint32_t CornerOf(const SAA_SubHandle& handle) { return Field(handle, offsetof(SubFields, corner)); }
+
+private:
+    static std::uint32_t Field(const SAA_SubHandle& handle, std::size_t field)
+    {
+        std::uint32_t value = 0;
+        std::memcpy(&value, handle.bytes + field, sizeof value);
+        return value;
+    }
+
+    SubFields m_Fields;
+    std::uint64_t m_Head[2];
+};

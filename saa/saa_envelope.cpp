@@ -72,25 +72,39 @@ int SAA_envelopeGetNbCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skelet
 int SAA_envelopeGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons, const SAA_Elem* mesh,
                                 int* count, SAA_SubHandle* vertices)
 {
-    return RunEnvelopeOperation(
-        OP_SAA_envelopeGetCtrlVertices, scene, skeleton, mesh,
-        [&](RecordedScene& current, int element, const WeightRange& weights) -> int
-        {
-            if (count == nullptr || nSkeletons != 1)
-            {
-                return SAA_STATUS_ARGUMENT;
-            }
-            const int status = CheckList(static_cast<std::size_t>(weights.end - weights.begin), *count, vertices);
-            if (status != 0)
-            {
-                return status;
-            }
-            for (const JoinedWeight* weight = weights.begin; weight != weights.end; ++weight)
-            {
-                vertices[weight - weights.begin] = VertexHandle(current, element, weight->vertex);
-            }
-            return 0;
-        });
+    return RunEnvelopeOperation(OP_SAA_envelopeGetCtrlVertices, scene, skeleton, mesh,
+                                [&](RecordedScene& current, int element, const WeightRange& weights) -> int
+                                {
+                                    if (count == nullptr || nSkeletons != 1)
+                                    {
+                                        return SAA_STATUS_ARGUMENT;
+                                    }
+                                    const int status = CheckList(static_cast<std::size_t>(weights.end - weights.begin),
+                                                                 *count, vertices);
+                                    if (status != 0)
+                                    {
+                                        return status;
+                                    }
+                                    const SubHandles all(current, KIND_VERTEX, element);
+                                    for (const JoinedWeight* weight = weights.begin; weight != weights.end; ++weight)
+                                    {
+                                        *vertices++ = all.Make(weight->vertex);
+                                    }
+                                    return 0;
+                                });
+}
+
+// The weight of a vertex, of which there needn't be one. As a rule it is `next`.
+static const JoinedWeight* FindWeight(const WeightRange& range, const JoinedWeight* next, std::uint32_t vertex)
+{
+    if (next != range.end && next->vertex == vertex)
+    {
+        return next;
+    }
+    const JoinedWeight* weight =
+        std::lower_bound(range.begin, range.end, vertex,
+                         [](const JoinedWeight& entry, std::uint32_t wanted) { return entry.vertex < wanted; });
+    return weight != range.end && weight->vertex == vertex ? weight : nullptr;
 }
 
 int SAA_ctrlVertexGetEnvelopeWeights(const SAA_Scene* scene, const SAA_Elem* skeleton, const SAA_Elem* mesh, int count,
@@ -105,29 +119,26 @@ int SAA_ctrlVertexGetEnvelopeWeights(const SAA_Scene* scene, const SAA_Elem* ske
                                     {
                                         return status;
                                     }
-                                    std::vector<float> found(static_cast<std::size_t>(count));
-                                    const JoinedWeight* next = range.begin; // mostly they come as they were handed out
-                                    for (std::size_t i = 0; i < found.size(); ++i)
+                                    const SubHandles all(current, KIND_VERTEX, element);
+                                    // First whether all are there: nothing is stored otherwise.
+                                    for (const bool isStored : {false, true})
                                     {
-                                        std::uint32_t vertex = 0;
-                                        if (!VertexOfHandle(current, element, vertices[i], vertex))
+                                        const JoinedWeight* next = range.begin;
+                                        for (int i = 0; i < count; ++i)
                                         {
-                                            return SAA_STATUS_HANDLE;
+                                            const JoinedWeight* weight =
+                                                FindWeight(range, next, all.IndexOf(vertices[i]));
+                                            if (weight == nullptr)
+                                            {
+                                                return SAA_STATUS_HANDLE;
+                                            }
+                                            if (isStored)
+                                            {
+                                                weights[i] = PercentAsFloat(weight->percent);
+                                            }
+                                            next = weight + 1;
                                         }
-                                        const JoinedWeight* weight =
-                                            next != range.end && next->vertex == vertex
-                                                ? next
-                                                : std::lower_bound(range.begin, range.end, vertex,
-                                                                   [](const JoinedWeight& entry, std::uint32_t wanted)
-                                                                   { return entry.vertex < wanted; });
-                                        if (weight == range.end || weight->vertex != vertex)
-                                        {
-                                            return SAA_STATUS_HANDLE;
-                                        }
-                                        found[i] = PercentAsFloat(weight->percent);
-                                        next = weight + 1;
                                     }
-                                    std::copy(found.begin(), found.end(), weights);
                                     return 0;
                                 });
 }

@@ -31,12 +31,26 @@ int SAA_modelGetTriangles(const SAA_Scene* scene, const SAA_Elem* elem, int geom
                                     IsGeometry(geometry, lod)
                                         ? CheckList(current.Primitive(element).triangles.size(), count, triangles)
                                         : SAA_STATUS_ARGUMENT;
+                                const SubHandles all(current, KIND_TRIANGLE, element);
                                 for (int i = 0; status == 0 && i < count; ++i)
                                 {
-                                    triangles[i] = TriangleHandle(current, element, static_cast<std::uint32_t>(i));
+                                    triangles[i] = all.Make(static_cast<std::uint32_t>(i));
                                 }
                                 return status;
                             });
+}
+
+// Whether the handles are all of parts that there are `n` of.
+static bool AreBelow(const SubHandles& all, const SAA_SubHandle* handles, int count, std::size_t n)
+{
+    for (int i = 0; i < count; ++i)
+    {
+        if (all.IndexOf(handles[i]) >= n)
+        {
+            return false;
+        }
+    }
+    return true;
 }
 
 int SAA_triangleGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* elem, int geometry, int lod, int count,
@@ -53,24 +67,23 @@ int SAA_triangleGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* elem, in
             {
                 return status;
             }
-            const std::vector<std::uint32_t>& vertexOf = current.Mesh(element).vertexOf;
-            const bool turned = current.IsTurned(element);
-            std::vector<SAA_SubHandle> found(3 * static_cast<std::size_t>(count));
-            for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i)
+            const SubHandles asked(current, KIND_TRIANGLE, element);
+            if (!AreBelow(asked, triangles, count, list.size()))
             {
-                std::uint32_t triangle = 0;
-                if (!TriangleOfHandle(current, element, triangles[i], triangle))
-                {
-                    return static_cast<int>(SAA_STATUS_HANDLE);
-                }
+                return static_cast<int>(SAA_STATUS_HANDLE);
+            }
+            const std::uint32_t* vertexOf = current.Mesh(element).vertexOf.data();
+            const bool turned = current.IsTurned(element);
+            const SubHandles given(current, KIND_VERTEX, element);
+            for (int i = 0; i < count; ++i)
+            {
+                const std::uint32_t triangle = asked.IndexOf(triangles[i]);
                 for (std::uint32_t k = 0; k < 3; ++k)
                 {
                     const std::uint32_t corner = turned ? 2 - k : k;
-                    found[3 * i + k] =
-                        CornerHandle(current, element, vertexOf[list[triangle].corners[corner]], triangle, corner);
+                    *corners++ = given.Make(vertexOf[list[triangle].corners[corner]], 3 * triangle + corner + 1);
                 }
             }
-            std::copy(found.begin(), found.end(), corners);
             return 0;
         });
 }
@@ -81,24 +94,22 @@ int SAA_ctrlVertexGetIndices(const SAA_Scene* scene, const SAA_Elem* elem, int c
     return RunMeshOperation(OP_SAA_ctrlVertexGetIndices, scene, elem,
                             [&](RecordedScene& current, int element)
                             {
-                                const std::size_t most = std::max(3 * current.Primitive(element).triangles.size(),
-                                                                  current.Mesh(element).fileVertex.size());
+                                const std::size_t n = current.Mesh(element).fileVertex.size();
+                                const std::size_t most = std::max(3 * current.Primitive(element).triangles.size(), n);
                                 const int status = CheckHandles(most, count, vertices, indices);
                                 if (status != 0)
                                 {
                                     return status;
                                 }
-                                std::vector<int> found(static_cast<std::size_t>(count));
-                                for (std::size_t i = 0; i < found.size(); ++i)
+                                const SubHandles asked(current, KIND_VERTEX, element);
+                                if (!AreBelow(asked, vertices, count, n))
                                 {
-                                    std::uint32_t vertex = 0;
-                                    if (!VertexOfHandle(current, element, vertices[i], vertex))
-                                    {
-                                        return static_cast<int>(SAA_STATUS_HANDLE);
-                                    }
-                                    found[i] = static_cast<int>(vertex);
+                                    return static_cast<int>(SAA_STATUS_HANDLE);
                                 }
-                                std::copy(found.begin(), found.end(), indices);
+                                for (int i = 0; i < count; ++i)
+                                {
+                                    indices[i] = static_cast<int>(asked.IndexOf(vertices[i]));
+                                }
                                 return 0;
                             });
 }
@@ -163,9 +174,10 @@ int SAA_modelGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* elem, int g
                                     IsGeometry(geometry, lod)
                                         ? CheckList(current.Mesh(element).fileVertex.size(), count, vertices)
                                         : SAA_STATUS_ARGUMENT;
+                                const SubHandles all(current, KIND_VERTEX, element);
                                 for (int i = 0; status == 0 && i < count; ++i)
                                 {
-                                    vertices[i] = VertexHandle(current, element, static_cast<std::uint32_t>(i));
+                                    vertices[i] = all.Make(static_cast<std::uint32_t>(i));
                                 }
                                 return status;
                             });
@@ -190,6 +202,14 @@ int SAA_modelRelationGetT2DGlbElements(const SAA_Scene* scene, const SAA_Elem* e
                             });
 }
 
+// The place of a corner among those of all triangles, 0 for the first corner of the first triangle; as many as there
+// are, or more, for another handle.
+static std::size_t CornerPlace(const SubHandles& vertices, const SAA_SubHandle& handle)
+{
+    // A vertex by itself has 0 there, which becomes the greatest number.
+    return vertices.IndexOf(handle) == UINT32_MAX ? UINT32_MAX : SubHandles::CornerOf(handle) - 1;
+}
+
 int SAA_triCtrlVertexGetGlobalUVTxtCoords(const SAA_Scene* scene, const SAA_Elem* elem, int count,
                                           const SAA_SubHandle* corners, int nTextures, const SAA_Elem* texture,
                                           float* u, float* v)
@@ -207,25 +227,45 @@ int SAA_triCtrlVertexGetGlobalUVTxtCoords(const SAA_Scene* scene, const SAA_Elem
                                 {
                                     return SAA_STATUS_HANDLE;
                                 }
-                                const int status = CheckHandles(3 * primitive.triangles.size(), count, corners, u);
+                                const std::size_t nCorners = 3 * primitive.triangles.size();
+                                const int status = CheckHandles(nCorners, count, corners, u);
                                 if (status != 0)
                                 {
                                     return status;
                                 }
-                                std::vector<std::uint32_t> vertices(static_cast<std::size_t>(count));
-                                for (std::size_t i = 0; i < vertices.size(); ++i)
+                                const SubHandles vertices(current, KIND_VERTEX, element);
+                                for (int i = 0; i < count; ++i)
                                 {
-                                    if (!CornerOfHandle(current, element, corners[i], vertices[i]))
+                                    if (CornerPlace(vertices, corners[i]) >= nCorners)
                                     {
                                         return SAA_STATUS_HANDLE;
                                     }
                                 }
                                 const RecordedTexture& image = current.Texture(index);
-                                for (std::size_t i = 0; i < vertices.size(); ++i)
+                                // A vertex is the corner of some six triangles.
+                                struct Coordinates
                                 {
-                                    const SceneTexCoord& whole = primitive.texCoords[vertices[i]];
-                                    u[i] = CropCoordinate(whole.u, image.cropMin[0], image.cropMax[0], image.width);
-                                    v[i] = CropCoordinate(whole.v, image.cropMin[1], image.cropMax[1], image.height);
+                                    bool isKnown = false;
+                                    float u = 0.0F;
+                                    float v = 0.0F;
+                                };
+                                std::vector<Coordinates> known(primitive.texCoords.size());
+                                for (int i = 0; i < count; ++i)
+                                {
+                                    const std::size_t place = CornerPlace(vertices, corners[i]);
+                                    const std::uint32_t vertex = primitive.triangles[place / 3].corners[place % 3];
+                                    Coordinates& own = known[vertex];
+                                    if (!own.isKnown)
+                                    {
+                                        const SceneTexCoord& whole = primitive.texCoords[vertex];
+                                        own.u =
+                                            CropCoordinate(whole.u, image.cropMin[0], image.cropMax[0], image.width);
+                                        own.v =
+                                            CropCoordinate(whole.v, image.cropMin[1], image.cropMax[1], image.height);
+                                        own.isKnown = true;
+                                    }
+                                    u[i] = own.u;
+                                    v[i] = own.v;
                                 }
                                 return 0;
                             });

@@ -105,7 +105,7 @@ private:
         DynArray<SAA_Elem, DefaultCache> m_Handles{256};
     };
     QZBOOL ReadEnvelopesBelow(SoftNode* pNode, Skeleton& skeleton);
-    QZBOOL ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVertices, const class CtrlVertexLookup& lookup);
+    QZBOOL ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVertices, class CtrlVertexLookup& lookup);
     SoftNode* GetSoftRoot() const { return static_cast<SoftNode*>(GetRootNode()); }
     SoftNode* GetSoftNode(uint32_t i) const { return static_cast<SoftNode*>(GetNode(i)); }
 

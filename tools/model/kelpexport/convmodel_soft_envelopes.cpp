@@ -27,7 +27,7 @@ QZBOOL ConvModel_Soft::ReadVertexWeights()
 }
 
 // Takes over the vertices of pNode's mesh that pSkel moves, of which there are nVertices. Fails only without memory.
-QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVertices, const CtrlVertexLookup& lookup)
+QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVertices, CtrlVertexLookup& lookup)
 {
     const int nRoom = nVertices;
     DynArray<SAA_SubHandle, DefaultCache> verts;

@@ -150,6 +150,10 @@ static QZBOOL MatchCorners(SoftNode* pNode, ModelPiece* pPiece, HostMesh& mesh)
 {
     ClosestVertexFinder finder;
     finder.Build(mesh.actualVertexPositions);
+    // What was found for each tri-vertex, which is the corner of some six triangles. Without memory each is looked for
+    // anew.
+    DynArray<uint32_t, DefaultCache> found;
+    const bool bKeeps = found.SetSizeInit(mesh.vertexPositions.GetSize(), UINT32_MAX) != QZFALSE;
     for (uint32_t i = 0; i < pPiece->NumTris(); ++i)
     {
         ModelTri* pTri = pPiece->GetTri(i);
@@ -162,7 +166,12 @@ static QZBOOL MatchCorners(SoftNode* pNode, ModelPiece* pPiece, HostMesh& mesh)
                             pNode->GetName());
                 return QZFALSE;
             }
-            pTri->m_Indices[2 - j] = static_cast<uint16_t>(finder.Find(mesh.vertexPositions[index].v));
+            uint32_t iVert = bKeeps ? found[index] : UINT32_MAX;
+            if (iVert == UINT32_MAX)
+                iVert = finder.Find(mesh.vertexPositions[index].v);
+            if (bKeeps)
+                found[index] = iVert;
+            pTri->m_Indices[2 - j] = static_cast<uint16_t>(iVert);
         }
     }
     return QZTRUE;

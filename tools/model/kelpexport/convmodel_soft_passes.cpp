@@ -22,26 +22,50 @@ static bool KeepInRange(Vector3& v)
     return false;
 }
 
-// Divides by the fourth component.
-static Vector3 TransformPoint(const Matrix4& m, const Vector3& point)
+// Matrix4::Transform of many points by one matrix, divided by the fourth component. The sums of the four rows are taken
+// side by side, which compilers make vectors of.
+class PointTransform
 {
-    const float in[4] = {point.x, point.y, point.z, 1.0f};
-    float out[4];
-    m.Transform(out, in);
-    const float w = 1.0f / out[3];
-    return Vector3(out[0] * w, out[1] * w, out[2] * w);
-}
+public:
+    explicit PointTransform(const Matrix4& m)
+    {
+        for (int i = 0; i < 16; ++i)
+            m_Columns[i % 4][i / 4] = m.m[i];
+    }
+
+    Vector3 operator()(const Vector3& point) const
+    {
+        const double in[4] = {point.x, point.y, point.z, 1.0};
+        double sums[4] = {};
+        for (int c = 0; c < 4; ++c)
+        {
+            for (int r = 0; r < 4; ++r)
+                sums[r] += m_Columns[c][r] * in[c];
+        }
+        float out[4];
+        for (int r = 0; r < 4; ++r)
+            out[r] = static_cast<float>(sums[r]);
+        if (out[3] == 1.0f) // as a rule; nothing need be divided
+            return Vector3(out[0], out[1], out[2]);
+        const float w = 1.0f / out[3];
+        return Vector3(out[0] * w, out[1] * w, out[2] * w);
+    }
+
+private:
+    double m_Columns[4][4];
+};
 
 static void BakePieces(ConvModel_Soft* pModel, SoftNode* pNode)
 {
     if (pNode->m_PieceIndex >= 0)
     {
         ModelPiece* pPiece = pModel->GetPiece(static_cast<uint32_t>(pNode->m_PieceIndex));
+        const PointTransform bake(pNode->m_mGlobal);
         bool bInRange = true;
         for (uint32_t i = 0; i < pPiece->NumVerts(); ++i)
         {
             Vector3& position = pPiece->GetVert(i)->m_vPos;
-            position = TransformPoint(pNode->m_mGlobal, position);
+            position = bake(position);
             bInRange = KeepInRange(position) && bInRange;
         }
         if (!bInRange)
@@ -116,6 +140,7 @@ void ConvModel_Soft::ResetNodeScales()
 
 static void SetOffsets(const ConvModel_Soft* pModel, SoftNode* pNode)
 {
+    const PointTransform toNode(pNode->m_mGlobalInverse);
     for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
     {
         Envelope* pEnvelope = pNode->m_Envelopes[i];
@@ -124,7 +149,7 @@ static void SetOffsets(const ConvModel_Soft* pModel, SoftNode* pNode)
         {
             EnvelopeWeight& weight = pEnvelope->m_Weights[k];
             weight.m_vModelPos = pPiece->GetVert(weight.m_iVert)->m_vPos;
-            weight.m_vOffset = TransformPoint(pNode->m_mGlobalInverse, weight.m_vModelPos);
+            weight.m_vOffset = toNode(weight.m_vModelPos);
         }
     }
     for (uint32_t i = 0; i < pNode->NumChildren(); ++i)

@@ -1,15 +1,30 @@
 #include "tools/model/kelpexport/ctrlvertexlookup.h"
 
 #include <cstring>
+#include <iterator>
 
-// Four bytes at a time.
+// A handle as numbers of 8 bytes, with 0 behind its end.
+struct HandleWords
+{
+    uint64_t m_Words[(sizeof(SAA_SubHandle) + 7) / 8] = {};
+
+    explicit HandleWords(const SAA_SubHandle& handle) { std::memcpy(m_Words, handle.bytes, sizeof(handle.bytes)); }
+};
+
+static bool AreEqual(const SAA_SubHandle& a, const SAA_SubHandle& b)
+{
+    const HandleWords wordsA(a);
+    const HandleWords wordsB(b);
+    uint64_t difference = 0;
+    for (size_t i = 0; i < std::size(wordsA.m_Words); ++i)
+        difference |= wordsA.m_Words[i] ^ wordsB.m_Words[i];
+    return difference == 0;
+}
+
 static uint32_t HashHandle(const SAA_SubHandle& handle)
 {
-    uint32_t words[sizeof(handle.bytes) / sizeof(uint32_t)];
-    static_assert(sizeof(words) == sizeof(handle.bytes));
-    std::memcpy(words, handle.bytes, sizeof(words));
     uint64_t hash = 14695981039346656037u;
-    for (const uint32_t word : words)
+    for (const uint64_t word : HandleWords(handle).m_Words)
     {
         hash = (hash ^ word) * 0x9E3779B97F4A7C15u;
         hash ^= hash >> 32;
@@ -23,7 +38,7 @@ static uint32_t FindPlace(const SAA_SubHandle& handle, const DynArray<SAA_SubHan
 {
     const uint32_t mask = slots.GetSize() - 1;
     uint32_t place = HashHandle(handle) & mask;
-    while (slots[place] != 0 && std::memcmp(&handles[slots[place] - 1], &handle, sizeof(handle)) != 0)
+    while (slots[place] != 0 && !AreEqual(handles[slots[place] - 1], handle))
         place = (place + 1) & mask;
     return place;
 }
@@ -31,23 +46,34 @@ static uint32_t FindPlace(const SAA_SubHandle& handle, const DynArray<SAA_SubHan
 QZBOOL CtrlVertexLookup::Build(const DynArray<SAA_SubHandle, DefaultCache>& handles)
 {
     m_pHandles = &handles;
+    m_iNext = 0;
+    m_bUnique = false;
     uint32_t nSlots = 16;
     while (nSlots < handles.GetSize() * uint64_t(2))
         nSlots *= 2;
     m_Slots.Term();
     if (!m_Slots.SetSizeInit(nSlots, 0))
         return QZFALSE;
+    bool bUnique = true;
     for (uint32_t i = 0; i < handles.GetSize(); ++i)
     {
         uint32_t& slot = m_Slots[FindPlace(handles[i], handles, m_Slots)];
+        bUnique = bUnique && slot == 0;
         if (slot == 0)
             slot = i + 1;
     }
+    m_bUnique = bUnique;
     return QZTRUE;
 }
 
-bool CtrlVertexLookup::Find(const SAA_SubHandle& handle, uint32_t* pIndex) const
+bool CtrlVertexLookup::Find(const SAA_SubHandle& handle, uint32_t* pIndex)
 {
+    // The vertices of an envelope are asked for in their order, and many lie side by side.
+    if (m_bUnique && m_iNext < m_pHandles->GetSize() && AreEqual(m_pHandles->GetArray()[m_iNext], handle))
+    {
+        *pIndex = m_iNext++;
+        return true;
+    }
     if (m_Slots.GetSize() == 0)
     {
         const int index = FindBlock(&handle, m_pHandles->GetArray(), m_pHandles->GetSize(), sizeof(handle));
@@ -60,5 +86,6 @@ bool CtrlVertexLookup::Find(const SAA_SubHandle& handle, uint32_t* pIndex) const
     if (slot == 0)
         return false;
     *pIndex = slot - 1;
+    m_iNext = slot;
     return true;
 }
