@@ -4,7 +4,8 @@ void KeysToGlobal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent)
 {
     Matrix4 local;
     pTrack->m_KeyFrames[iKey].ToMatrix(local);
-    const Matrix4 global = mParent * local;
+    Matrix4 global;
+    Multiply(global, mParent, local);
     pTrack->m_KeyFrames[iKey].FromMatrix(global);
     for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
     {
@@ -19,7 +20,9 @@ void KeysToLocal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent)
     pTrack->m_KeyFrames[iKey].ToMatrix(global);
     Matrix4 inverse;
     mParent.Inverse(inverse);
-    pTrack->m_KeyFrames[iKey].FromMatrix(inverse * global);
+    Matrix4 local;
+    Multiply(local, inverse, global);
+    pTrack->m_KeyFrames[iKey].FromMatrix(local);
     for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
         KeysToLocal(pTrack->GetChild(i), iKey, global);
 }

@@ -5,15 +5,16 @@
 // Sine of the angle below which two columns count as parallel: their plane is rounding noise then.
 static constexpr double PARALLEL_SINE = 1e-6;
 
-static double Length(const Vector3& v)
+static double SquaredLength(const Vector3& v)
 {
-    return std::sqrt(double(v.x) * v.x + double(v.y) * v.y + double(v.z) * v.z);
+    return double(v.x) * v.x + double(v.y) * v.y + double(v.z) * v.z;
 }
 
+// The square of a float that isn't 0 is a double that isn't, either.
 static bool HasDirection(const Vector3& v)
 {
-    const double length = Length(v);
-    return std::isfinite(length) && length > 0.0;
+    const double square = SquaredLength(v);
+    return std::isfinite(square) && square > 0.0;
 }
 
 static bool AreParallel(const Vector3& a, const Vector3& b)
@@ -21,40 +22,47 @@ static bool AreParallel(const Vector3& a, const Vector3& b)
     const double x = double(a.y) * b.z - double(a.z) * b.y;
     const double y = double(a.z) * b.x - double(a.x) * b.z;
     const double z = double(a.x) * b.y - double(a.y) * b.x;
-    return std::sqrt(x * x + y * y + z * z) < PARALLEL_SINE * Length(a) * Length(b);
+    const double product = x * x + y * y + z * z;
+    // What is far from it, as nearly all is, needs no roots.
+    if (product > 2.0 * PARALLEL_SINE * PARALLEL_SINE * SquaredLength(a) * SquaredLength(b))
+        return false;
+    return std::sqrt(product) < PARALLEL_SINE * std::sqrt(SquaredLength(a)) * std::sqrt(SquaredLength(b));
+}
+
+bool SpansPlane(const Matrix4& m)
+{
+    Vector3 a, b, c;
+    m.GetBasisVectors(a, b, c);
+    return HasDirection(a) && HasDirection(b) && !AreParallel(a, b);
 }
 
 QZBOOL Orthonormalise(Matrix4& m, const Matrix4& unscaled)
 {
+    if (SpansPlane(m))
+    {
+        m.Normalize();
+        return QZFALSE;
+    }
     Vector3 a, b, c;
     m.GetBasisVectors(a, b, c);
     Vector3 plainA, plainB, plainC;
     unscaled.GetBasisVectors(plainA, plainB, plainC);
-    if (!HasDirection(plainA) || !HasDirection(plainB) || AreParallel(plainA, plainB))
+    if (!SpansPlane(unscaled))
     {
         plainA.Set(1.0f, 0.0f, 0.0f);
         plainB.Set(0.0f, 1.0f, 0.0f);
     }
 
-    QZBOOL bReplaced = QZFALSE;
     if (!HasDirection(a))
-    {
         a = plainA;
-        bReplaced = QZTRUE;
-    }
     if (!HasDirection(b))
-    {
         b = plainB;
-        bReplaced = QZTRUE;
-    }
     if (AreParallel(a, b))
     {
         a = plainA;
         b = plainB;
-        bReplaced = QZTRUE;
     }
-    if (bReplaced)
-        m.SetBasisVectors(a, b, c);
+    m.SetBasisVectors(a, b, c);
     m.Normalize();
-    return bReplaced;
+    return QZTRUE;
 }

@@ -8,3 +8,6 @@
 // so do both columns if they are parallel. Where `unscaled` has none either, the axis stands in. Returns whether it had
 // to; if not, the result is that of Normalize. The translation isn't touched.
 QZBOOL Orthonormalise(Matrix4& m, const Matrix4& unscaled);
+
+// Whether columns 0 and 1 have directions of their own, so that Orthonormalise doesn't look at `unscaled`.
+bool SpansPlane(const Matrix4& m);

@@ -1,23 +1,13 @@
 #include "zoltshared/stdzolt/matrix4.h"
 
+#include "zoltshared/stdzolt/float4.h"
+
 #include <cmath>
-#include <cstring>
 
 ZOLT_BEGIN_NAMESPACE
 
-void Matrix4::Identity()
-{
-    for (int i = 0; i < 16; i++)
-        m[i] = i % 5 == 0 ? 1.0f : 0.0f;
-}
-
-void Matrix4::Set(const float* pValues)
-{
-    std::memcpy(m, pValues, sizeof(m));
-}
-
 // The four sums of a row side by side, which compilers make vectors of; each is taken in the order of k.
-void Multiply(Matrix4& out, const Matrix4& a, const Matrix4& b)
+ZOLT_KERNEL void Multiply(Matrix4& out, const Matrix4& a, const Matrix4& b)
 {
     double rows[4][4];
     for (int i = 0; i < 16; i++)
@@ -64,45 +54,15 @@ void Matrix4::Apply3x3(Vector3& out, const Vector3& v) const
     out.Set(result[0], result[1], result[2]);
 }
 
-void Matrix4::GetBasisVectors(Vector3& a, Vector3& b, Vector3& c) const
-{
-    a.Set(m[0], m[4], m[8]);
-    b.Set(m[1], m[5], m[9]);
-    c.Set(m[2], m[6], m[10]);
-}
-
-static void SetColumn(Matrix4& matrix, int column, const Vector3& v)
-{
-    matrix(0, column) = v.x;
-    matrix(1, column) = v.y;
-    matrix(2, column) = v.z;
-}
-
-void Matrix4::SetBasisVectors(const Vector3& a, const Vector3& b, const Vector3& c)
-{
-    SetColumn(*this, 0, a);
-    SetColumn(*this, 1, b);
-    SetColumn(*this, 2, c);
-}
-
-void Matrix4::GetTranslation(Vector3& v) const
-{
-    v.Set(m[3], m[7], m[11]);
-}
-
-void Matrix4::SetTranslation(float x, float y, float z)
-{
-    SetColumn(*this, 3, Vector3(x, y, z));
-}
-
 void Matrix4::Inverse(Matrix4& out) const
 {
     Vector3 a, b, c, translation;
     GetBasisVectors(a, b, c);
     GetTranslation(translation);
-    out.Identity();
     out.SetBasisVectors(Vector3(a.x, b.x, c.x), Vector3(a.y, b.y, c.y), Vector3(a.z, b.z, c.z));
     out.SetTranslation(-a.Dot(translation), -b.Dot(translation), -c.Dot(translation));
+    out.m[12] = out.m[13] = out.m[14] = 0.0f;
+    out.m[15] = 1.0f;
 }
 
 static Vector3 DividedByLength(const Vector3& v)

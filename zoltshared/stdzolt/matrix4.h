@@ -3,6 +3,8 @@
 #include "zoltshared/stdzolt/inlinenamespace.h"
 #include "zoltshared/stdzolt/vector3.h"
 
+#include <cstring>
+
 ZOLT_BEGIN_NAMESPACE
 
 // A 4×4 matrix, row by row: element (r, c) is float number 4r + c. It acts on column vectors: a translation stands in
@@ -16,8 +18,12 @@ struct Matrix4
     float& operator()(int row, int column) { return m[4 * row + column]; }
     float operator()(int row, int column) const { return m[4 * row + column]; }
 
-    void Identity();
-    void Set(const float* pValues); // 16 floats, row by row
+    void Identity()
+    {
+        for (int i = 0; i < 16; i++)
+            m[i] = i % 5 == 0 ? 1.0f : 0.0f;
+    }
+    void Set(const float* pValues) { std::memcpy(m, pValues, sizeof(m)); } // 16 floats, row by row
 
     Matrix4 operator*(const Matrix4& b) const;
 
@@ -28,13 +34,23 @@ struct Matrix4
     void Apply3x3(Vector3& out, const Vector3& v) const;
 
     // Columns 0, 1, 2, their first three rows.
-    void GetBasisVectors(Vector3& a, Vector3& b, Vector3& c) const;
-    void SetBasisVectors(const Vector3& a, const Vector3& b, const Vector3& c);
+    void GetBasisVectors(Vector3& a, Vector3& b, Vector3& c) const
+    {
+        a.Set(m[0], m[4], m[8]);
+        b.Set(m[1], m[5], m[9]);
+        c.Set(m[2], m[6], m[10]);
+    }
+    void SetBasisVectors(const Vector3& a, const Vector3& b, const Vector3& c)
+    {
+        SetColumn(0, a);
+        SetColumn(1, b);
+        SetColumn(2, c);
+    }
 
     // Column 3, its first three rows.
-    void GetTranslation(Vector3& v) const;
-    void SetTranslation(float x, float y, float z);
-    void SetTranslation(const Vector3& v) { SetTranslation(v.x, v.y, v.z); }
+    void GetTranslation(Vector3& v) const { v.Set(m[3], m[7], m[11]); }
+    void SetTranslation(float x, float y, float z) { SetColumn(3, Vector3(x, y, z)); }
+    void SetTranslation(const Vector3& v) { SetColumn(3, v); }
 
     // The inverse of a rigid transform (a rotation and a translation), by transposing its rotation; wrong for a matrix
     // with scale or shear. `out` may be this matrix.
@@ -43,6 +59,14 @@ struct Matrix4
     // Makes the rotation part orthonormal: columns 0 and 1 get the length 1, column 2 becomes column 0 × column 1.
     // Columns 0 and 1 must not be of length 0.
     void Normalize();
+
+private:
+    void SetColumn(int column, const Vector3& v)
+    {
+        m[column] = v.x;
+        m[4 + column] = v.y;
+        m[8 + column] = v.z;
+    }
 };
 
 static_assert(sizeof(Matrix4) == 64);

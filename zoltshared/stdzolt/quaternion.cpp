@@ -11,14 +11,11 @@ void Quaternion::ToMatrix(Matrix4& out) const
     const double wx = xs * w, wy = ys * w, wz = zs * w;
     const double xx = xs * x, xy = ys * x, xz = zs * x;
     const double yy = ys * y, yz = zs * y, zz = zs * z;
-    const double rows[9] = {1.0 - (yy + zz), xy - wz, xz + wy, xy + wz,        1.0 - (xx + zz),
-                            yz - wx,         xz - wy, yz + wx, 1.0 - (xx + yy)};
     out.Identity();
-    for (int r = 0; r < 3; r++)
-    {
-        for (int c = 0; c < 3; c++)
-            out(r, c) = static_cast<float>(rows[3 * r + c]);
-    }
+    out.SetBasisVectors(
+        Vector3(static_cast<float>(1.0 - (yy + zz)), static_cast<float>(xy + wz), static_cast<float>(xz - wy)),
+        Vector3(static_cast<float>(xy - wz), static_cast<float>(1.0 - (xx + zz)), static_cast<float>(yz + wx)),
+        Vector3(static_cast<float>(xz + wy), static_cast<float>(yz - wx), static_cast<float>(1.0 - (xx + yy))));
 }
 
 void Quaternion::FromMatrix(const Matrix4& matrix)

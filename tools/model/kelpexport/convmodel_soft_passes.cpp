@@ -5,6 +5,7 @@
 #include "tools/model/kelpexport/convmodel_soft.h"
 #include "tools/model/kelpexport/log.h"
 #include "tools/model/keystoglobal.h"
+#include "tools/model/multiplyscale.h"
 #include "tools/model/orthonormalise.h"
 
 #include <cmath>
@@ -86,24 +87,36 @@ void ConvModel_Soft::BakeBindPose(QZBOOL bMirrorZ)
     BakePieces(this, GetSoftRoot());
 }
 
-// Turns key iKey of the subtree into rigid global transforms. mParent is the product with scale of all above, mUnscaled
-// the same without scale and translations.
-static void FoldScale(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent, const Matrix4& mUnscaled)
+// A node on the way down of FoldScale.
+struct FoldedNode
+{
+    const FoldedNode* m_pParent; // null for the root
+    Matrix4 m_mGlobal;           // the product with scale of all from the root to here
+    Matrix4 m_mRotation;         // of the key
+
+    // The product of all rotations from the root to here.
+    Matrix4 Unscaled() const { return (m_pParent ? m_pParent->Unscaled() : Matrix4()) * m_mRotation; }
+};
+
+// Turns key iKey of the subtree into rigid global transforms.
+static void FoldScale(AnimNode* pTrack, uint32_t iKey, const FoldedNode* pParent)
 {
     const SoftNode* pNode = static_cast<SoftNode*>(pTrack->m_pNode);
     NodeKeyFrame& key = pTrack->m_KeyFrames[iKey];
-    Matrix4 local;
-    key.ToMatrix(local);
-    Matrix4 scale;
-    scale(0, 0) = pNode->m_Scale.x;
-    scale(1, 1) = pNode->m_Scale.y;
-    scale(2, 2) = pNode->m_Scale.z;
-    const Matrix4 global = mParent * local * scale;
-    local.SetTranslation(0.0f, 0.0f, 0.0f);
-    const Matrix4 unscaled = mUnscaled * local;
+    FoldedNode folded;
+    folded.m_pParent = pParent;
+    key.ToMatrix(folded.m_mRotation);
+    Matrix4 product;
+    Multiply(product, pParent ? pParent->m_mGlobal : Matrix4(), folded.m_mRotation);
+    MultiplyScale(folded.m_mGlobal, product, pNode->m_Scale);
+    folded.m_mRotation.SetTranslation(0.0f, 0.0f, 0.0f);
 
-    Matrix4 rigid = global;
-    const bool bReplaced = Orthonormalise(rigid, unscaled) != QZFALSE;
+    Matrix4 rigid = folded.m_mGlobal;
+    const bool bReplaced = !SpansPlane(rigid);
+    if (bReplaced)
+        Orthonormalise(rigid, folded.Unscaled());
+    else
+        rigid.Normalize();
     Vector3 translation;
     rigid.GetTranslation(translation);
     const bool bInRange = KeepInRange(translation);
@@ -116,7 +129,7 @@ static void FoldScale(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent, c
         LogWrite("WARNING: Node %s is out of range at key %u, put to 0, 0, 0.\n", pNode->GetName(), iKey);
 
     for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
-        FoldScale(pTrack->GetChild(i), iKey, global, unscaled);
+        FoldScale(pTrack->GetChild(i), iKey, &folded);
 }
 
 void ConvModel_Soft::FoldScaleIntoKeys()
@@ -126,7 +139,7 @@ void ConvModel_Soft::FoldScaleIntoKeys()
         ModelAnim* pAnim = GetAnim(iAnim);
         for (uint32_t iKey = 0; iKey < pAnim->NumKeyFrames(); ++iKey)
         {
-            FoldScale(pAnim->GetRootNode(), iKey, Matrix4(), Matrix4());
+            FoldScale(pAnim->GetRootNode(), iKey, nullptr);
             KeysToLocal(pAnim->GetRootNode(), iKey, Matrix4());
         }
     }
