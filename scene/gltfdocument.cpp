@@ -3,6 +3,7 @@
 #include "scene/base64.h"
 #include "scene/gltfdraco.h"
 #include "scene/gltfextensions.h"
+#include "scene/gltflists.h"
 #include "scene/gltfmeshopt.h"
 #include "scene/imagesize.h"
 #include "scene/readfile.h"
@@ -348,7 +349,24 @@ static std::string FirstLine(const std::string& text)
     return line.empty() ? "its structure isn't that of a glTF document" : line;
 }
 
-static bool ParseDocument(Json& json, GltfDocument& document, std::string& error)
+static bool Parse(const Json& json, tinygltf::Model& model, std::string& error)
+{
+    const std::string text = json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    tinygltf::TinyGLTF parser;
+    std::string parserError;
+    std::string parserWarning;
+    if (!parser.LoadASCIIFromString(&model, &parserError, &parserWarning, text.data(),
+                                    static_cast<unsigned int>(text.size()), "", tinygltf::NO_REQUIRE))
+    {
+        error = "isn't valid glTF: " + FirstLine(parserError);
+        return false;
+    }
+    return true;
+}
+
+// `json` is the document without `lists`, which `text` has as well.
+static bool ParseDocument(Json& json, GltfLists& lists, const char* text, std::size_t textLength,
+                          GltfDocument& document, std::string& error)
 {
     // Buffers and images stay out of the parser's hands: it trusts the lengths that a file states. What nobody reads
     // needn't make sense.
@@ -358,15 +376,16 @@ static bool ParseDocument(Json& json, GltfDocument& document, std::string& error
     }
     HiddenFromParser hidden;
     MendForParser(json, hidden, document.warnings);
-    const std::string text = json.dump(-1, ' ', false, Json::error_handler_t::replace);
-    tinygltf::TinyGLTF parser;
-    std::string parserError;
-    std::string parserWarning;
     tinygltf::Model parsed;
-    if (!parser.LoadASCIIFromString(&parsed, &parserError, &parserWarning, text.data(),
-                                    static_cast<unsigned int>(text.size()), "", tinygltf::NO_REQUIRE))
+    if (!Parse(json, parsed, error))
     {
-        error = "isn't valid glTF: " + FirstLine(parserError);
+        // The parser may have something to say of what it didn't get as well.
+        Json whole = Json::parse(text, text + textLength);
+        for (const std::string& name : lists.taken)
+        {
+            json[name] = std::move(whole[name]);
+        }
+        Parse(json, parsed, error);
         return false;
     }
     parsed.buffers.swap(document.model.buffers);
@@ -382,6 +401,7 @@ static bool ParseDocument(Json& json, GltfDocument& document, std::string& error
             document.model.accessors[i].bufferView = -1;
         }
     }
+    lists.MoveInto(document.model);
     return true;
 }
 
@@ -425,7 +445,8 @@ bool LoadGltfDocument(const std::string& path, GltfDocument& document, std::stri
     {
         --textLength; // which some pad a binary file's document with
     }
-    Json json = Json::parse(text, text + textLength, nullptr, false);
+    GltfLists lists;
+    Json json = Json::parse(TakeGltfLists(text, textLength, lists), nullptr, false);
     if (json.is_discarded())
     {
         error = name + " isn't valid glTF: its document isn't valid JSON.";
@@ -446,7 +467,7 @@ bool LoadGltfDocument(const std::string& path, GltfDocument& document, std::stri
         return false;
     }
     const Json images = ArrayMember(json, "images") != nullptr ? json["images"] : Json::array();
-    if (!ParseDocument(json, document, reason))
+    if (!ParseDocument(json, lists, text, textLength, document, reason))
     {
         error = name + " " + reason + ".";
         return false;
