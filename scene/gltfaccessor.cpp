@@ -1,8 +1,9 @@
 #include "scene/gltfaccessor.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 // A run of elements in a buffer.
 struct GltfRun
@@ -152,8 +153,9 @@ static bool CheckShape(const tinygltf::Accessor& accessor, int width, GltfNumber
     return true;
 }
 
+template <typename Number>
 static bool ReadSparse(const GltfDocument& document, const tinygltf::Accessor& accessor, std::size_t width,
-                       std::vector<double>& values, std::string& error)
+                       std::vector<Number>& values, std::string& error)
 {
     const auto& sparse = accessor.sparse;
     const std::size_t indexSize = ComponentSize(sparse.indices.componentType);
@@ -189,15 +191,55 @@ static bool ReadSparse(const GltfDocument& document, const tinygltf::Accessor& a
         for (std::size_t k = 0; k < width; ++k)
         {
             values[static_cast<std::size_t>(index) * width + k] =
-                LoadComponent(replacements.bytes + i * replacements.stride + k * componentSize, accessor.componentType,
-                              accessor.normalized);
+                static_cast<Number>(LoadComponent(replacements.bytes + i * replacements.stride + k * componentSize,
+                                                  accessor.componentType, accessor.normalized));
         }
     }
     return true;
 }
 
+// The type of components that `componentType` names, as the argument of `work`; ComponentSize knows it.
+template <typename F> static void WithComponentType(int componentType, const F& work)
+{
+    switch (componentType)
+    {
+    case TINYGLTF_COMPONENT_TYPE_BYTE:
+        return work(std::int8_t());
+    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
+        return work(std::uint8_t());
+    case TINYGLTF_COMPONENT_TYPE_SHORT:
+        return work(std::int16_t());
+    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
+        return work(std::uint16_t());
+    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT:
+        return work(std::uint32_t());
+    default:
+        return work(float());
+    }
+}
+
+// Components of type T as they are, element after element.
+template <typename T, typename Number>
+static void LoadElements(const GltfRun& run, std::size_t count, std::size_t width, Number* values)
+{
+    const bool isPacked = run.stride == width * sizeof(T);
+    const std::size_t nRuns = isPacked ? 1 : count; // of components side by side
+    const std::size_t length = isPacked ? count * width : width;
+    for (std::size_t i = 0; i < nRuns; ++i)
+    {
+        const unsigned char* bytes = run.bytes + i * run.stride;
+        for (std::size_t k = 0; k < length; ++k)
+        {
+            T value;
+            std::memcpy(&value, bytes + k * sizeof value, sizeof value);
+            values[i * length + k] = static_cast<Number>(value);
+        }
+    }
+}
+
+template <typename Number>
 static bool ReadElements(const GltfDocument& document, const tinygltf::Accessor& accessor, std::size_t width,
-                         std::vector<double>& values, std::string& error)
+                         std::vector<Number>& values, std::string& error)
 {
     const std::size_t componentSize = ComponentSize(accessor.componentType);
     GltfRun run;
@@ -206,32 +248,38 @@ static bool ReadElements(const GltfDocument& document, const tinygltf::Accessor&
     {
         return false;
     }
-    values.assign(accessor.count * width, 0.0);
-    for (std::size_t i = 0; run.bytes != nullptr && i < accessor.count; ++i)
+    values.assign(accessor.count * width, Number());
+    if (run.bytes != nullptr && accessor.normalized)
     {
-        for (std::size_t k = 0; k < width; ++k)
+        for (std::size_t i = 0; i < values.size(); ++i)
         {
-            values[i * width + k] = LoadComponent(run.bytes + i * run.stride + k * componentSize,
-                                                  accessor.componentType, accessor.normalized);
+            values[i] =
+                static_cast<Number>(LoadComponent(run.bytes + i / width * run.stride + i % width * componentSize,
+                                                  accessor.componentType, accessor.normalized));
         }
     }
-    if (accessor.sparse.isSparse && !ReadSparse(document, accessor, width, values, error))
+    else if (run.bytes != nullptr)
     {
-        return false;
+        WithComponentType(accessor.componentType, [&](auto component)
+                          { LoadElements<decltype(component)>(run, accessor.count, width, values.data()); });
     }
-    for (std::size_t i = 0; i < values.size(); ++i)
-    {
-        if (!std::isfinite(values[i]))
-        {
-            error = "element " + std::to_string(i / width) + " isn't a finite number";
-            return false;
-        }
-    }
-    return true;
+    return !accessor.sparse.isSparse || ReadSparse(document, accessor, width, values, error);
 }
 
-bool ReadGltfAccessor(const GltfDocument& document, int accessor, int width, GltfNumbers accepted,
-                      std::vector<double>& values, std::string& error)
+static bool CheckFinite(const std::vector<double>& values, std::size_t width, std::string& error)
+{
+    const auto odd = std::find_if(values.begin(), values.end(), [](double value) { return !std::isfinite(value); });
+    if (odd != values.end())
+    {
+        error = "element " + std::to_string(static_cast<std::size_t>(odd - values.begin()) / width) +
+                " isn't a finite number";
+    }
+    return odd == values.end();
+}
+
+template <typename Number>
+static bool ReadNumbers(const GltfDocument& document, int accessor, int width, GltfNumbers accepted,
+                        std::vector<Number>& values, std::string& error)
 {
     const std::vector<tinygltf::Accessor>& accessors = document.model.accessors;
     if (accessor < 0 || static_cast<std::size_t>(accessor) >= accessors.size())
@@ -240,11 +288,28 @@ bool ReadGltfAccessor(const GltfDocument& document, int accessor, int width, Glt
         return false;
     }
     const tinygltf::Accessor& found = accessors[accessor];
-    if (!CheckShape(found, width, accepted, document.inputBytes, error) ||
-        !ReadElements(document, found, static_cast<std::size_t>(width), values, error))
+    bool read = CheckShape(found, width, accepted, document.inputBytes, error) &&
+                ReadElements(document, found, static_cast<std::size_t>(width), values, error);
+    if constexpr (std::is_same_v<Number, double>)
+    {
+        const bool isFloat = found.componentType == TINYGLTF_COMPONENT_TYPE_FLOAT;
+        read = read && (!isFloat || CheckFinite(values, static_cast<std::size_t>(width), error));
+    }
+    if (!read)
     {
         error = "accessor " + std::to_string(accessor) + ": " + error;
-        return false;
     }
-    return true;
+    return read;
+}
+
+bool ReadGltfAccessor(const GltfDocument& document, int accessor, int width, GltfNumbers accepted,
+                      std::vector<double>& values, std::string& error)
+{
+    return ReadNumbers(document, accessor, width, accepted, values, error);
+}
+
+bool ReadGltfIndices(const GltfDocument& document, int accessor, int width, std::vector<std::uint32_t>& values,
+                     std::string& error)
+{
+    return ReadNumbers(document, accessor, width, GltfNumbers::Indices, values, error);
 }

@@ -3,6 +3,7 @@
 
 #include "scene/gltfdocument.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,3 +21,7 @@ enum class GltfNumbers
 // No more memory is asked for than a small multiple of the document's input.
 bool ReadGltfAccessor(const GltfDocument& document, int accessor, int width, GltfNumbers accepted,
                       std::vector<double>& values, std::string& error);
+
+// The same of GltfNumbers::Indices, as whole numbers.
+bool ReadGltfIndices(const GltfDocument& document, int accessor, int width, std::vector<std::uint32_t>& values,
+                     std::string& error);

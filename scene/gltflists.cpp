@@ -266,7 +266,8 @@ static bool FitsParser(const Model& model)
         const int view = accessor < model.accessors.size() ? model.accessors[accessor].bufferView : -1;
         return view >= 0 && static_cast<std::size_t>(view) < model.bufferViews.size();
     };
-    return std::all_of(model.meshes.begin(), model.meshes.end(), [&](const tinygltf::Mesh& mesh)
+    return std::all_of(model.meshes.begin(), model.meshes.end(),
+                       [&](const tinygltf::Mesh& mesh)
                        { return std::all_of(mesh.primitives.begin(), mesh.primitives.end(), fits); });
 }
 

@@ -23,19 +23,33 @@ static std::vector<Double3> ToPoints(const Numbers& numbers)
     return points;
 }
 
-static bool ReadAttribute(GltfReading& reading, int accessor, const std::string& name, int width, GltfNumbers accepted,
-                          std::size_t nVertices, Numbers& numbers)
+static bool CheckAttribute(GltfReading& reading, bool read, const std::string& name, std::size_t nRead,
+                           std::size_t nVertices)
 {
-    if (!ReadGltfAccessor(reading.document, accessor, width, accepted, numbers, reading.error))
+    if (!read)
     {
         return reading.Fail(name + ": " + reading.error);
     }
-    if (numbers.size() / static_cast<std::size_t>(width) != nVertices)
+    if (nRead != nVertices)
     {
-        return reading.Fail(name + " for " + std::to_string(numbers.size() / static_cast<std::size_t>(width)) +
-                            " vertices, there are " + std::to_string(nVertices));
+        return reading.Fail(name + " for " + std::to_string(nRead) + " vertices, there are " +
+                            std::to_string(nVertices));
     }
     return true;
+}
+
+static bool ReadAttribute(GltfReading& reading, int accessor, const std::string& name, int width, std::size_t nVertices,
+                          Numbers& numbers)
+{
+    const bool read = ReadGltfAccessor(reading.document, accessor, width, GltfNumbers::Any, numbers, reading.error);
+    return CheckAttribute(reading, read, name, numbers.size() / static_cast<std::size_t>(width), nVertices);
+}
+
+static bool ReadJoints(GltfReading& reading, int accessor, const std::string& name, std::size_t nVertices,
+                       std::vector<std::uint32_t>& joints)
+{
+    const bool read = ReadGltfIndices(reading.document, accessor, 4, joints, reading.error);
+    return CheckAttribute(reading, read, name, joints.size() / 4, nVertices);
 }
 
 static bool ReadIndices(GltfReading& reading, const tinygltf::Primitive& source, std::size_t nVertices,
@@ -50,22 +64,14 @@ static bool ReadIndices(GltfReading& reading, const tinygltf::Primitive& source,
         }
         return true;
     }
-    Numbers numbers;
-    if (!ReadGltfAccessor(reading.document, source.indices, 1, GltfNumbers::Indices, numbers, reading.error))
+    if (!ReadGltfIndices(reading.document, source.indices, 1, indices, reading.error))
     {
         return reading.Fail("indices: " + reading.error);
     }
-    indices.reserve(numbers.size());
-    for (const double index : numbers)
-    {
-        if (index >= static_cast<double>(nVertices))
-        {
-            return reading.Fail("index " + std::to_string(static_cast<std::uint64_t>(index)) + " of " +
-                                std::to_string(nVertices) + " vertices");
-        }
-        indices.push_back(static_cast<std::uint32_t>(index));
-    }
-    return true;
+    const auto beyond =
+        std::find_if(indices.begin(), indices.end(), [&](std::uint32_t index) { return index >= nVertices; });
+    return beyond == indices.end() ||
+           reading.Fail("index " + std::to_string(*beyond) + " of " + std::to_string(nVertices) + " vertices");
 }
 
 static bool ReadTriangles(GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
@@ -90,7 +96,7 @@ static bool ReadTriangles(GltfReading& reading, const tinygltf::Primitive& sourc
 static bool ReadInfluences(GltfReading& reading, const tinygltf::Primitive& source, ScenePrimitive& primitive)
 {
     const std::size_t nVertices = primitive.positions.size();
-    std::vector<Numbers> joints;
+    std::vector<std::vector<std::uint32_t>> joints;
     std::vector<Numbers> weights;
     for (std::size_t set = 0;; ++set)
     {
@@ -112,8 +118,8 @@ static bool ReadInfluences(GltfReading& reading, const tinygltf::Primitive& sour
         }
         joints.emplace_back();
         weights.emplace_back();
-        if (!ReadAttribute(reading, jointsAccessor, jointsName, 4, GltfNumbers::Indices, nVertices, joints.back()) ||
-            !ReadAttribute(reading, weightsAccessor, weightsName, 4, GltfNumbers::Any, nVertices, weights.back()))
+        if (!ReadJoints(reading, jointsAccessor, jointsName, nVertices, joints.back()) ||
+            !ReadAttribute(reading, weightsAccessor, weightsName, 4, nVertices, weights.back()))
         {
             return false;
         }
@@ -139,7 +145,7 @@ static bool ReadInfluences(GltfReading& reading, const tinygltf::Primitive& sour
             {
                 if (weights[set][k] > 0.0)
                 {
-                    primitive.influences.push_back({static_cast<std::uint32_t>(joints[set][k]), weights[set][k]});
+                    primitive.influences.push_back({joints[set][k], weights[set][k]});
                 }
             }
         }
@@ -158,7 +164,7 @@ static bool ReadWeightSums(GltfReading& reading, const tinygltf::Primitive& sour
         return true;
     }
     Numbers sums;
-    if (!ReadAttribute(reading, accessor, "_WEIGHT_SUM", 1, GltfNumbers::Any, primitive.positions.size(), sums))
+    if (!ReadAttribute(reading, accessor, "_WEIGHT_SUM", 1, primitive.positions.size(), sums))
     {
         return false;
     }
@@ -191,8 +197,8 @@ static bool ReadMorphTargets(GltfReading& reading, const tinygltf::Primitive& so
     {
         const int accessor = FindAttribute(source.targets[i], "POSITION");
         Numbers numbers(3 * nVertices, 0.0);
-        if (accessor >= 0 && !ReadAttribute(reading, accessor, "POSITION of morph target " + std::to_string(i), 3,
-                                            GltfNumbers::Any, nVertices, numbers))
+        if (accessor >= 0 &&
+            !ReadAttribute(reading, accessor, "POSITION of morph target " + std::to_string(i), 3, nVertices, numbers))
         {
             return false;
         }
@@ -320,7 +326,7 @@ static bool ReadTexCoords(GltfReading& reading, const tinygltf::Primitive& sourc
         return true;
     }
     Numbers numbers;
-    if (!ReadAttribute(reading, accessor, name, 2, GltfNumbers::Any, primitive.positions.size(), numbers))
+    if (!ReadAttribute(reading, accessor, name, 2, primitive.positions.size(), numbers))
     {
         return false;
     }

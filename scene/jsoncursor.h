@@ -12,11 +12,7 @@
 class JsonCursor
 {
 public:
-    JsonCursor(const char* text, std::size_t length)
-        : m_At(text)
-        , m_End(text + length)
-    {
-    }
+    JsonCursor(const char* text, std::size_t length) : m_At(text), m_End(text + length) {}
 
     const char* At() const { return m_At; }
 
