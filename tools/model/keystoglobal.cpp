@@ -2,11 +2,11 @@
 
 void KeysToGlobal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent)
 {
-    Matrix4 local;
-    pTrack->m_KeyFrames[iKey].ToMatrix(local);
-    Matrix4 global;
+    NodeKeyFrame& key = pTrack->m_KeyFrames[iKey];
+    Matrix4 local, global;
+    key.ToMatrix(local);
     Multiply(global, mParent, local);
-    pTrack->m_KeyFrames[iKey].FromMatrix(global);
+    key.FromMatrix(global);
     for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
     {
         if (pTrack->GetChild(i))
@@ -14,15 +14,23 @@ void KeysToGlobal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent)
     }
 }
 
+static void KeysBelow(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParentInverse)
+{
+    NodeKeyFrame& key = pTrack->m_KeyFrames[iKey];
+    Matrix4 global, local;
+    key.ToMatrix(global);
+    Multiply(local, mParentInverse, global);
+    key.FromMatrix(local);
+    if (pTrack->NumChildren() == 0)
+        return;
+    global.Inverse(global);
+    for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
+        KeysBelow(pTrack->GetChild(i), iKey, global);
+}
+
 void KeysToLocal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent)
 {
-    Matrix4 global;
-    pTrack->m_KeyFrames[iKey].ToMatrix(global);
     Matrix4 inverse;
     mParent.Inverse(inverse);
-    Matrix4 local;
-    Multiply(local, inverse, global);
-    pTrack->m_KeyFrames[iKey].FromMatrix(local);
-    for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
-        KeysToLocal(pTrack->GetChild(i), iKey, global);
+    KeysBelow(pTrack, iKey, inverse);
 }

@@ -11,43 +11,62 @@ static double SquaredLength(const Vector3& v)
 }
 
 // The square of a float that isn't 0 is a double that isn't, either.
-static bool HasDirection(const Vector3& v)
+static bool IsDirection(double squaredLength)
 {
-    const double square = SquaredLength(v);
-    return std::isfinite(square) && square > 0.0;
+    return std::isfinite(squaredLength) && squaredLength > 0.0;
 }
 
-static bool AreParallel(const Vector3& a, const Vector3& b)
+static bool HasDirection(const Vector3& v)
+{
+    return IsDirection(SquaredLength(v));
+}
+
+static bool AreParallel(const Vector3& a, const Vector3& b, double squareA, double squareB)
 {
     const double x = double(a.y) * b.z - double(a.z) * b.y;
     const double y = double(a.z) * b.x - double(a.x) * b.z;
     const double z = double(a.x) * b.y - double(a.y) * b.x;
     const double product = x * x + y * y + z * z;
     // What is far from it, as nearly all is, needs no roots.
-    if (product > 2.0 * PARALLEL_SINE * PARALLEL_SINE * SquaredLength(a) * SquaredLength(b))
+    if (product > 2.0 * PARALLEL_SINE * PARALLEL_SINE * squareA * squareB)
         return false;
-    return std::sqrt(product) < PARALLEL_SINE * std::sqrt(SquaredLength(a)) * std::sqrt(SquaredLength(b));
+    return std::sqrt(product) < PARALLEL_SINE * std::sqrt(squareA) * std::sqrt(squareB);
 }
 
-bool SpansPlane(const Matrix4& m)
+static bool AreParallel(const Vector3& a, const Vector3& b)
+{
+    return AreParallel(a, b, SquaredLength(a), SquaredLength(b));
+}
+
+static Vector3 DividedBy(const Vector3& v, double divisor)
+{
+    return Vector3(static_cast<float>(v.x / divisor), static_cast<float>(v.y / divisor),
+                   static_cast<float>(v.z / divisor));
+}
+
+bool NormalizeIfUsable(Matrix4& m)
 {
     Vector3 a, b, c;
     m.GetBasisVectors(a, b, c);
-    return HasDirection(a) && HasDirection(b) && !AreParallel(a, b);
+    const double squareA = SquaredLength(a);
+    const double squareB = SquaredLength(b);
+    if (!IsDirection(squareA) || !IsDirection(squareB) || AreParallel(a, b, squareA, squareB))
+        return false;
+    a = DividedBy(a, std::sqrt(squareA));
+    b = DividedBy(b, std::sqrt(squareB));
+    m.SetBasisVectors(a, b, b.Cross(a)); // a × b
+    return true;
 }
 
 QZBOOL Orthonormalise(Matrix4& m, const Matrix4& unscaled)
 {
-    if (SpansPlane(m))
-    {
-        m.Normalize();
+    if (NormalizeIfUsable(m))
         return QZFALSE;
-    }
     Vector3 a, b, c;
     m.GetBasisVectors(a, b, c);
     Vector3 plainA, plainB, plainC;
     unscaled.GetBasisVectors(plainA, plainB, plainC);
-    if (!SpansPlane(unscaled))
+    if (!HasDirection(plainA) || !HasDirection(plainB) || AreParallel(plainA, plainB))
     {
         plainA.Set(1.0f, 0.0f, 0.0f);
         plainB.Set(0.0f, 1.0f, 0.0f);

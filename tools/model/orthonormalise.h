@@ -9,5 +9,6 @@
 // to; if not, the result is that of Normalize. The translation isn't touched.
 QZBOOL Orthonormalise(Matrix4& m, const Matrix4& unscaled);
 
-// Whether columns 0 and 1 have directions of their own, so that Orthonormalise doesn't look at `unscaled`.
-bool SpansPlane(const Matrix4& m);
+// The part of Orthonormalise that needs no `unscaled`: with two columns that have directions of their own it is done,
+// else `m` stays as it is and the result is false.
+bool NormalizeIfUsable(Matrix4& m);

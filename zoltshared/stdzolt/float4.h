@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #if (defined(__SSE2__) || defined(_M_X64)) && !defined(ZOLT_PLAIN_FLOAT4)
 #define ZOLT_SSE2 1
@@ -12,7 +13,6 @@
 #define ZOLT_SSE2 0
 #include <bit>
 #include <cmath>
-#include <cstring>
 #include <utility>
 #endif
 

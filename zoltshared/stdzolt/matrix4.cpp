@@ -54,17 +54,6 @@ void Matrix4::Apply3x3(Vector3& out, const Vector3& v) const
     out.Set(result[0], result[1], result[2]);
 }
 
-void Matrix4::Inverse(Matrix4& out) const
-{
-    Vector3 a, b, c, translation;
-    GetBasisVectors(a, b, c);
-    GetTranslation(translation);
-    out.SetBasisVectors(Vector3(a.x, b.x, c.x), Vector3(a.y, b.y, c.y), Vector3(a.z, b.z, c.z));
-    out.SetTranslation(-a.Dot(translation), -b.Dot(translation), -c.Dot(translation));
-    out.m[12] = out.m[13] = out.m[14] = 0.0f;
-    out.m[15] = 1.0f;
-}
-
 static Vector3 DividedByLength(const Vector3& v)
 {
     const double mag = std::sqrt(double(v.x) * v.x + double(v.y) * v.y + double(v.z) * v.z);

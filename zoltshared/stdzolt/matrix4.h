@@ -36,9 +36,9 @@ struct Matrix4
     // Columns 0, 1, 2, their first three rows.
     void GetBasisVectors(Vector3& a, Vector3& b, Vector3& c) const
     {
-        a.Set(m[0], m[4], m[8]);
-        b.Set(m[1], m[5], m[9]);
-        c.Set(m[2], m[6], m[10]);
+        a = Column(0);
+        b = Column(1);
+        c = Column(2);
     }
     void SetBasisVectors(const Vector3& a, const Vector3& b, const Vector3& c)
     {
@@ -48,19 +48,35 @@ struct Matrix4
     }
 
     // Column 3, its first three rows.
-    void GetTranslation(Vector3& v) const { v.Set(m[3], m[7], m[11]); }
+    void GetTranslation(Vector3& v) const { v = Column(3); }
     void SetTranslation(float x, float y, float z) { SetColumn(3, Vector3(x, y, z)); }
-    void SetTranslation(const Vector3& v) { SetColumn(3, v); }
+    void SetTranslation(const Vector3& v) { SetTranslation(v.x, v.y, v.z); }
 
     // The inverse of a rigid transform (a rotation and a translation), by transposing its rotation; wrong for a matrix
     // with scale or shear. `out` may be this matrix.
-    void Inverse(Matrix4& out) const;
+    void Inverse(Matrix4& out) const
+    {
+        const Vector3 a = Column(0), b = Column(1), c = Column(2), translation = Column(3);
+        out.SetRow(0, a.x, a.y, a.z, -a.Dot(translation));
+        out.SetRow(1, b.x, b.y, b.z, -b.Dot(translation));
+        out.SetRow(2, c.x, c.y, c.z, -c.Dot(translation));
+        out.SetRow(3, 0.0f, 0.0f, 0.0f, 1.0f);
+    }
 
     // Makes the rotation part orthonormal: columns 0 and 1 get the length 1, column 2 becomes column 0 × column 1.
     // Columns 0 and 1 must not be of length 0.
     void Normalize();
 
+    void SetRow(int row, float a, float b, float c, float d)
+    {
+        m[4 * row] = a;
+        m[4 * row + 1] = b;
+        m[4 * row + 2] = c;
+        m[4 * row + 3] = d;
+    }
+
 private:
+    Vector3 Column(int column) const { return Vector3(m[column], m[4 + column], m[8 + column]); }
     void SetColumn(int column, const Vector3& v)
     {
         m[column] = v.x;

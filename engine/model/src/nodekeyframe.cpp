@@ -13,18 +13,6 @@ void NodeKeyFrame::SetIdentity()
     m_qRotation = Quaternion(0.0f, 0.0f, 0.0f, 1.0f);
 }
 
-void NodeKeyFrame::ToMatrix(Matrix4& out) const
-{
-    m_qRotation.ToMatrix(out);
-    out.SetTranslation(m_vTranslation.x, m_vTranslation.y, m_vTranslation.z);
-}
-
-void NodeKeyFrame::FromMatrix(const Matrix4& in)
-{
-    m_qRotation.FromMatrix(in);
-    in.GetTranslation(m_vTranslation);
-}
-
 constexpr uint32_t KEY_FLOATS = 7;
 static_assert(sizeof(NodeKeyFrame) == KEY_FLOATS * sizeof(float)); // in memory as in a file, but for the order of bytes
 

@@ -20,9 +20,13 @@ struct NodeKeyFrame
 
     void SetIdentity();
     // The rotation matrix of m_qRotation with the translation in column 3.
-    void ToMatrix(Matrix4& out) const;
+    void ToMatrix(Matrix4& out) const { m_qRotation.ToMatrix(out, m_vTranslation); }
     // The rotation part must be a rotation; scale doesn't survive.
-    void FromMatrix(const Matrix4& in);
+    void FromMatrix(const Matrix4& in)
+    {
+        m_qRotation.FromMatrix(in);
+        in.GetTranslation(m_vTranslation);
+    }
 
     // Keys of 28 bytes each, in one block: x, y, z; x, y, z, w. A read that fails gives zeros and sets the stream's
     // error status.

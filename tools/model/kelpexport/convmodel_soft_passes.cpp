@@ -87,36 +87,47 @@ void ConvModel_Soft::BakeBindPose(QZBOOL bMirrorZ)
     BakePieces(this, GetSoftRoot());
 }
 
-// A node on the way down of FoldScale.
-struct FoldedNode
+// A node on the way down to another one, with its local rotation at the key that is worked on.
+struct RotationChain
 {
-    const FoldedNode* m_pParent; // null for the root
-    Matrix4 m_mGlobal;           // the product with scale of all from the root to here
-    Matrix4 m_mRotation;         // of the key
+    explicit RotationChain(RotationChain* pParent) : m_pParent(pParent) {}
 
-    // The product of all rotations from the root to here.
-    Matrix4 Unscaled() const { return (m_pParent ? m_pParent->Unscaled() : Matrix4()) * m_mRotation; }
+    // The product of the rotations from the root on. Rarely needed, so it is put together when it is asked for.
+    const Matrix4& Product()
+    {
+        if (!m_bMultiplied)
+        {
+            Multiply(m_Product, m_pParent ? m_pParent->Product() : Matrix4(), m_Rotation);
+            m_bMultiplied = true;
+        }
+        return m_Product;
+    }
+
+    RotationChain* m_pParent; // null at the root
+    Matrix4 m_Rotation;
+
+private:
+    Matrix4 m_Product;
+    bool m_bMultiplied = false;
 };
 
-// Turns key iKey of the subtree into rigid global transforms.
-static void FoldScale(AnimNode* pTrack, uint32_t iKey, const FoldedNode* pParent)
+// Turns key iKey of the subtree into rigid global transforms. mParent is the product with scale of all above.
+static void FoldScale(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent, RotationChain* pParentChain)
 {
     const SoftNode* pNode = static_cast<SoftNode*>(pTrack->m_pNode);
     NodeKeyFrame& key = pTrack->m_KeyFrames[iKey];
-    FoldedNode folded;
-    folded.m_pParent = pParent;
-    key.ToMatrix(folded.m_mRotation);
-    Matrix4 product;
-    Multiply(product, pParent ? pParent->m_mGlobal : Matrix4(), folded.m_mRotation);
-    MultiplyScale(folded.m_mGlobal, product, pNode->m_Scale);
-    folded.m_mRotation.SetTranslation(0.0f, 0.0f, 0.0f);
+    RotationChain chain(pParentChain);
+    Matrix4& local = chain.m_Rotation;
+    key.ToMatrix(local);
+    Matrix4 product, global;
+    Multiply(product, mParent, local);
+    MultiplyScale(global, product, pNode->m_Scale);
+    local.SetTranslation(0.0f, 0.0f, 0.0f);
 
-    Matrix4 rigid = folded.m_mGlobal;
-    const bool bReplaced = !SpansPlane(rigid);
+    Matrix4 rigid = global;
+    const bool bReplaced = !NormalizeIfUsable(rigid);
     if (bReplaced)
-        Orthonormalise(rigid, folded.Unscaled());
-    else
-        rigid.Normalize();
+        Orthonormalise(rigid, chain.Product());
     Vector3 translation;
     rigid.GetTranslation(translation);
     const bool bInRange = KeepInRange(translation);
@@ -129,18 +140,19 @@ static void FoldScale(AnimNode* pTrack, uint32_t iKey, const FoldedNode* pParent
         LogWrite("WARNING: Node %s is out of range at key %u, put to 0, 0, 0.\n", pNode->GetName(), iKey);
 
     for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
-        FoldScale(pTrack->GetChild(i), iKey, &folded);
+        FoldScale(pTrack->GetChild(i), iKey, global, &chain);
 }
 
 void ConvModel_Soft::FoldScaleIntoKeys()
 {
+    const Matrix4 identity;
     for (uint32_t iAnim = 0; iAnim < NumAnims(); ++iAnim)
     {
         ModelAnim* pAnim = GetAnim(iAnim);
         for (uint32_t iKey = 0; iKey < pAnim->NumKeyFrames(); ++iKey)
         {
-            FoldScale(pAnim->GetRootNode(), iKey, nullptr);
-            KeysToLocal(pAnim->GetRootNode(), iKey, Matrix4());
+            FoldScale(pAnim->GetRootNode(), iKey, identity, nullptr);
+            KeysToLocal(pAnim->GetRootNode(), iKey, identity);
         }
     }
 }
