@@ -31,11 +31,6 @@ SAA_Elem TextureHandle(const RecordedScene& scene, int texture)
     return MakeElem(scene, KIND_TEXTURE, texture, 0);
 }
 
-SAA_SubHandle KeyHandle(const RecordedScene& scene, int element, CurveKind kind, std::uint32_t key)
-{
-    return SubHandles(scene, KIND_KEY, element).Make(key, static_cast<std::uint32_t>(kind));
-}
-
 static bool ReadElem(const RecordedScene& scene, const SAA_Elem* elem, HandleKind kind, ElemFields& fields)
 {
     if (!IsElemOf(scene, elem, kind))
@@ -68,12 +63,4 @@ bool TextureOfHandle(const RecordedScene& scene, const SAA_Elem* elem, int& text
     }
     texture = static_cast<int>(fields.index);
     return true;
-}
-
-bool KeyOfHandle(const RecordedScene& scene, int element, CurveKind kind, const SAA_SubHandle& handle,
-                 std::uint32_t& key)
-{
-    key = SubHandles(scene, KIND_KEY, element).IndexOf(handle);
-    return key < static_cast<std::uint32_t>(scene.NumKeys(element, kind)) &&
-           SubHandles::CornerOf(handle) == static_cast<std::uint32_t>(kind);
 }

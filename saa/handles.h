@@ -52,16 +52,12 @@ SAA_Elem ModelHandle(const RecordedScene& scene, int element);
 SAA_Elem CurveHandle(const RecordedScene& scene, int element, CurveKind kind);
 SAA_Elem TextureHandle(const RecordedScene& scene, int texture);
 
-SAA_SubHandle KeyHandle(const RecordedScene& scene, int element, CurveKind kind, std::uint32_t key);
-
 // What a handle stands for. False for null pointers, for bytes that no function above makes for this scene, and for
 // handles of another kind or of another element than asked for. They only read tags and indices; an index is in range
 // if the function returns true.
 inline bool ModelOfHandle(const RecordedScene& scene, const SAA_Elem* elem, int& element);
 bool CurveOfHandle(const RecordedScene& scene, const SAA_Elem* elem, int& element, CurveKind& kind);
 bool TextureOfHandle(const RecordedScene& scene, const SAA_Elem* elem, int& texture);
-bool KeyOfHandle(const RecordedScene& scene, int element, CurveKind kind, const SAA_SubHandle& handle,
-                 std::uint32_t& key);
 
 // Reads one of the numbers where it lies.
 inline std::uint32_t ElemField(const SAA_Elem& elem, std::size_t field)

@@ -42,6 +42,7 @@ RecordedScene::RecordedScene(const Scene& scene, const RecordedSceneOptions& opt
 void RecordedScene::SetCurrentFrame(int frame)
 {
     m_bPoseValid = m_bPoseValid && frame == m_CurrentFrame;
+    m_bGlobalsValid = m_bGlobalsValid && m_bPoseValid;
     m_CurrentFrame = frame;
     for (std::size_t i = 0; m_bMeshesRead && i < m_Meshes.size(); ++i)
     {
@@ -50,19 +51,30 @@ void RecordedScene::SetCurrentFrame(int frame)
     m_bMeshesRead = false;
 }
 
-const ScenePose& RecordedScene::Pose()
+const ScenePose& RecordedScene::LocalPose()
 {
     if (!m_bPoseValid)
     {
-        EvaluatePose(m_Scene, m_Options.clip, m_CurrentFrame / m_Options.fps, m_Pose);
+        EvaluateLocals(m_Scene, m_Options.clip, m_CurrentFrame / m_Options.fps, m_Pose);
         m_bPoseValid = true;
+    }
+    return m_Pose;
+}
+
+const ScenePose& RecordedScene::Pose()
+{
+    LocalPose();
+    if (!m_bGlobalsValid)
+    {
+        ComputeGlobals(m_Scene, m_Pose);
+        m_bGlobalsValid = true;
     }
     return m_Pose;
 }
 
 DoubleTransform RecordedScene::Transform(int element)
 {
-    return m_Elements[element].isNode ? Pose().locals[m_Elements[element].node] : DoubleTransform();
+    return m_NodeOf[element] >= 0 ? LocalPose().locals[m_NodeOf[element]] : DoubleTransform();
 }
 
 const JoinedMesh& RecordedScene::Mesh(int element)
@@ -236,4 +248,21 @@ float RecordedScene::KeySeconds(int element, CurveKind kind, int key) const
     return NearestFrame(static_cast<double>(seconds), m_Options.fps) == frame
                ? seconds
                : static_cast<float>(frame / m_Options.fps);
+}
+
+const std::vector<float>& RecordedScene::KeyTimes(int element, CurveKind kind)
+{
+    const SceneChannel* channel = Channel(element, kind);
+    if (channel != nullptr && channel == m_KeyChannel && NumExtraKeys(element, kind) == 0)
+    {
+        return m_KeyTimes;
+    }
+    m_KeyChannel = nullptr;
+    m_KeyTimes.resize(static_cast<std::size_t>(NumKeys(element, kind)));
+    for (std::size_t i = 0; i < m_KeyTimes.size(); ++i)
+    {
+        m_KeyTimes[i] = KeySeconds(element, kind, static_cast<int>(i));
+    }
+    m_KeyChannel = NumExtraKeys(element, kind) == 0 ? channel : nullptr;
+    return m_KeyTimes;
 }

@@ -131,6 +131,8 @@ public:
     // to the key's frame, else that of the frame.
     int NumKeys(int element, CurveKind kind) const;
     float KeySeconds(int element, CurveKind kind, int key) const;
+    // Those of all keys, until it is called again.
+    const std::vector<float>& KeyTimes(int element, CurveKind kind);
 
 private:
     const SceneMeshUse& Use(int element) const
@@ -139,6 +141,7 @@ private:
     }
     const SceneChannel* Channel(int element, CurveKind kind) const;
     std::size_t NumExtraKeys(int element, CurveKind kind) const;
+    const ScenePose& LocalPose(); // all but the globals
     const ScenePose& Pose();
     void BuildElements();
     void AddNodeElements(int node, const std::string& name, bool isFlat, ElementNames& names);
@@ -176,12 +179,15 @@ private:
     int m_EndFrame = 0;
     int m_CurrentFrame = 0;
     bool m_bPoseValid = false;
-    ScenePose m_Pose; // at the current frame, if m_bPoseValid
+    bool m_bGlobalsValid = false; // false without m_bPoseValid
+    ScenePose m_Pose;             // at the current frame, as far as it is valid
     std::vector<RecordedElement> m_Elements;
     std::vector<bool> m_IsShown;                      // for each node whether it is an element
     std::vector<int> m_NodeOf;                        // see NodeOf
     std::vector<NodeSpan> m_Movers;                   // see MayMove; all nodes until a mesh is first asked for
     std::vector<std::array<int, 4>> m_ChannelOf;      // for each node by path the clip's channel, -1 for none
+    std::vector<float> m_KeyTimes;                    // see KeyTimes
+    const SceneChannel* m_KeyChannel = nullptr;       // whose times they are: three curves share one; else null
     std::vector<RecordedTexture> m_Textures;          // one for each image, and one for meshes without
     std::vector<std::unique_ptr<MeshCache>> m_Meshes; // by element, null until asked for
     bool m_bMeshesRead = false;                       // positions have been, since the frame was set

@@ -86,9 +86,11 @@ int SAA_fcurveGetKeys(const SAA_Scene* scene, const SAA_Elem* curve, int count, 
                              {
                                  const int status =
                                      CheckList(static_cast<std::size_t>(current.NumKeys(element, kind)), count, keys);
+                                 const SubHandles handles(current, KIND_KEY, element);
                                  for (int i = 0; status == 0 && i < count; ++i)
                                  {
-                                     keys[i] = KeyHandle(current, element, kind, static_cast<std::uint32_t>(i));
+                                     keys[i] =
+                                         handles.Make(static_cast<std::uint32_t>(i), static_cast<std::uint32_t>(kind));
                                  }
                                  return status;
                              });
@@ -106,17 +108,20 @@ int SAA_fcurveKeyGetTime(const SAA_Scene* scene, const SAA_Elem* curve, int coun
                                  {
                                      return status;
                                  }
-                                 std::vector<float> found(static_cast<std::size_t>(count));
-                                 for (std::size_t i = 0; i < found.size(); ++i)
+                                 // All handles are looked at before anything is answered.
+                                 const std::vector<float>& times = current.KeyTimes(element, kind);
+                                 const SubHandles handles(current, KIND_KEY, element);
+                                 const auto isKey = [&](const SAA_SubHandle& key)
                                  {
-                                     std::uint32_t key = 0;
-                                     if (!KeyOfHandle(current, element, kind, keys[i], key))
-                                     {
-                                         return SAA_STATUS_HANDLE;
-                                     }
-                                     found[i] = current.KeySeconds(element, kind, static_cast<int>(key));
+                                     return handles.IndexOf(key) < times.size() &&
+                                            SubHandles::CornerOf(key) == static_cast<std::uint32_t>(kind);
+                                 };
+                                 if (!std::all_of(keys, keys + count, isKey))
+                                 {
+                                     return SAA_STATUS_HANDLE;
                                  }
-                                 std::copy(found.begin(), found.end(), seconds);
+                                 std::transform(keys, keys + count, seconds, [&](const SAA_SubHandle& key)
+                                                { return times[handles.IndexOf(key)]; });
                                  return 0;
                              });
 }

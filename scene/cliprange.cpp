@@ -3,6 +3,7 @@
 #include "scene/keyframe.h"
 
 #include <algorithm>
+#include <iterator>
 
 ClipRange FindClipRange(const Scene& scene, int clip, double fps)
 {
@@ -30,19 +31,30 @@ std::vector<int> FindKeyFrames(const Scene& scene, int clip, double fps)
     {
         return frames;
     }
+    // Those of a channel rise as its times do, and most channels have the same.
+    std::vector<int> own, both;
     for (const SceneChannel& channel : scene.clips[clip].channels)
     {
         if (channel.path == ScenePath::Scale)
         {
             continue;
         }
+        own.clear();
         for (const double time : channel.times)
         {
-            frames.push_back(KeyFrame(channel.interpolation, time, fps));
+            const int frame = KeyFrame(channel.interpolation, time, fps);
+            if (own.empty() || own.back() != frame)
+            {
+                own.push_back(frame);
+            }
+        }
+        if (!std::includes(frames.begin(), frames.end(), own.begin(), own.end()))
+        {
+            both.clear();
+            std::set_union(frames.begin(), frames.end(), own.begin(), own.end(), std::back_inserter(both));
+            frames.swap(both);
         }
     }
-    std::sort(frames.begin(), frames.end());
-    frames.erase(std::unique(frames.begin(), frames.end()), frames.end());
     return frames;
 }
 

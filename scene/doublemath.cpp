@@ -28,8 +28,9 @@ DoubleQuat Slerp(const DoubleQuat& a, const DoubleQuat& b, double t)
     // Below this angle the chord is the arc to all digits, and the sine is too small to divide by.
     if (angle > 1e-6)
     {
-        fromA = std::sin((1.0 - t) * angle) / std::sin(angle);
-        fromB = std::sin(t * angle) / std::sin(angle);
+        const double sine = std::sin(angle);
+        fromA = std::sin((1.0 - t) * angle) / sine;
+        fromB = std::sin(t * angle) / sine;
     }
     fromB *= sign;
     return NormalizeQuat(

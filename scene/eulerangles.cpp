@@ -4,15 +4,21 @@
 
 Double3 EulerAnglesFromQuat(const DoubleQuat& q)
 {
-    const DoubleMatrix rotation = MatrixFromTransform({{}, q, {1.0, 1.0, 1.0}});
-    const auto& m = rotation.m;
-    const double cosineY = std::hypot(m[0][0], m[1][0]);
-    const double y = std::atan2(-m[2][0], cosineY);
+    // Elements of the rotation's matrix.
+    const double m00 = 1.0 - 2.0 * (q.y * q.y + q.z * q.z);
+    const double m10 = 2.0 * (q.x * q.y + q.z * q.w);
+    const double m20 = 2.0 * (q.x * q.z - q.y * q.w);
+    const double cosineY = std::hypot(m00, m10);
+    const double y = std::atan2(-m20, cosineY);
     if (cosineY < 1e-6)
     {
-        return {std::atan2(-m[1][2], m[1][1]), y, 0.0};
+        const double m11 = 1.0 - 2.0 * (q.x * q.x + q.z * q.z);
+        const double m12 = 2.0 * (q.y * q.z - q.x * q.w);
+        return {std::atan2(-m12, m11), y, 0.0};
     }
-    return {std::atan2(m[2][1], m[2][2]), y, std::atan2(m[1][0], m[0][0])};
+    const double m21 = 2.0 * (q.y * q.z + q.x * q.w);
+    const double m22 = 1.0 - 2.0 * (q.x * q.x + q.y * q.y);
+    return {std::atan2(m21, m22), y, std::atan2(m10, m00)};
 }
 
 void RowMatrixFromEulerAngles(const float* angles, float* matrix)

@@ -3,6 +3,9 @@
 
 #include "scene/scene.h"
 
+#include <algorithm>
+#include <cmath>
+
 // A step key counts from this much before its time on, in seconds, so that its value holds from the key's frame on
 // however that frame's time is rounded.
 constexpr double STEP_KEY_LEAD = 1e-3;
@@ -11,5 +14,20 @@ constexpr double STEP_KEY_LEAD = 1e-3;
 // nearest frame, halves up. Frames beyond a thousand million either way are cut there.
 int KeyFrame(SceneInterpolation interpolation, double seconds, double fps);
 
+// `frame`, a number that is no NaN, rounded down and cut to the frames that there are.
+inline int FrameBelow(double frame)
+{
+    constexpr double MOST = 1e9;
+    if (!(frame > -MOST && frame < MOST))
+    {
+        return static_cast<int>(std::clamp(std::floor(frame), -MOST, MOST));
+    }
+    const int cut = static_cast<int>(frame); // towards 0
+    return cut - (frame < cut ? 1 : 0);
+}
+
 // The nearest frame, halves up.
-int NearestFrame(double seconds, double fps);
+inline int NearestFrame(double seconds, double fps)
+{
+    return FrameBelow(seconds * fps + 0.5);
+}

@@ -31,7 +31,7 @@ static void ApplyChannel(const SceneChannel& channel, double seconds, ScenePose&
 }
 
 // Parents before their children, without recursion: a hostile scene may be as deep as it has nodes.
-static void ComputeGlobals(const Scene& scene, ScenePose& pose)
+void ComputeGlobals(const Scene& scene, ScenePose& pose)
 {
     pose.globals.resize(scene.nodes.size());
     std::vector<int> order;
@@ -53,7 +53,7 @@ static void ComputeGlobals(const Scene& scene, ScenePose& pose)
     }
 }
 
-void EvaluatePose(const Scene& scene, int clip, double seconds, ScenePose& pose)
+void EvaluateLocals(const Scene& scene, int clip, double seconds, ScenePose& pose)
 {
     pose.locals.resize(scene.nodes.size());
     pose.morphWeights.resize(scene.nodes.size());
@@ -69,5 +69,10 @@ void EvaluatePose(const Scene& scene, int clip, double seconds, ScenePose& pose)
             ApplyChannel(channel, seconds, pose);
         }
     }
+}
+
+void EvaluatePose(const Scene& scene, int clip, double seconds, ScenePose& pose)
+{
+    EvaluateLocals(scene, clip, seconds, pose);
     ComputeGlobals(scene, pose);
 }

@@ -15,3 +15,7 @@ struct ScenePose
 // The pose of `clip` (an index, or -1 for the scene at rest) at a time in seconds. What the clip doesn't move stands
 // at rest.
 void EvaluatePose(const Scene& scene, int clip, double seconds, ScenePose& pose);
+
+// The two halves of it: all but the globals, and the globals from the locals.
+void EvaluateLocals(const Scene& scene, int clip, double seconds, ScenePose& pose);
+void ComputeGlobals(const Scene& scene, ScenePose& pose);

@@ -380,10 +380,15 @@ std::vector<int> FindShapeKeys(const Scene& scene, int clip, double fps, int sta
     {
         key = std::clamp(key, start, end); // as keys beyond the play range count
     }
+    const auto hasGap = [](int key, int next) { return next - key > 1; };
+    if (std::adjacent_find(keys.begin(), keys.end(), hasGap) == keys.end())
+    {
+        return found;
+    }
     ShapeKeySearch search(scene, clip, fps, start, model);
     for (std::size_t i = 0; i + 1 < keys.size(); ++i)
     {
-        if (keys[i + 1] - keys[i] > 1)
+        if (hasGap(keys[i], keys[i + 1]))
         {
             search.SearchSegment(keys[i], keys[i + 1], found);
         }

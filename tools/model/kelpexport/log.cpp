@@ -44,5 +44,5 @@ void LogWrite(const char* pFormat, ...)
     va_start(arguments, pFormat);
     std::vsnprintf(text, sizeof(text), pFormat, arguments);
     va_end(arguments);
-    std::fprintf(s_pLog, "%s", text);
+    std::fputs(text, s_pLog);
 }
