@@ -111,8 +111,7 @@ int SAA_fcurveKeyGetTime(const SAA_Scene* scene, const SAA_Elem* curve, int coun
                                  // All handles are looked at before anything is answered.
                                  const std::vector<float>& times = current.KeyTimes(element, kind);
                                  const SubHandles handles(current, KIND_KEY, element);
-                                 const auto isKey = [&](const SAA_SubHandle& key)
-                                 {
+                                 const auto isKey = [&](const SAA_SubHandle& key) {
                                      return handles.IndexOf(key) < times.size() &&
                                             SubHandles::CornerOf(key) == static_cast<std::uint32_t>(kind);
                                  };
@@ -120,8 +119,8 @@ int SAA_fcurveKeyGetTime(const SAA_Scene* scene, const SAA_Elem* curve, int coun
                                  {
                                      return SAA_STATUS_HANDLE;
                                  }
-                                 std::transform(keys, keys + count, seconds, [&](const SAA_SubHandle& key)
-                                                { return times[handles.IndexOf(key)]; });
+                                 std::transform(keys, keys + count, seconds,
+                                                [&](const SAA_SubHandle& key) { return times[handles.IndexOf(key)]; });
                                  return 0;
                              });
 }

@@ -9,8 +9,8 @@
 #include "tools/model/multiplyscale.h"
 #include "tools/model/orthonormalise.h"
 
-// F × an orthonormalised matrix, but for its translation, whose z is negated. Summed up from 0 as a product is, so that no
-// -0 comes about.
+// F × an orthonormalised matrix, but for its translation, whose z is negated. Summed up from 0 as a product is, so that
+// no -0 comes about.
 static void Flip(Matrix4& out, const Matrix4& m)
 {
     for (int i = 0; i < 8; ++i)
