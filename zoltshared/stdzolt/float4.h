@@ -22,8 +22,10 @@
 // can't bear it.)
 #if ZOLT_SSE2 && defined(__x86_64__) && defined(__GLIBC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__) && \
     !defined(__SANITIZE_THREAD__)
+#define ZOLT_HAS_AVX_CLONES 1
 #define ZOLT_KERNEL [[gnu::target_clones("avx", "default"), gnu::flatten]]
 #else
+#define ZOLT_HAS_AVX_CLONES 0
 #define ZOLT_KERNEL
 #endif
 

@@ -18,6 +18,7 @@
 #include "engine/model/src/modelnode.h"
 #include "engine/model/src/transformmaker.h"
 #include "zoltshared/stdzolt/float4.h"
+#include "zoltshared/stdzolt/float8.h"
 
 #include <algorithm>
 #include <bit>
@@ -507,20 +508,51 @@ void FixOffset(Rows& rows, const Vector3& offset)
     rows = {Select(isLast, x, rows.x), Select(isLast, y, rows.y), Select(isLast, z, rows.z)};
 }
 
+// The matrix above a node, and its rows as its flags want them.
+inline const Matrix4& PrepareNode(const PoseCall& call, uint32_t iNode, Rows& rows)
+{
+    const ModelNode* pNode = call.m_pNodes[iNode];
+    if (pNode->m_Flags & MNODE_FIXEDOFFSET)
+        FixOffset(rows, pNode->m_vOffsetFromParent);
+    return iNode == 0 ? *call.m_pStartMat : call.m_pOutput[pNode->m_iParent];
+}
+
+#if ZOLT_HAS_AVX_CLONES
+// Compose without a bottom row of the parent's own, by two rows at a time. The bottom row comes along, and is put
+// right.
+ZOLT_AVX inline void ComposeByTwo(Matrix4& out, const Matrix4& parent, const Rows& rows, Float8 bottom)
+{
+    const Float8 x = Float8::LoadTwice(&rows.x), y = Float8::LoadTwice(&rows.y), z = Float8::LoadTwice(&rows.z);
+    const Float8 upper = Float8::Load(parent.m), lower = Float8::Load(parent.m + 8);
+    ((upper.Splat<0>() * x + upper.Splat<1>() * y) + (upper.Splat<2>() * z + upper.OnlyLast())).Store(out.m);
+    ((lower.Splat<0>() * x + lower.Splat<1>() * y) + (lower.Splat<2>() * z + lower.OnlyLast()))
+        .WithUpper(bottom)
+        .Store(out.m + 8);
+}
+
+ZOLT_AVX [[gnu::noinline]] void ComposeChunkByTwo(const PoseCall& call, uint32_t iFirst, uint32_t nNodes, Rows* pRows)
+{
+    static constexpr float bottomRow[8] = {0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
+    const Float8 bottom = Float8::Load(bottomRow);
+    for (uint32_t i = 0; i < nNodes; ++i)
+    {
+        const Matrix4& parent = PrepareNode(call, iFirst + i, pRows[i]);
+        ComposeByTwo(call.m_pOutput[iFirst + i], parent, pRows[i], bottom);
+    }
+}
+#endif
+
 // Puts nodes iFirst to iFirst + nNodes - 1 onto their parents' finished matrices.
 void ComposeChunk(const PoseCall& call, uint32_t iFirst, uint32_t nNodes, Rows* pRows)
 {
-    ModelNode* const* pNodes = call.m_pNodes;
-    Matrix4* pOutput = call.m_pOutput;
-    const Matrix4* pParent = call.m_pStartMat;
+#if ZOLT_HAS_AVX_CLONES
+    if (HasAvx())
+        return ComposeChunkByTwo(call, iFirst, nNodes, pRows);
+#endif
     for (uint32_t i = 0; i < nNodes; ++i)
     {
-        const ModelNode* pNode = pNodes[iFirst + i];
-        if (iFirst + i != 0)
-            pParent = pOutput + pNode->m_iParent;
-        if (pNode->m_Flags & MNODE_FIXEDOFFSET)
-            FixOffset(pRows[i], pNode->m_vOffsetFromParent);
-        Compose(pOutput[iFirst + i], *pParent, pRows[i], false);
+        const Matrix4& parent = PrepareNode(call, iFirst + i, pRows[i]);
+        Compose(call.m_pOutput[iFirst + i], parent, pRows[i], false);
     }
 }
 

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "zoltshared/stdzolt/float4.h"
+
+#if ZOLT_HAS_AVX_CLONES
+
+#include <immintrin.h>
+
+// Ahead of a function that works on Float8s, and that is called only where HasAvx says so.
+#define ZOLT_AVX [[gnu::target("avx")]]
+
+ZOLT_BEGIN_NAMESPACE
+
+inline bool HasAvx()
+{
+    return __builtin_cpu_supports("avx") != 0;
+}
+
+// Two Float4s side by side, such as two rows of a matrix. Every operation rounds as that of a Float4 does.
+struct Float8
+{
+    __m256 v;
+
+    Float8() = default;
+    ZOLT_AVX Float8(__m256 value) : v(value) {}
+
+    ZOLT_AVX static Float8 Load(const float* p) { return _mm256_loadu_ps(p); }
+    // The same four floats on both sides.
+    ZOLT_AVX static Float8 LoadTwice(const Float4* p) { return _mm256_broadcast_ps(&p->v); }
+    ZOLT_AVX void Store(float* p) const { _mm256_storeu_ps(p, v); }
+
+    // On either side four times its float at place I.
+    template <int I> ZOLT_AVX Float8 Splat() const { return _mm256_permute_ps(v, _MM_SHUFFLE(I, I, I, I)); }
+    // On either side 0, 0, 0 and its last.
+    ZOLT_AVX Float8 OnlyLast() const { return _mm256_blend_ps(_mm256_setzero_ps(), v, 0x88); }
+    // The lower side as it is, and above it the upper one of another.
+    ZOLT_AVX Float8 WithUpper(Float8 other) const { return _mm256_blend_ps(v, other.v, 0xF0); }
+};
+
+ZOLT_AVX inline Float8 operator+(Float8 a, Float8 b)
+{
+    return _mm256_add_ps(a.v, b.v);
+}
+
+ZOLT_AVX inline Float8 operator*(Float8 a, Float8 b)
+{
+    return _mm256_mul_ps(a.v, b.v);
+}
+
+ZOLT_END_NAMESPACE
+
+#endif
