@@ -70,11 +70,11 @@ static bool SplitBinary(const Bytes& file, const char*& text, std::size_t& textL
 }
 
 // How deep brackets nest, strings apart. The parsers recurse, so a hostile document must not get at them.
-static bool NestsTooDeep(const char* text, std::size_t length)
+static bool NestsTooDeep(const std::string& text)
 {
     int depth = 0;
     bool inString = false;
-    for (std::size_t i = 0; i < length; ++i)
+    for (std::size_t i = 0; i < text.size(); ++i)
     {
         const char c = text[i];
         if (inString)
@@ -436,9 +436,9 @@ bool LoadGltfDocument(const std::string& path, GltfDocument& document, std::stri
         text = reinterpret_cast<const char*>(file.data());
         textLength = file.size();
     }
-    if (textLength == 0 || NestsTooDeep(text, textLength))
+    if (textLength == 0)
     {
-        error = name + (textLength == 0 ? " is empty." : " nests deeper than 256 levels.");
+        error = name + " is empty.";
         return false;
     }
     while (textLength > 0 && text[textLength - 1] == '\0')
@@ -446,7 +446,13 @@ bool LoadGltfDocument(const std::string& path, GltfDocument& document, std::stri
         --textLength; // which some pad a binary file's document with
     }
     GltfLists lists;
-    Json json = Json::parse(TakeGltfLists(text, textLength, lists), nullptr, false);
+    const std::string rest = TakeGltfLists(text, textLength, lists);
+    if (NestsTooDeep(rest))
+    {
+        error = name + " nests deeper than 256 levels.";
+        return false;
+    }
+    Json json = Json::parse(rest, nullptr, false);
     if (json.is_discarded())
     {
         error = name + " isn't valid glTF: its document isn't valid JSON.";

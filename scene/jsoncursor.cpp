@@ -1,5 +1,6 @@
 #include "scene/jsoncursor.h"
 
+#include <array>
 #include <charconv>
 #include <system_error>
 
@@ -124,6 +125,17 @@ bool JsonCursor::SkipNumber()
     return read && std::from_chars(text.data(), text.data() + text.size(), value).ec == std::errc();
 }
 
+// Which characters go on with a plain string.
+static constexpr std::array<bool, 256> PLAIN = []
+{
+    std::array<bool, 256> plain = {};
+    for (int c = ' '; c <= '~'; ++c)
+    {
+        plain[static_cast<std::size_t>(c)] = c != '"' && c != '\\';
+    }
+    return plain;
+}();
+
 bool JsonCursor::Read(std::string_view& text)
 {
     if (!Take('"'))
@@ -131,7 +143,7 @@ bool JsonCursor::Read(std::string_view& text)
         return false;
     }
     const char* start = m_At;
-    while (m_At != m_End && *m_At >= ' ' && *m_At <= '~' && *m_At != '"' && *m_At != '\\')
+    while (m_At != m_End && PLAIN[static_cast<unsigned char>(*m_At)])
     {
         ++m_At;
     }
@@ -147,10 +159,10 @@ bool JsonCursor::Read(std::string& text)
     return read;
 }
 
-bool JsonCursor::ReadAny()
+bool JsonCursor::ReadAny(int depth)
 {
     PassSpace();
-    if (m_At == m_End)
+    if (m_At == m_End || depth > MAX_DEPTH)
     {
         return false;
     }
@@ -158,9 +170,9 @@ bool JsonCursor::ReadAny()
     switch (*m_At)
     {
     case '{':
-        return ReadMembers([this](std::string_view) { return ReadAny(); });
+        return ReadMembers([&](std::string_view) { return ReadAny(depth + 1); });
     case '[':
-        return ReadElements([this] { return ReadAny(); });
+        return ReadElements([&] { return ReadAny(depth + 1); });
     case '"':
         return Read(text);
     case 't':

@@ -8,10 +8,13 @@
 
 // Every read begins at the value that comes next (space before it is passed) and ends behind it. A read that returns
 // false leaves the cursor anywhere within that value. What is read is valid JSON, but not all of it is read: strings
-// are of plain ASCII without escapes, whole numbers have up to 9 digits (18 for a size).
+// are of plain ASCII without escapes, whole numbers have up to 9 digits (18 for a size), and nothing nests deeper than
+// MAX_DEPTH within ReadAny.
 class JsonCursor
 {
 public:
+    static constexpr int MAX_DEPTH = 64;
+
     JsonCursor(const char* text, std::size_t length) : m_At(text), m_End(text + length) {}
 
     const char* At() const { return m_At; }
@@ -73,8 +76,8 @@ public:
         return Take(']');
     }
 
-    // Any value, as deep as its text nests.
-    bool ReadAny();
+    // Any value.
+    bool ReadAny(int depth = 0);
 
     // Passes an object, an array or another value by its brackets alone, whatever is in there. False if the text ends
     // first.
