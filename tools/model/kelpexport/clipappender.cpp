@@ -5,13 +5,16 @@
 #include "tools/model/kelpexport/log.h"
 #include "tools/model/kelpexport/messages.h"
 #include "tools/model/kelpexport/modelmessages.h"
+#include "zoltshared/stdzolt/mappedstream.h"
 #include "zoltshared/stdzolt/stdiostream.h"
 
 QZBOOL ClipAppender::Load(const char* pFilename, const char* pShownName, QZBOOL bDebug)
 {
     g_DebugMode = bDebug;
     m_ShownName.Set(pShownName);
-    ModelStream* pStream = OpenStdioStream(pFilename, "rb");
+    ModelStream* pStream = OpenMappedStream(pFilename);
+    if (!pStream)
+        pStream = OpenStdioStream(pFilename, "rb");
     LoadRequest request;
     request.m_pStream = pStream;
     const bool bLoaded = pStream && m_Model.Load(&request) == RESULT_OK;

@@ -70,7 +70,7 @@ static const char* ModelTypeText(int32_t type)
 
 static void LogNode(const SoftNode* pNode, uint32_t nDepth, const ModelPiece* pPiece)
 {
-    LogWrite("%*s", static_cast<int>(2 * nDepth), "");
+    LogSpaces(2 * nDepth);
     LogWrite("- %s, mode: %s, type: %s, piece: %d\n", pNode->GetName(),
              pNode->m_Flags & MNODE_REMOVEABLE ? "MNODE_REMOVEABLE" : "", ModelTypeText(pNode->m_ModelType),
              pNode->m_PieceIndex);

@@ -46,3 +46,11 @@ void LogWrite(const char* pFormat, ...)
     va_end(arguments);
     std::fputs(text, s_pLog);
 }
+
+void LogSpaces(uint32_t nSpaces)
+{
+    static const char spaces[] = "                                                                ";
+    constexpr uint32_t CHUNK = sizeof(spaces) - 1;
+    for (uint32_t nLeft = s_pLog ? nSpaces : 0; nLeft != 0; nLeft -= nLeft < CHUNK ? nLeft : CHUNK)
+        std::fwrite(spaces, 1, nLeft < CHUNK ? nLeft : CHUNK, s_pLog);
+}
