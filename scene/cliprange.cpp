@@ -33,13 +33,17 @@ std::vector<int> FindKeyFrames(const Scene& scene, int clip, double fps)
     }
     // Those of a channel rise as its times do, and most channels have the same.
     std::vector<int> own, both;
+    const SceneChannel* before = nullptr;
     for (const SceneChannel& channel : scene.clips[clip].channels)
     {
-        if (channel.path == ScenePath::Scale)
+        // Most files key all channels at the same times.
+        if (channel.path == ScenePath::Scale ||
+            (before && channel.interpolation == before->interpolation && channel.times == before->times))
         {
             continue;
         }
         own.clear();
+        before = &channel;
         for (const double time : channel.times)
         {
             const int frame = KeyFrame(channel.interpolation, time, fps);

@@ -46,7 +46,13 @@ DoubleMatrix MatrixFromTransform(const DoubleTransform& transform);
 // a times b, both affine (fourth row 0, 0, 0, 1).
 DoubleMatrix MultiplyAffine(const DoubleMatrix& a, const DoubleMatrix& b);
 
-Double3 TransformPoint(const DoubleMatrix& matrix, const Double3& point);
+inline Double3 TransformPoint(const DoubleMatrix& matrix, const Double3& point)
+{
+    const auto& m = matrix.m;
+    return {m[0][0] * point.x + m[0][1] * point.y + m[0][2] * point.z + m[0][3],
+            m[1][0] * point.x + m[1][1] * point.y + m[1][2] * point.z + m[1][3],
+            m[2][0] * point.x + m[2][1] * point.y + m[2][2] * point.z + m[2][3]};
+}
 
 // The determinant of the upper left 3 by 3.
 double Determinant3(const DoubleMatrix& matrix);

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-static Double3 MorphedPosition(const ScenePrimitive& primitive, const std::vector<double>& weights, std::size_t vertex)
+Double3 MorphedPosition(const ScenePrimitive& primitive, const std::vector<double>& weights, std::size_t vertex)
 {
     Double3 position = primitive.positions[vertex];
     const std::size_t nTargets = std::min(weights.size(), primitive.morphDeltas.size());
@@ -31,82 +31,62 @@ std::vector<Double3> MorphedPositions(const ScenePrimitive& primitive, const std
     return positions;
 }
 
-static Double3 SkinPoint(const SceneInfluence* influence, const SceneInfluence* end,
-                         const std::vector<DoubleMatrix>& joints, const DoubleMatrix& ofOthers, const Double3& point)
+const std::vector<DoubleMatrix>& SkinMatrices::Joints(int skin)
 {
-    Double3 sum;
-    double weights = 0.0;
-    for (; influence != end; ++influence)
+    const SceneSkin& own = m_Scene.skins[skin];
+    std::vector<DoubleMatrix>& joints = m_OfSkin[skin];
+    if (joints.size() != own.joints.size())
     {
-        const Double3 moved = TransformPoint(joints[influence->joint], point);
-        sum.x += influence->weight * moved.x;
-        sum.y += influence->weight * moved.y;
-        sum.z += influence->weight * moved.z;
-        weights += influence->weight;
+        joints.resize(own.joints.size());
+        for (std::size_t i = 0; i < joints.size(); ++i)
+        {
+            joints[i] = MultiplyAffine(m_Pose.globals[own.joints[i]], own.inverseBinds[i]);
+        }
     }
-    if (weights == 0.0)
-    {
-        return TransformPoint(ofOthers, point);
-    }
-    return {sum.x / weights, sum.y / weights, sum.z / weights};
+    return joints;
 }
 
-// `vertexOf` gives the vertex at each of `count` places.
-template <typename VertexOf>
-static void Place(const Scene& scene, int node, const SceneMeshUse& use, const ScenePose& pose,
-                  const SkinWeights& weights, std::size_t count, VertexOf vertexOf, Double3* positions)
+VertexPlacer::VertexPlacer(SkinMatrices& matrices, int node, const SceneMeshUse& use, const SkinWeights* weights)
+    : m_Primitive(matrices.GetScene().primitives[use.primitive]), m_MorphWeights(matrices.Pose().morphWeights[node]),
+      m_OfOthers(matrices.Pose().globals[node])
 {
-    const ScenePrimitive& primitive = scene.primitives[use.primitive];
-    const std::vector<double>& morphWeights = pose.morphWeights[node];
+    m_bMorphs =
+        std::any_of(m_MorphWeights.begin(), m_MorphWeights.end(), [](double weight) { return weight != 0.0; });
     if (use.skin < 0)
     {
-        for (std::size_t i = 0; i < count; ++i)
-        {
-            positions[i] = TransformPoint(pose.globals[node], MorphedPosition(primitive, morphWeights, vertexOf(i)));
-        }
         return;
     }
-    const SceneSkin& skin = scene.skins[use.skin];
-    std::vector<DoubleMatrix> joints(skin.joints.size());
-    for (std::size_t i = 0; i < joints.size(); ++i)
+    m_Weights = weights ? *weights : SkinWeights{m_Primitive.influenceStarts.data(), m_Primitive.influences.data()};
+    const std::vector<DoubleMatrix>& joints = matrices.Joints(use.skin);
+    m_Joints = joints.data();
+    const std::uint32_t* end = m_Weights.starts + m_Primitive.positions.size() + 1;
+    if (std::adjacent_find(m_Weights.starts, end) != end)
     {
-        joints[i] = MultiplyAffine(pose.globals[skin.joints[i]], skin.inverseBinds[i]);
+        const Scene& scene = matrices.GetScene();
+        const int common = FindCommonJoint(scene, scene.skins[use.skin]);
+        m_OfOthers = common < 0 ? m_OfOthers : joints[common];
     }
-    // What moves a vertex that no joint does.
-    DoubleMatrix ofOthers = pose.globals[node];
-    if (std::adjacent_find(weights.starts, weights.starts + primitive.positions.size() + 1) !=
-        weights.starts + primitive.positions.size() + 1)
-    {
-        const int common = FindCommonJoint(scene, skin);
-        ofOthers = common < 0 ? ofOthers : joints[common];
-    }
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        const std::size_t v = vertexOf(i);
-        positions[i] = SkinPoint(weights.influences + weights.starts[v], weights.influences + weights.starts[v + 1],
-                                 joints, ofOthers, MorphedPosition(primitive, morphWeights, v));
-    }
-}
-
-static SkinWeights WeightsOf(const ScenePrimitive& primitive)
-{
-    return {primitive.influenceStarts.data(), primitive.influences.data()};
 }
 
 std::vector<Double3> WorldPositions(const Scene& scene, int node, const SceneMeshUse& use, const ScenePose& pose)
 {
-    const ScenePrimitive& primitive = scene.primitives[use.primitive];
-    std::vector<Double3> positions(primitive.positions.size());
-    Place(
-        scene, node, use, pose, WeightsOf(primitive), positions.size(), [](std::size_t i) { return i; },
-        positions.data());
+    SkinMatrices matrices(scene, pose);
+    const VertexPlacer place(matrices, node, use);
+    std::vector<Double3> positions(scene.primitives[use.primitive].positions.size());
+    for (std::size_t v = 0; v < positions.size(); ++v)
+    {
+        positions[v] = place(v);
+    }
     return positions;
 }
 
 void PlaceVertices(const Scene& scene, int node, const SceneMeshUse& use, const ScenePose& pose,
                    const SkinWeights* weights, const std::vector<std::uint32_t>& vertices, Double3* positions)
 {
-    Place(
-        scene, node, use, pose, weights == nullptr ? WeightsOf(scene.primitives[use.primitive]) : *weights,
-        vertices.size(), [&](std::size_t i) { return vertices[i]; }, positions);
+    SkinMatrices matrices(scene, pose);
+    const VertexPlacer place(matrices, node, use, weights);
+    for (std::size_t i = 0; i < vertices.size(); ++i)
+    {
+        positions[i] = place(vertices[i]);
+    }
 }

@@ -11,12 +11,18 @@ RigidPoses::RigidPoses(const Scene& scene, int clip, double startSeconds)
     {
         m_Scales[i] = m_Pose.locals[i].scale;
     }
-    Evaluate(startSeconds);
+    TakeScaleAway();
 }
 
 void RigidPoses::Evaluate(double seconds)
 {
     EvaluatePose(m_Scene, m_Clip, seconds, m_Pose);
+    TakeScaleAway();
+}
+
+// The scale that a node has at the moment, for that at the start, and then all.
+void RigidPoses::TakeScaleAway()
+{
     for (const int node : m_Shown)
     {
         DoubleTransform scaled = m_Pose.locals[node];

@@ -26,6 +26,8 @@ public:
     const std::vector<Double3>& Scales() const { return m_Scales; }
 
 private:
+    void TakeScaleAway();
+
     const Scene& m_Scene;
     int m_Clip;
     std::vector<int> m_Shown;

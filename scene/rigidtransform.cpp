@@ -30,30 +30,14 @@ RigidTransform RigidFromMatrix(const DoubleMatrix& matrix)
     return {parts.translation, parts.rotation};
 }
 
-static Double3 Rotate(const DoubleQuat& q, const Double3& point)
-{
-    const Double3 axis = {q.x, q.y, q.z};
-    const Double3 c = Cross(axis, point);
-    const Double3 turned = Cross(axis, {c.x + q.w * point.x, c.y + q.w * point.y, c.z + q.w * point.z});
-    return {point.x + 2.0 * turned.x, point.y + 2.0 * turned.y, point.z + 2.0 * turned.z};
-}
-
-static DoubleQuat Conjugate(const DoubleQuat& q)
-{
-    return {-q.x, -q.y, -q.z, q.w};
-}
-
 RigidTransform RelativeTo(const RigidTransform& a, const RigidTransform& b)
 {
-    const DoubleQuat back = Conjugate(a.rotation);
-    const Double3 apart = {b.translation.x - a.translation.x, b.translation.y - a.translation.y,
-                           b.translation.z - a.translation.z};
-    return {Rotate(back, apart), MultiplyQuats(back, b.rotation)};
+    return {PointSeenFrom(a, b.translation), MultiplyQuats(Conjugate(a.rotation), b.rotation)};
 }
 
 Double3 TransformPoint(const RigidTransform& transform, const Double3& point)
 {
-    const Double3 turned = Rotate(transform.rotation, point);
+    const Double3 turned = Turn(transform.rotation, point);
     return {transform.translation.x + turned.x, transform.translation.y + turned.y, transform.translation.z + turned.z};
 }
 

@@ -120,7 +120,7 @@ void ShapeKeySearch::FindMovedNodes()
 void ShapeKeySearch::ExtendReach(int node, const Double3& position)
 {
     Reach& reach = m_Reaches[node];
-    const Double3 p = RelativeTo(m_Rigid[node], {position, {}}).translation;
+    const Double3 p = PointSeenFrom(m_Rigid[node], position);
     reach.low =
         reach.any ? Double3{std::min(reach.low.x, p.x), std::min(reach.low.y, p.y), std::min(reach.low.z, p.z)} : p;
     reach.high =
@@ -132,22 +132,24 @@ void ShapeKeySearch::ExtendReach(int node, const Double3& position)
 void ShapeKeySearch::MeasureReaches()
 {
     m_Reaches.resize(m_Scene.nodes.size());
+    SkinMatrices matrices(m_Scene, m_Rigid.Pose());
     for (const int node : m_Rigid.Shown())
     {
         for (const SceneMeshUse& use : m_Scene.nodes[node].meshes)
         {
             const ScenePrimitive& primitive = m_Scene.primitives[use.primitive];
-            const std::vector<Double3> positions = WorldPositions(m_Scene, node, use, m_Rigid.Pose());
-            for (std::size_t v = 0; v < positions.size(); ++v)
+            const VertexPlacer place(matrices, node, use);
+            for (std::size_t v = 0; v < primitive.positions.size(); ++v)
             {
+                const Double3 position = place(v);
                 if (use.skin < 0)
                 {
-                    ExtendReach(node, positions[v]);
+                    ExtendReach(node, position);
                     continue;
                 }
                 for (std::uint32_t i = primitive.influenceStarts[v]; i < primitive.influenceStarts[v + 1]; ++i)
                 {
-                    ExtendReach(m_Scene.skins[use.skin].joints[primitive.influences[i].joint], positions[v]);
+                    ExtendReach(m_Scene.skins[use.skin].joints[primitive.influences[i].joint], position);
                 }
             }
         }
