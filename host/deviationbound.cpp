@@ -58,9 +58,9 @@ static double Size(const DoubleMatrix& matrix, double extent)
     return size;
 }
 
-// Where joint i wants a vertex p and where the model puts it, both as the joint sees them, are S_i p and T_i q: q is the
-// mean of the K_k p over the joints k of the vertex, K the joint matrices of the pose that the skin is taken from, so
-// |S_i p - T_i q| <= |S_i p - T_i K_i p| + max |K_i p - K_k p|.
+// Where joint i wants a vertex p and where the model puts it, both as the joint sees them, are S_i p and T_i q: q is
+// the mean of the K_k p over the joints k of the vertex, K the joint matrices of the pose that the skin is taken from,
+// so |S_i p - T_i q| <= |S_i p - T_i K_i p| + max |K_i p - K_k p|.
 DeviationBound BoundDeviations(SkinPose& start, SkinPose& skin, int iSkin, double extent)
 {
     const std::vector<int>& nodes = start.matrices.GetScene().skins[static_cast<size_t>(iSkin)].joints;
@@ -82,8 +82,8 @@ DeviationBound BoundDeviations(SkinPose& start, SkinPose& skin, int iSkin, doubl
     return {LENGTH * (own + 2.0 * spread), ROUNDING * size};
 }
 
-// The vertex strays by the sum of s_i R_i o_i over its joints, the offsets o as the joints see them. In the world at the
-// start, where s_i o_i sum up to 0, they aren't longer than `most`; from there joint i turns them by Q_i, and with
+// The vertex strays by the sum of s_i R_i o_i over its joints, the offsets o as the joints see them. In the world at
+// the start, where s_i o_i sum up to 0, they aren't longer than `most`; from there joint i turns them by Q_i, and with
 // any one turn Q_0 taken from all of them |sum| <= max |Q_i - Q_0| most.
 DeviationBound BoundStray(const DeviationBound& bound, const std::vector<int>& joints, const RigidPoses& start,
                           const RigidPoses& at)

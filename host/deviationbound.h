@@ -1,5 +1,5 @@
-// Upper bounds of what Deviations finds, of all vertices of a skin at once. They go by the joints alone and cost nothing
-// beside a look at the vertices; most often they tell that there is nothing to look for.
+// Upper bounds of what Deviations finds, of all vertices of a skin at once. They go by the joints alone and cost
+// nothing beside a look at the vertices; most often they tell that there is nothing to look for.
 #pragma once
 
 #include "host/deviations.h"

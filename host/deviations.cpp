@@ -55,8 +55,7 @@ void Deviations::Add(const SkinnedMesh& mesh, SkinPose& start, SkinPose& skin, d
 
 void Deviations::Sort()
 {
-    std::sort(m_Vertices.begin(), m_Vertices.end(),
-              [](const Vertex& a, const Vertex& b) { return a.most > b.most; });
+    std::sort(m_Vertices.begin(), m_Vertices.end(), [](const Vertex& a, const Vertex& b) { return a.most > b.most; });
 }
 
 double Deviations::DistanceOf(const Vertex& vertex, const RigidPoses& poses) const

@@ -40,8 +40,8 @@ static double Seconds(const ClipSpan& span, int frame)
 static bool HasFewInfluences(const ScenePrimitive& primitive)
 {
     const std::vector<uint32_t>& starts = primitive.influenceStarts;
-    return std::adjacent_find(starts.begin(), starts.end(), [](uint32_t a, uint32_t b)
-                              { return b - a > MAX_BOUNDED_INFLUENCES; }) == starts.end();
+    return std::adjacent_find(starts.begin(), starts.end(),
+                              [](uint32_t a, uint32_t b) { return b - a > MAX_BOUNDED_INFLUENCES; }) == starts.end();
 }
 
 static double FindExtent(const ScenePrimitive& primitive)
@@ -163,8 +163,8 @@ static Stray FindFurthest(const Scene& scene, const std::vector<ClipSpan>& clips
 namespace
 {
 
-// How vertices stray if the skin is taken from the start of the first clip. All of them are looked at only where neither
-// the joints alone nor a few vertices tell.
+// How vertices stray if the skin is taken from the start of the first clip. All of them are looked at only where
+// neither the joints alone nor a few vertices tell.
 class StraySearch
 {
 public:

@@ -50,8 +50,7 @@ VertexPlacer::VertexPlacer(SkinMatrices& matrices, int node, const SceneMeshUse&
     : m_Primitive(matrices.GetScene().primitives[use.primitive]), m_MorphWeights(matrices.Pose().morphWeights[node]),
       m_OfOthers(matrices.Pose().globals[node])
 {
-    m_bMorphs =
-        std::any_of(m_MorphWeights.begin(), m_MorphWeights.end(), [](double weight) { return weight != 0.0; });
+    m_bMorphs = std::any_of(m_MorphWeights.begin(), m_MorphWeights.end(), [](double weight) { return weight != 0.0; });
     if (use.skin < 0)
     {
         return;
