@@ -74,6 +74,18 @@ inline bool IsElemOf(const RecordedScene& scene, const SAA_Elem* elem, HandleKin
            ElemField(*elem, offsetof(ElemFields, scene)) == scene.Id();
 }
 
+// Whether both are handles of models of the scene, as far as their beginnings tell.
+inline bool AreModelsOf(const RecordedScene& scene, const SAA_Elem& a, const SAA_Elem& b)
+{
+    const std::uint32_t difference = (ElemField(a, offsetof(ElemFields, tag)) ^ HANDLE_TAG) |
+                                     (ElemField(b, offsetof(ElemFields, tag)) ^ HANDLE_TAG) |
+                                     (ElemField(a, offsetof(ElemFields, kind)) ^ KIND_MODEL) |
+                                     (ElemField(b, offsetof(ElemFields, kind)) ^ KIND_MODEL) |
+                                     (ElemField(a, offsetof(ElemFields, scene)) ^ scene.Id()) |
+                                     (ElemField(b, offsetof(ElemFields, scene)) ^ scene.Id());
+    return difference == 0;
+}
+
 // Inline, as all that is asked of each pair of an element and a mesh.
 inline bool ModelOfHandle(const RecordedScene& scene, const SAA_Elem* elem, int& element)
 {

@@ -31,7 +31,9 @@ RecordedScene::RecordedScene(const Scene& scene, const RecordedSceneOptions& opt
     for (int i = 0; i < NumElements(); ++i)
     {
         m_NodeOf.push_back(Element(i).isNode ? Element(i).node : -1);
-        m_Movers.push_back({0, IsEnveloped(i) ? std::numeric_limits<int>::max() : -1});
+        m_Movers.push_back(IsMesh(i) && !IsEnveloped(i)
+                               ? NodeSpan()
+                               : NodeSpan{std::numeric_limits<int>::min(), std::numeric_limits<int>::max()});
     }
     m_Meshes.resize(m_Elements.size());
     BuildTextures();

@@ -97,16 +97,20 @@ public:
     int NumElements() const { return static_cast<int>(m_Elements.size()); }
     bool HasElement(std::size_t element) const { return element < m_NodeOf.size(); }
     const RecordedElement& Element(int element) const { return m_Elements[element]; }
-    // The scene's node that an element stands for, -1 for none. Of each pair of a mesh and an element it is asked, so
-    // it is quick.
+    // The scene's node that an element stands for, -1 for none.
     int NodeOf(int element) const { return m_NodeOf[element]; }
     // The name as an exporter is told it: with a wish behind it, a token of its own language, where the host sets one.
     std::string ToldName(int element) const { return m_Elements[element].name + m_Elements[element].wish; }
     void SetWish(int element, const std::string& token) { m_Elements[element].wish = token; }
     SAA_CusvalSet& CustomValues(int element) { return m_Elements[element].customValues; }
     bool IsMesh(int element) const { return m_Elements[element].use >= 0; }
-    // False if the node certainly moves no vertex of the mesh's skin. Quick as well.
-    bool MayMove(int node, int mesh) const { return node >= m_Movers[mesh].first && node <= m_Movers[mesh].last; }
+    // True if the second element is a mesh, and the first one certainly moves no vertex of it. Quick, since it is asked
+    // of each pair.
+    bool IsUnmoved(int element, int mesh) const
+    {
+        const NodeSpan& span = m_Movers[mesh];
+        return m_NodeOf[element] < span.first || m_NodeOf[element] > span.last;
+    }
     bool IsEnveloped(int element) const { return IsMesh(element) && Use(element).skin >= 0; }
 
     // Local transform at the current frame.
@@ -184,7 +188,7 @@ private:
     std::vector<RecordedElement> m_Elements;
     std::vector<bool> m_IsShown;                      // for each node whether it is an element
     std::vector<int> m_NodeOf;                        // see NodeOf
-    std::vector<NodeSpan> m_Movers;                   // see MayMove; all nodes until a mesh is first asked for
+    std::vector<NodeSpan> m_Movers;                   // see IsUnmoved; all nodes until a mesh is first asked for
     std::vector<std::array<int, 4>> m_ChannelOf;      // for each node by path the clip's channel, -1 for none
     std::vector<float> m_KeyTimes;                    // see KeyTimes
     const SceneChannel* m_KeyChannel = nullptr;       // whose times they are: three curves share one; else null

@@ -22,11 +22,9 @@ static WeightRange FindNodeWeights(RecordedScene& scene, int node, int mesh)
     return {weights.data() + (first - weights.begin()), weights.data() + (last - weights.begin())};
 }
 
-// An exporter asks for each pair of an element and a mesh, and nearly all have nothing to do with each other.
-static inline WeightRange FindWeights(RecordedScene& scene, int skeleton, int mesh)
+static WeightRange FindWeights(RecordedScene& scene, int skeleton, int mesh)
 {
-    const int node = scene.NodeOf(skeleton);
-    return scene.MayMove(node, mesh) ? FindNodeWeights(scene, node, mesh) : WeightRange();
+    return scene.IsUnmoved(skeleton, mesh) ? WeightRange() : FindNodeWeights(scene, scene.NodeOf(skeleton), mesh);
 }
 
 // Runs `body` with the scene, the mesh's element and the weights that the skeleton element has in it.
@@ -54,8 +52,9 @@ int SAA_envelopeGetType(const SAA_Scene* scene, const SAA_Elem* elem, int* type)
         { return StoreInt(current.IsEnveloped(element) ? SAA_ENVELOPE_SKELETON : SAA_ENVELOPE_NONE, type); });
 }
 
-int SAA_envelopeGetNbCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
-                                  const SAA_Elem* mesh, int* count)
+// The answer in full, or why there is none.
+[[gnu::noinline]] static int CountCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
+                                               const SAA_Elem* mesh, int* count)
 {
     return RunEnvelopeOperation(OP_SAA_envelopeGetNbCtrlVertices, scene, skeleton, mesh,
                                 [&](RecordedScene&, int, const WeightRange& weights) -> int
@@ -67,6 +66,39 @@ int SAA_envelopeGetNbCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skelet
                                     *count = static_cast<int>(weights.end - weights.begin);
                                     return 0;
                                 });
+}
+
+// Whether the question is a sound one, of a mesh and an element that certainly moves nothing of it.
+static inline bool IsCertainlyNone(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
+                                   const SAA_Elem* mesh, const int* count)
+{
+    if (skeleton == nullptr || mesh == nullptr || count == nullptr || nSkeletons != 1)
+    {
+        return false;
+    }
+    const RecordedScene* current = SceneOfRecord(scene);
+    if (current == nullptr || !AreModelsOf(*current, *skeleton, *mesh))
+    {
+        return false;
+    }
+    const std::uint32_t node = ElemField(*skeleton, offsetof(ElemFields, index));
+    const std::uint32_t moved = ElemField(*mesh, offsetof(ElemFields, index));
+    return current->HasElement(node) && current->HasElement(moved) &&
+           current->IsUnmoved(static_cast<int>(node), static_cast<int>(moved));
+}
+
+int SAA_envelopeGetNbCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
+                                  const SAA_Elem* mesh, int* count)
+{
+    // An exporter asks for each pair of an element and a mesh: that is short, then.
+    OperationRecord& record = g_Operations[OP_SAA_envelopeGetNbCtrlVertices];
+    if (record.callsToFault == 0 && IsCertainlyNone(scene, skeleton, nSkeletons, mesh, count)) [[likely]]
+    {
+        ++record.nCalls;
+        *count = 0;
+        return 0;
+    }
+    return CountCtrlVertices(scene, skeleton, nSkeletons, mesh, count);
 }
 
 int SAA_envelopeGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons, const SAA_Elem* mesh,

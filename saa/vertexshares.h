@@ -31,8 +31,8 @@ float PercentAsFloat(double percent);
 bool IsKeptPercent(double percent);
 
 // The shares of the nodes that the influences from `begin` to `end` stand for, by node, each once; they add up to 100,
-// or there are none. Of a primitive with a model's weights they add up to what they did in the model. What `shares` held
-// before is dropped; its memory serves the next vertex.
+// or there are none. Of a primitive with a model's weights they add up to what they did in the model. What `shares`
+// held before is dropped; its memory serves the next vertex.
 void FindShares(const ScenePrimitive& primitive, const SceneSkin& skin, const SceneInfluence* begin,
                 const SceneInfluence* end, std::vector<VertexShare>& shares);
 
