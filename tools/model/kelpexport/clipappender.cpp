@@ -5,16 +5,13 @@
 #include "tools/model/kelpexport/log.h"
 #include "tools/model/kelpexport/messages.h"
 #include "tools/model/kelpexport/modelmessages.h"
-#include "zoltshared/stdzolt/mappedstream.h"
 #include "zoltshared/stdzolt/stdiostream.h"
 
 QZBOOL ClipAppender::Load(const char* pFilename, const char* pShownName, QZBOOL bDebug)
 {
     g_DebugMode = bDebug;
     m_ShownName.Set(pShownName);
-    ModelStream* pStream = OpenMappedStream(pFilename);
-    if (!pStream)
-        pStream = OpenStdioStream(pFilename, "rb");
+    ModelStream* pStream = OpenStdioStream(pFilename, "rb"); // mapped, the file would count as memory of ours
     LoadRequest request;
     request.m_pStream = pStream;
     const bool bLoaded = pStream && m_Model.Load(&request) == RESULT_OK;
