@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <set>
 #include <utility>
@@ -71,16 +72,48 @@ static double FindExtent(const ScenePrimitive& primitive)
     return extent;
 }
 
-// The mesh's space in the world, as the header says.
-static DoubleMatrix FindMeshSpace(const SceneSkin& skin, const std::vector<int>& depths, const ScenePose& rest,
-                                  const DoubleMatrix& ofNode, double extent)
+namespace
 {
-    std::vector<DoubleMatrix> spaces;
-    std::size_t topmost = 0;
+
+// A skin as its meshes show it, of which there may be thousands.
+struct BoundSkin
+{
+    std::vector<DoubleMatrix> spaces;                        // of the mesh, as each joint has it at rest
+    std::size_t topmost = 0;                                 // joint
+    std::vector<OptionalMatrix> inverses;                    // of the inverse bind matrices that have one
+    double agreed = std::numeric_limits<double>::infinity(); // the least extent at which all joints agreed
+    std::optional<DoubleMatrix> settled; // a mesh in this space puts all joints exactly where they have been put
+};
+
+} // namespace
+
+// Products of such numbers are finite.
+static const double LARGE = 1e75;
+
+static BoundSkin MakeBoundSkin(const SceneSkin& skin, const std::vector<int>& depths, const ScenePose& rest)
+{
+    BoundSkin bound;
+    bound.inverses.resize(skin.joints.size());
     for (std::size_t i = 0; i < skin.joints.size(); ++i)
     {
-        spaces.push_back(MultiplyAffine(rest.globals[skin.joints[i]], skin.inverseBinds[i]));
-        topmost = depths[skin.joints[i]] < depths[skin.joints[topmost]] ? i : topmost;
+        bound.spaces.push_back(MultiplyAffine(rest.globals[skin.joints[i]], skin.inverseBinds[i]));
+        bound.topmost = depths[skin.joints[i]] < depths[skin.joints[bound.topmost]] ? i : bound.topmost;
+        DoubleMatrix inverse;
+        if (InvertAffine(skin.inverseBinds[i], inverse))
+        {
+            bound.inverses[i] = inverse;
+        }
+    }
+    return bound;
+}
+
+// The mesh's space in the world, as the header says.
+static DoubleMatrix FindMeshSpace(BoundSkin& skin, const DoubleMatrix& ofNode, double extent)
+{
+    const std::vector<DoubleMatrix>& spaces = skin.spaces;
+    if (extent >= skin.agreed)
+    {
+        return spaces.front();
     }
     std::size_t best = 0;
     std::size_t bestCount = 0;
@@ -96,11 +129,27 @@ static DoubleMatrix FindMeshSpace(const SceneSkin& skin, const std::vector<int>&
         best = count > bestCount ? i : best;
         bestCount = std::max(bestCount, count);
     }
+    if (best == 0 && bestCount == spaces.size())
+    {
+        skin.agreed = extent;
+    }
     if (bestCount > 1 || spaces.size() == 1)
     {
         return spaces[best];
     }
-    return HasSameScale(spaces[topmost], ofNode) ? ofNode : spaces[topmost];
+    return HasSameScale(spaces[skin.topmost], ofNode) ? ofNode : spaces[skin.topmost];
+}
+
+static bool IsEqual(const DoubleMatrix& a, const DoubleMatrix& b)
+{
+    for (int row = 0; row < 3; ++row)
+    {
+        if (!std::equal(a.m[row], a.m[row] + 4, b.m[row]))
+        {
+            return false;
+        }
+    }
+    return true;
 }
 
 static void WarnOnce(Scene& scene, std::set<int>& warned, int node, const std::string& sentence)
@@ -117,6 +166,7 @@ static std::vector<OptionalMatrix> FindBinds(Scene& scene, const std::vector<int
     std::vector<OptionalMatrix> binds(scene.nodes.size());
     std::vector<int> depths(scene.nodes.size(), 0);
     std::set<int> warned;
+    std::vector<std::optional<BoundSkin>> boundSkins(scene.skins.size());
     for (const int node : shown)
     {
         const int parent = scene.nodes[node].parent;
@@ -131,24 +181,39 @@ static std::vector<OptionalMatrix> FindBinds(Scene& scene, const std::vector<int
                 continue;
             }
             const SceneSkin& skin = scene.skins[use.skin];
+            std::optional<BoundSkin>& bound = boundSkins[use.skin];
+            if (!bound)
+            {
+                bound = MakeBoundSkin(skin, depths, rest);
+            }
             const double extent = FindExtent(std::as_const(scene).primitives[use.primitive]);
-            const DoubleMatrix space = FindMeshSpace(skin, depths, rest, rest.globals[node], extent);
+            const DoubleMatrix space = FindMeshSpace(*bound, rest.globals[node], extent);
+            if (bound->settled && IsEqual(*bound->settled, space) && extent < LARGE)
+            {
+                continue;
+            }
+            bool isSettled = true;
             for (std::size_t i = 0; i < skin.joints.size(); ++i)
             {
-                DoubleMatrix inverse;
                 OptionalMatrix& bind = binds[skin.joints[i]];
-                if (!InvertAffine(skin.inverseBinds[i], inverse))
+                if (!bound->inverses[i])
                 {
                     WarnOnce(scene, warned, skin.joints[i], "has a bind pose without extent; it stays at rest.");
                     continue;
                 }
-                const DoubleMatrix placed = MultiplyAffine(space, inverse);
+                const DoubleMatrix placed = MultiplyAffine(space, *bound->inverses[i]);
                 // How far the vertices reach as the joint sees them.
-                if (bind && !IsSame(*bind, placed, extent * ColumnLength(skin.inverseBinds[i], 0)))
+                const double length = ColumnLength(skin.inverseBinds[i], 0);
+                if (bind && !IsSame(*bind, placed, extent * length))
                 {
                     WarnOnce(scene, warned, skin.joints[i], "is bound in two ways; that of the first skin counts.");
                 }
                 bind = bind ? bind : placed;
+                isSettled = isSettled && IsEqual(*bind, placed) && FindScale(placed) < LARGE && length < LARGE;
+            }
+            if (isSettled)
+            {
+                bound->settled = space;
             }
         }
     }

@@ -33,6 +33,7 @@ private:
     std::vector<int> m_Shown;
     std::vector<Double3> m_Scales;
     ScenePose m_Pose;
+    std::vector<char> m_IsScaled;        // whether it or a node above has another scale than at the start
     std::vector<DoubleMatrix> m_Globals; // at m_Scales
     std::vector<RigidTransform> m_Rigid;
 };
