@@ -1,6 +1,7 @@
 #include "host/exportlog.h"
 
-#include <sstream>
+#include <algorithm>
+#include <string_view>
 
 static const char WARNING_MARK[] = "WARNING:";
 
@@ -15,13 +16,15 @@ bool KeptLog::Add(const std::string& text)
 std::vector<std::string> FindLogWarnings(const std::string& log)
 {
     std::vector<std::string> warnings;
-    std::istringstream lines(log);
-    for (std::string line; std::getline(lines, line);)
+    for (size_t start = 0; start < log.size();)
     {
-        if (line.compare(0, sizeof(WARNING_MARK) - 1, WARNING_MARK) == 0)
+        const size_t end = std::min(log.find('\n', start), log.size());
+        const std::string_view line(log.data() + start, end - start);
+        start = end + 1;
+        if (line.substr(0, sizeof(WARNING_MARK) - 1) == WARNING_MARK)
         {
             const size_t at = line.find_first_not_of(' ', sizeof(WARNING_MARK) - 1);
-            warnings.push_back(at == std::string::npos ? std::string() : line.substr(at));
+            warnings.emplace_back(at == std::string::npos ? std::string_view() : line.substr(at));
         }
     }
     return warnings;

@@ -1,8 +1,5 @@
 #include "host/memoryfile.h"
 
-#include <fstream>
-#include <sstream>
-
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -29,7 +26,11 @@ void MemoryFile::Clear()
 
 std::string MemoryFile::Read() const
 {
-    std::ostringstream text;
-    text << std::ifstream(m_Path, std::ios::binary).rdbuf();
-    return text.str();
+    const off_t size = m_File < 0 ? 0 : lseek(m_File, 0, SEEK_END);
+    std::string text(size > 0 ? static_cast<size_t>(size) : 0, '\0');
+    size_t done = 0;
+    for (ssize_t got = 1; done < text.size() && got > 0; done += got > 0 ? static_cast<size_t>(got) : 0)
+        got = pread(m_File, text.data() + done, text.size() - done, static_cast<off_t>(done));
+    text.resize(done);
+    return text;
 }
