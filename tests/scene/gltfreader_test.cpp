@@ -4,6 +4,10 @@
 #include "tests/scene/gltftext.h"
 #include "tests/scene/sceneparts.h"
 
+#include <algorithm>
+#include <array>
+#include <sstream>
+
 static std::string N(int number)
 {
     return std::to_string(number);
@@ -342,6 +346,127 @@ TEST(GltfReader, RefusesDamagedDocuments)
     EXPECT_FALSE(ReadGltfScene("/nowhere/at all.gltf", scene, error));
     EXPECT_EQ(error, "/nowhere/at all.gltf can't be opened: No such file or directory.");
     EXPECT_FALSE(ReadGltfScene("/", scene, error));
+}
+
+// All that a document was read as, or the sentence with which it was refused.
+static std::string Describe(const std::string& document)
+{
+    Scene scene;
+    std::ostringstream out;
+    out.precision(17);
+    std::string error;
+    if (!ReadGltfScene(WriteTestFile("any.gltf", document).c_str(), scene, error))
+        return error;
+    const auto numbers = [&](const auto& list)
+    {
+        for (const auto& number : list)
+            out << number << ' ';
+        out << '\n';
+    };
+    using Three = std::array<double, 3>;
+    numbers(scene.warnings);
+    for (const SceneNode& node : scene.nodes)
+    {
+        const DoubleTransform& local = node.local;
+        const DoubleQuat& r = local.rotation;
+        out << node.name << ' ' << node.parent << ' ' << node.meshes.size() << node.isCamera << node.isJoint << '\n';
+        numbers(node.children);
+        numbers(Three{local.translation.x, local.translation.y, local.translation.z});
+        numbers(std::array<double, 4>{r.x, r.y, r.z, r.w});
+        numbers(Three{local.scale.x, local.scale.y, local.scale.z});
+        numbers(node.morphWeights);
+        for (const auto& [key, value] : node.customValues)
+            out << key << ' ' << value << '\n';
+    }
+    for (const ScenePrimitive& primitive : std::as_const(scene.primitives))
+    {
+        out << primitive.name << primitive.extras.material << primitive.image << primitive.morphDeltas.size() << '\n';
+        for (const Double3& p : primitive.positions)
+            numbers(Three{p.x, p.y, p.z});
+        for (const std::vector<int>& xs : Corners(primitive))
+            numbers(xs);
+        for (const SceneInfluence& influence : primitive.influences)
+            out << influence.joint << ' ' << influence.weight << '\n';
+    }
+    for (const SceneSkin& skin : scene.skins)
+    {
+        out << skin.name << '\n';
+        numbers(skin.joints);
+    }
+    for (const SceneClip& clip : scene.clips)
+    {
+        out << clip.name << '\n';
+        for (const SceneChannel& channel : clip.channels)
+        {
+            out << channel.node << int(channel.path) << int(channel.interpolation) << '\n';
+            numbers(channel.times);
+            numbers(channel.values);
+        }
+    }
+    return out.str();
+}
+
+// Lists in plain form are read straight from the text. A member with an escape in its name makes all of a document go
+// through the parser: whatever is put in the place of a token or behind one, nothing must come of which way it goes.
+TEST(GltfReader, PlainListsAreReadAsTheParserReadsThem)
+{
+    std::string whole = WholeDocument();
+    whole = Replaced(whole, R"([2])", R"([2], "translation": [1, -2.5e1, 0], "rotation": [0, 0, 1, 0])");
+    whole = Replaced(whole, R"("leaf")", R"("leaf", "scale": [2, 3, 4], "camera": 0, "weights": [0.5])");
+    whole = Replaced(whole, R"("m")", R"("m", "weights": [0.25], "extras": {"a": ["b", null, true]})");
+    whole = Replaced(whole, R"("mode": 4)", R"("mode": 4, "targets": [{"POSITION": 0}])");
+    whole = Replaced(whole, R"("joints": [1])", R"("joints": [1], "name": "s")");
+    const std::string tokens[] = {"-1",
+                                  "7",
+                                  "1.5",
+                                  "-0",
+                                  "00",
+                                  "1e999",
+                                  "-2E-1",
+                                  "3.",
+                                  "999999999999",
+                                  "[]",
+                                  "{}",
+                                  "1234567890123456789012",
+                                  "null",
+                                  "true",
+                                  "[[0, 1]]",
+                                  ",",
+                                  "]",
+                                  "}",
+                                  R"("x")",
+                                  R"("")",
+                                  R"("VEC4")",
+                                  R"("\n")",
+                                  "\"\x01\"",
+                                  "\"\xC3\xA4\"",
+                                  R"("mesh")",
+                                  R"("node")",
+                                  R"("extensions")",
+                                  R"("matrix")",
+                                  R"("extras")",
+                                  R"(, "name": "b")",
+                                  R"(: 5, "name")",
+                                  R"(, "name": {})",
+                                  std::string(70, '[') + std::string(70, ']')};
+    std::size_t nGood = 0;
+    std::size_t nTried = 0;
+    const std::size_t end = whole.find("\"buffers\"");
+    for (std::size_t at = 1; at < end;)
+    {
+        const std::size_t behind = whole[at] == '"' ? whole.find('"', at + 1) + 1
+                                                    : std::max(at + 1, whole.find_first_not_of("0123456789.e-", at));
+        for (std::size_t i = 0; whole[at] != ' ' && i < 2; ++i)
+        {
+            const std::string& token = tokens[nTried++ % std::size(tokens)];
+            const std::string document = whole.substr(0, i == 0 ? at : behind) + token + whole.substr(behind);
+            const std::string plain = Describe(document);
+            ASSERT_EQ(plain, Describe(R"({"\u0061": 0, )" + document.substr(1))) << document;
+            nGood += plain.compare(0, 8, "any.gltf") != 0 ? 1 : 0;
+        }
+        at = behind;
+    }
+    EXPECT_GT(nGood, nTried / 20);
 }
 
 // The other reader, which reads such files too.
