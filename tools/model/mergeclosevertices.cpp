@@ -17,9 +17,10 @@ constexpr float MERGE_LIMIT = 0.1f;
 // The limit is tested in floats; what is looked through is wider than any rounding of that test.
 constexpr double LIMIT_MARGIN = 1.001;
 
+// Numbers along the axes. Positions far out share one, so that none is beyond an integer.
 struct Cell
 {
-    double x, y, z;
+    int64_t x, y, z;
 };
 
 // Vertices by cell. The vertices of a bucket form a chain in ascending order. They are taken out in that order, so that
@@ -38,55 +39,50 @@ private:
 
     const ModelPiece* m_pPiece = nullptr;
     double m_Reach = 0.5;
-    double m_CellSize = 1.0;
+    double m_CellsPerUnit = 1.0;
     uint32_t m_nMask = 0;
     DynArray<uint32_t, DefaultCache> m_First; // of each bucket
     DynArray<uint32_t, DefaultCache> m_Next;  // of each vertex
 };
 
-uint32_t HashDouble(double value)
+constexpr double LAST_CELL = 4e18;
+
+// Never falls as the place rises, which is what the search relies on. A NaN is near nothing, wherever it is.
+int64_t CellAt(double place, double cellsPerUnit)
 {
-    // + 0.0 makes one of the two zeros. The bits of small whole numbers all stand on top.
-    uint64_t bits = std::bit_cast<uint64_t>(value + 0.0);
-    bits ^= bits >> 32;
-    return static_cast<uint32_t>((bits * 0x9E3779B97F4A7C15ull) >> 32);
+    const double exact = place * cellsPerUnit;
+    if (!(std::fabs(exact) < LAST_CELL))
+        return static_cast<int64_t>(exact < 0.0 ? -LAST_CELL : LAST_CELL);
+    const int64_t towardsZero = static_cast<int64_t>(exact);
+    return towardsZero - (exact < static_cast<double>(towardsZero) ? 1 : 0);
 }
 
 Cell VertexGrid::CellOf(const Vector3& position) const
 {
-    return {std::floor(position.x / m_CellSize), std::floor(position.y / m_CellSize),
-            std::floor(position.z / m_CellSize)};
+    return {CellAt(position.x, m_CellsPerUnit), CellAt(position.y, m_CellsPerUnit), CellAt(position.z, m_CellsPerUnit)};
+}
+
+uint32_t HashNumber(int64_t number, uint64_t factor)
+{
+    return static_cast<uint32_t>((static_cast<uint64_t>(number) * factor) >> 32);
 }
 
 // Those of the three axes are joined by exclusive or.
-uint32_t HashX(double x)
-{
-    return HashDouble(x);
-}
-
-uint32_t HashY(double y)
-{
-    return HashDouble(y) * 31u;
-}
-
-uint32_t HashZ(double z)
-{
-    return HashDouble(z) * 1009u;
-}
+constexpr uint64_t FACTOR_X = 0x9E3779B97F4A7C15ull, FACTOR_Y = 0xC2B2AE3D27D4EB4Full, FACTOR_Z = 0x165667B19E3779F9ull;
 
 // The hashes of the cells along one axis that are within reach of a place: its own, and that of the nearer neighbour.
 // With both neighbours where rounding says so.
 struct AxisHashes
 {
-    AxisHashes(double place, double own, double reach, double cellSize, uint32_t (*pHash)(double))
+    AxisHashes(double place, int64_t own, double reach, double cellsPerUnit, uint64_t factor)
     {
-        m_Hashes[m_nHashes++] = pHash(own);
-        const double low = std::floor((place - reach) / cellSize);
-        const double high = std::floor((place + reach) / cellSize);
+        m_Hashes[m_nHashes++] = HashNumber(own, factor);
+        const int64_t low = CellAt(place - reach, cellsPerUnit);
+        const int64_t high = CellAt(place + reach, cellsPerUnit);
         if (low != own)
-            m_Hashes[m_nHashes++] = pHash(low);
+            m_Hashes[m_nHashes++] = HashNumber(low, factor);
         if (high != own)
-            m_Hashes[m_nHashes++] = pHash(high);
+            m_Hashes[m_nHashes++] = HashNumber(high, factor);
     }
 
     uint32_t m_Hashes[3];
@@ -95,14 +91,14 @@ struct AxisHashes
 
 uint32_t VertexGrid::BucketOf(const Cell& cell) const
 {
-    return (HashX(cell.x) ^ HashY(cell.y) ^ HashZ(cell.z)) & m_nMask;
+    return (HashNumber(cell.x, FACTOR_X) ^ HashNumber(cell.y, FACTOR_Y) ^ HashNumber(cell.z, FACTOR_Z)) & m_nMask;
 }
 
 bool VertexGrid::Build(const ModelPiece& piece, double reach)
 {
     m_pPiece = &piece;
     m_Reach = reach;
-    m_CellSize = 2.0 * reach;
+    m_CellsPerUnit = 1.0 / (2.0 * reach);
     const uint32_t nVerts = piece.NumVerts();
     const uint32_t nBuckets = std::bit_ceil(nVerts + 1);
     m_nMask = nBuckets - 1;
@@ -123,9 +119,9 @@ uint32_t VertexGrid::TakeVertex(uint32_t i, float fMagScale)
     const Cell center = CellOf(position);
     m_First[BucketOf(center)] = m_Next[i];
     uint32_t best = NO_VERTEX;
-    const AxisHashes x(position.x, center.x, m_Reach, m_CellSize, HashX);
-    const AxisHashes y(position.y, center.y, m_Reach, m_CellSize, HashY);
-    const AxisHashes z(position.z, center.z, m_Reach, m_CellSize, HashZ);
+    const AxisHashes x(position.x, center.x, m_Reach, m_CellsPerUnit, FACTOR_X);
+    const AxisHashes y(position.y, center.y, m_Reach, m_CellsPerUnit, FACTOR_Y);
+    const AxisHashes z(position.z, center.z, m_Reach, m_CellsPerUnit, FACTOR_Z);
     for (uint32_t iX = 0; iX < x.m_nHashes; ++iX)
     {
         for (uint32_t iY = 0; iY < y.m_nHashes; ++iY)
