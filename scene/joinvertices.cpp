@@ -2,13 +2,21 @@
 
 #include "scene/sortfew.h"
 
+#include <algorithm>
 #include <cstring>
+#include <functional>
 
 void SumInfluences(const ScenePrimitive& primitive, std::size_t vertex, std::vector<SceneInfluence>& sums)
 {
     sums.assign(primitive.influences.begin() + primitive.influenceStarts[vertex],
                 primitive.influences.begin() + primitive.influenceStarts[vertex + 1]);
-    SortFew(sums, [](const SceneInfluence& a, const SceneInfluence& b) { return a.joint < b.joint; });
+    // As a rule a file lists each joint once, and often in their order.
+    const auto isAhead = [](const SceneInfluence& a, const SceneInfluence& b) { return a.joint < b.joint; };
+    if (std::adjacent_find(sums.begin(), sums.end(), std::not_fn(isAhead)) == sums.end())
+    {
+        return;
+    }
+    SortFew(sums, isAhead);
     std::size_t kept = 0;
     for (std::size_t i = 0; i < sums.size(); ++i)
     {

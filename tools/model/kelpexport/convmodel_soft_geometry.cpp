@@ -154,13 +154,14 @@ static QZBOOL MatchCorners(SoftNode* pNode, ModelPiece* pPiece, HostMesh& mesh)
     // anew.
     DynArray<uint32_t, DefaultCache> found;
     const bool bKeeps = found.SetSizeInit(mesh.vertexPositions.GetSize(), UINT32_MAX) != QZFALSE;
-    for (uint32_t i = 0; i < pPiece->NumTris(); ++i)
+    const int* pIndex = mesh.vertIndices.GetArray(); // three for each triangle, as of all that is read of corners
+    const uint32_t nPositions = mesh.vertexPositions.GetSize();
+    for (ModelTri *pTri = pPiece->m_Tris.GetArray(), *pEnd = pTri + pPiece->NumTris(); pTri != pEnd; ++pTri)
     {
-        ModelTri* pTri = pPiece->GetTri(i);
         for (uint32_t j = 0; j < 3; ++j)
         {
-            const uint32_t index = static_cast<uint32_t>(mesh.vertIndices[i * 3 + j]);
-            if (index >= mesh.vertexPositions.GetSize())
+            const uint32_t index = static_cast<uint32_t>(*pIndex++);
+            if (index >= nPositions)
             {
                 ShowMessage(MESSAGE_OK, "Invalid vertex index (%d) on node %s.", static_cast<int>(index),
                             pNode->GetName());
@@ -220,14 +221,15 @@ static QZBOOL ReadTexture(const SAA_Scene* pScene, SoftNode* pNode, SAA_Elem& mo
 // False if a coordinate isn't a number that the model can hold.
 static bool MapCorners(ModelPiece* pPiece, const HostMesh& mesh, const TextureMapping& mapping)
 {
-    for (uint32_t i = 0; i < pPiece->NumTris(); ++i)
+    const float* pU = mesh.uCoords.GetArray();
+    const float* pV = mesh.vCoords.GetArray();
+    for (ModelTri *pTri = pPiece->m_Tris.GetArray(), *pEnd = pTri + pPiece->NumTris(); pTri != pEnd; ++pTri)
     {
         for (uint32_t j = 0; j < 3; ++j)
         {
-            const uint32_t k = i * 3 + j;
-            ModelTri::UVPair& pair = pPiece->GetTri(i)->m_UVs[2 - j];
-            pair.u = static_cast<float>(double(mapping.uScale) * mesh.uCoords[k] + mapping.uOffset);
-            pair.v = static_cast<float>(double(mapping.vScale) * mesh.vCoords[k] + mapping.vOffset);
+            ModelTri::UVPair& pair = pTri->m_UVs[2 - j];
+            pair.u = static_cast<float>(double(mapping.uScale) * *pU++ + mapping.uOffset);
+            pair.v = static_cast<float>(double(mapping.vScale) * *pV++ + mapping.vOffset);
             if (!std::isfinite(pair.u) || !std::isfinite(pair.v))
                 return false;
         }
