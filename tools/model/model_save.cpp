@@ -61,8 +61,12 @@ public:
     {
         CountingAllocator allocCount(&g_DefaultAllocator);
         Model scratch(&allocCount, &g_DefaultAllocator);
-        if (!LoadWritten(scratch, pWritten, false))
-            return false;
+        return LoadWritten(scratch, pWritten, false) && Covers(allocCount);
+    }
+
+    // Whether what a load took is within what the header tells a reader.
+    bool Covers(const CountingAllocator& allocCount)
+    {
         uint32_t testAllocationSize = 0;
         return ZOLT_ASSERT(m_bCounted, "allocs.InitFromModel(this)") &&
                ZOLT_ASSERT(m_Counts.CalcAllocationSize(testAllocationSize),
@@ -87,6 +91,27 @@ static bool ProveByAnotherWriting(Model& model)
     return bProven;
 }
 
+// Loads a copy from what was written. It is the proof as well, where its memory can be counted; a block can't.
+static bool LoadCopy(Model& copy, ReadOnceStream* pWritten, Proof& proof)
+{
+    Allocator* pAllocator = copy.GetAllocator();
+    if (pAllocator == &copy.m_BlockAllocator)
+    {
+        pWritten->Hold(true);
+        const bool bHolds = proof.Holds(pWritten);
+        pWritten->Hold(false);
+        return bHolds && LoadWritten(copy, pWritten, true);
+    }
+    copy.Term(QZFALSE);
+    CountingAllocator allocCount(pAllocator);
+    copy.m_pAllocator = copy.m_Strings.m_pAllocator = &allocCount;
+    const bool bLoaded = LoadWritten(copy, pWritten, true) && proof.Covers(allocCount);
+    copy.m_pAllocator = copy.m_Strings.m_pAllocator = pAllocator;
+    if (!bLoaded)
+        copy.Term(QZFALSE);
+    return bLoaded;
+}
+
 // Save and Load through memory. With bMeshesGo the source loses its meshes once they are written.
 static bool CopyThroughMemory(Model& source, Model& copy, bool bMeshesGo)
 {
@@ -104,11 +129,8 @@ static bool CopyThroughMemory(Model& source, Model& copy, bool bMeshesGo)
             DeleteAndClearArray(source.m_Pieces, source.GetAllocator());
             source.m_VertexWeights.Term(source.GetAllocator());
         }
-        pMemory->Hold(true);
-        bCopied = proof.Holds(pMemory);
-        pMemory->Hold(false);
+        bCopied = LoadCopy(copy, pMemory, proof);
     }
-    bCopied = bCopied && LoadWritten(copy, pMemory, true);
     pMemory->Release();
     return bCopied;
 }
