@@ -3,8 +3,8 @@
 
 #include "scene/scene.h"
 
-#include <set>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 // Gives out names that are unique, ignoring the case of ASCII letters. Names are cut to 400 bytes, at their first
@@ -24,7 +24,7 @@ public:
     bool TakeIfFree(const std::string& name);
 
 private:
-    std::set<std::string> m_Taken; // in lower case
+    std::unordered_set<std::string> m_Taken; // in lower case
 };
 
 // One name for each node of the scene, by file order alone: the first node of a name keeps it, a further one gets

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 // Whether a scale takes an axis away.
 static bool IsFlat(const Double3& scale)
@@ -60,7 +61,7 @@ void RecordedScene::AddNodeElements(int node, const std::string& name, bool isFl
         element.customValues.strings[key] = text;
     }
     const int first = NumElements();
-    m_Elements.push_back(element);
+    m_Elements.push_back(std::move(element));
     for (std::size_t use = 0; use < source.meshes.size(); ++use)
     {
         if (use == 0 && !(isFlat && source.meshes[use].skin >= 0))
@@ -77,7 +78,7 @@ void RecordedScene::AddNodeElements(int node, const std::string& name, bool isFl
         {
             further.name = names.Take(name + "_" + std::to_string(std::max<std::size_t>(use, 1)));
         }
-        m_Elements.push_back(further);
+        m_Elements.push_back(std::move(further));
     }
 }
 
@@ -87,7 +88,10 @@ void RecordedScene::NameParts(ElementNames& names)
     std::map<std::pair<int, int>, std::string> nameOf; // by node and use
     for (const RecordedElement& element : m_Elements)
     {
-        nameOf[{element.node, element.use}] = element.name;
+        if (element.use >= 0)
+        {
+            nameOf[{element.node, element.use}] = element.name;
+        }
     }
     for (RecordedElement& element : m_Elements)
     {
