@@ -137,10 +137,10 @@ static bool ReadClip(GltfReading& reading, const tinygltf::Animation& source, co
     clip.name = source.name;
     for (std::size_t i = 0; i < source.channels.size(); ++i)
     {
-        const std::string channelPlace = place + ", channel " + std::to_string(i);
+        reading.place = std::string(place).append(", channel ").append(std::to_string(i));
+        const std::string& channelPlace = reading.place;
         SceneChannel channel;
         bool used = false;
-        reading.place = channelPlace;
         if (!ReadChannel(reading, source, source.channels[i], channelPlace, channel, used))
         {
             return reading.Fail(channelPlace + ": " + reading.error);

@@ -266,8 +266,8 @@ bool ReadGltfNodes(GltfReading& reading)
     {
         SceneNode& node = reading.scene.nodes[i];
         node.name = sources[i].name;
-        const std::string place = PlaceName("node", i, node.name);
-        reading.place = place;
+        reading.place = PlaceName("node", i, node.name);
+        const std::string& place = reading.place;
         if (!ReadTransform(reading, sources[i], place, node) || !ReadMeshOfNode(reading, sources[i], node))
         {
             return reading.Fail(place + ": " + reading.error);

@@ -2,6 +2,11 @@
 
 std::string PlaceName(const char* kind, std::size_t index, const std::string& name)
 {
-    const std::string place = std::string(kind) + " " + std::to_string(index);
-    return name.empty() ? place : place + " (" + name + ")";
+    std::string place = kind;
+    place.append(" ").append(std::to_string(index));
+    if (!name.empty())
+    {
+        place.append(" (").append(name).append(")");
+    }
+    return place;
 }
