@@ -1,6 +1,7 @@
 #include "saa/elementnames.h"
 
 #include <algorithm>
+#include <utility>
 
 static const std::size_t MAX_NAME_LENGTH = 400;
 static const std::size_t MAX_PIECE_NAME = 31;
@@ -17,7 +18,7 @@ static std::string LowerCase(std::string text)
 
 static std::string Cut(const std::string& name)
 {
-    return name.substr(0, name.find('\0')).substr(0, MAX_NAME_LENGTH);
+    return name.substr(0, std::min(name.find('\0'), MAX_NAME_LENGTH));
 }
 
 // Where the token for the texture begins, as an exporter finds it in the name of a piece; the length without one.
@@ -70,10 +71,10 @@ std::vector<std::string> NameNodes(const Scene& scene, ElementNames& names)
     std::vector<std::size_t> left;
     for (std::size_t i = 0; i < scene.nodes.size(); ++i)
     {
-        const std::string name = Cut(scene.nodes[i].name);
+        std::string name = Cut(scene.nodes[i].name);
         if (!name.empty() && names.TakeIfFree(name))
         {
-            result[i] = name;
+            result[i] = std::move(name);
         }
         else
         {
