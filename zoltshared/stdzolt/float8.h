@@ -23,6 +23,10 @@ struct Float8
 
     Float8() = default;
     ZOLT_AVX Float8(__m256 value) : v(value) {}
+    ZOLT_AVX explicit Float8(float all) : v(_mm256_set1_ps(all)) {}
+    ZOLT_AVX Float8(Float4 lower, Float4 upper) : v(_mm256_insertf128_ps(_mm256_castps128_ps256(lower.v), upper.v, 1))
+    {
+    }
 
     ZOLT_AVX static Float8 Load(const float* p) { return _mm256_loadu_ps(p); }
     // The same four floats on both sides.
@@ -33,8 +37,8 @@ struct Float8
     template <int I> ZOLT_AVX Float8 Splat() const { return _mm256_permute_ps(v, _MM_SHUFFLE(I, I, I, I)); }
     // On either side 0, 0, 0 and its last.
     ZOLT_AVX Float8 OnlyLast() const { return _mm256_blend_ps(_mm256_setzero_ps(), v, 0x88); }
-    // The lower side as it is, and above it the upper one of another.
-    ZOLT_AVX Float8 WithUpper(Float8 other) const { return _mm256_blend_ps(v, other.v, 0xF0); }
+    ZOLT_AVX Float4 Lower() const { return _mm256_castps256_ps128(v); }
+    ZOLT_AVX Float4 Upper() const { return _mm256_extractf128_ps(v, 1); }
 };
 
 ZOLT_AVX inline Float8 operator+(Float8 a, Float8 b)
@@ -42,9 +46,30 @@ ZOLT_AVX inline Float8 operator+(Float8 a, Float8 b)
     return _mm256_add_ps(a.v, b.v);
 }
 
+ZOLT_AVX inline Float8 operator-(Float8 a, Float8 b)
+{
+    return _mm256_sub_ps(a.v, b.v);
+}
+
 ZOLT_AVX inline Float8 operator*(Float8 a, Float8 b)
 {
     return _mm256_mul_ps(a.v, b.v);
+}
+
+ZOLT_AVX inline Float8 operator/(Float8 a, Float8 b)
+{
+    return _mm256_div_ps(a.v, b.v);
+}
+
+// On either side.
+ZOLT_AVX inline void Transpose(Float8& a, Float8& b, Float8& c, Float8& d)
+{
+    const __m256 abLow = _mm256_unpacklo_ps(a.v, b.v), abHigh = _mm256_unpackhi_ps(a.v, b.v);
+    const __m256 cdLow = _mm256_unpacklo_ps(c.v, d.v), cdHigh = _mm256_unpackhi_ps(c.v, d.v);
+    a.v = _mm256_shuffle_ps(abLow, cdLow, _MM_SHUFFLE(1, 0, 1, 0));
+    b.v = _mm256_shuffle_ps(abLow, cdLow, _MM_SHUFFLE(3, 2, 3, 2));
+    c.v = _mm256_shuffle_ps(abHigh, cdHigh, _MM_SHUFFLE(1, 0, 1, 0));
+    d.v = _mm256_shuffle_ps(abHigh, cdHigh, _MM_SHUFFLE(3, 2, 3, 2));
 }
 
 ZOLT_END_NAMESPACE

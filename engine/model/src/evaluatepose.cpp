@@ -281,15 +281,14 @@ struct Nodes
 };
 
 // The keys of some nodes, as the tracks lie, the last again for the places that are left in its block. They come from
-// all over the memory, so each is asked for well ahead of its use, along with the one iStep behind it and the one
-// behind that, which is the next to be played.
+// all over the memory, so each is asked for well ahead of its use, by the end of the one behind the one iStep behind
+// it, which is the next to be played.
 inline void FindKeys(AnimNode* const* pTracks, ptrdiff_t iKey, ptrdiff_t iStep, const Nodes& nodes,
                      const NodeKeyFrame** pKeys)
 {
     const auto find = [=](uint32_t i, const AnimNode* pTrack)
     {
         pKeys[i] = pTrack->m_KeyFrames.GetArray() + iKey;
-        Prefetch(pKeys[i]);
         Prefetch(pKeys[i] + iStep, 2 * sizeof(NodeKeyFrame) - 1);
     };
     if (nodes.m_pIndices)
@@ -447,6 +446,51 @@ inline void ToRows(const Pose4& pose, Rows* pRows)
         pRows[i] = {x[i], y[i], z[i]};
 }
 
+#if ZOLT_HAS_AVX_CLONES
+// The columns of a row of eight nodes.
+ZOLT_AVX inline void StoreRows(Float8 a, Float8 b, Float8 c, Float8 d, Float4 Rows::*row, Rows* pRows)
+{
+    Transpose(a, b, c, d);
+    const Float8 rows[LANES] = {a, b, c, d};
+    for (uint32_t i = 0; i < LANES; ++i)
+    {
+        pRows[i].*row = rows[i].Lower();
+        pRows[LANES + i].*row = rows[i].Upper();
+    }
+}
+
+// ToRows, of eight nodes at a time; returns how many of the blocks are done.
+ZOLT_AVX [[gnu::noinline]] uint32_t ToRowsByTwo(const Pose4* pPoses, uint32_t nBlocks, Rows* pRows)
+{
+    const Float8 one(1.0f), two(2.0f);
+    uint32_t iBlock = 0;
+    for (; iBlock + 2 <= nBlocks; iBlock += 2, pRows += size_t{2} * LANES)
+    {
+        const Pose4 &low = pPoses[iBlock], &up = pPoses[iBlock + 1];
+        const Float8 x(low.q.x, up.q.x), y(low.q.y, up.q.y), z(low.q.z, up.q.z), w(low.q.w, up.q.w);
+        const Float8 xx = x * x, yy = y * y, zz = z * z;
+        const Float8 s = two / ((xx + yy) + (zz + w * w));
+        const Float8 xy = x * y, xz = x * z, yz = y * z;
+        const Float8 wx = w * x, wy = w * y, wz = w * z;
+        StoreRows(one - s * (yy + zz), s * (xy - wz), s * (xz + wy), Float8(low.t.x, up.t.x), &Rows::x, pRows);
+        StoreRows(s * (xy + wz), one - s * (xx + zz), s * (yz - wx), Float8(low.t.y, up.t.y), &Rows::y, pRows);
+        StoreRows(s * (xz - wy), s * (yz + wx), one - s * (xx + yy), Float8(low.t.z, up.t.z), &Rows::z, pRows);
+    }
+    return iBlock;
+}
+#endif
+
+void ToRows(const Pose4* pPoses, uint32_t nBlocks, Rows* pRows)
+{
+    uint32_t iBlock = 0;
+#if ZOLT_HAS_AVX_CLONES
+    if (HasAvx())
+        iBlock = ToRowsByTwo(pPoses, nBlocks, pRows);
+#endif
+    for (; iBlock < nBlocks; ++iBlock)
+        ToRows(pPoses[iBlock], pRows + size_t{LANES} * iBlock);
+}
+
 // out = parent × the matrix with these upper rows and the bottom row 0, 0, 0, 1. Without bBottom the parent's bottom
 // row is that as well. `out` may be the parent.
 inline void Compose(Matrix4& out, const Matrix4& parent, const Rows& rows, bool bBottom)
@@ -518,26 +562,24 @@ inline const Matrix4& PrepareNode(const PoseCall& call, uint32_t iNode, Rows& ro
 }
 
 #if ZOLT_HAS_AVX_CLONES
-// Compose without a bottom row of the parent's own, by two rows at a time. The bottom row comes along, and is put
-// right.
-ZOLT_AVX inline void ComposeByTwo(Matrix4& out, const Matrix4& parent, const Rows& rows, Float8 bottom)
+// Compose without bBottom; the rows x and y share a register.
+ZOLT_AVX inline void ComposeByTwo(Matrix4& out, const Matrix4& parent, const Rows& rows)
 {
     const Float8 x = Float8::LoadTwice(&rows.x), y = Float8::LoadTwice(&rows.y), z = Float8::LoadTwice(&rows.z);
-    const Float8 upper = Float8::Load(parent.m), lower = Float8::Load(parent.m + 8);
-    ((upper.Splat<0>() * x + upper.Splat<1>() * y) + (upper.Splat<2>() * z + upper.OnlyLast())).Store(out.m);
-    ((lower.Splat<0>() * x + lower.Splat<1>() * y) + (lower.Splat<2>() * z + lower.OnlyLast()))
-        .WithUpper(bottom)
-        .Store(out.m + 8);
+    const Float8 p = Float8::Load(parent.m);
+    ((p.Splat<0>() * x + p.Splat<1>() * y) + (p.Splat<2>() * z + p.OnlyLast())).Store(out.m);
+    // The last row is no more work alone, and a matrix may lie across cache lines behind the second.
+    const Float4 q = Float4::Load(parent.m + 8);
+    ((q.Splat<0>() * rows.x + q.Splat<1>() * rows.y) + (q.Splat<2>() * rows.z + q.OnlyLast())).Store(out.m + 8);
+    Float4(0.0f, 0.0f, 0.0f, 1.0f).Store(out.m + 12);
 }
 
 ZOLT_AVX [[gnu::noinline]] void ComposeChunkByTwo(const PoseCall& call, uint32_t iFirst, uint32_t nNodes, Rows* pRows)
 {
-    static constexpr float bottomRow[8] = {0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
-    const Float8 bottom = Float8::Load(bottomRow);
     for (uint32_t i = 0; i < nNodes; ++i)
     {
         const Matrix4& parent = PrepareNode(call, iFirst + i, pRows[i]);
-        ComposeByTwo(call.m_pOutput[iFirst + i], parent, pRows[i], bottom);
+        ComposeByTwo(call.m_pOutput[iFirst + i], parent, pRows[i]);
     }
 }
 #endif
@@ -604,8 +646,7 @@ ZOLT_KERNEL void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint3
             AddRootOffset(chunk.m_Poses[0].t, call.m_Positions[0].m_vRootOffset);
         for (uint32_t i = 1; i < call.m_nPositions; ++i)
             AddLayer(chunk, call.m_Positions[i], series[i]);
-        for (uint32_t iBlock = 0; iBlock < chunk.m_nBlocks; ++iBlock)
-            ToRows(chunk.m_Poses[iBlock], rows + size_t{LANES} * iBlock);
+        ToRows(chunk.m_Poses, chunk.m_nBlocks, rows);
         if (bRelations)
             RelationRows(call, chunk, relations);
         if (bRelations || bBottom || pPath)

@@ -1,36 +1,30 @@
 // Vertex positions from animation positions.
+//
+// A matrix is multiplied row by row with a record as it lies, and the products of a vertex's records are added up
+// element by element; only once a vertex the four elements of each row are added. So no record costs a shuffle, and
+// nothing is made of the matrices or kept of the records. Where all vertices of a model have equally many records, one
+// behind the other, AVX does four vertices at once with two rows to a register. That is about what the memory gives:
+// 20 bytes a record. Every way does the same operations in the same order, so all give the same bits.
 
 #include "engine/model/src/model.h"
 #include "engine/model/src/transformmaker.h"
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/float4.h"
 
-#include <bit>
 #include <cstddef>
 
 ZOLT_BEGIN_NAMESPACE
 
-// Whether all bottom rows are 0, 0, 0, 1, so that a record's fourth sum is its share.
-static bool AreAffine(const Matrix4* pTransforms, uint32_t nNodes)
-{
-    const Float4 bottom(0.0f, 0.0f, 0.0f, 1.0f);
-    Mask4 differs = bottom < Float4(0.0f); // none
-    for (uint32_t i = 0; i < nNodes; ++i)
-        differs = differs | (Float4::Load(pTransforms[i].m + 12) != bottom);
-    return Bits(differs) == 0;
-}
-
 namespace
 {
-// The four rows keep a sum each of their products with a vertex's records, element by element, and only once a vertex
-// the four elements of each are added up: no record costs a shuffle, and the matrices are read as they lie.
-template <bool bAffine> struct RowSums
+// The four rows' sums of their products with a vertex's records.
+struct RowSums
 {
     Float4 x, y, z, w;
 
     RowSums(const Matrix4& matrix, Float4 v)
         : x(Float4::Load(matrix.m) * v), y(Float4::Load(matrix.m + 4) * v), z(Float4::Load(matrix.m + 8) * v),
-          w(bAffine ? v : Float4::Load(matrix.m + 12) * v)
+          w(Float4::Load(matrix.m + 12) * v)
     {
     }
 
@@ -45,9 +39,8 @@ template <bool bAffine> struct RowSums
     // Divided by the sum of the shares: shares that don't add up to 1 are made up for.
     Float4 Position() const
     {
-        const Float4 zero(0.0f);
-        const Float4 shares = bAffine ? w.Splat<3>() : Sums(w, w, w, w);
-        return Select(shares == zero, zero, Sums(x, y, z) / shares);
+        const Float4 zero(0.0f), sums = Sums(x, y, z, w), shares = sums.Splat<3>();
+        return Select(shares == zero, zero, sums / shares);
     }
 };
 
@@ -64,7 +57,6 @@ template <uint32_t N> bool AreBelow(const ModelVertWeight* pWeights, uint32_t nN
 // How far ahead memory is asked for: vertices, and bytes of the output.
 constexpr size_t AHEAD = 96;
 constexpr size_t OUT_AHEAD = 1024;
-constexpr uint32_t ONE = std::bit_cast<uint32_t>(1.0f);
 
 // What the records of vertices are summed through, and where the positions go.
 struct Deformer
@@ -76,11 +68,10 @@ struct Deformer
 };
 
 // A vertex of any number of records; those of nodes that aren't there are reported and left out.
-template <bool bAffine>
 [[gnu::noinline]] void DeformVertex(const ModelVertWeight* pWeights, uint32_t nWeights, const Matrix4* pMatrices,
                                     uint32_t nNodes, char* pOut)
 {
-    RowSums<bAffine> sums(Matrix4(), Float4(0.0f));
+    RowSums sums(Matrix4(), Float4(0.0f));
     for (const ModelVertWeight* pEnd = pWeights + nWeights; pWeights != pEnd; ++pWeights)
     {
         if (ZOLT_ASSERT(pWeights->m_iNode < nNodes, "pWeight->m_iNode < NumNodes()"))
@@ -90,22 +81,19 @@ template <bool bAffine>
 }
 
 // A vertex of N records. Without a loop inside and without a call in it, it takes half the time of the above.
-template <bool bAffine, uint32_t N>
+template <uint32_t N>
 inline void DeformVertex(const ModelVertWeight* pWeights, const Matrix4* pMatrices, uint32_t nNodes, char* pOut)
 {
     if (!AreBelow<N>(pWeights, nNodes)) [[unlikely]]
-        return DeformVertex<bAffine>(pWeights, N, pMatrices, nNodes, pOut);
-    RowSums<bAffine> sums(pMatrices[pWeights[0].m_iNode], Float4::Load(pWeights[0].m_Vec));
+        return DeformVertex(pWeights, N, pMatrices, nNodes, pOut);
+    RowSums sums(pMatrices[pWeights[0].m_iNode], Float4::Load(pWeights[0].m_Vec));
     for (uint32_t i = 1; i < N; ++i)
         sums.Add({pMatrices[pWeights[i].m_iNode], Float4::Load(pWeights[i].m_Vec)});
-    // One node alone has as a rule the share 1, by which nothing need be divided.
-    const bool bWhole = bAffine && N == 1 && std::bit_cast<uint32_t>(pWeights[0].m_Vec[3]) == ONE;
-    (bWhole ? Sums(sums.x, sums.y, sums.z) : sums.Position()).StoreXYZ(pOut);
+    sums.Position().StoreXYZ(pOut);
 }
 
 // The vertices from pVert on that have N records each; returns the first that hasn't.
-template <bool bAffine, uint32_t N>
-const ModelVert* DeformRun(const ModelVert* pVert, const ModelVert* pEnd, Deformer& deformer)
+template <uint32_t N> const ModelVert* DeformRun(const ModelVert* pVert, const ModelVert* pEnd, Deformer& deformer)
 {
     const Deformer d = deformer;
     char* pOut = d.m_pOut;
@@ -116,34 +104,77 @@ const ModelVert* DeformRun(const ModelVert* pVert, const ModelVert* pEnd, Deform
         Prefetch(pVert, AHEAD * sizeof(ModelVert));
         Prefetch(pWeights, AHEAD * N * sizeof(ModelVertWeight));
         Prefetch(pOut, OUT_AHEAD);
-        DeformVertex<bAffine, N>(pWeights, d.m_pMatrices, d.m_nNodes, pOut);
+        DeformVertex<N>(pWeights, d.m_pMatrices, d.m_nNodes, pOut);
     }
     deformer.m_pOut = pOut;
     return pVert;
 }
 
-// Vertices of N records each, which lie one behind the other.
-template <bool bAffine, uint32_t N> void DeformRow(const ModelVertWeight* pWeights, uint32_t nVerts, Deformer& deformer)
+#if ZOLT_AVX
+// Vertices of N records each that lie one behind the other, with the same operations as above: the rows x and y of a
+// vertex share a register, z and w another, and four vertices are added up and divided together.
+template <uint32_t N>
+[[gnu::target("avx")]] void DeformRow(const ModelVertWeight* pWeights, uint32_t nVerts, Deformer& deformer)
 {
     const Deformer d = deformer;
     char* pOut = d.m_pOut;
-    const auto deform = [&]
-    {
-        DeformVertex<bAffine, N>(pWeights, d.m_pMatrices, d.m_nNodes, pOut);
-        pWeights += N;
-        pOut += d.m_Stride;
-    };
-    // A request for memory costs as much as a read of it; four vertices share one for each cache line.
-    for (; nVerts >= 4; nVerts -= 4)
+    const bool bPacked = d.m_Stride == 3 * sizeof(float);
+    for (; nVerts >= 4; nVerts -= 4, pWeights += size_t{4} * N, pOut += 4 * d.m_Stride)
     {
         for (size_t i = 0; i < size_t{4} * N * sizeof(ModelVertWeight); i += 64)
             Prefetch(pWeights, AHEAD * N * sizeof(ModelVertWeight) + i);
         Prefetch(pOut, OUT_AHEAD);
-        for (int i = 0; i < 4; ++i)
-            deform();
+        if (!AreBelow<4 * N>(pWeights, d.m_nNodes)) [[unlikely]]
+        {
+            for (uint32_t i = 0; i < 4; ++i)
+                DeformVertex(pWeights + size_t{i} * N, N, d.m_pMatrices, d.m_nNodes, pOut + i * d.m_Stride);
+            continue;
+        }
+        __m256 halves[4]; // x0 + x2, z0 + z2, x1 + x3, z1 + z3; the same of y and w
+        for (uint32_t iVert = 0; iVert < 4; ++iVert)
+        {
+            __m256 xy, zw;
+            for (uint32_t i = 0; i < N; ++i)
+            {
+                const ModelVertWeight& record = pWeights[iVert * N + i];
+                const float* pMatrix = d.m_pMatrices[record.m_iNode].m;
+                const __m256 v = _mm256_broadcast_ps(reinterpret_cast<const __m128*>(record.m_Vec));
+                const __m256 xyProducts = _mm256_mul_ps(_mm256_loadu_ps(pMatrix), v);
+                const __m256 zwProducts = _mm256_mul_ps(_mm256_loadu_ps(pMatrix + 8), v);
+                xy = i == 0 ? xyProducts : _mm256_add_ps(xy, xyProducts);
+                zw = i == 0 ? zwProducts : _mm256_add_ps(zw, zwProducts);
+            }
+            halves[iVert] = _mm256_add_ps(_mm256_unpacklo_ps(xy, zw), _mm256_unpackhi_ps(xy, zw));
+        }
+        __m256 sums[2]; // x, z, and of the next vertex; y, w, and of the next
+        for (uint32_t i = 0; i < 2; ++i)
+        {
+            const __m256 a = halves[2 * i], b = halves[2 * i + 1];
+            sums[i] = _mm256_add_ps(_mm256_shuffle_ps(a, b, 0x44), _mm256_shuffle_ps(a, b, 0xEE));
+        }
+        const __m256 xz = _mm256_permute2f128_ps(sums[0], sums[1], 0x20);
+        const __m256 yw = _mm256_permute2f128_ps(sums[0], sums[1], 0x31);
+        const __m256 shares = _mm256_permute_ps(yw, 0xF5);
+        const __m256 isShared = _mm256_cmp_ps(shares, _mm256_setzero_ps(), _CMP_NEQ_UQ);
+        const __m256 xzShared = _mm256_and_ps(_mm256_div_ps(xz, shares), isShared);
+        const __m256 ywShared = _mm256_and_ps(_mm256_div_ps(yw, shares), isShared);
+        const __m256 even = _mm256_unpacklo_ps(xzShared, ywShared), odd = _mm256_unpackhi_ps(xzShared, ywShared);
+        const Float4 positions[4] = {_mm256_castps256_ps128(even), _mm256_castps256_ps128(odd),
+                                     _mm256_extractf128_ps(even, 1), _mm256_extractf128_ps(odd, 1)};
+        if (bPacked && nVerts > 4)
+        {
+            // The fourth float of each goes where the next vertex will be.
+            for (uint32_t i = 0; i < 4; ++i)
+                positions[i].Store(reinterpret_cast<float*>(pOut) + size_t{3} * i);
+        }
+        else
+        {
+            for (uint32_t i = 0; i < 4; ++i)
+                positions[i].StoreXYZ(pOut + i * d.m_Stride);
+        }
     }
-    while (nVerts-- != 0)
-        deform();
+    for (; nVerts != 0; --nVerts, pWeights += N, pOut += d.m_Stride)
+        DeformVertex(pWeights, N, d.m_pMatrices, d.m_nNodes, pOut);
     deformer.m_pOut = pOut;
 }
 
@@ -157,60 +188,66 @@ bool IsRow(const ModelPieceLOD& mesh, uint32_t nEach)
            pVerts[iLast].m_Weights == pVerts[0].m_Weights + size_t(nEach) * iLast;
 }
 
-template <bool bAffine> void DeformMesh(const ModelPieceLOD& mesh, uint32_t nEach, Deformer& deformer)
+// Whether the mesh could be done as a row.
+bool DeformAsRow(const ModelPieceLOD& mesh, uint32_t nEach, Deformer& deformer)
+{
+    if (!__builtin_cpu_supports("avx") || !IsRow(mesh, nEach))
+        return false;
+    const ModelVertWeight* pWeights = mesh.m_Verts[0].m_Weights;
+    switch (nEach)
+    {
+    case 1:
+        DeformRow<1>(pWeights, mesh.NumVerts(), deformer);
+        return true;
+    case 2:
+        DeformRow<2>(pWeights, mesh.NumVerts(), deformer);
+        return true;
+    case 3:
+        DeformRow<3>(pWeights, mesh.NumVerts(), deformer);
+        return true;
+    case 4:
+        DeformRow<4>(pWeights, mesh.NumVerts(), deformer);
+        return true;
+    default:
+        return false;
+    }
+}
+#else
+bool DeformAsRow(const ModelPieceLOD& /*mesh*/, uint32_t /*nEach*/, Deformer& /*deformer*/)
+{
+    return false;
+}
+#endif
+
+} // namespace
+
+ZOLT_KERNEL static void DeformMesh(const ModelPieceLOD& mesh, Deformer& deformer)
 {
     const ModelVert* pVert = mesh.m_Verts.GetArray();
     const ModelVert* pEnd = pVert + mesh.NumVerts();
-    if (IsRow(mesh, nEach))
-    {
-        switch (nEach)
-        {
-        case 1:
-            return DeformRow<bAffine, 1>(pVert->m_Weights, mesh.NumVerts(), deformer);
-        case 2:
-            return DeformRow<bAffine, 2>(pVert->m_Weights, mesh.NumVerts(), deformer);
-        case 3:
-            return DeformRow<bAffine, 3>(pVert->m_Weights, mesh.NumVerts(), deformer);
-        case 4:
-            return DeformRow<bAffine, 4>(pVert->m_Weights, mesh.NumVerts(), deformer);
-        default:
-            break;
-        }
-    }
     while (pVert != pEnd)
     {
         switch (pVert->m_nWeights)
         {
         case 1:
-            pVert = DeformRun<bAffine, 1>(pVert, pEnd, deformer);
+            pVert = DeformRun<1>(pVert, pEnd, deformer);
             break;
         case 2:
-            pVert = DeformRun<bAffine, 2>(pVert, pEnd, deformer);
+            pVert = DeformRun<2>(pVert, pEnd, deformer);
             break;
         case 3:
-            pVert = DeformRun<bAffine, 3>(pVert, pEnd, deformer);
+            pVert = DeformRun<3>(pVert, pEnd, deformer);
             break;
         case 4:
-            pVert = DeformRun<bAffine, 4>(pVert, pEnd, deformer);
+            pVert = DeformRun<4>(pVert, pEnd, deformer);
             break;
         default:
-            DeformVertex<bAffine>(pVert->m_Weights, pVert->m_nWeights, deformer.m_pMatrices, deformer.m_nNodes,
-                                  deformer.m_pOut);
+            DeformVertex(pVert->m_Weights, pVert->m_nWeights, deformer.m_pMatrices, deformer.m_nNodes, deformer.m_pOut);
             ++pVert;
             deformer.m_pOut += deformer.m_Stride;
         }
     }
 }
-} // namespace
-
-ZOLT_KERNEL static void DeformMesh(const ModelPieceLOD& mesh, uint32_t nEach, bool bAffine, Deformer& deformer)
-{
-    if (bAffine)
-        DeformMesh<true>(mesh, nEach, deformer);
-    else
-        DeformMesh<false>(mesh, nEach, deformer);
-}
-
 uint32_t Model::CalcEqualWeights() const
 {
     uint32_t nEach = 0;
@@ -250,13 +287,13 @@ QZBOOL Model::GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTra
     }
     const Matrix4* pTransforms = pRequest->m_pTransforms ? pRequest->m_pTransforms : m_Transforms.GetArray();
     Deformer deformer{pTransforms, NumNodes(), reinterpret_cast<char*>(pRequest->m_pVertOut), pRequest->m_VertStride};
-    const bool bAffine = AreAffine(pTransforms, NumNodes());
     for (uint32_t iPiece = 0; iPiece < NumPieces(); ++iPiece)
     {
         const ModelPieceLOD* pMesh = m_Pieces[iPiece]->GetLOD(pRequest->m_iLOD);
         if (!pMesh)
             return QZFALSE;
-        DeformMesh(*pMesh, m_nEqualWeights, bAffine, deformer);
+        if (!DeformAsRow(*pMesh, m_nEqualWeights, deformer))
+            DeformMesh(*pMesh, deformer);
     }
     return QZTRUE;
 }

@@ -53,7 +53,7 @@ struct Rig
         file.pieces.resize(2);
         for (abc::Piece& piece : file.pieces)
         {
-            piece.lods = {random.RandomMesh(9, 0, nNodes), random.RandomMesh(5, 0, nNodes)};
+            piece.lods = {random.RandomMesh(9, 0, nNodes), random.RandomMesh(8, 0, nNodes)};
             for (abc::Vert& vert : piece.lods[0].verts)
             {
                 if (vert.weights.size() == 1 && random.Int(2))
@@ -385,7 +385,7 @@ TEST(VertexDeformation, AgainstTheDefinitions)
         rig.Choose(request.m_Anims, request.m_nAnims);
         request.m_StartMat.Set(rig.start.data());
         const uint32_t strides[] = {12, 13, 32};
-        request.m_VertStride = strides[seed % 3];
+        request.m_VertStride = strides[seed / 3 % 3];
         std::string out(size_t{20} * request.m_VertStride, 'x');
         request.m_pVertOut = reinterpret_cast<Vector3*>(out.data());
         // Some poses go to a table of the caller's, and the model stays as it is.
@@ -445,6 +445,48 @@ TEST(VertexDeformation, TakesNoMemory)
     const QZBOOL bDone = model.GetVertexPositions(&request, QZTRUE);
     EXPECT_EQ(counting.m_nTotalAllocations, nBefore);
     EXPECT_TRUE(bDone);
+}
+
+// Equal counts take a way of their own, to the same bits as with one other vertex behind them.
+TEST(VertexDeformation, EqualCounts)
+{
+    for (uint32_t nEach = 1; nEach <= 4; ++nEach)
+    {
+        SCOPED_TRACE(nEach);
+        abc::Random random(nEach);
+        abc::File file;
+        file.nodes = random.Tree(9);
+        file.links[0].relations.assign(9, random.Place());
+        file.anims = {random.Animation("a", 9, 2)};
+        file.pieces.resize(1);
+        file.pieces[0].lods = {random.RandomMesh(11, 0, 9)};
+        std::vector<abc::Vert>& verts = file.pieces[0].lods[0].verts;
+        for (abc::Vert& vert : verts)
+            vert.weights.resize(nEach, {random.Int(9), random.Vector(30), random.Float(0.05f, 1)});
+        verts[2].weights.assign(nEach, {3, {1, 2, 3}, 0});
+        LoadedModel equal(file);
+        verts.emplace_back().weights.assign(nEach % 4 + 1, {0, {1, 2, 3}, 1});
+        LoadedModel mixed(file);
+        AssertionCatcher catcher;
+        Vector3 out[2][12];
+        for (const bool bDamaged : {false, true})
+        {
+            LoadedModel* const models[] = {&equal, &mixed};
+            for (int i = 0; i < 2; ++i)
+            {
+                if (bDamaged)
+                    models[i]->GetPiece(0)->GetVert(5)->m_Weights[nEach - 1].m_iNode = 9;
+                VertexDeformRequest request;
+                request.m_nAnims = 1;
+                request.m_Anims[0].Init(models[i], 0, 0, 0, 1, 0.4f);
+                request.m_pVertOut = out[i];
+                ASSERT_TRUE(models[i]->GetVertexPositions(&request, QZTRUE));
+            }
+            EXPECT_EQ(memcmp(out[0], out[1], 11 * sizeof(Vector3)), 0);
+            EXPECT_TRUE(out[0][2].NearlyEquals(Vector3(0, 0, 0), 0));
+        }
+        EXPECT_EQ(catcher.Caught(), (std::vector<std::string>(2, "pWeight->m_iNode < NumNodes()")));
+    }
 }
 
 TEST(VertexDeformation, OddWeights)
