@@ -10,6 +10,7 @@
 #include "engine/model/src/transformmaker.h"
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/float4.h"
+#include "zoltshared/stdzolt/float8.h"
 
 #include <cstddef>
 
@@ -110,11 +111,10 @@ template <uint32_t N> const ModelVert* DeformRun(const ModelVert* pVert, const M
     return pVert;
 }
 
-#if ZOLT_AVX
+#if ZOLT_HAS_AVX_CLONES
 // Vertices of N records each that lie one behind the other, with the same operations as above: the rows x and y of a
 // vertex share a register, z and w another, and four vertices are added up and divided together.
-template <uint32_t N>
-[[gnu::target("avx")]] void DeformRow(const ModelVertWeight* pWeights, uint32_t nVerts, Deformer& deformer)
+template <uint32_t N> ZOLT_AVX void DeformRow(const ModelVertWeight* pWeights, uint32_t nVerts, Deformer& deformer)
 {
     const Deformer d = deformer;
     char* pOut = d.m_pOut;
@@ -191,7 +191,7 @@ bool IsRow(const ModelPieceLOD& mesh, uint32_t nEach)
 // Whether the mesh could be done as a row.
 bool DeformAsRow(const ModelPieceLOD& mesh, uint32_t nEach, Deformer& deformer)
 {
-    if (!__builtin_cpu_supports("avx") || !IsRow(mesh, nEach))
+    if (!HasAvx() || !IsRow(mesh, nEach))
         return false;
     const ModelVertWeight* pWeights = mesh.m_Verts[0].m_Weights;
     switch (nEach)
