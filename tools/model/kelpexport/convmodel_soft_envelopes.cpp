@@ -117,12 +117,15 @@ QZBOOL ConvModel_Soft::ReadEnvelopesBelow(SoftNode* pNode, Skeleton& skeleton)
         }
         CtrlVertexLookup lookup;
         lookup.Build(pNode->m_CtrlVertices);
-        const SAA_Elem* pHandles = skeleton.m_Handles.GetArray();
-        for (uint32_t i = 0; i < skeleton.m_Handles.GetSize(); ++i)
+        // All that the loop needs lies in variables of its own: it runs for each pair of a mesh and a node.
+        const SAA_Scene* const pScene = m_pScene;
+        const SAA_Elem* const pHandles = skeleton.m_Handles.GetArray();
+        const SAA_Elem* const pEnd = pHandles + skeleton.m_Handles.GetSize();
+        int nVertices = 0;
+        for (const SAA_Elem* pHandle = pHandles; pHandle != pEnd; ++pHandle)
         {
-            int nVertices = 0;
-            if (SAA_envelopeGetNbCtrlVertices(m_pScene, &pHandles[i], 1, &pNode->m_Elem, &nVertices) == 0 &&
-                nVertices > 0 && !ReadEnvelope(pNode, skeleton.m_Nodes[i], nVertices, lookup))
+            if (SAA_envelopeGetNbCtrlVertices(pScene, pHandle, 1, &pNode->m_Elem, &nVertices) == 0 && nVertices > 0 &&
+                !ReadEnvelope(pNode, skeleton.m_Nodes[static_cast<uint32_t>(pHandle - pHandles)], nVertices, lookup))
                 return QZFALSE;
         }
     }
@@ -221,6 +224,7 @@ static void ForEachWeight(const Model* pModel, const DynArray<uint32_t, DefaultC
         const SoftNode* pNode = static_cast<const SoftNode*>(pModel->GetNode(iNode));
         for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
         {
+            PrefetchEnvelope(pNode->m_Envelopes, i);
             const Envelope* pEnvelope = pNode->m_Envelopes[i];
             if (pEnvelope->m_iPiece >= pModel->NumPieces())
                 continue;

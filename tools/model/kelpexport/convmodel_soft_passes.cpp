@@ -168,6 +168,7 @@ static void SetOffsets(const ConvModel_Soft* pModel, SoftNode* pNode)
     const PointTransform toNode(pNode->m_mGlobalInverse);
     for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
     {
+        PrefetchEnvelope(pNode->m_Envelopes, i);
         Envelope* pEnvelope = pNode->m_Envelopes[i];
         ModelPiece* pPiece = pModel->GetPiece(pEnvelope->m_iPiece);
         for (uint32_t k = 0; k < pEnvelope->m_Weights.GetSize(); ++k)
