@@ -85,12 +85,6 @@ void RecordedScene::AddNodeElements(int node, const std::string& name, bool isFl
 // The further parts of a mesh are named after all else, which so is called as it would be without them.
 void RecordedScene::NameParts(ElementNames& names)
 {
-    const auto isPart = [this](const RecordedElement& element)
-    { return element.use >= 0 && m_Scene.nodes[element.node].meshes[element.use].part > 0; };
-    if (std::none_of(m_Elements.begin(), m_Elements.end(), isPart))
-    {
-        return;
-    }
     std::map<std::pair<int, int>, std::string> nameOf; // by node and use
     for (const RecordedElement& element : m_Elements)
     {
@@ -101,7 +95,7 @@ void RecordedScene::NameParts(ElementNames& names)
     }
     for (RecordedElement& element : m_Elements)
     {
-        if (isPart(element))
+        if (element.use >= 0 && m_Scene.nodes[element.node].meshes[element.use].part > 0)
         {
             const SceneMeshUse& use = m_Scene.nodes[element.node].meshes[element.use];
             element.name = names.TakePart(nameOf[{element.node, use.whole}], use.part + 1);
