@@ -36,6 +36,19 @@ public:
         return pTaken;
     }
 
+    // For whoever goes through many records in one loop: the next bytes as Take gives them, at least `size` (of those
+    // that were announced and at most MAX_TAKE) and as many more as lie behind them, to the end that *ppEnd gets. They
+    // aren't taken yet.
+    const uint8_t* Peek(uint32_t size, const uint8_t** ppEnd)
+    {
+        if (size > static_cast<size_t>(m_pEnd - m_pNext))
+            Refill(size);
+        *ppEnd = m_pEnd;
+        return m_pNext;
+    }
+    // Takes what Peek gave, up to there.
+    void TakeUpTo(const uint8_t* pUsed) { m_pNext = pUsed; }
+
     // Takes any number of bytes: false, and zeros, if a read failed, now or before.
     bool TakeTo(void* pData, uint32_t size);
     bool Skip(uint32_t size);

@@ -45,12 +45,13 @@ inline void PutF32(uint8_t* p, float value)
     PutU32(p, std::bit_cast<uint32_t>(value));
 }
 
-// Floats in a row, such as those of a vector. In place they may be converted too.
+// Floats in a row, such as those of a vector. They don't overlap, but where there is something to convert that can be
+// done in place.
 inline void GetFloats(const uint8_t* p, void* pValues, size_t nValues)
 {
     if constexpr (std::endian::native == std::endian::little)
     {
-        std::memmove(pValues, p, sizeof(float) * nValues);
+        std::memcpy(pValues, p, sizeof(float) * nValues);
         return;
     }
     for (size_t i = 0; i < nValues; ++i)

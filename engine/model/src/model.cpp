@@ -356,6 +356,14 @@ QZBOOL Model::MakeUniqueAnimName(const char* pBase, char* pOut, uint32_t outSize
 
 QZBOOL Model::Precalc(QZBOOL bForce)
 {
+    if (!PrecalcTables(bForce))
+        return QZFALSE;
+    m_nEqualWeights = CalcEqualWeights();
+    return QZTRUE;
+}
+
+QZBOOL Model::PrecalcTables(QZBOOL bForce)
+{
     if (!PrecalcTransforms(bForce))
         return QZFALSE;
     if (!PrecalcFlatNodeList(bForce))
@@ -381,7 +389,6 @@ QZBOOL Model::Precalc(QZBOOL bForce)
 
     m_nTotalVerts = CalcNumVerts();
     m_nTotalTris = CalcNumTris(0);
-    m_nEqualWeights = CalcEqualWeights();
     return QZTRUE;
 }
 

@@ -261,6 +261,9 @@ public:
     // Counts the tracks of an animation without keys, which take no bytes in a file; false when there are more than any
     // sound file has.
     bool CountEmptyTracks(ModelStream* pStream);
+    // What was seen in passing when the vertices of a mesh were read: the largest node index of their weights, and how
+    // many weights each has, 0 if they differ.
+    void NoteWeights(uint32_t maxNode, uint32_t nEach);
 
     // Writing and whole-model operations of the tool side; they are not part of the run-time library. All of them need
     // Precalc; the first two run it if the tables don't fit the tree.
@@ -348,6 +351,8 @@ protected:
 private:
     // Gives link 0 its model back, which Term takes.
     void TieSelf() { m_SelfChildModel.m_pModel = this; }
+    // Precalc without m_nEqualWeights.
+    QZBOOL PrecalcTables(QZBOOL bForce);
     QZBOOL PrecalcTransforms(QZBOOL bForce);
     QZBOOL PrecalcFlatNodeList(QZBOOL bForce);
     // The number of weight records of each vertex if all have the same and the records of a mesh lie in the order of
@@ -384,10 +389,13 @@ private:
     ModelStringIndex m_StringIndex;
     uint32_t m_nEqualWeights = 0; // what Precalc got from CalcEqualWeights
     // For the time of a load.
+    static constexpr uint32_t NO_MESH_YET = 0xFFFFFFFFu;
     ModelStream* m_pLoadStream = nullptr;
     LoadFault* m_pLoadFault = nullptr;
     uint32_t m_LoadLength = 0;
     uint64_t m_nEmptyTracks = 0;
+    uint32_t m_MaxWeightNode = 0;  // of all meshes that were read
+    uint32_t m_nLoadedWeights = 0; // what m_nEqualWeights will be, or NO_MESH_YET
 };
 
 ZOLT_END_NAMESPACE

@@ -173,8 +173,9 @@ uint32_t Model::LoadAll(LoadRequest* pRequest)
     if (!LoadAnims(pStream) || !LoadAnimBindings(pRequest, pStream) || !LoadSockets(pStream))
         return RESULT_ERROR;
     // Here all reads are caught that nobody looked at.
-    if (pStream->ErrorStatus() != 0 || !Precalc(QZFALSE))
+    if (pStream->ErrorStatus() != 0 || !PrecalcTables(QZFALSE))
         return RESULT_ERROR;
+    m_nEqualWeights = m_nLoadedWeights == NO_MESH_YET ? 0 : m_nLoadedWeights;
     ParseCommandString();
     PrecalcNodeOffsets();
     return RESULT_OK;

@@ -24,6 +24,8 @@ QZBOOL Model::LoadPieces(ModelStream* pStream)
         !m_Pieces.SetSizeInit(nPieces, nullptr, m_pAllocator))
         return QZFALSE;
     uint32_t iWeight = 0;
+    m_MaxWeightNode = 0;
+    m_nLoadedWeights = NO_MESH_YET;
     for (uint32_t i = 0; i < nPieces; ++i)
     {
         m_Pieces[i] = AllocNew<ModelPiece>(*m_pAllocator, this);
@@ -98,6 +100,26 @@ void ModelPieceLOD::ReportCorner(ModelStream* pStream, uint32_t position) const
     }
 }
 
+// Records of a file. The largest index in them.
+static uint32_t GetTriangles(const uint8_t* pRecord, ModelTri* pTri, size_t nTris)
+{
+    uint32_t maxIndex = 0;
+    for (const ModelTri* pEnd = pTri + nTris; pTri != pEnd; ++pTri, pRecord += DISK_TRI)
+    {
+        uint32_t maxCorner = 0; // so that the triangles needn't wait for each other
+        for (uint32_t i = 0; i < 3; ++i)
+        {
+            const uint8_t* pCorner = pRecord + DISK_TRI / 3 * i;
+            GetFloats(pCorner, &pTri->m_UVs[i], 2);
+            const uint16_t index = GetU16(pCorner + 8);
+            pTri->m_Indices[i] = index;
+            maxCorner = std::max<uint32_t>(maxCorner, index);
+        }
+        maxIndex = std::max(maxIndex, maxCorner);
+    }
+    return maxIndex;
+}
+
 QZBOOL ModelPieceLOD::LoadTris(ModelStream* pStream, uint32_t& maxIndex)
 {
     uint32_t nTris = 0;
@@ -106,19 +128,83 @@ QZBOOL ModelPieceLOD::LoadTris(ModelStream* pStream, uint32_t& maxIndex)
         !m_Tris.SetSizeUnset(nTris, m_pModel->GetAllocator()))
         return QZFALSE;
     BlockReader reader(pStream, uint64_t{DISK_TRI} * nTris);
-    for (ModelTri *pTri = m_Tris.GetArray(), *pEnd = pTri + nTris; pTri != pEnd; ++pTri)
+    for (ModelTri *pTri = m_Tris.GetArray(), *pEnd = pTri + nTris; pTri != pEnd;)
     {
-        const uint8_t* pCorner = reader.Take(DISK_TRI);
-        for (uint32_t i = 0; i < 3; ++i, pCorner += DISK_TRI / 3)
-        {
-            GetFloats(pCorner, &pTri->m_UVs[i], 2);
-            const uint16_t index = GetU16(pCorner + 8);
-            pTri->m_Indices[i] = index;
-            maxIndex = std::max<uint32_t>(maxIndex, index);
-        }
+        const uint8_t* pRecordsEnd = nullptr;
+        const uint8_t* pRecords = reader.Peek(DISK_TRI, &pRecordsEnd);
+        const size_t nThere = static_cast<size_t>(pRecordsEnd - pRecords) / DISK_TRI;
+        const size_t n = std::min(nThere, static_cast<size_t>(pEnd - pTri));
+        maxIndex = std::max(maxIndex, GetTriangles(pRecords, pTri, n));
+        reader.TakeUpTo(pRecords + DISK_TRI * n);
+        pTri += n;
     }
     return QZTRUE;
 }
+
+namespace
+{
+// Where the records of a mesh's vertices go.
+struct VertexTarget
+{
+    ModelVert* m_pVert;
+    ModelVert* m_pVertEnd;
+    ModelVertWeight* m_pWeight;
+    uint32_t m_nWeightsLeft;
+    uint32_t m_MaxNode = 0; // of all weights
+    // The numbers of weights, joined bit by bit: the same as long as all vertices have as many.
+    uint32_t m_AllCounts = 0xFFFFu;
+    uint32_t m_AnyCount = 0;
+
+    // The parts of a record. The number of weights is returned.
+    uint32_t GetCounts(const uint8_t* pCounts)
+    {
+        const uint16_t nWeights = GetU16(pCounts);
+        m_pVert->m_nWeights = nWeights;
+        m_pVert->m_VertReserved = GetU16(pCounts + 2);
+        m_pVert->m_Weights = nWeights != 0 ? m_pWeight : nullptr;
+        m_AllCounts &= nWeights;
+        m_AnyCount |= nWeights;
+        return nWeights;
+    }
+
+    void GetWeight(const uint8_t* pRecord)
+    {
+        const uint32_t iNode = GetU32(pRecord);
+        m_pWeight->m_iNode = iNode;
+        GetFloats(pRecord + 4, m_pWeight->m_Vec, 4);
+        m_MaxNode = std::max(m_MaxNode, iNode);
+        ++m_pWeight;
+    }
+
+    void GetPlace(const uint8_t* pPlace)
+    {
+        static_assert(offsetof(ModelVert, m_vNormal) == offsetof(ModelVert, m_vPos) + sizeof(Vector3));
+        GetFloats(pPlace, reinterpret_cast<uint8_t*>(m_pVert) + offsetof(ModelVert, m_vPos), 6);
+        ++m_pVert;
+    }
+
+    // Records that lie there as a whole and have room for their weights. Returns what is behind them.
+    const uint8_t* GetWhole(const uint8_t* pRecord, const uint8_t* pEnd)
+    {
+        VertexTarget local(*this); // so that the members can be in registers
+        while (local.m_pVert != m_pVertEnd && pEnd - pRecord >= ptrdiff_t{DISK_VERT})
+        {
+            const uint32_t nEach = GetU16(pRecord);
+            if (nEach > local.m_nWeightsLeft || pEnd - pRecord < ptrdiff_t{DISK_VERT + DISK_WEIGHT * nEach})
+                break;
+            local.GetCounts(pRecord);
+            pRecord += 4;
+            local.m_nWeightsLeft -= nEach;
+            for (const uint8_t* pPlace = pRecord + DISK_WEIGHT * nEach; pRecord != pPlace; pRecord += DISK_WEIGHT)
+                local.GetWeight(pRecord);
+            local.GetPlace(pRecord);
+            pRecord += DISK_VERT - 4;
+        }
+        *this = local;
+        return pRecord;
+    }
+};
+} // namespace
 
 QZBOOL ModelPieceLOD::LoadVerts(ModelStream* pStream, uint32_t& iWeight)
 {
@@ -128,34 +214,39 @@ QZBOOL ModelPieceLOD::LoadVerts(ModelStream* pStream, uint32_t& iWeight)
         !m_Verts.SetSizeUnset(nVerts, m_pModel->GetAllocator()))
         return QZFALSE;
     const uint32_t nWeights = m_pModel->m_VertexWeights.GetSize();
-    ModelVertWeight* pWeight = m_pModel->m_VertexWeights.GetArray() + iWeight;
     const uint32_t position = pStream->GetPosition(), iFirst = iWeight;
+    ModelVertWeight* pWeights = m_pModel->m_VertexWeights.GetArray();
     BlockReader reader(pStream, uint64_t{DISK_VERT} * nVerts);
-    for (ModelVert *pVert = m_Verts.GetArray(), *pEnd = pVert + nVerts; pVert != pEnd; ++pVert)
+    VertexTarget target{m_Verts.GetArray(), m_Verts.GetArray() + nVerts, pWeights + iWeight, nWeights - iWeight};
+    while (target.m_pVert != target.m_pVertEnd)
     {
-        const uint8_t* pCounts = reader.Take(4);
-        pVert->m_nWeights = GetU16(pCounts);
-        pVert->m_VertReserved = GetU16(pCounts + 2);
-        if (pVert->m_nWeights > nWeights - iWeight)
+        const uint8_t* pRecordsEnd = nullptr;
+        const uint8_t* pRecords = reader.Peek(DISK_VERT, &pRecordsEnd);
+        reader.TakeUpTo(target.GetWhole(pRecords, pRecordsEnd));
+        const uint32_t iNext = nWeights - target.m_nWeightsLeft;
+        reader.Announce(uint64_t{DISK_WEIGHT} * (iNext - iWeight));
+        iWeight = iNext;
+        if (target.m_pVert == target.m_pVertEnd)
+            break;
+
+        // One that doesn't lie there as a whole.
+        const uint32_t nEach = target.GetCounts(reader.Take(4));
+        if (nEach > target.m_nWeightsLeft)
         {
-            const uint32_t iVert = static_cast<uint32_t>(pVert - m_Verts.GetArray());
+            const uint32_t iVert = nVerts - static_cast<uint32_t>(target.m_pVertEnd - target.m_pVert);
             return m_pModel->FailLoadAt(pStream, position + DISK_VERT * iVert + DISK_WEIGHT * (iWeight - iFirst),
                                         "vertex %u of %u has %u weights, and %u of %u are left", iVert + 1, nVerts,
-                                        pVert->m_nWeights, nWeights - iWeight, nWeights);
+                                        nEach, target.m_nWeightsLeft, nWeights);
         }
-        pVert->m_Weights = pVert->m_nWeights != 0 ? pWeight : nullptr;
-        reader.Announce(uint64_t{DISK_WEIGHT} * pVert->m_nWeights);
-        iWeight += pVert->m_nWeights;
-        for (const ModelVertWeight* pLast = pWeight + pVert->m_nWeights; pWeight != pLast; ++pWeight)
-        {
-            const uint8_t* pRecord = reader.Take(DISK_WEIGHT);
-            pWeight->m_iNode = GetU32(pRecord);
-            GetFloats(pRecord + 4, pWeight->m_Vec, 4);
-        }
-        const uint8_t* pPlace = reader.Take(DISK_VERT - 4);
-        GetFloats(pPlace, &pVert->m_vPos, 3);
-        GetFloats(pPlace + 12, &pVert->m_vNormal, 3);
+        target.m_nWeightsLeft -= nEach;
+        reader.Announce(uint64_t{DISK_WEIGHT} * nEach);
+        iWeight += nEach;
+        for (uint32_t i = 0; i < nEach; ++i)
+            target.GetWeight(reader.Take(DISK_WEIGHT));
+        target.GetPlace(reader.Take(DISK_VERT - 4));
     }
+    if (nVerts != 0)
+        m_pModel->NoteWeights(target.m_MaxNode, target.m_AllCounts == target.m_AnyCount ? target.m_AnyCount : 0);
     return QZTRUE;
 }
 
@@ -166,7 +257,7 @@ QZBOOL Model::LoadNodes(ModelStream* pStream)
     if (!GetRootNode()->Load(pStream) || pStream->ErrorStatus() != 0)
         return QZFALSE;
     // Ahead of the weight sets, which keep one value for each node.
-    return Precalc(QZTRUE) && LoadWeightSets(pStream) && CheckWeights(pStream);
+    return PrecalcTables(QZTRUE) && LoadWeightSets(pStream) && CheckWeights(pStream);
 }
 
 QZBOOL ModelNode::Load(ModelStream* pStream)
@@ -256,15 +347,20 @@ QZBOOL WeightSet::Load(ModelStream* pStream)
     return QZTRUE;
 }
 
+void Model::NoteWeights(uint32_t maxNode, uint32_t nEach)
+{
+    m_MaxWeightNode = std::max(m_MaxWeightNode, maxNode);
+    if (m_nLoadedWeights == NO_MESH_YET)
+        m_nLoadedWeights = nEach;
+    else if (m_nLoadedWeights != nEach)
+        m_nLoadedWeights = 0;
+}
+
 // With the indices of the triangles, which a mesh holds against its vertices: what the evaluator, the deformation and
 // the tool side index without a further test.
 QZBOOL Model::CheckWeights(ModelStream* pStream)
 {
-    uint32_t maxNode = 0;
-    const ModelVertWeight* pWeights = m_VertexWeights.GetArray();
-    for (uint32_t i = 0; i < m_VertexWeights.GetSize(); ++i)
-        maxNode = std::max(maxNode, pWeights[i].m_iNode);
-    if (maxNode < NumNodes())
+    if (m_MaxWeightNode < NumNodes())
         return QZTRUE;
     if (m_pLoadFault)
         m_pLoadFault->SetSection(SECTION_PIECES);
