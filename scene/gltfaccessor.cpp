@@ -198,26 +198,6 @@ static bool ReadSparse(const GltfDocument& document, const tinygltf::Accessor& a
     return true;
 }
 
-// The type of components that `componentType` names, as the argument of `work`; ComponentSize knows it.
-template <typename F> static void WithComponentType(int componentType, const F& work)
-{
-    switch (componentType)
-    {
-    case TINYGLTF_COMPONENT_TYPE_BYTE:
-        return work(std::int8_t());
-    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
-        return work(std::uint8_t());
-    case TINYGLTF_COMPONENT_TYPE_SHORT:
-        return work(std::int16_t());
-    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
-        return work(std::uint16_t());
-    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT:
-        return work(std::uint32_t());
-    default:
-        return work(float());
-    }
-}
-
 // Components of type T as they are, element after element.
 template <typename T, typename Number>
 static void LoadElements(const GltfRun& run, std::size_t count, std::size_t width, Number* values)
@@ -234,6 +214,35 @@ static void LoadElements(const GltfRun& run, std::size_t count, std::size_t widt
             std::memcpy(&value, bytes + k * sizeof value, sizeof value);
             values[i * length + k] = static_cast<Number>(value);
         }
+    }
+}
+
+template <typename Number>
+static void LoadAll(const GltfRun& run, const tinygltf::Accessor& accessor, std::size_t width, Number* values)
+{
+    const std::size_t n = accessor.count;
+    if constexpr (std::is_floating_point_v<Number>) // indices are neither signed nor fractions
+    {
+        switch (accessor.componentType)
+        {
+        case TINYGLTF_COMPONENT_TYPE_BYTE:
+            return LoadElements<std::int8_t>(run, n, width, values);
+        case TINYGLTF_COMPONENT_TYPE_SHORT:
+            return LoadElements<std::int16_t>(run, n, width, values);
+        case TINYGLTF_COMPONENT_TYPE_FLOAT:
+            return LoadElements<float>(run, n, width, values);
+        default:
+            break;
+        }
+    }
+    switch (accessor.componentType)
+    {
+    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
+        return LoadElements<std::uint8_t>(run, n, width, values);
+    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
+        return LoadElements<std::uint16_t>(run, n, width, values);
+    default:
+        return LoadElements<std::uint32_t>(run, n, width, values);
     }
 }
 
@@ -260,8 +269,7 @@ static bool ReadElements(const GltfDocument& document, const tinygltf::Accessor&
     }
     else if (run.bytes != nullptr)
     {
-        WithComponentType(accessor.componentType, [&](auto component)
-                          { LoadElements<decltype(component)>(run, accessor.count, width, values.data()); });
+        LoadAll(run, accessor, width, values.data());
     }
     return !accessor.sparse.isSparse || ReadSparse(document, accessor, width, values, error);
 }

@@ -327,7 +327,7 @@ void GltfLists::MoveInto(Model& target)
         {
             if (name == list)
             {
-                to = std::move(from);
+                to.swap(from);
             }
         };
         move("bufferViews", model.bufferViews, target.bufferViews);
