@@ -5,9 +5,11 @@
 
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 class GltfText
@@ -131,7 +133,10 @@ private:
 
 inline std::string WriteTestFile(const std::string& name, const std::string& bytes)
 {
-    std::string path = testing::TempDir() + name;
+    // Another run may write the same names at the same time.
+    const std::string folder = testing::TempDir() + "scene_test." + std::to_string(getpid());
+    std::filesystem::create_directories(folder);
+    std::string path = folder + "/" + name;
     std::ofstream(path, std::ios::binary) << bytes;
     return path;
 }

@@ -1,4 +1,4 @@
-// Poses, four nodes at a time.
+// Poses, four nodes at a time, and with AVX some of it for eight, or by two rows of a matrix.
 //
 // All that happens to a node in its parent's space happens to four at once, in floats: rotations and translations are
 // gathered from the tracks as they lie, so that there is no copy of the keys that could go stale. Parents stand ahead
