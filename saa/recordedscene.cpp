@@ -74,9 +74,10 @@ const ScenePose& RecordedScene::Pose()
     return m_Pose;
 }
 
-DoubleTransform RecordedScene::Transform(int element)
+const DoubleTransform& RecordedScene::Transform(int element)
 {
-    return m_NodeOf[element] >= 0 ? LocalPose().locals[m_NodeOf[element]] : DoubleTransform();
+    static constexpr DoubleTransform none;
+    return m_NodeOf[element] >= 0 ? LocalPose().locals[m_NodeOf[element]] : none;
 }
 
 const JoinedMesh& RecordedScene::Mesh(int element)
@@ -235,6 +236,14 @@ int RecordedScene::NumKeys(int element, CurveKind kind) const
     return static_cast<int>((channel == nullptr ? 0 : channel->times.size()) + NumExtraKeys(element, kind));
 }
 
+// That of the file, or of the key's frame where it doesn't lead there.
+static float TimeOfKey(SceneInterpolation interpolation, double time, double fps)
+{
+    const int frame = KeyFrame(interpolation, time, fps);
+    const auto seconds = static_cast<float>(time);
+    return NearestFrame(static_cast<double>(seconds), fps) == frame ? seconds : static_cast<float>(frame / fps);
+}
+
 float RecordedScene::KeySeconds(int element, CurveKind kind, int key) const
 {
     const SceneChannel* channel = Channel(element, kind);
@@ -244,12 +253,7 @@ float RecordedScene::KeySeconds(int element, CurveKind kind, int key) const
     {
         return static_cast<float>(m_Options.extraKeys[index - nOwn] / m_Options.fps);
     }
-    const double time = channel->times[index];
-    const int frame = KeyFrame(channel->interpolation, time, m_Options.fps);
-    const auto seconds = static_cast<float>(time);
-    return NearestFrame(static_cast<double>(seconds), m_Options.fps) == frame
-               ? seconds
-               : static_cast<float>(frame / m_Options.fps);
+    return TimeOfKey(channel->interpolation, channel->times[index], m_Options.fps);
 }
 
 const std::vector<float>& RecordedScene::KeyTimes(int element, CurveKind kind)
@@ -261,7 +265,12 @@ const std::vector<float>& RecordedScene::KeyTimes(int element, CurveKind kind)
     }
     m_KeyChannel = nullptr;
     m_KeyTimes.resize(static_cast<std::size_t>(NumKeys(element, kind)));
-    for (std::size_t i = 0; i < m_KeyTimes.size(); ++i)
+    const std::size_t nOwn = channel == nullptr ? 0 : channel->times.size();
+    for (std::size_t i = 0; i < nOwn; ++i)
+    {
+        m_KeyTimes[i] = TimeOfKey(channel->interpolation, channel->times[i], m_Options.fps);
+    }
+    for (std::size_t i = nOwn; i < m_KeyTimes.size(); ++i)
     {
         m_KeyTimes[i] = KeySeconds(element, kind, static_cast<int>(i));
     }

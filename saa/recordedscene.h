@@ -114,7 +114,7 @@ public:
     bool IsEnveloped(int element) const { return IsMesh(element) && Use(element).skin >= 0; }
 
     // Local transform at the current frame.
-    DoubleTransform Transform(int element);
+    const DoubleTransform& Transform(int element);
 
     // For elements that are meshes: the file's triangles, the joined vertices, and their positions in the element's
     // own space. Deformed positions are those at the current frame, with morph targets and envelopes.

@@ -10,10 +10,6 @@
 // however that frame's time is rounded.
 constexpr double STEP_KEY_LEAD = 1e-3;
 
-// A step key lies on the first frame that isn't earlier than its time (less STEP_KEY_LEAD), every other key on the
-// nearest frame, halves up. Frames beyond a thousand million either way are cut there.
-int KeyFrame(SceneInterpolation interpolation, double seconds, double fps);
-
 // `frame`, a number that is no NaN, rounded down and cut to the frames that there are.
 inline int FrameBelow(double frame)
 {
@@ -30,4 +26,12 @@ inline int FrameBelow(double frame)
 inline int NearestFrame(double seconds, double fps)
 {
     return FrameBelow(seconds * fps + 0.5);
+}
+
+// A step key lies on the first frame that isn't earlier than its time (less STEP_KEY_LEAD), every other key on the
+// nearest frame, halves up. Frames beyond a thousand million either way are cut there.
+inline int KeyFrame(SceneInterpolation interpolation, double seconds, double fps)
+{
+    return interpolation == SceneInterpolation::Step ? FrameBelow(std::ceil((seconds - STEP_KEY_LEAD) * fps))
+                                                     : NearestFrame(seconds, fps);
 }

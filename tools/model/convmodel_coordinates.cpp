@@ -6,6 +6,7 @@
 
 #include "tools/model/convmodel.h"
 #include "tools/model/convnode.h"
+#include "tools/model/fourtransforms.h"
 #include "tools/model/multiplyscale.h"
 #include "tools/model/orthonormalise.h"
 
@@ -39,15 +40,42 @@ static void ConvertKey(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent, 
         ConvertKey(pTrack->GetChild(i), iKey, global, pNode->m_mGlobalInverse);
 }
 
+// The same for four keys in a row. The nodes are only set where it has to be, with bSetNodes.
+static void ConvertFourKeys(AnimNode* pTrack, uint32_t iKey, const FourTransforms& parent,
+                            const FourTransforms& parentInverse, bool bSetNodes)
+{
+    ConvNode* pNode = static_cast<ConvNode*>(pTrack->m_pNode);
+    const bool bUnscaled = pNode->m_Scale.x == 1.0f && pNode->m_Scale.y == 1.0f && pNode->m_Scale.z == 1.0f;
+    FourTransforms global, flipped, inverse;
+    if (!bUnscaled || !FourConvert(global, flipped, inverse, parent, parentInverse, &pTrack->m_KeyFrames[iKey]))
+    {
+        for (uint32_t k = 0; k < FOUR_KEYS; ++k)
+            ConvertKey(pTrack, iKey + k, parent.At(k), parentInverse.At(k));
+        return;
+    }
+    if (bSetNodes)
+    {
+        pNode->m_mGlobal = flipped.At(FOUR_KEYS - 1);
+        pNode->m_mGlobalInverse = inverse.At(FOUR_KEYS - 1);
+    }
+    for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
+        ConvertFourKeys(pTrack->GetChild(i), iKey, global, inverse, bSetNodes);
+}
+
 void ConvModel::ConvertCoordinates()
 {
+    const FourTransforms identities = FourTransforms::Identity();
     const Matrix4 identity;
     Matrix4 inverse;
     identity.Inverse(inverse);
     for (uint32_t iAnim = 0; iAnim < NumAnims(); ++iAnim)
     {
         ModelAnim* pAnim = GetAnim(iAnim);
-        for (uint32_t iKey = 0; iKey < pAnim->NumKeyFrames(); ++iKey)
+        const uint32_t nKeys = pAnim->NumKeyFrames();
+        uint32_t iKey = 0;
+        for (; nKeys - iKey >= FOUR_KEYS; iKey += FOUR_KEYS)
+            ConvertFourKeys(pAnim->GetRootNode(), iKey, identities, identities, nKeys - iKey == FOUR_KEYS);
+        for (; iKey < nKeys; ++iKey)
             ConvertKey(pAnim->GetRootNode(), iKey, identity, inverse);
     }
 }

@@ -1,5 +1,7 @@
 #include "tools/model/keystoglobal.h"
 
+#include "tools/model/fourtransforms.h"
+
 void KeysToGlobal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent)
 {
     NodeKeyFrame& key = pTrack->m_KeyFrames[iKey];
@@ -33,4 +35,53 @@ void KeysToLocal(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent)
     Matrix4 inverse;
     mParent.Inverse(inverse);
     KeysBelow(pTrack, iKey, inverse);
+}
+
+static void FourKeysToGlobal(AnimNode* pTrack, uint32_t iKey, const FourTransforms& parent)
+{
+    FourTransforms global;
+    if (!FourToGlobal(global, parent, &pTrack->m_KeyFrames[iKey]))
+    {
+        for (uint32_t k = 0; k < FOUR_KEYS; ++k)
+            KeysToGlobal(pTrack, iKey + k, parent.At(k));
+        return;
+    }
+    for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
+    {
+        if (pTrack->GetChild(i))
+            FourKeysToGlobal(pTrack->GetChild(i), iKey, global);
+    }
+}
+
+static void FourKeysBelow(AnimNode* pTrack, uint32_t iKey, const FourTransforms& parentInverse)
+{
+    FourTransforms inverse;
+    if (!FourToLocal(inverse, parentInverse, &pTrack->m_KeyFrames[iKey]))
+    {
+        for (uint32_t k = 0; k < FOUR_KEYS; ++k)
+            KeysBelow(pTrack, iKey + k, parentInverse.At(k));
+        return;
+    }
+    for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
+        FourKeysBelow(pTrack->GetChild(i), iKey, inverse);
+}
+
+void AllKeysToGlobal(AnimNode* pRoot, uint32_t nKeys)
+{
+    const FourTransforms identities = FourTransforms::Identity();
+    uint32_t iKey = 0;
+    for (; nKeys - iKey >= FOUR_KEYS; iKey += FOUR_KEYS)
+        FourKeysToGlobal(pRoot, iKey, identities);
+    for (; iKey < nKeys; ++iKey)
+        KeysToGlobal(pRoot, iKey, Matrix4());
+}
+
+void AllKeysToLocal(AnimNode* pRoot, uint32_t nKeys)
+{
+    const FourTransforms identities = FourTransforms::Identity();
+    uint32_t iKey = 0;
+    for (; nKeys - iKey >= FOUR_KEYS; iKey += FOUR_KEYS)
+        FourKeysBelow(pRoot, iKey, identities);
+    for (; iKey < nKeys; ++iKey)
+        KeysToLocal(pRoot, iKey, Matrix4());
 }

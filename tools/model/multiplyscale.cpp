@@ -1,18 +1,22 @@
 #include "tools/model/multiplyscale.h"
 
+#include "zoltshared/stdzolt/float4.h"
+
 void MultiplyScale(Matrix4& out, const Matrix4& m, const Vector3& scale)
 {
     if (scale.x == 1.0f && scale.y == 1.0f && scale.z == 1.0f)
     {
         // A product's sums begin with 0, so that none comes out as -0; and what isn't finite becomes a NaN in all of
         // its row.
-        float rests[4] = {}; // 0, or a NaN
-        for (int i = 0; i < 16; ++i)
+        const Float4 zero(0.0f);
+        Float4 rests = zero; // 0, or a NaN
+        for (int i = 0; i < 16; i += 4)
         {
-            out.m[i] = m.m[i] + 0.0f;
-            rests[i % 4] += m.m[i] * 0.0f;
+            const Float4 row = Float4::Load(m.m + i);
+            (row + zero).Store(out.m + i);
+            rests = rests + row * zero;
         }
-        if (rests[0] + rests[1] + rests[2] + rests[3] == 0.0f)
+        if (Bits(rests == zero) == 15)
             return;
     }
     Matrix4 factor;

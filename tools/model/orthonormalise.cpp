@@ -2,9 +2,6 @@
 
 #include <cmath>
 
-// Sine of the angle below which two columns count as parallel: their plane is rounding noise then.
-static constexpr double PARALLEL_SINE = 1e-6;
-
 static double SquaredLength(const Vector3& v)
 {
     return double(v.x) * v.x + double(v.y) * v.y + double(v.z) * v.z;
@@ -28,7 +25,7 @@ static bool AreParallel(const Vector3& a, const Vector3& b, double squareA, doub
     const double z = double(a.x) * b.y - double(a.y) * b.x;
     const double product = x * x + y * y + z * z;
     // What is far from it, as nearly all is, needs no roots.
-    if (product > 2.0 * PARALLEL_SINE * PARALLEL_SINE * squareA * squareB)
+    if (product > FAR_FROM_PARALLEL * squareA * squareB)
         return false;
     return std::sqrt(product) < PARALLEL_SINE * std::sqrt(squareA) * std::sqrt(squareB);
 }

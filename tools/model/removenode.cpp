@@ -5,18 +5,14 @@
 #include "engine/model/src/model.h"
 #include "tools/model/keystoglobal.h"
 
-typedef void (*KeyConversion)(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent);
+typedef void (*KeyConversion)(AnimNode* pRoot, uint32_t nKeys);
 
 static void ConvertOwnKeys(Model* pModel, KeyConversion pConvert)
 {
-    const Matrix4 identity;
     for (uint32_t i = 0; i < pModel->NumAnims(); ++i)
     {
-        ModelAnim* pAnim = pModel->GetOwnAnim(i);
-        if (!pAnim)
-            continue;
-        for (uint32_t iKey = 0; iKey < pAnim->NumKeyFrames(); ++iKey)
-            pConvert(pAnim->GetRootNode(), iKey, identity);
+        if (ModelAnim* pAnim = pModel->GetOwnAnim(i))
+            pConvert(pAnim->GetRootNode(), pAnim->NumKeyFrames());
     }
 }
 
@@ -189,7 +185,7 @@ QZBOOL Model::DetachNodes(const uint8_t* pGoes)
 
     // Once the keys are global they don't depend on the tree, so the tree can change: one round trip for all nodes,
     // since each costs precision.
-    ConvertOwnKeys(this, KeysToGlobal);
+    ConvertOwnKeys(this, AllKeysToGlobal);
     for (uint32_t i = 0; i < nOld; ++i)
         GetNode(i)->m_iRemapIndex = i;
     for (uint32_t i = 0; i < NumAnims(); ++i)
@@ -199,7 +195,7 @@ QZBOOL Model::DetachNodes(const uint8_t* pGoes)
     }
     Rebuild(tree, pGoes, nOld, m_FlatNodeList.GetArray(), pAllocator);
     RebuildTables(this, tree.nNodes);
-    ConvertOwnKeys(this, KeysToLocal);
+    ConvertOwnKeys(this, AllKeysToLocal);
 
     for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
         newIndices[m_FlatNodeList[i]->m_iRemapIndex] = i;

@@ -2,12 +2,14 @@
 // the nodes that move them.
 
 #include "tools/model/evaluatenodetransforms.h"
+#include "tools/model/fourtransforms.h"
 #include "tools/model/kelpexport/convmodel_soft.h"
 #include "tools/model/kelpexport/log.h"
 #include "tools/model/keystoglobal.h"
 #include "tools/model/multiplyscale.h"
 #include "tools/model/orthonormalise.h"
 
+#include <algorithm>
 #include <cmath>
 
 // Coordinates beyond this would overflow on their way through the tree.
@@ -87,10 +89,51 @@ void ConvModel_Soft::BakeBindPose(QZBOOL bMirrorZ)
     BakePieces(this, GetSoftRoot());
 }
 
+// What FoldScale has to say, in the order of the keys and, at each, of the nodes.
+class FoldWarnings
+{
+public:
+    void Add(uint32_t iKey, const SoftNode* pNode, bool bOutOfRange)
+    {
+        const Warning warning = {iKey, pNode, bOutOfRange};
+        if (!m_Warnings.Append(warning))
+            Write(warning);
+    }
+
+    void WriteAll()
+    {
+        Warning* pWarnings = m_Warnings.GetArray();
+        std::stable_sort(pWarnings, pWarnings + m_Warnings.GetSize(),
+                         [](const Warning& a, const Warning& b) { return a.iKey < b.iKey; });
+        for (uint32_t i = 0; i < m_Warnings.GetSize(); ++i)
+            Write(m_Warnings[i]);
+    }
+
+private:
+    struct Warning
+    {
+        uint32_t iKey;
+        const SoftNode* pNode;
+        bool bOutOfRange;
+    };
+
+    static void Write(const Warning& warning)
+    {
+        const char* pName = warning.pNode->GetName();
+        if (warning.bOutOfRange)
+            LogWrite("WARNING: Node %s is out of range at key %u, put to 0, 0, 0.\n", pName, warning.iKey);
+        else
+            LogWrite("WARNING: Node %s has lost a direction to a scale of 0, taken from its rotation.\n", pName);
+    }
+
+    DynArray<Warning, DefaultCache> m_Warnings;
+};
+
 // A node on the way down to another one, with its local rotation at the key that is worked on.
 struct RotationChain
 {
     explicit RotationChain(RotationChain* pParent) : m_pParent(pParent) {}
+    explicit RotationChain(const Matrix4& product) : m_pParent(nullptr), m_Product(product), m_bMultiplied(true) {}
 
     // The product of the rotations from the root on. Rarely needed, so it is put together when it is asked for.
     const Matrix4& Product()
@@ -112,7 +155,8 @@ private:
 };
 
 // Turns key iKey of the subtree into rigid global transforms. mParent is the product with scale of all above.
-static void FoldScale(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent, RotationChain* pParentChain)
+static void FoldScale(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent, RotationChain* pParentChain,
+                      FoldWarnings& warnings)
 {
     const SoftNode* pNode = static_cast<SoftNode*>(pTrack->m_pNode);
     NodeKeyFrame& key = pTrack->m_KeyFrames[iKey];
@@ -135,12 +179,50 @@ static void FoldScale(AnimNode* pTrack, uint32_t iKey, const Matrix4& mParent, R
     key.FromMatrix(rigid);
     // One line for each node: as a rule the scale does it, which is the same at every key.
     if (bReplaced && iKey == 0)
-        LogWrite("WARNING: Node %s has lost a direction to a scale of 0, taken from its rotation.\n", pNode->GetName());
+        warnings.Add(iKey, pNode, false);
     if (!bInRange)
-        LogWrite("WARNING: Node %s is out of range at key %u, put to 0, 0, 0.\n", pNode->GetName(), iKey);
+        warnings.Add(iKey, pNode, true);
 
     for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
-        FoldScale(pTrack->GetChild(i), iKey, global, &chain);
+        FoldScale(pTrack->GetChild(i), iKey, global, &chain, warnings);
+}
+
+// A node on the way down of FoldFourScales.
+struct FourFolded
+{
+    const FourFolded* m_pParent; // null at the root
+    FourTransforms m_Global;     // the products with scale of all from the root on
+    FourTransforms m_Local;
+
+    // What RotationChain has, of one of the keys.
+    Matrix4 RotationProduct(uint32_t k) const
+    {
+        Matrix4 rotation = m_Local.At(k);
+        rotation.SetTranslation(0.0f, 0.0f, 0.0f);
+        return (m_pParent ? m_pParent->RotationProduct(k) : Matrix4()) * rotation;
+    }
+};
+
+// The same for four keys in a row.
+static void FoldFourScales(AnimNode* pTrack, uint32_t iKey, const FourFolded* pParent, FoldWarnings& warnings)
+{
+    static const FourTransforms identities = FourTransforms::Identity();
+    const SoftNode* pNode = static_cast<SoftNode*>(pTrack->m_pNode);
+    const FourTransforms& parent = pParent ? pParent->m_Global : identities;
+    FourFolded folded;
+    folded.m_pParent = pParent;
+    if (!FourFoldScale(folded.m_Global, folded.m_Local, parent, pNode->m_Scale, MAX_COORDINATE,
+                       &pTrack->m_KeyFrames[iKey]))
+    {
+        for (uint32_t k = 0; k < FOUR_KEYS; ++k)
+        {
+            RotationChain above(pParent ? pParent->RotationProduct(k) : Matrix4());
+            FoldScale(pTrack, iKey + k, parent.At(k), &above, warnings);
+        }
+        return;
+    }
+    for (uint32_t i = 0; i < pTrack->NumChildren(); ++i)
+        FoldFourScales(pTrack->GetChild(i), iKey, &folded, warnings);
 }
 
 void ConvModel_Soft::FoldScaleIntoKeys()
@@ -149,11 +231,15 @@ void ConvModel_Soft::FoldScaleIntoKeys()
     for (uint32_t iAnim = 0; iAnim < NumAnims(); ++iAnim)
     {
         ModelAnim* pAnim = GetAnim(iAnim);
-        for (uint32_t iKey = 0; iKey < pAnim->NumKeyFrames(); ++iKey)
-        {
-            FoldScale(pAnim->GetRootNode(), iKey, identity, nullptr);
-            KeysToLocal(pAnim->GetRootNode(), iKey, identity);
-        }
+        const uint32_t nKeys = pAnim->NumKeyFrames();
+        FoldWarnings warnings;
+        uint32_t iKey = 0;
+        for (; nKeys - iKey >= FOUR_KEYS; iKey += FOUR_KEYS)
+            FoldFourScales(pAnim->GetRootNode(), iKey, nullptr, warnings);
+        for (; iKey < nKeys; ++iKey)
+            FoldScale(pAnim->GetRootNode(), iKey, identity, nullptr, warnings);
+        warnings.WriteAll();
+        AllKeysToLocal(pAnim->GetRootNode(), nKeys);
     }
 }
 

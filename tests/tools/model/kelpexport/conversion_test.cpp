@@ -4,16 +4,33 @@
 #include "tests/tools/model/kelpexport/lyinghost.h"
 #include "tests/tools/model/testmodel.h"
 #include "tools/model/kelpexport/convmodel_soft.h"
+#include "tools/model/kelpexport/log.h"
+#include "tools/model/keystoglobal.h"
 #include "tools/model/orthonormalise.h"
 #include "tools/model/removevertices.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <random>
+#include <sstream>
 
 static const SAA_Elem s_NoElem = {};
+
+// A NaN counts as any other.
+template <class T> static std::vector<uint32_t> BitsOf(const T& floats)
+{
+    std::vector<uint32_t> bits(sizeof(T) / sizeof(float));
+    for (size_t i = 0; i < bits.size(); ++i)
+    {
+        float value = 0.0f;
+        std::memcpy(&value, reinterpret_cast<const char*>(&floats) + i * sizeof(value), sizeof(value));
+        bits[i] = std::isnan(value) ? 0x7FC00000u : std::bit_cast<uint32_t>(value);
+    }
+    return bits;
+}
 
 class ConversionTest : public ExportTest
 {
@@ -481,6 +498,83 @@ TEST_F(ConversionTest, ScaleGoesIntoTheKeys)
         model.ResetNodeScales();
         for (uint32_t n = 0; n < model.NumNodes(); ++n)
             EXPECT_TRUE(static_cast<SoftNode*>(model.GetNode(n))->m_Scale.NearlyEquals(Vector3(1, 1, 1), 0));
+    }
+}
+
+// Keys are worked on four at a time, and one by one where that can't be: with what scale, place or rotation lead out of
+// range, and at the end. Each must come out as it does in a model that has no other.
+TEST_F(ConversionTest, EachKeyIsConvertedForItself)
+{
+    constexpr uint32_t N_KEYS = 11;
+    const float extremes[] = {0.0f, -0.0f, 1e-30f, 1e30f, 3e38f, std::numeric_limits<float>::infinity()};
+    for (uint32_t seed = 0; seed < 60; ++seed)
+    {
+        std::mt19937 random(seed);
+        const auto build = [&](ConvModel_Soft& model, uint32_t nKeys)
+        {
+            BuildTree<SoftNode>(model, "r(a(b(c),d(e,f)),g(h))");
+            for (uint32_t n = 0; seed % 3 != 0 && n < model.NumNodes(); ++n)
+            {
+                const float scales[] = {1.0f, 0.5f, -2.0f, n == seed % 20 ? 0.0f : 1.0f, n == seed % 17 ? 1e25f : 1.0f};
+                const auto scale = [&](uint32_t i) { return scales[(seed + 3 * n + i) % 5]; };
+                static_cast<SoftNode*>(model.GetNode(n))->m_Scale.Set(scale(0), scale(seed % 2), scale(seed % 4));
+            }
+            return AddRandomAnim(model, "walk", nKeys, seed);
+        };
+        const auto run = [&](ConvModel_Soft& model, ModelAnim* pAnim)
+        {
+            LogOpen();
+            model.FoldScaleIntoKeys();
+            LogClose();
+            model.ResetNodeScales();
+            model.ConvertCoordinates();
+            AllKeysToGlobal(pAnim->GetRootNode(), pAnim->NumKeyFrames());
+            AllKeysToLocal(pAnim->GetRootNode(), pAnim->NumKeyFrames());
+            return Log();
+        };
+        ConvModel_Soft model;
+        ModelAnim* pAnim = build(model, N_KEYS);
+        for (uint32_t i = 0; i < model.NumNodes() * N_KEYS; ++i)
+        {
+            NodeKeyFrame& key = pAnim->m_AnimNodes[i / N_KEYS]->m_KeyFrames[i % N_KEYS];
+            if (random() % 4 == 0) // half turns
+                key.m_qRotation.Set(random() % 2 ? 1.0f : -0.0f, 0.0f, random() % 2 ? 1.0f : 0.5f, 0.0f);
+            if (seed % 2 == 1 && random() % 30 == 0)
+                key.m_vTranslation.y = extremes[random() % 6];
+            if (seed % 5 == 1 && random() % 60 == 0)
+                key.m_qRotation.w = extremes[random() % 6];
+        }
+        std::vector<std::unique_ptr<ConvModel_Soft>> singles;
+        std::string expectedLog;
+        for (uint32_t k = 0; k < N_KEYS; ++k)
+        {
+            singles.push_back(std::make_unique<ConvModel_Soft>());
+            ModelAnim* pSingle = build(*singles.back(), 1);
+            for (uint32_t n = 0; n < model.NumNodes(); ++n)
+                pSingle->m_AnimNodes[n]->m_KeyFrames[0] = pAnim->m_AnimNodes[n]->m_KeyFrames[k];
+            std::istringstream lines(run(*singles.back(), pSingle));
+            for (std::string line; std::getline(lines, line);)
+            {
+                const size_t place = line.find("at key 0");
+                if (place != std::string::npos)
+                    line.replace(place, 8, "at key " + std::to_string(k));
+                if (place != std::string::npos || k == 0) // a lost direction is told at the first key
+                    expectedLog += line + "\n";
+            }
+        }
+        EXPECT_EQ(run(model, pAnim), expectedLog) << seed;
+        for (uint32_t n = 0; n < model.NumNodes(); ++n)
+        {
+            for (uint32_t k = 0; k < N_KEYS; ++k)
+            {
+                const ModelAnim* pSingle = singles[k]->GetAnim(0);
+                EXPECT_EQ(BitsOf(pAnim->m_AnimNodes[n]->m_KeyFrames[k]),
+                          BitsOf(pSingle->m_AnimNodes[n]->m_KeyFrames[0]))
+                    << seed << " node " << n << " key " << k;
+            }
+            EXPECT_EQ(BitsOf(model.GetNode(n)->m_mGlobal), BitsOf(singles.back()->GetNode(n)->m_mGlobal));
+            EXPECT_EQ(BitsOf(model.GetNode(n)->m_mGlobalInverse), BitsOf(singles.back()->GetNode(n)->m_mGlobalInverse));
+        }
     }
 }
 
