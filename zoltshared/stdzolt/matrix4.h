@@ -69,10 +69,10 @@ struct Matrix4
 
     void SetRow(int row, float a, float b, float c, float d)
     {
-        m[4 * row] = a;
-        m[4 * row + 1] = b;
-        m[4 * row + 2] = c;
-        m[4 * row + 3] = d;
+        (*this)(row, 0) = a;
+        (*this)(row, 1) = b;
+        (*this)(row, 2) = c;
+        (*this)(row, 3) = d;
     }
 
 private:
