@@ -218,7 +218,6 @@ bool DeformAsRow(const ModelPieceLOD& /*mesh*/, uint32_t /*nEach*/, Deformer& /*
     return false;
 }
 #endif
-
 } // namespace
 
 ZOLT_KERNEL static void DeformMesh(const ModelPieceLOD& mesh, Deformer& deformer)
@@ -248,6 +247,7 @@ ZOLT_KERNEL static void DeformMesh(const ModelPieceLOD& mesh, Deformer& deformer
         }
     }
 }
+
 uint32_t Model::CalcEqualWeights() const
 {
     uint32_t nEach = 0;
