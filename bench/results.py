@@ -29,15 +29,15 @@ POSES = [
     ("2 positions", "6.2", "gathering, and the blend by the nodes' weights"),
     ("8 positions", "6.7", "gathering, and the blend by the nodes' weights"),
     ("skinning, 1 weights", "6.3", "memory: a vertex takes 32 bytes, with the other library 26"),
-    ("skinning, 2 weights", "6.2", "per record: its 20 bytes, and three rows loaded and multiplied"),
-    ("skinning, 3 weights", "6.0", "per record: its 20 bytes, and three rows loaded and multiplied"),
-    ("skinning, 4 weights", "6.6", "per record: its 20 bytes, and three rows loaded and multiplied"),
+    ("skinning, 2 weights", "6.2", "the same: 52 bytes, with the other library 32"),
+    ("skinning, 3 weights", "6.0", "the same: 72 bytes, with the other library 38"),
+    ("skinning, 4 weights", "6.6", "the same: 92 bytes, with the other library 44"),
 ]
 # The same for `exports`, with what twice the scene took before.
 EXPORTS = [
     ("fox", "1.7", "", "start of the process, and reading the scene"),
-    ("sheet", "12 to 14", "", "poses of the scene at every key, and the conversion of each"),
-    ("still", "5.1", "", "reading the mesh through the host's interface, vertex by vertex"),
+    ("sheet", "12 to 14", "", "memory that the kernel clears, corners and weights one by one, the conversion of each key"),
+    ("still", "5.1", "", "memory that the kernel clears, reading the mesh through the host's interface, vertex by vertex"),
     ("joints", "1.8", "3.6", "taking out the nodes that nothing needs"),
     ("meshes", "1.3", "3.4", "a question to the host for each pair of a mesh and a node"),
     ("clips", "8.1", "2.9", "the conversion of each clip"),

@@ -109,7 +109,7 @@ static uint32_t GetTriangles(const uint8_t* pRecord, ModelTri* pTri, size_t nTri
         uint32_t maxCorner = 0; // so that the triangles needn't wait for each other
         for (uint32_t i = 0; i < 3; ++i)
         {
-            const uint8_t* pCorner = pRecord + DISK_TRI / 3 * i;
+            const uint8_t* pCorner = pRecord + size_t{DISK_TRI / 3} * i;
             GetFloats(pCorner, &pTri->m_UVs[i], 2);
             const uint16_t index = GetU16(pCorner + 8);
             pTri->m_Indices[i] = index;
@@ -195,7 +195,8 @@ struct VertexTarget
             local.GetCounts(pRecord);
             pRecord += 4;
             local.m_nWeightsLeft -= nEach;
-            for (const uint8_t* pPlace = pRecord + DISK_WEIGHT * nEach; pRecord != pPlace; pRecord += DISK_WEIGHT)
+            for (const uint8_t* pPlace = pRecord + size_t{DISK_WEIGHT} * nEach; pRecord != pPlace;
+                 pRecord += DISK_WEIGHT)
                 local.GetWeight(pRecord);
             local.GetPlace(pRecord);
             pRecord += DISK_VERT - 4;
