@@ -2,6 +2,7 @@
 
 #include "engine/model/src/model.h"
 
+#include <algorithm>
 #include <cstring>
 #include <typeinfo>
 
@@ -57,9 +58,52 @@ void SoftNode::OnVertexRemoved(ModelPieceLOD* pLOD, uint32_t iVert, uint32_t iRe
     }
 }
 
+// The index of the piece whose LOD 0 it is, or behind all. The search goes on where the last one ended: as a rule the
+// pieces come in turn.
+static uint32_t FindPieceOf(const Model* pModel, const ModelPieceLOD* pLOD, uint32_t iFirst)
+{
+    const uint32_t nPieces = pModel->NumPieces();
+    for (uint32_t i = 0; i < nPieces; ++i)
+    {
+        const uint32_t iPiece = iFirst + i < nPieces ? iFirst + i : iFirst + i - nPieces;
+        if (pModel->GetPiece(iPiece) == pLOD)
+            return iPiece;
+    }
+    return nPieces;
+}
+
+// Envelopes are made mesh by mesh, in the order of the pieces. Where that holds, those of a mesh are found without a
+// look at all others: a joint may move thousands.
+uint32_t SoftNode::FindEnvelopes(const ModelPieceLOD* pLOD, uint32_t* pEnd)
+{
+    const uint32_t nEnvelopes = m_Envelopes.GetSize();
+    Envelope* const* ppFirst = m_Envelopes.GetArray();
+    Envelope* const* ppEnd = ppFirst + nEnvelopes;
+    *pEnd = nEnvelopes;
+    if (m_nOrdered > nEnvelopes)
+        m_nOrdered = 0;
+    while (m_nOrdered < nEnvelopes &&
+           (m_nOrdered == 0 || ppFirst[m_nOrdered - 1]->m_iPiece <= ppFirst[m_nOrdered]->m_iPiece))
+        ++m_nOrdered;
+    if (nEnvelopes == 0 || m_nOrdered < nEnvelopes)
+        return 0;
+    const uint32_t iPiece = FindPieceOf(m_pModel, pLOD, m_iLastPiece);
+    if (iPiece < m_pModel->NumPieces())
+        m_iLastPiece = iPiece;
+    const auto* ppFound =
+        std::lower_bound(ppFirst, ppEnd, iPiece,
+                         [](const Envelope* pEnvelope, uint32_t iWanted) { return pEnvelope->m_iPiece < iWanted; });
+    const auto* ppBehind = ppFound;
+    while (ppBehind != ppEnd && (*ppBehind)->m_iPiece == iPiece)
+        ++ppBehind;
+    *pEnd = static_cast<uint32_t>(ppBehind - ppFirst);
+    return static_cast<uint32_t>(ppFound - ppFirst);
+}
+
 void SoftNode::OnVerticesRemapped(ModelPieceLOD* pLOD, const uint32_t* pNewIndices)
 {
-    for (uint32_t i = 0; i < m_Envelopes.GetSize(); ++i)
+    uint32_t iEnd = 0;
+    for (uint32_t i = FindEnvelopes(pLOD, &iEnd); i < iEnd; ++i)
     {
         Envelope* pEnvelope = m_Envelopes[i];
         if (!IsOfMesh(m_pModel, pEnvelope, pLOD))

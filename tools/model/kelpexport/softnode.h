@@ -34,4 +34,11 @@ public:
         m_CtrlVertices;                            // of the original geometry, in the order of the piece's m_Verts
     DynArray<Envelope*, DefaultCache> m_Envelopes; // owned
     SAA_Elem m_Elem = {};
+
+private:
+    // The envelopes that may be of the mesh: from there on, and up to *pEnd.
+    uint32_t FindEnvelopes(const ModelPieceLOD* pLOD, uint32_t* pEnd);
+
+    uint32_t m_nOrdered = 0;   // so many first envelopes were seen to stand in the order of their pieces
+    uint32_t m_iLastPiece = 0; // that was asked for
 };

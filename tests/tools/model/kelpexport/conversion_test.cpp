@@ -439,6 +439,19 @@ TEST_F(ConversionTest, WeightsFollowRemovedVertices)
     pNode->OnVerticesRemapped(model.GetPiece(0), drop);
     EXPECT_EQ(indices(0), (std::vector<uint32_t>{0, 2, 1, 2}));
     EXPECT_EQ(indices(1), (std::vector<uint32_t>{0, 1, 4, 2, 3, 4}));
+    // A piece twice, at first in the order of the pieces and then not.
+    const uint32_t moved[] = {0, 1, 3, 4, 2};
+    for (const uint32_t iPiece : {1u, 0u})
+    {
+        Envelope* pEnvelope = new Envelope(iPiece);
+        ASSERT_TRUE(pNode->m_Envelopes.Append(pEnvelope) && pEnvelope->m_Weights.SetSize(1));
+        pEnvelope->m_Weights[0].m_iVert = 2;
+        pNode->OnVerticesRemapped(model.GetPiece(iPiece), moved);
+    }
+    EXPECT_EQ(indices(0), (std::vector<uint32_t>{0, 3, 1, 3}));
+    EXPECT_EQ(indices(1), (std::vector<uint32_t>{0, 1, 2, 3, 4, 2}));
+    EXPECT_EQ(indices(2), (std::vector<uint32_t>{3}));
+    EXPECT_EQ(indices(3), (std::vector<uint32_t>{3}));
 
     ListeningSoftNode* pListener = new ListeningSoftNode(&model);
     model.SetRootNode(pListener);
