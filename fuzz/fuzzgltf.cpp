@@ -39,9 +39,11 @@ static void WalkElement(RecordedScene& recorded, int element)
     recorded.Transform(element);
     for (int kind = 0; kind < NUM_CURVE_KINDS; ++kind)
     {
-        const int nKeys = recorded.NumKeys(element, static_cast<CurveKind>(kind));
-        for (int key = 0; key < nKeys; ++key)
-            FUZZ_REQUIRE(std::isfinite(recorded.KeySeconds(element, static_cast<CurveKind>(kind), key)));
+        const auto curve = static_cast<CurveKind>(kind);
+        const std::vector<float>& times = recorded.KeyTimes(element, curve);
+        FUZZ_REQUIRE(times.size() == static_cast<std::size_t>(recorded.NumKeys(element, curve)));
+        for (const float seconds : times)
+            FUZZ_REQUIRE(std::isfinite(seconds));
     }
     if (!recorded.IsMesh(element))
         return;

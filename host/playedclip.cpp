@@ -6,7 +6,7 @@
 #include <algorithm>
 
 // Keys outside the play range count for its first or last frame.
-static int FindFirstKey(const RecordedScene& recorded)
+static int FindFirstKey(RecordedScene& recorded)
 {
     bool any = false;
     int first = recorded.EndFrame();
@@ -14,11 +14,10 @@ static int FindFirstKey(const RecordedScene& recorded)
     {
         for (int kind = 0; kind < NUM_CURVE_KINDS; kind++)
         {
-            const auto curve = static_cast<CurveKind>(kind);
-            for (int key = 0; key < recorded.NumKeys(element, curve); key++)
+            for (const float seconds : recorded.KeyTimes(element, static_cast<CurveKind>(kind)))
             {
-                const auto seconds = static_cast<double>(recorded.KeySeconds(element, curve, key));
-                first = std::min(first, std::max(NearestFrame(seconds, recorded.Fps()), recorded.StartFrame()));
+                const int frame = NearestFrame(static_cast<double>(seconds), recorded.Fps());
+                first = std::min(first, std::max(frame, recorded.StartFrame()));
                 any = true;
                 if (first == recorded.StartFrame())
                     return first;
@@ -28,7 +27,7 @@ static int FindFirstKey(const RecordedScene& recorded)
     return any ? first : recorded.StartFrame();
 }
 
-PlayedClip RecordPlayedClip(const RecordedScene& recorded, const std::string& animation)
+PlayedClip RecordPlayedClip(RecordedScene& recorded, const std::string& animation)
 {
     PlayedClip played;
     played.scene = &recorded.GetScene();

@@ -29,4 +29,4 @@ struct PlayedClip
 };
 
 // What was played, from the scene that was open.
-PlayedClip RecordPlayedClip(const RecordedScene& recorded, const std::string& animation);
+PlayedClip RecordPlayedClip(RecordedScene& recorded, const std::string& animation);

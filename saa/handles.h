@@ -46,6 +46,9 @@ struct SubFields
 
 static_assert(sizeof(SubFields) == sizeof(SAA_SubHandle));
 
+// So many bytes of a scene record say which scene it is.
+constexpr std::size_t SCENE_RECORD_BYTES = 16;
+
 SAA_Scene SceneRecord(const RecordedScene& scene);
 
 SAA_Elem ModelHandle(const RecordedScene& scene, int element);
@@ -67,23 +70,12 @@ inline std::uint32_t ElemField(const SAA_Elem& elem, std::size_t field)
     return value;
 }
 
+// One decision for all three: it is asked of each pair of an element and a mesh.
 inline bool IsElemOf(const RecordedScene& scene, const SAA_Elem* elem, HandleKind kind)
 {
-    return elem != nullptr && ElemField(*elem, offsetof(ElemFields, tag)) == HANDLE_TAG &&
-           ElemField(*elem, offsetof(ElemFields, kind)) == kind &&
-           ElemField(*elem, offsetof(ElemFields, scene)) == scene.Id();
-}
-
-// Whether both are handles of models of the scene, as far as their beginnings tell.
-inline bool AreModelsOf(const RecordedScene& scene, const SAA_Elem& a, const SAA_Elem& b)
-{
-    const std::uint32_t difference = (ElemField(a, offsetof(ElemFields, tag)) ^ HANDLE_TAG) |
-                                     (ElemField(b, offsetof(ElemFields, tag)) ^ HANDLE_TAG) |
-                                     (ElemField(a, offsetof(ElemFields, kind)) ^ KIND_MODEL) |
-                                     (ElemField(b, offsetof(ElemFields, kind)) ^ KIND_MODEL) |
-                                     (ElemField(a, offsetof(ElemFields, scene)) ^ scene.Id()) |
-                                     (ElemField(b, offsetof(ElemFields, scene)) ^ scene.Id());
-    return difference == 0;
+    return elem != nullptr && ((ElemField(*elem, offsetof(ElemFields, tag)) ^ HANDLE_TAG) |
+                               (ElemField(*elem, offsetof(ElemFields, kind)) ^ kind) |
+                               (ElemField(*elem, offsetof(ElemFields, scene)) ^ scene.Id())) == 0;
 }
 
 // Inline, as all that is asked of each pair of an element and a mesh.

@@ -27,19 +27,6 @@ struct HostState
 // The one of the process.
 SAA_PRIVATE extern HostState g_HostState;
 
-// The numbers that a scene record holds, which are in its first bytes. Every operation begins with this.
-inline bool AreEqual(const SAA_Scene& a, const SAA_Scene& b)
-{
-    const auto difference = [&a, &b](std::size_t at)
-    {
-        std::uint64_t words[2] = {};
-        std::memcpy(&words[0], a.bytes + at, sizeof words[0]);
-        std::memcpy(&words[1], b.bytes + at, sizeof words[1]);
-        return words[0] ^ words[1];
-    };
-    return (difference(0) | difference(8)) == 0;
-}
-
 // The open scene, null if none is open or the record is that of another one.
 inline RecordedScene* SceneOfRecord(const SAA_Scene* record)
 {
@@ -47,5 +34,5 @@ inline RecordedScene* SceneOfRecord(const SAA_Scene* record)
     {
         return nullptr;
     }
-    return AreEqual(g_HostState.record, *record) ? g_HostState.scene : nullptr;
+    return std::memcmp(&g_HostState.record, record, SCENE_RECORD_BYTES) == 0 ? g_HostState.scene : nullptr;
 }

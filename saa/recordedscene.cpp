@@ -244,36 +244,23 @@ static float TimeOfKey(SceneInterpolation interpolation, double time, double fps
     return NearestFrame(static_cast<double>(seconds), fps) == frame ? seconds : static_cast<float>(frame / fps);
 }
 
-float RecordedScene::KeySeconds(int element, CurveKind kind, int key) const
-{
-    const SceneChannel* channel = Channel(element, kind);
-    const std::size_t nOwn = channel == nullptr ? 0 : channel->times.size();
-    const auto index = static_cast<std::size_t>(key);
-    if (index >= nOwn)
-    {
-        return static_cast<float>(m_Options.extraKeys[index - nOwn] / m_Options.fps);
-    }
-    return TimeOfKey(channel->interpolation, channel->times[index], m_Options.fps);
-}
-
 const std::vector<float>& RecordedScene::KeyTimes(int element, CurveKind kind)
 {
     const SceneChannel* channel = Channel(element, kind);
-    if (channel != nullptr && channel == m_KeyChannel && NumExtraKeys(element, kind) == 0)
+    const std::size_t nExtra = NumExtraKeys(element, kind);
+    if (channel != nullptr && channel == m_KeyChannel && nExtra == 0)
     {
         return m_KeyTimes;
     }
-    m_KeyChannel = nullptr;
-    m_KeyTimes.resize(static_cast<std::size_t>(NumKeys(element, kind)));
-    const std::size_t nOwn = channel == nullptr ? 0 : channel->times.size();
-    for (std::size_t i = 0; i < nOwn; ++i)
+    m_KeyTimes.clear();
+    for (std::size_t i = 0; channel != nullptr && i < channel->times.size(); ++i)
     {
-        m_KeyTimes[i] = TimeOfKey(channel->interpolation, channel->times[i], m_Options.fps);
+        m_KeyTimes.push_back(TimeOfKey(channel->interpolation, channel->times[i], m_Options.fps));
     }
-    for (std::size_t i = nOwn; i < m_KeyTimes.size(); ++i)
+    for (std::size_t i = 0; i < nExtra; ++i)
     {
-        m_KeyTimes[i] = KeySeconds(element, kind, static_cast<int>(i));
+        m_KeyTimes.push_back(static_cast<float>(m_Options.extraKeys[i] / m_Options.fps));
     }
-    m_KeyChannel = NumExtraKeys(element, kind) == 0 ? channel : nullptr;
+    m_KeyChannel = nExtra == 0 ? channel : nullptr;
     return m_KeyTimes;
 }

@@ -134,8 +134,7 @@ public:
     // The function curves of an element, and for each key its time: that of the file where SAA_seconds2Frame brings it
     // to the key's frame, else that of the frame.
     int NumKeys(int element, CurveKind kind) const;
-    float KeySeconds(int element, CurveKind kind, int key) const;
-    // Those of all keys, until it is called again.
+    // The times are there until it is called again.
     const std::vector<float>& KeyTimes(int element, CurveKind kind);
 
 private:

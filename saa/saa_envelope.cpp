@@ -72,19 +72,11 @@ int SAA_envelopeGetType(const SAA_Scene* scene, const SAA_Elem* elem, int* type)
 static inline bool IsCertainlyNone(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
                                    const SAA_Elem* mesh, const int* count)
 {
-    if (skeleton == nullptr || mesh == nullptr || count == nullptr || nSkeletons != 1)
-    {
-        return false;
-    }
     const RecordedScene* current = SceneOfRecord(scene);
-    if (current == nullptr || !AreModelsOf(*current, *skeleton, *mesh))
-    {
-        return false;
-    }
-    const std::uint32_t node = ElemField(*skeleton, offsetof(ElemFields, index));
-    const std::uint32_t moved = ElemField(*mesh, offsetof(ElemFields, index));
-    return current->HasElement(node) && current->HasElement(moved) &&
-           current->IsUnmoved(static_cast<int>(node), static_cast<int>(moved));
+    int element = -1;
+    int moved = -1;
+    return current != nullptr && count != nullptr && nSkeletons == 1 && ModelOfHandle(*current, mesh, moved) &&
+           ModelOfHandle(*current, skeleton, element) && current->IsUnmoved(element, moved);
 }
 
 int SAA_envelopeGetNbCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,

@@ -31,8 +31,9 @@ std::vector<int> FindKeyFrames(const Scene& scene, int clip, double fps)
     {
         return frames;
     }
-    // Those of a channel rise as its times do, and most channels have the same.
-    std::vector<int> own, both;
+    // Those of a channel rise as its times do.
+    std::vector<int> own;
+    std::vector<int> both;
     const SceneChannel* before = nullptr;
     for (const SceneChannel& channel : scene.clips[clip].channels)
     {

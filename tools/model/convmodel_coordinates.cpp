@@ -72,10 +72,10 @@ void ConvModel::ConvertCoordinates()
     {
         ModelAnim* pAnim = GetAnim(iAnim);
         const uint32_t nKeys = pAnim->NumKeyFrames();
-        uint32_t iKey = 0;
-        for (; nKeys - iKey >= FOUR_KEYS; iKey += FOUR_KEYS)
-            ConvertFourKeys(pAnim->GetRootNode(), iKey, identities, identities, nKeys - iKey == FOUR_KEYS);
-        for (; iKey < nKeys; ++iKey)
-            ConvertKey(pAnim->GetRootNode(), iKey, identity, inverse);
+        AnimNode* pRoot = pAnim->GetRootNode();
+        ForKeysByFour(
+            nKeys,
+            [&](uint32_t iKey) { ConvertFourKeys(pRoot, iKey, identities, identities, nKeys - iKey == FOUR_KEYS); },
+            [&](uint32_t iKey) { ConvertKey(pRoot, iKey, identity, inverse); });
     }
 }

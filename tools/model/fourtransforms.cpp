@@ -1,4 +1,9 @@
-// Every line of arithmetic is done to four keys at once, in vectors of the compiler's own.
+// The passes of a conversion go over every key of every node, with sums in double that round to float at fixed places.
+// The keys of a node don't depend on each other: every line of arithmetic here is done to four of them at once, each
+// lane in the order of the single operation, so that the bits are the same. Vectors of the compiler's own are what
+// SSE2 and AVX have; elsewhere it takes them apart. What lies off the common way (no finite number, no direction, out
+// of range) isn't repeated here: the caller falls back on the single operations for that subtree, which are tested by
+// themselves, and a test holds the two against each other.
 
 #include "tools/model/fourtransforms.h"
 

@@ -36,6 +36,16 @@ struct FourTransforms
 
 constexpr uint32_t FOUR_KEYS = 4;
 
+// Calls four(iKey) for the first of each four keys in a row, and one(iKey) for those that are left.
+template <class Four, class One> void ForKeysByFour(uint32_t nKeys, Four four, One one)
+{
+    uint32_t iKey = 0;
+    for (; nKeys - iKey >= FOUR_KEYS; iKey += FOUR_KEYS)
+        four(iKey);
+    for (; iKey < nKeys; ++iKey)
+        one(iKey);
+}
+
 // global = parent × keys; the keys become global.
 bool FourToGlobal(FourTransforms& global, const FourTransforms& parent, NodeKeyFrame* pKeys);
 

@@ -69,19 +69,15 @@ static void FourKeysBelow(AnimNode* pTrack, uint32_t iKey, const FourTransforms&
 void AllKeysToGlobal(AnimNode* pRoot, uint32_t nKeys)
 {
     const FourTransforms identities = FourTransforms::Identity();
-    uint32_t iKey = 0;
-    for (; nKeys - iKey >= FOUR_KEYS; iKey += FOUR_KEYS)
-        FourKeysToGlobal(pRoot, iKey, identities);
-    for (; iKey < nKeys; ++iKey)
-        KeysToGlobal(pRoot, iKey, Matrix4());
+    ForKeysByFour(
+        nKeys, [&](uint32_t iKey) { FourKeysToGlobal(pRoot, iKey, identities); },
+        [&](uint32_t iKey) { KeysToGlobal(pRoot, iKey, Matrix4()); });
 }
 
 void AllKeysToLocal(AnimNode* pRoot, uint32_t nKeys)
 {
     const FourTransforms identities = FourTransforms::Identity();
-    uint32_t iKey = 0;
-    for (; nKeys - iKey >= FOUR_KEYS; iKey += FOUR_KEYS)
-        FourKeysBelow(pRoot, iKey, identities);
-    for (; iKey < nKeys; ++iKey)
-        KeysToLocal(pRoot, iKey, Matrix4());
+    ForKeysByFour(
+        nKeys, [&](uint32_t iKey) { FourKeysBelow(pRoot, iKey, identities); },
+        [&](uint32_t iKey) { KeysToLocal(pRoot, iKey, Matrix4()); });
 }

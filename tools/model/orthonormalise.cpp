@@ -35,12 +35,6 @@ static bool AreParallel(const Vector3& a, const Vector3& b)
     return AreParallel(a, b, SquaredLength(a), SquaredLength(b));
 }
 
-static Vector3 DividedBy(const Vector3& v, double divisor)
-{
-    return Vector3(static_cast<float>(v.x / divisor), static_cast<float>(v.y / divisor),
-                   static_cast<float>(v.z / divisor));
-}
-
 bool NormalizeIfUsable(Matrix4& m)
 {
     Vector3 a, b, c;
@@ -49,9 +43,7 @@ bool NormalizeIfUsable(Matrix4& m)
     const double squareB = SquaredLength(b);
     if (!IsDirection(squareA) || !IsDirection(squareB) || AreParallel(a, b, squareA, squareB))
         return false;
-    a = DividedBy(a, std::sqrt(squareA));
-    b = DividedBy(b, std::sqrt(squareB));
-    m.SetBasisVectors(a, b, b.Cross(a)); // a × b
+    m.Normalize();
     return true;
 }
 

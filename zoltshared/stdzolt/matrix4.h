@@ -67,6 +67,7 @@ struct Matrix4
     // Columns 0 and 1 must not be of length 0.
     void Normalize();
 
+    // Columns 0 to 3 of a row.
     void SetRow(int row, float a, float b, float c, float d)
     {
         (*this)(row, 0) = a;

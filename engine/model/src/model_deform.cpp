@@ -13,6 +13,7 @@
 #include "zoltshared/stdzolt/float8.h"
 
 #include <cstddef>
+#include <iterator>
 
 ZOLT_BEGIN_NAMESPACE
 
@@ -193,24 +194,11 @@ bool DeformAsRow(const ModelPieceLOD& mesh, uint32_t nEach, Deformer& deformer)
 {
     if (!HasAvx() || !IsRow(mesh, nEach))
         return false;
-    const ModelVertWeight* pWeights = mesh.m_Verts[0].m_Weights;
-    switch (nEach)
-    {
-    case 1:
-        DeformRow<1>(pWeights, mesh.NumVerts(), deformer);
-        return true;
-    case 2:
-        DeformRow<2>(pWeights, mesh.NumVerts(), deformer);
-        return true;
-    case 3:
-        DeformRow<3>(pWeights, mesh.NumVerts(), deformer);
-        return true;
-    case 4:
-        DeformRow<4>(pWeights, mesh.NumVerts(), deformer);
-        return true;
-    default:
+    static constexpr decltype(&DeformRow<1>) rows[] = {DeformRow<1>, DeformRow<2>, DeformRow<3>, DeformRow<4>};
+    if (nEach > std::size(rows))
         return false;
-    }
+    rows[nEach - 1](mesh.m_Verts[0].m_Weights, mesh.NumVerts(), deformer);
+    return true;
 }
 #else
 bool DeformAsRow(const ModelPieceLOD& /*mesh*/, uint32_t /*nEach*/, Deformer& /*deformer*/)

@@ -233,13 +233,12 @@ void ConvModel_Soft::FoldScaleIntoKeys()
         ModelAnim* pAnim = GetAnim(iAnim);
         const uint32_t nKeys = pAnim->NumKeyFrames();
         FoldWarnings warnings;
-        uint32_t iKey = 0;
-        for (; nKeys - iKey >= FOUR_KEYS; iKey += FOUR_KEYS)
-            FoldFourScales(pAnim->GetRootNode(), iKey, nullptr, warnings);
-        for (; iKey < nKeys; ++iKey)
-            FoldScale(pAnim->GetRootNode(), iKey, identity, nullptr, warnings);
+        AnimNode* pRoot = pAnim->GetRootNode();
+        ForKeysByFour(
+            nKeys, [&](uint32_t iKey) { FoldFourScales(pRoot, iKey, nullptr, warnings); },
+            [&](uint32_t iKey) { FoldScale(pRoot, iKey, identity, nullptr, warnings); });
         warnings.WriteAll();
-        AllKeysToLocal(pAnim->GetRootNode(), nKeys);
+        AllKeysToLocal(pRoot, nKeys);
     }
 }
 
