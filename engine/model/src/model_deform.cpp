@@ -56,9 +56,9 @@ template <uint32_t N> bool AreBelow(const ModelVertWeight* pWeights, uint32_t nN
     return true;
 }
 
-// How far ahead memory is asked for: vertices, and bytes of the output.
-constexpr size_t AHEAD = 96;
-constexpr size_t OUT_AHEAD = 1024;
+// How far ahead memory is asked for, in bytes: of what is read, and of the output.
+constexpr size_t AHEAD = 4096;
+constexpr size_t OUT_AHEAD = 512;
 
 // What the records of vertices are summed through, and where the positions go.
 struct Deformer
@@ -103,8 +103,8 @@ template <uint32_t N> const ModelVert* DeformRun(const ModelVert* pVert, const M
     {
         const ModelVertWeight* pWeights = pVert->m_Weights;
         // As a rule the records lie in the order of the vertices; all is asked for well ahead of its use.
-        Prefetch(pVert, AHEAD * sizeof(ModelVert));
-        Prefetch(pWeights, AHEAD * N * sizeof(ModelVertWeight));
+        Prefetch(pVert, AHEAD);
+        Prefetch(pWeights, AHEAD);
         Prefetch(pOut, OUT_AHEAD);
         DeformVertex<N>(pWeights, d.m_pMatrices, d.m_nNodes, pOut);
     }
@@ -123,7 +123,7 @@ template <uint32_t N> ZOLT_AVX void DeformRow(const ModelVertWeight* pWeights, u
     for (; nVerts >= 4; nVerts -= 4, pWeights += size_t{4} * N, pOut += 4 * d.m_Stride)
     {
         for (size_t i = 0; i < size_t{4} * N * sizeof(ModelVertWeight); i += 64)
-            Prefetch(pWeights, AHEAD * N * sizeof(ModelVertWeight) + i);
+            Prefetch(pWeights, AHEAD + i);
         Prefetch(pOut, OUT_AHEAD);
         if (!AreBelow<4 * N>(pWeights, d.m_nNodes)) [[unlikely]]
         {

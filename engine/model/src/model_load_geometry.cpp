@@ -183,25 +183,64 @@ struct VertexTarget
         ++m_pVert;
     }
 
+    // Records of N weights each, from one that GetWhole has looked at to the first of another number. With N known, no
+    // record waits for the number of the one before it to know where it lies.
+    template <uint32_t N> const uint8_t* GetRun(const uint8_t* pRecord, const uint8_t* pEnd)
+    {
+        constexpr size_t SIZE = DISK_VERT + DISK_WEIGHT * N;
+        VertexTarget local(*this); // so that the members can be in registers
+        size_t nMost = std::min<size_t>(m_pVertEnd - m_pVert, static_cast<size_t>(pEnd - pRecord) / SIZE);
+        nMost = std::min<size_t>(nMost, m_nWeightsLeft / N);
+        const ModelVertWeight* pFirst = m_pWeight;
+        for (const uint8_t* pMost = pRecord + SIZE * nMost; pRecord != pMost && GetU16(pRecord) == N; pRecord += SIZE)
+        {
+            local.GetCounts(pRecord);
+            for (uint32_t i = 0; i < N; ++i)
+                local.GetWeight(pRecord + 4 + size_t{DISK_WEIGHT} * i);
+            local.GetPlace(pRecord + 4 + size_t{DISK_WEIGHT} * N);
+        }
+        local.m_nWeightsLeft -= static_cast<uint32_t>(local.m_pWeight - pFirst);
+        *this = local;
+        return pRecord;
+    }
+
+    const uint8_t* GetOne(const uint8_t* pRecord)
+    {
+        const uint32_t nEach = GetCounts(pRecord);
+        pRecord += 4;
+        for (uint32_t i = 0; i < nEach; ++i, pRecord += DISK_WEIGHT)
+            GetWeight(pRecord);
+        m_nWeightsLeft -= nEach;
+        GetPlace(pRecord);
+        return pRecord + DISK_VERT - 4;
+    }
+
     // Records that lie there as a whole and have room for their weights. Returns what is behind them.
     const uint8_t* GetWhole(const uint8_t* pRecord, const uint8_t* pEnd)
     {
-        VertexTarget local(*this); // so that the members can be in registers
-        while (local.m_pVert != m_pVertEnd && pEnd - pRecord >= ptrdiff_t{DISK_VERT})
+        while (m_pVert != m_pVertEnd && pEnd - pRecord >= ptrdiff_t{DISK_VERT})
         {
             const uint32_t nEach = GetU16(pRecord);
-            if (nEach > local.m_nWeightsLeft || pEnd - pRecord < ptrdiff_t{DISK_VERT + DISK_WEIGHT * nEach})
+            if (nEach > m_nWeightsLeft || pEnd - pRecord < ptrdiff_t{DISK_VERT + DISK_WEIGHT * nEach})
                 break;
-            local.GetCounts(pRecord);
-            pRecord += 4;
-            local.m_nWeightsLeft -= nEach;
-            for (const uint8_t* pPlace = pRecord + size_t{DISK_WEIGHT} * nEach; pRecord != pPlace;
-                 pRecord += DISK_WEIGHT)
-                local.GetWeight(pRecord);
-            local.GetPlace(pRecord);
-            pRecord += DISK_VERT - 4;
+            switch (nEach)
+            {
+            case 1:
+                pRecord = GetRun<1>(pRecord, pEnd);
+                break;
+            case 2:
+                pRecord = GetRun<2>(pRecord, pEnd);
+                break;
+            case 3:
+                pRecord = GetRun<3>(pRecord, pEnd);
+                break;
+            case 4:
+                pRecord = GetRun<4>(pRecord, pEnd);
+                break;
+            default:
+                pRecord = GetOne(pRecord);
+            }
         }
-        *this = local;
         return pRecord;
     }
 };
