@@ -262,35 +262,71 @@ QZBOOL Model::SavePiece(ModelStream* pStream, ModelPiece* pPiece)
     return QZTRUE;
 }
 
+static uint8_t* PutTriangle(uint8_t* pRecord, const ModelTri& tri)
+{
+    for (uint32_t i = 0; i < 3; ++i, pRecord += DISK_TRI / 3)
+    {
+        PutFloats(pRecord, &tri.m_UVs[i], 2);
+        PutU16(pRecord + 8, tri.m_Indices[i]);
+    }
+    return pRecord;
+}
+
+static uint8_t* PutCounts(uint8_t* pRecord, const ModelVert& vert)
+{
+    PutU16(pRecord, vert.m_nWeights);
+    PutU16(pRecord + 2, vert.m_VertReserved);
+    return pRecord + 4;
+}
+
+static uint8_t* PutWeight(uint8_t* pRecord, const ModelVertWeight& weight)
+{
+    PutU32(pRecord, weight.m_iNode);
+    PutFloats(pRecord + 4, weight.m_Vec, 4);
+    return pRecord + DISK_WEIGHT;
+}
+
+static uint8_t* PutPlace(uint8_t* pRecord, const ModelVert& vert)
+{
+    PutFloats(pRecord, &vert.m_vPos, 3);
+    PutFloats(pRecord + 12, &vert.m_vNormal, 3);
+    return pRecord + DISK_VERT - 4;
+}
+
 QZBOOL ModelPieceLOD::Save(ModelStream* pStream)
 {
     BlockWriter writer(pStream);
+    uint8_t* pRoomEnd = nullptr;
     PutU32(writer.Put(4), NumTris());
-    for (const ModelTri *pTri = m_Tris.GetArray(), *pEnd = pTri + NumTris(); pTri != pEnd; ++pTri)
+    for (const ModelTri *pTri = m_Tris.GetArray(), *pEnd = pTri + NumTris(); pTri != pEnd;)
     {
-        uint8_t* pCorner = writer.Put(30);
-        for (uint32_t i = 0; i < 3; ++i, pCorner += 10)
-        {
-            PutFloats(pCorner, &pTri->m_UVs[i], 2);
-            PutU16(pCorner + 8, pTri->m_Indices[i]);
-        }
+        uint8_t* pRoom = writer.Room(DISK_TRI, &pRoomEnd);
+        for (; pTri != pEnd && pRoomEnd - pRoom >= ptrdiff_t{DISK_TRI}; ++pTri)
+            pRoom = PutTriangle(pRoom, *pTri);
+        writer.PutUpTo(pRoom);
     }
     PutU32(writer.Put(4), NumVerts());
-    for (const ModelVert *pVert = m_Verts.GetArray(), *pEnd = pVert + NumVerts(); pVert != pEnd; ++pVert)
+    constexpr uint32_t MOST =
+        (BlockWriter::MAX_PUT - DISK_VERT) / DISK_WEIGHT; // weights of a vertex that go in one piece
+    for (const ModelVert *pVert = m_Verts.GetArray(), *pEnd = pVert + NumVerts(); pVert != pEnd;)
     {
-        uint8_t* pCounts = writer.Put(4);
-        PutU16(pCounts, pVert->m_nWeights);
-        PutU16(pCounts + 2, pVert->m_VertReserved);
-        for (uint32_t k = 0; k < pVert->m_nWeights; ++k)
+        uint8_t* pRoom = writer.Room(BlockWriter::MAX_PUT, &pRoomEnd);
+        for (; pVert != pEnd && pVert->m_nWeights <= MOST && pRoomEnd - pRoom >= ptrdiff_t{BlockWriter::MAX_PUT};
+             ++pVert)
         {
-            const ModelVertWeight& weight = pVert->m_Weights[k];
-            uint8_t* pRecord = writer.Put(20);
-            PutU32(pRecord, weight.m_iNode);
-            PutFloats(pRecord + 4, weight.m_Vec, 4);
+            pRoom = PutCounts(pRoom, *pVert);
+            for (uint32_t k = 0; k < pVert->m_nWeights; ++k)
+                pRoom = PutWeight(pRoom, pVert->m_Weights[k]);
+            pRoom = PutPlace(pRoom, *pVert);
         }
-        uint8_t* pPlace = writer.Put(24);
-        PutFloats(pPlace, &pVert->m_vPos, 3);
-        PutFloats(pPlace + 12, &pVert->m_vNormal, 3);
+        writer.PutUpTo(pRoom);
+        for (; pVert != pEnd && pVert->m_nWeights > MOST; ++pVert)
+        {
+            PutCounts(writer.Put(4), *pVert);
+            for (uint32_t k = 0; k < pVert->m_nWeights; ++k)
+                PutWeight(writer.Put(DISK_WEIGHT), pVert->m_Weights[k]);
+            PutPlace(writer.Put(DISK_VERT - 4), *pVert);
+        }
     }
     return QZTRUE;
 }

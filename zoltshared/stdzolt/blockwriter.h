@@ -18,7 +18,9 @@ public:
     BlockWriter(const BlockWriter&) = delete;
     BlockWriter& operator=(const BlockWriter&) = delete;
 
-    // Room for the next `size` bytes, at most 64, which the caller fills before the next call.
+    static constexpr uint32_t MAX_PUT = 256;
+
+    // Room for the next `size` bytes, at most MAX_PUT, which the caller fills before the next call.
     uint8_t* Put(uint32_t size)
     {
         if (size > BUFFER_SIZE - m_nUsed)
@@ -27,6 +29,17 @@ public:
         m_nUsed += size;
         return pRoom;
     }
+
+    // For whoever writes many records in one loop: room as Put gives it, at least `size` (at most MAX_PUT) bytes and as
+    // many more as there are, to the end that *ppEnd gets. What the caller fills counts once PutUpTo is told of it.
+    uint8_t* Room(uint32_t size, uint8_t** ppEnd)
+    {
+        if (size > BUFFER_SIZE - m_nUsed)
+            Flush();
+        *ppEnd = m_Buffer + BUFFER_SIZE;
+        return m_Buffer + m_nUsed;
+    }
+    void PutUpTo(const uint8_t* pFilled) { m_nUsed = static_cast<uint32_t>(pFilled - m_Buffer); }
 
     // As `ModelStream::WriteString` does.
     void PutString(const char* pText);
