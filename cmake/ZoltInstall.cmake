@@ -98,10 +98,10 @@ target_link_libraries(zoltplay_shared PUBLIC zoltmodel_shared Threads::Threads)
 target_link_libraries(zoltplay_static PUBLIC zoltmodel_static Threads::Threads)
 
 # The programs look for the plug-in, and by their RPATH for the libraries, in the folder "lib" beside their own.
-foreach(target zoltexport abctool ZoltExport SAA zoltscene zoltassimp zoltwin32)
+foreach(target zoltexport abctool ZoltExport SAA zoltassimp zoltmeshopt)
     if(TARGET ${target})
         get_target_property(type ${target} TYPE)
-        if(NOT type STREQUAL "INTERFACE_LIBRARY")
+        if(NOT type STREQUAL "STATIC_LIBRARY")
             install(TARGETS ${target}
                 RUNTIME DESTINATION bin COMPONENT host
                 LIBRARY DESTINATION lib COMPONENT host)

@@ -1,5 +1,7 @@
 # What every target of the house shares: warnings are errors, floating point is evaluated as written, and
 # paths in messages start at the top of the tree.
+include(CheckLinkerFlag)
+
 add_library(zolt_options INTERFACE)
 target_compile_options(zolt_options INTERFACE
     -Wall -Wextra -Werror -ffp-contract=off -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
@@ -53,12 +55,35 @@ function(zolt_add_library name kind)
     add_library(${name} ${kind} ${sources})
     set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX INSTALL_RPATH "$ORIGIN")
     target_link_libraries(${name} PRIVATE zolt_options)
-    if(UNIX AND kind STREQUAL "SHARED" AND NOT ZOLT_SANITIZE)
-        # A library's calls of its own functions need no look-up by name when it is loaded.
-        target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions)
+    if(UNIX AND NOT ZOLT_SANITIZE)
+        # A library's calls of its own functions need no look-up by name.
         target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+        if(kind STREQUAL "SHARED")
+            target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions)
+        endif()
     endif()
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+endfunction()
+
+# For what is started and is done in milliseconds. The shared C++ library has thousands of its own names looked up each
+# time, which takes a tenth of the export of a small scene; linked in, it costs nothing that is measured. Its types are
+# the same in both shapes, and memory comes from the C library, so what is linked in this way and what isn't may hand
+# each other objects; but no exception may leave one for the other.
+check_linker_flag(CXX "-static-libstdc++;-static-libgcc" ZOLT_HAS_STATIC_RUNTIME)
+function(zolt_link_runtime name)
+    if(UNIX AND ZOLT_HAS_STATIC_RUNTIME AND NOT ZOLT_SANITIZE)
+        target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
+    endif()
+endfunction()
+
+# A program that loads the plug-in has both stand-ins in it, whole, and lets the plug-in see what it calls of them.
+function(zolt_host_plugin name)
+    set(exports ${PROJECT_SOURCE_DIR}/tools/model/kelpexport/hostexports.map)
+    target_link_libraries(${name} PRIVATE SAA zoltwin32)
+    target_link_options(${name} PRIVATE LINKER:--dynamic-list=${exports})
+    set_target_properties(${name} PROPERTIES
+        LINK_LIBRARY_OVERRIDE "WHOLE_ARCHIVE,SAA,zoltwin32"
+        LINK_DEPENDS ${exports})
 endfunction()
 
 # For what the tests run but shortly: with the sanitizers, compiling it optimised takes longer than that saves.

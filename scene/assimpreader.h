@@ -14,7 +14,7 @@
 // only root, so that a skeleton keeps its place in the tree whatever else a file holds. A bone makes its node a joint.
 // Assimp keeps key times and values, but no curve shapes: every channel is linear. An FBX clip starts at 0.
 //
-// The first call loads the library zoltassimp, which lies beside this one; without it every file is refused.
+// The first call loads the library zoltassimp (loadlibrary.h); without it every file is refused.
 bool ReadAssimpScene(const char* path, Scene& scene, std::string& error);
 
 // What that library has for it.

@@ -1,10 +1,8 @@
 #include "scene/gltfmeshopt.h"
 
 #include "scene/gltfextensions.h"
-
-#ifdef ZOLT_HAS_MESHOPT
-#include <meshoptimizer.h>
-#endif
+#include "scene/loadlibrary.h"
+#include "scene/meshoptdecoder.h"
 
 using Json = nlohmann::json;
 using Bytes = std::vector<unsigned char>;
@@ -86,37 +84,51 @@ static bool FitsDecoder(const CompressedView& view)
             (view.filter == "QUATERNION" && stride == 8));
 }
 
-static bool Decode(const CompressedView& view, const unsigned char* source, Bytes& bytes)
+static MeshoptMode ModeOf(const CompressedView& view)
 {
-    // Filters may work on four elements at a time.
-    bytes.resize((view.count + 3) / 4 * 4 * view.byteStride);
-    int result = 0;
-    if (view.mode == "TRIANGLES")
+    if (view.mode == "ATTRIBUTES")
     {
-        result = meshopt_decodeIndexBuffer(bytes.data(), view.count, view.byteStride, source, view.byteLength);
+        return MESHOPT_ATTRIBUTES;
     }
-    else if (view.mode == "INDICES")
+    return view.mode == "TRIANGLES" ? MESHOPT_TRIANGLES : MESHOPT_INDICES;
+}
+
+static MeshoptFilter FilterOf(const CompressedView& view)
+{
+    if (view.filter == "NONE")
     {
-        result = meshopt_decodeIndexSequence(bytes.data(), view.count, view.byteStride, source, view.byteLength);
-    }
-    else
-    {
-        result = meshopt_decodeVertexBuffer(bytes.data(), view.count, view.byteStride, source, view.byteLength);
+        return MESHOPT_NONE;
     }
     if (view.filter == "OCTAHEDRAL")
     {
-        meshopt_decodeFilterOct(bytes.data(), view.count, view.byteStride);
+        return MESHOPT_OCTAHEDRAL;
     }
-    else if (view.filter == "QUATERNION")
+    return view.filter == "QUATERNION" ? MESHOPT_QUATERNION : MESHOPT_EXPONENTIAL;
+}
+
+static bool Decode(const CompressedView& view, const unsigned char* source, Bytes& bytes, std::string& error)
+{
+    static decltype(&ZoltDecodeMeshopt) decode = nullptr;
+    if (decode == nullptr)
     {
-        meshopt_decodeFilterQuat(bytes.data(), view.count, view.byteStride);
+        std::string reason;
+        decode = reinterpret_cast<decltype(decode)>(LoadFunction("libzoltmeshopt.so", "ZoltDecodeMeshopt", reason));
+        if (decode == nullptr)
+        {
+            error = std::string("the decoder of ") + NAME + " can't be loaded: " + reason;
+            return false;
+        }
     }
-    else if (view.filter == "EXPONENTIAL")
-    {
-        meshopt_decodeFilterExp(bytes.data(), view.count, view.byteStride);
-    }
+    // Filters may work on four elements at a time.
+    bytes.resize((view.count + 3) / 4 * 4 * view.byteStride);
+    const bool isGood =
+        decode(ModeOf(view), FilterOf(view), bytes.data(), view.count, view.byteStride, source, view.byteLength);
     bytes.resize(view.count * view.byteStride);
-    return result == 0;
+    if (!isGood)
+    {
+        error = "its compressed bytes are damaged";
+    }
+    return isGood;
 }
 
 static bool DecompressView(const Json& extension, Json& target, GltfDocument& document, std::size_t& budget,
@@ -143,9 +155,8 @@ static bool DecompressView(const Json& extension, Json& target, GltfDocument& do
         return false;
     }
     Bytes bytes;
-    if (!Decode(view, data.data() + view.byteOffset, bytes))
+    if (!Decode(view, data.data() + view.byteOffset, bytes, error))
     {
-        error = "its compressed bytes are damaged";
         return false;
     }
     budget -= bytes.size();
@@ -178,7 +189,7 @@ bool DecompressMeshopt(Json& json, GltfDocument& document, std::string& error)
         (*views)[i].erase("extensions");
         if (!DecompressView(extension, (*views)[i], document, budget, error))
         {
-            error = "buffer view " + std::to_string(i) + ": " + error;
+            error = std::string("buffer view ").append(std::to_string(i)).append(": ").append(error);
             return false;
         }
     }

@@ -2,8 +2,6 @@
 
 #include "saa/operations.h"
 
-#include <dlfcn.h>
-
 std::map<std::string, std::function<void(HostAnswer&)>> g_HostLies;
 
 void LieCount(const char* pOperation, int count)
@@ -43,15 +41,15 @@ static void Note(HostAnswer& answer, SAA_SubHandle* p) { List(answer.subHandles,
 template <class T> static void Note(HostAnswer&, T) {}
 
 // Stands before the operation of one name and signature.
-template <Operation OP, class Signature> struct Interposed;
-template <Operation OP, class... Arguments> struct Interposed<OP, int(Arguments...)>
+template <Operation OP, auto TRUE_OPERATION, class Signature> struct Interposed;
+template <Operation OP, auto TRUE_OPERATION, class... Arguments>
+struct Interposed<OP, TRUE_OPERATION, int(Arguments...)>
 {
     static int Call(Arguments... arguments)
     {
         static const char* const pName = ListOperations()[OP];
-        static const auto pTrue = reinterpret_cast<int (*)(Arguments...)>(dlsym(RTLD_NEXT, pName));
         HostAnswer answer;
-        answer.status = pTrue(arguments...);
+        answer.status = TRUE_OPERATION(arguments...);
         const auto lie = g_HostLies.find(pName);
         if (lie != g_HostLies.end())
         {
@@ -62,14 +60,15 @@ template <Operation OP, class... Arguments> struct Interposed<OP, int(Arguments.
     }
 };
 
-// The program's own symbol of an operation goes before that of the library. The loader asks for its address before
-// anything else runs, so the sanitizers have to keep out.
+// The linker gives the calls of an operation to the name with "__wrap_" ahead of it (see CMakeLists.txt). The loader asks
+// for its address before anything else runs, so the sanitizers have to keep out.
 // NOLINTBEGIN(bugprone-macro-parentheses): names that are declared
 #define INTERPOSE(name)                                                                                                \
+    extern "C" decltype(name) __real_##name;                                                                           \
     extern "C" __attribute__((no_sanitize("address", "undefined"))) decltype(&name) Resolve_##name()                   \
     {                                                                                                                  \
-        return &Interposed<OP_##name, decltype(name)>::Call;                                                           \
+        return &Interposed<OP_##name, &__real_##name, decltype(name)>::Call;                                           \
     }                                                                                                                  \
-    extern "C" decltype(name) name __attribute__((ifunc("Resolve_" #name)));
+    extern "C" decltype(name) __wrap_##name __attribute__((ifunc("Resolve_" #name)));
 SAA_OPERATIONS(INTERPOSE)
 // NOLINTEND(bugprone-macro-parentheses)

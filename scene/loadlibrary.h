@@ -1,0 +1,9 @@
+// Libraries of this system that a program loads when a file needs them.
+#pragma once
+
+#include <string>
+
+// The address of a function in a library that lies in the folder "lib" beside the program's own. Null, with the
+// loader's sentence in `reason`, if that can't be had. The library stays loaded: what it has set up once serves the
+// next file.
+void* LoadFunction(const char* library, const char* function, std::string& reason);
