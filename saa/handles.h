@@ -111,6 +111,19 @@ public:
         return handle;
     }
 
+    // Those of indices 0 to count - 1, all with this corner.
+    void MakeAll(SAA_SubHandle* handles, std::uint32_t count, std::uint32_t corner) const
+    {
+        SubFields fields = m_Fields;
+        fields.corner = corner;
+        for (std::uint32_t i = 0; i < count; ++i)
+        {
+            // Nothing is put together elsewhere first, where it would have to be read back.
+            std::memcpy(&handles[i], &fields, sizeof fields);
+            std::memcpy(handles[i].bytes + offsetof(SubFields, index), &i, sizeof i);
+        }
+    }
+
     // The index of a handle, UINT32_MAX for one of another kind or element.
     std::uint32_t IndexOf(const SAA_SubHandle& handle) const
     {

@@ -57,7 +57,15 @@ const ScenePose& RecordedScene::LocalPose()
 {
     if (!m_bPoseValid)
     {
-        EvaluateLocals(m_Scene, m_Options.clip, m_CurrentFrame / m_Options.fps, m_Pose);
+        const double seconds = m_CurrentFrame / m_Options.fps;
+        if (m_Pose.locals.empty() || m_Options.clip < 0)
+        {
+            EvaluateLocals(m_Scene, m_Options.clip, seconds, m_Pose);
+        }
+        else
+        {
+            MoveLocals(m_Scene.clips[m_Options.clip], seconds, m_Pose);
+        }
         m_bPoseValid = true;
     }
     return m_Pose;
@@ -248,8 +256,10 @@ const std::vector<float>& RecordedScene::KeyTimes(int element, CurveKind kind)
 {
     const SceneChannel* channel = Channel(element, kind);
     const std::size_t nExtra = NumExtraKeys(element, kind);
-    if (channel != nullptr && channel == m_KeyChannel && nExtra == 0)
+    if (channel != nullptr && m_KeyChannel != nullptr && nExtra == 0 &&
+        channel->interpolation == m_KeyChannel->interpolation && HaveSameTimes(*channel, *m_KeyChannel))
     {
+        m_KeyChannel = channel;
         return m_KeyTimes;
     }
     m_KeyTimes.clear();

@@ -190,7 +190,7 @@ private:
     std::vector<NodeSpan> m_Movers;                   // see IsUnmoved; all nodes until a mesh is first asked for
     std::vector<std::array<int, 4>> m_ChannelOf;      // for each node by path the clip's channel, -1 for none
     std::vector<float> m_KeyTimes;                    // see KeyTimes
-    const SceneChannel* m_KeyChannel = nullptr;       // whose times they are: three curves share one; else null
+    const SceneChannel* m_KeyChannel = nullptr;       // whose times they are, and as a rule the next one's; else null
     std::vector<RecordedTexture> m_Textures;          // one for each image, and one for meshes without
     std::vector<std::unique_ptr<MeshCache>> m_Meshes; // by element, null until asked for
     bool m_bMeshesRead = false;                       // positions have been, since the frame was set

@@ -81,19 +81,18 @@ int SAA_fcurveGetNbKeys(const SAA_Scene* scene, const SAA_Elem* curve, int* coun
 
 int SAA_fcurveGetKeys(const SAA_Scene* scene, const SAA_Elem* curve, int count, SAA_SubHandle* keys)
 {
-    return RunCurveOperation(OP_SAA_fcurveGetKeys, scene, curve,
-                             [&](RecordedScene& current, int element, CurveKind kind) -> int
-                             {
-                                 const int status =
-                                     CheckList(static_cast<std::size_t>(current.NumKeys(element, kind)), count, keys);
-                                 const SubHandles handles(current, KIND_KEY, element);
-                                 for (int i = 0; status == 0 && i < count; ++i)
-                                 {
-                                     keys[i] =
-                                         handles.Make(static_cast<std::uint32_t>(i), static_cast<std::uint32_t>(kind));
-                                 }
-                                 return status;
-                             });
+    return RunCurveOperation(
+        OP_SAA_fcurveGetKeys, scene, curve,
+        [&](RecordedScene& current, int element, CurveKind kind) -> int
+        {
+            const int status = CheckList(static_cast<std::size_t>(current.NumKeys(element, kind)), count, keys);
+            if (status == 0)
+            {
+                SubHandles(current, KIND_KEY, element)
+                    .MakeAll(keys, static_cast<std::uint32_t>(count), static_cast<std::uint32_t>(kind));
+            }
+            return status;
+        });
 }
 
 int SAA_fcurveKeyGetTime(const SAA_Scene* scene, const SAA_Elem* curve, int count, const SAA_SubHandle* keys,

@@ -37,9 +37,8 @@ std::vector<int> FindKeyFrames(const Scene& scene, int clip, double fps)
     const SceneChannel* before = nullptr;
     for (const SceneChannel& channel : scene.clips[clip].channels)
     {
-        // Most files key all channels at the same times.
         if (channel.path == ScenePath::Scale ||
-            (before && channel.interpolation == before->interpolation && channel.times == before->times))
+            (before && channel.interpolation == before->interpolation && HaveSameTimes(channel, *before)))
         {
             continue;
         }

@@ -18,23 +18,24 @@ DoubleQuat MultiplyQuats(const DoubleQuat& a, const DoubleQuat& b)
             a.w * b.z + a.x * b.y - a.y * b.x + a.z * b.w, a.w * b.w - a.x * b.x - a.y * b.y - a.z * b.z};
 }
 
-DoubleQuat Slerp(const DoubleQuat& a, const DoubleQuat& b, double t)
+SlerpFactors FactorsOfSlerp(double cosine, double t)
 {
-    const double cosine = a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;
     const double sign = cosine < 0.0 ? -1.0 : 1.0;
-    double fromA = 1.0 - t;
-    double fromB = t;
     const double angle = std::acos(std::fmin(std::fabs(cosine), 1.0));
     // Below this angle the chord is the arc to all digits, and the sine is too small to divide by.
-    if (angle > 1e-6)
+    if (!(angle > 1e-6))
     {
-        const double sine = std::sin(angle);
-        fromA = std::sin((1.0 - t) * angle) / sine;
-        fromB = std::sin(t * angle) / sine;
+        return {1.0 - t, t * sign};
     }
-    fromB *= sign;
-    return NormalizeQuat(
-        {fromA * a.x + fromB * b.x, fromA * a.y + fromB * b.y, fromA * a.z + fromB * b.z, fromA * a.w + fromB * b.w});
+    const double sine = std::sin(angle);
+    return {std::sin((1.0 - t) * angle) / sine, std::sin(t * angle) / sine * sign};
+}
+
+DoubleQuat Slerp(const DoubleQuat& a, const DoubleQuat& b, double t)
+{
+    const SlerpFactors from = FactorsOfSlerp(a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w, t);
+    return NormalizeQuat({from.a * a.x + from.b * b.x, from.a * a.y + from.b * b.y, from.a * a.z + from.b * b.z,
+                          from.a * a.w + from.b * b.w});
 }
 
 DoubleMatrix MatrixFromTransform(const DoubleTransform& transform)

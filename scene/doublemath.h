@@ -38,6 +38,15 @@ DoubleQuat NormalizeQuat(const DoubleQuat& q);
 // The turn b, then the turn a.
 DoubleQuat MultiplyQuats(const DoubleQuat& a, const DoubleQuat& b);
 
+// What two rotations count for at t between them, with the cosine of the angle between them as four numbers.
+struct SlerpFactors
+{
+    double a = 0.0;
+    double b = 0.0;
+};
+
+SlerpFactors FactorsOfSlerp(double cosine, double t);
+
 // From a to b on the shorter arc, t from 0 to 1; both of length 1, and so is the result.
 DoubleQuat Slerp(const DoubleQuat& a, const DoubleQuat& b, double t);
 

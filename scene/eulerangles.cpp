@@ -1,6 +1,15 @@
 #include "scene/eulerangles.h"
 
 #include <cmath>
+#include <cstddef>
+#include <cstring>
+
+// Most rotations are about one axis alone, if at all, which leaves angles of 0, -0 among them: these are known without
+// a call.
+static double AngleOf(double y, double x)
+{
+    return y == 0.0 && x > 0.0 ? y : std::atan2(y, x);
+}
 
 Double3 EulerAnglesFromQuat(const DoubleQuat& q)
 {
@@ -8,45 +17,52 @@ Double3 EulerAnglesFromQuat(const DoubleQuat& q)
     const double m00 = 1.0 - 2.0 * (q.y * q.y + q.z * q.z);
     const double m10 = 2.0 * (q.x * q.y + q.z * q.w);
     const double m20 = 2.0 * (q.x * q.z - q.y * q.w);
-    const double cosineY = std::hypot(m00, m10);
-    const double y = std::atan2(-m20, cosineY);
+    const double cosineY = m10 == 0.0 ? std::fabs(m00) : std::hypot(m00, m10);
+    const double y = AngleOf(-m20, cosineY);
     if (cosineY < 1e-6)
     {
         const double m11 = 1.0 - 2.0 * (q.x * q.x + q.z * q.z);
         const double m12 = 2.0 * (q.y * q.z - q.x * q.w);
-        return {std::atan2(-m12, m11), y, 0.0};
+        return {AngleOf(-m12, m11), y, 0.0};
     }
     const double m21 = 2.0 * (q.y * q.z + q.x * q.w);
     const double m22 = 1.0 - 2.0 * (q.x * q.x + q.y * q.y);
-    return {std::atan2(m21, m22), y, std::atan2(m10, m00)};
+    return {AngleOf(m21, m22), y, AngleOf(m10, m00)};
 }
+
+typedef float Row __attribute__((vector_size(16)));
+
+// Sine and cosine of an angle.
+struct SineAndCosine
+{
+    explicit SineAndCosine(double angle)
+        : sine(angle == 0.0 ? angle : std::sin(angle)), cosine(angle == 0.0 ? 1.0 : std::cos(angle))
+    {
+    }
+
+    double sine;
+    double cosine;
+};
 
 void RowMatrixFromEulerAngles(const float* angles, float* matrix)
 {
-    const double sx = std::sin(static_cast<double>(angles[0]));
-    const double cx = std::cos(static_cast<double>(angles[0]));
-    const double sy = std::sin(static_cast<double>(angles[1]));
-    const double cy = std::cos(static_cast<double>(angles[1]));
-    const double sz = std::sin(static_cast<double>(angles[2]));
-    const double cz = std::cos(static_cast<double>(angles[2]));
-    const double product[16] = {cy * cz,
-                                cy * sz,
-                                -sy,
-                                0.0,
-                                sx * sy * cz - cx * sz,
-                                sx * sy * sz + cx * cz,
-                                sx * cy,
-                                0.0,
-                                cx * sy * cz + sx * sz,
-                                cx * sy * sz - sx * cz,
-                                cx * cy,
-                                0.0,
-                                0.0,
-                                0.0,
-                                0.0,
-                                1.0};
-    for (int i = 0; i < 16; ++i)
+    const SineAndCosine x(angles[0]);
+    const SineAndCosine y(angles[1]);
+    const SineAndCosine z(angles[2]);
+    const double sx = x.sine;
+    const double cx = x.cosine;
+    const double sy = y.sine;
+    const double cy = y.cosine;
+    const double sz = z.sine;
+    const double cz = z.cosine;
+    // Row by row, each as a whole: a caller that reads whole rows back needn't wait until parts of them are in memory.
+    const auto round = [](double value) { return static_cast<float>(value); };
+    const Row rows[4] = {{round(cy * cz), round(cy * sz), round(-sy), 0.0F},
+                         {round(sx * sy * cz - cx * sz), round(sx * sy * sz + cx * cz), round(sx * cy), 0.0F},
+                         {round(cx * sy * cz + sx * sz), round(cx * sy * sz - sx * cz), round(cx * cy), 0.0F},
+                         {0.0F, 0.0F, 0.0F, 1.0F}};
+    for (int r = 0; r < 4; ++r)
     {
-        matrix[i] = static_cast<float>(product[i]);
+        std::memcpy(matrix + static_cast<std::ptrdiff_t>(4) * r, &rows[r], sizeof rows[r]);
     }
 }

@@ -1,5 +1,7 @@
 #include "scene/framerate.h"
 
+#include "scene/keyframe.h"
+
 #include <cmath>
 
 static const double USUAL_RATES[] = {24.0, 25.0, 30.0, 48.0, 50.0, 60.0, 120.0};
@@ -12,10 +14,16 @@ static bool LiesOnFrame(double seconds, double fps)
 
 static bool FitsAllKeys(const Scene& scene, const std::vector<int>& clips, double fps)
 {
+    const SceneChannel* before = nullptr;
     for (const int clip : clips)
     {
         for (const SceneChannel& channel : scene.clips[clip].channels)
         {
+            if (before != nullptr && HaveSameTimes(channel, *before))
+            {
+                continue;
+            }
+            before = &channel;
             for (const double time : channel.times)
             {
                 if (!LiesOnFrame(time, fps))

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 // A step key counts from this much before its time on, in seconds, so that its value holds from the key's frame on
 // however that frame's time is rounded.
@@ -34,4 +35,11 @@ inline int KeyFrame(SceneInterpolation interpolation, double seconds, double fps
 {
     return interpolation == SceneInterpolation::Step ? FrameBelow(std::ceil((seconds - STEP_KEY_LEAD) * fps))
                                                      : NearestFrame(seconds, fps);
+}
+
+// Most files key all channels at the same times.
+inline bool HaveSameTimes(const SceneChannel& a, const SceneChannel& b)
+{
+    return &a == &b || (a.times.size() == b.times.size() &&
+                        std::memcmp(a.times.data(), b.times.data(), a.times.size() * sizeof(double)) == 0);
 }

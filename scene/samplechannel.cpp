@@ -11,6 +11,22 @@ static std::size_t LastKeyUntil(const SceneChannel& channel, double seconds)
     return static_cast<std::size_t>(after - channel.times.begin()) - 1;
 }
 
+bool FindKeyStretch(const SceneChannel& channel, double seconds, KeyStretch& stretch)
+{
+    const std::vector<double>& times = channel.times;
+    if (seconds <= times.front() || seconds >= times.back())
+    {
+        return false;
+    }
+    std::size_t& key = stretch.key;
+    if (!(key + 1 < times.size() && times[key] <= seconds && seconds < times[key + 1]))
+    {
+        key = LastKeyUntil(channel, seconds);
+    }
+    stretch.part = (seconds - times[key]) / (times[key + 1] - times[key]);
+    return true;
+}
+
 static void CopyValues(const double* from, std::size_t width, double* values)
 {
     std::copy_n(from, width, values);
@@ -70,17 +86,17 @@ void SampleChannel(const SceneChannel& channel, std::size_t width, double second
     }
     else
     {
-        const std::size_t i = LastKeyUntil(channel, seconds);
-        const double length = channel.times[i + 1] - channel.times[i];
-        const double u = (seconds - channel.times[i]) / length;
-        const double* key = &channel.values[i * stride];
+        KeyStretch stretch;
+        FindKeyStretch(channel, seconds, stretch);
+        const double* key = &channel.values[stretch.key * stride];
         if (cubic)
         {
-            SampleCubic(key, key + stride, width, length, u, values);
+            const double length = channel.times[stretch.key + 1] - channel.times[stretch.key];
+            SampleCubic(key, key + stride, width, length, stretch.part, values);
         }
         else
         {
-            SampleLinear(key, key + stride, width, rotation, u, values);
+            SampleLinear(key, key + stride, width, rotation, stretch.part, values);
         }
     }
     if (rotation)

@@ -1,5 +1,6 @@
 #include "scene/scenepose.h"
 
+#include "scene/fourslerps.h"
 #include "scene/samplechannel.h"
 
 static void ApplyChannel(const SceneChannel& channel, double seconds, ScenePose& pose)
@@ -53,6 +54,28 @@ void ComputeGlobals(const Scene& scene, ScenePose& pose)
     }
 }
 
+void MoveLocals(const SceneClip& clip, double seconds, ScenePose& pose)
+{
+    FourSlerps slerps;
+    KeyStretch stretch;
+    for (const SceneChannel& channel : clip.channels)
+    {
+        const bool isRotation = channel.path == ScenePath::Rotation;
+        if (isRotation && channel.interpolation == SceneInterpolation::Linear &&
+            FindKeyStretch(channel, seconds, stretch))
+        {
+            slerps.Add(&channel.values[4 * stretch.key], stretch.part, pose.locals[channel.node].rotation);
+            continue;
+        }
+        if (isRotation)
+        {
+            slerps.Flush(); // of two channels of a node the later one counts
+        }
+        ApplyChannel(channel, seconds, pose);
+    }
+    slerps.Flush();
+}
+
 void EvaluateLocals(const Scene& scene, int clip, double seconds, ScenePose& pose)
 {
     pose.locals.resize(scene.nodes.size());
@@ -64,10 +87,7 @@ void EvaluateLocals(const Scene& scene, int clip, double seconds, ScenePose& pos
     }
     if (clip >= 0)
     {
-        for (const SceneChannel& channel : scene.clips[clip].channels)
-        {
-            ApplyChannel(channel, seconds, pose);
-        }
+        MoveLocals(scene.clips[clip], seconds, pose);
     }
 }
 

@@ -18,4 +18,8 @@ void EvaluatePose(const Scene& scene, int clip, double seconds, ScenePose& pose)
 
 // The two halves of it: all but the globals, and the globals from the locals.
 void EvaluateLocals(const Scene& scene, int clip, double seconds, ScenePose& pose);
+
+// EvaluateLocals at another time of the same clip: only what the clip moves.
+void MoveLocals(const SceneClip& clip, double seconds, ScenePose& pose);
+
 void ComputeGlobals(const Scene& scene, ScenePose& pose);

@@ -7,7 +7,9 @@
 #include "tools/model/kelpexport/log.h"
 #include "tools/model/kelpexport/messages.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 
 // Rotation x, y, z; translation x, y, z; shape interpolation.
 static constexpr int NUM_CURVES = 7;
@@ -107,63 +109,96 @@ QZBOOL ConvModel_Soft::ReadAnimation(const char* pAnimName)
     return QZTRUE;
 }
 
-// Marks the frames of the keys of one curve; those outside the range count for its first or last frame.
-static QZBOOL MarkCurveKeys(const SAA_Scene* pScene, const SAA_Elem* pCurve, KeyFrameMask& mask, int nStartFrame,
-                            int nEndFrame)
+// What marks the keys of one curve after the other in a mask.
+class CurveMarker
 {
-    short isValid = 0;
-    SAA_elementIsValid(pScene, pCurve, &isValid);
-    if (!isValid)
-        return QZTRUE;
-    int nKeys = 0;
-    SAA_fcurveGetNbKeys(pScene, pCurve, &nKeys);
-    if (nKeys <= 0)
-        return QZTRUE;
-    DynArray<SAA_SubHandle, DefaultCache> keys;
-    DynArray<float, DefaultCache> times;
-    if (!SetHostSize(keys, nKeys) || !SetHostSize(times, nKeys))
+public:
+    CurveMarker(const SAA_Scene* pScene, KeyFrameMask& mask, int nStartFrame, int nEndFrame)
+        : m_pScene(pScene), m_Mask(mask), m_nStartFrame(nStartFrame), m_nEndFrame(nEndFrame)
     {
-        ShowOutOfMemory();
-        return QZFALSE;
     }
-    // What the host doesn't fill in lies at time 0.
-    for (uint32_t i = 0; i < keys.GetSize(); ++i)
+
+    // Those outside the range count for its first or last frame.
+    QZBOOL Mark(const SAA_Elem* pCurve)
     {
-        keys[i] = SAA_SubHandle();
-        times[i] = 0.0f;
+        short isValid = 0;
+        SAA_elementIsValid(m_pScene, pCurve, &isValid);
+        if (!isValid)
+            return QZTRUE;
+        int nKeys = 0;
+        SAA_fcurveGetNbKeys(m_pScene, pCurve, &nKeys);
+        if (nKeys <= 0)
+            return QZTRUE;
+        if (!SetHostSize(m_Keys, nKeys) || !SetHostSize(m_Times, nKeys))
+        {
+            ShowOutOfMemory();
+            return QZFALSE;
+        }
+        // What the host doesn't fill in lies at time 0.
+        std::fill_n(m_Keys.GetArray(), m_Keys.GetSize(), SAA_SubHandle());
+        std::fill_n(m_Times.GetArray(), m_Times.GetSize(), 0.0f);
+        SAA_fcurveGetKeys(m_pScene, pCurve, nKeys, m_Keys.GetArray());
+        SAA_fcurveKeyGetTime(m_pScene, pCurve, nKeys, m_Keys.GetArray(), m_Times.GetArray());
+        if (AreMarked())
+            return QZTRUE;
+        for (uint32_t i = 0; i < m_Times.GetSize(); ++i)
+            MarkTime(m_Times[i]);
+        // One that can't be kept is only marked again.
+        m_Marked.CopyArray(m_Times);
+        return QZTRUE;
     }
-    SAA_fcurveGetKeys(pScene, pCurve, nKeys, keys.GetArray());
-    SAA_fcurveKeyGetTime(pScene, pCurve, nKeys, keys.GetArray(), times.GetArray());
-    for (uint32_t i = 0; i < times.GetSize(); ++i)
+
+private:
+    // Most curves have their keys at the times of the one before.
+    bool AreMarked() const
+    {
+        return m_Marked.GetSize() == m_Times.GetSize() &&
+               memcmp(m_Marked.GetArray(), m_Times.GetArray(), m_Times.GetSize() * sizeof(float)) == 0;
+    }
+
+    void MarkTime(float seconds)
     {
         int nFrame = 0;
-        SAA_seconds2Frame(pScene, times[i], &nFrame);
-        if (nFrame < nStartFrame)
-            nFrame = nStartFrame;
-        if (nFrame > nEndFrame)
-            nFrame = nEndFrame;
-        mask[static_cast<uint32_t>(int64_t(nFrame) - nStartFrame)] = 1;
+        SAA_seconds2Frame(m_pScene, seconds, &nFrame);
+        if (nFrame < m_nStartFrame)
+            nFrame = m_nStartFrame;
+        if (nFrame > m_nEndFrame)
+            nFrame = m_nEndFrame;
+        m_Mask[static_cast<uint32_t>(int64_t(nFrame) - m_nStartFrame)] = 1;
+    }
+
+    const SAA_Scene* m_pScene;
+    KeyFrameMask& m_Mask;
+    int m_nStartFrame;
+    int m_nEndFrame;
+    DynArray<SAA_SubHandle, DefaultCache> m_Keys; // of the curve, and their times
+    DynArray<float, DefaultCache> m_Times;
+    DynArray<float, DefaultCache> m_Marked; // the times that were marked last
+};
+
+static QZBOOL CollectKeyFramesBelow(const SAA_Scene* pScene, SoftNode* pNode, CurveMarker& marker)
+{
+    SAA_Elem curves[NUM_CURVES] = {};
+    SAA_modelFcurveGetRotation(pScene, &pNode->m_Elem, &curves[0], &curves[1], &curves[2]);
+    SAA_modelFcurveGetTranslation(pScene, &pNode->m_Elem, &curves[3], &curves[4], &curves[5]);
+    SAA_modelFcurveGetShapeInterpolation(pScene, &pNode->m_Elem, &curves[6]);
+    for (const SAA_Elem& curve : curves)
+    {
+        if (!marker.Mark(&curve))
+            return QZFALSE;
+    }
+    for (uint32_t i = 0; i < pNode->NumChildren(); ++i)
+    {
+        if (!CollectKeyFramesBelow(pScene, pNode->GetSoftChild(i), marker))
+            return QZFALSE;
     }
     return QZTRUE;
 }
 
 QZBOOL ConvModel_Soft::CollectKeyFrames(SoftNode* pNode, KeyFrameMask& mask, int nStartFrame, int nEndFrame)
 {
-    SAA_Elem curves[NUM_CURVES] = {};
-    SAA_modelFcurveGetRotation(m_pScene, &pNode->m_Elem, &curves[0], &curves[1], &curves[2]);
-    SAA_modelFcurveGetTranslation(m_pScene, &pNode->m_Elem, &curves[3], &curves[4], &curves[5]);
-    SAA_modelFcurveGetShapeInterpolation(m_pScene, &pNode->m_Elem, &curves[6]);
-    for (const SAA_Elem& curve : curves)
-    {
-        if (!MarkCurveKeys(m_pScene, &curve, mask, nStartFrame, nEndFrame))
-            return QZFALSE;
-    }
-    for (uint32_t i = 0; i < pNode->NumChildren(); ++i)
-    {
-        if (!CollectKeyFrames(pNode->GetSoftChild(i), mask, nStartFrame, nEndFrame))
-            return QZFALSE;
-    }
-    return QZTRUE;
+    CurveMarker marker(m_pScene, mask, nStartFrame, nEndFrame);
+    return CollectKeyFramesBelow(m_pScene, pNode, marker);
 }
 
 QZBOOL ConvModel_Soft::BuildAnimNodeTree(ConvAnimNode* pAnimNode, SoftNode* pNode, uint32_t nKeyframes)
