@@ -1,6 +1,7 @@
 #pragma once
 
 #include "zoltshared/stdzolt/inlinenamespace.h"
+#include "zoltshared/stdzolt/memorystream.h"
 #include "zoltshared/stdzolt/ownedstring.h"
 #include "zoltshared/stdzolt/stdiostream.h"
 
@@ -14,6 +15,13 @@ class ReplaceFileStream : public StdioStream
 {
 public:
     ~ReplaceFileStream() override;
+
+    int Read(void* pData, uint32_t size) override;
+    int SeekTo(uint32_t pos) override;
+    int GetPos(uint32_t* pPos) override;
+    int GetLen(uint32_t* pLen) override;
+    // What makes the file small is in memory until `Commit`, which may be the first to meet a full disk.
+    int Write(const void* pData, uint32_t size) override;
 
     // Flushes, syncs and closes the file and puts it in the target's place: 0 on success. A failure, also that of any
     // write before, leaves the target untouched (not in direct mode). The stream is closed afterwards in either case.
@@ -31,15 +39,19 @@ public:
 private:
     friend ReplaceFileStream* OpenReplaceFileStream(const char* pFilename);
 
-    ReplaceFileStream() = default;
+    ReplaceFileStream();
     bool Open(const char* pFilename);
     bool OpenDirect(const char* pFilename, bool bIsRegular = false);
     bool CloseSynced();
+    bool IsStaged() const { return m_pFile && m_bStaged; }
+    bool Unstage();
     bool SendToPipe();
     bool PutInPlace();
     void Discard();
     static void RemoveFile(const char* pFilename);
 
+    MemoryStream m_Staged; // all that was written, while `m_bStaged`; nothing of it is in the file then
+    bool m_bStaged = true;
     OwnedString m_Target;    // the end of all links
     OwnedString m_Temporary; // empty in direct mode, and once the file is gone
     FILE* m_pPipe = nullptr; // a target that can't seek, while m_pFile is a file without a name

@@ -1,15 +1,29 @@
 #include "zoltshared/stdzolt/stdiostream.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
 ZOLT_BEGIN_NAMESPACE
 
+// Of a file that is only read. A model's loader goes to the start for each section, so a file that fits is read once
+// where the library's own 4 KB would be read over and over.
+static constexpr size_t READ_BUFFER = 64U << 10;
+
 StdioStream::~StdioStream()
 {
     if (m_pFile)
         std::fclose(m_pFile);
+    std::free(m_pBuffer);
+}
+
+// Ahead of anything else that is done with the file. Without memory nothing changes.
+void StdioStream::BufferMore()
+{
+    m_pBuffer = static_cast<char*>(std::malloc(READ_BUFFER));
+    if (m_pBuffer)
+        (void)std::setvbuf(m_pFile, m_pBuffer, _IOFBF, READ_BUFFER);
 }
 
 int StdioStream::Read(void* pData, uint32_t size)
@@ -70,6 +84,8 @@ ModelStream* OpenStdioStream(const char* pFilename, const char* pMode)
     if (pStream)
     {
         pStream->SetFile(pFile);
+        if (std::strcmp(pMode, "rb") == 0)
+            pStream->BufferMore();
         return pStream;
     }
     std::fclose(pFile);

@@ -26,7 +26,12 @@ public:
     int Write(const void* pData, uint32_t size) override;
 
 protected:
+    friend ModelStream* OpenStdioStream(const char* pFilename, const char* pMode);
+
+    void BufferMore();
+
     FILE* m_pFile = nullptr;
+    char* m_pBuffer = nullptr; // of the file, if it isn't the library's
     QZBOOL m_bError = QZFALSE;
 };
 
