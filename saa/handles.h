@@ -70,7 +70,7 @@ inline std::uint32_t ElemField(const SAA_Elem& elem, std::size_t field)
     return value;
 }
 
-// One decision for all three: it is asked of each pair of an element and a mesh.
+// One decision for all three.
 inline bool IsElemOf(const RecordedScene& scene, const SAA_Elem* elem, HandleKind kind)
 {
     return elem != nullptr && ((ElemField(*elem, offsetof(ElemFields, tag)) ^ HANDLE_TAG) |
@@ -78,7 +78,6 @@ inline bool IsElemOf(const RecordedScene& scene, const SAA_Elem* elem, HandleKin
                                (ElemField(*elem, offsetof(ElemFields, scene)) ^ scene.Id())) == 0;
 }
 
-// Inline, as all that is asked of each pair of an element and a mesh.
 inline bool ModelOfHandle(const RecordedScene& scene, const SAA_Elem* elem, int& element)
 {
     if (!IsElemOf(scene, elem, KIND_MODEL) || !scene.HasElement(ElemField(*elem, offsetof(ElemFields, index))))

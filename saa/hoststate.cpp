@@ -31,6 +31,7 @@ void SetCurrentScene(RecordedScene* scene)
 {
     g_HostState.scene = scene;
     g_HostState.record = scene == nullptr ? SAA_Scene() : SceneRecord(*scene);
+    g_HostState.asked = AskedMesh();
 }
 
 void SetStatusSink(void (*sink)(const char* text, void* context), void* context)

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
-#include <limits>
 
 static unsigned g_NextSceneId = 1;
 
@@ -31,9 +30,7 @@ RecordedScene::RecordedScene(const Scene& scene, const RecordedSceneOptions& opt
     for (int i = 0; i < NumElements(); ++i)
     {
         m_NodeOf.push_back(Element(i).isNode ? Element(i).node : -1);
-        m_Movers.push_back(IsMesh(i) && !IsEnveloped(i)
-                               ? NodeSpan()
-                               : NodeSpan{std::numeric_limits<int>::min(), std::numeric_limits<int>::max()});
+        m_Movers.push_back({0, IsMesh(i) && !IsEnveloped(i) ? 0 : UINT32_MAX});
     }
     m_Meshes.resize(m_Elements.size());
     BuildTextures();
@@ -88,6 +85,13 @@ const DoubleTransform& RecordedScene::Transform(int element)
     return m_NodeOf[element] >= 0 ? LocalPose().locals[m_NodeOf[element]] : none;
 }
 
+// Elements stand in the order of their nodes.
+ElementSpan RecordedScene::SpanOf(int firstNode, int lastNode) const
+{
+    const auto first = static_cast<std::uint32_t>(m_ElementOf[firstNode]);
+    return {first, static_cast<std::uint32_t>(m_ElementOf[lastNode]) - first + 1};
+}
+
 const JoinedMesh& RecordedScene::Mesh(int element)
 {
     std::unique_ptr<MeshCache>& cache = m_Meshes[element];
@@ -97,7 +101,7 @@ const JoinedMesh& RecordedScene::Mesh(int element)
         made->mesh = JoinMesh(m_Scene, Use(element), m_Elements[element].node, m_IsShown);
         cache = std::move(made);
         const std::vector<JoinedWeight>& weights = cache->mesh.weights;
-        m_Movers[element] = weights.empty() ? NodeSpan() : NodeSpan{weights.front().node, weights.back().node};
+        m_Movers[element] = weights.empty() ? ElementSpan() : SpanOf(weights.front().node, weights.back().node);
     }
     return cache->mesh;
 }

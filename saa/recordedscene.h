@@ -8,6 +8,7 @@
 #include "scene/scenepose.h"
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -38,6 +39,15 @@ struct RecordedElement
     int level = 0;
     int type = SAA_MNILL;
     SAA_CusvalSet customValues;
+};
+
+// Elements in a row.
+struct ElementSpan
+{
+    std::uint32_t first = 0;
+    std::uint32_t count = 0;
+
+    bool Has(std::uint32_t element) const { return element - first < count; } // wraps around for those ahead
 };
 
 class ElementNames;
@@ -104,13 +114,8 @@ public:
     void SetWish(int element, const std::string& token) { m_Elements[element].wish = token; }
     SAA_CusvalSet& CustomValues(int element) { return m_Elements[element].customValues; }
     bool IsMesh(int element) const { return m_Elements[element].use >= 0; }
-    // True if the second element is a mesh, and the first one certainly moves no vertex of it. Quick, since it is asked
-    // of each pair.
-    bool IsUnmoved(int element, int mesh) const
-    {
-        const NodeSpan& span = m_Movers[mesh];
-        return m_NodeOf[element] < span.first || m_NodeOf[element] > span.last;
-    }
+    // The elements that may move vertices of a mesh: all before something of it is asked for, and where it is none.
+    const ElementSpan& Movers(int mesh) const { return m_Movers[mesh]; }
     bool IsEnveloped(int element) const { return IsMesh(element) && Use(element).skin >= 0; }
 
     // Local transform at the current frame.
@@ -150,19 +155,13 @@ private:
     void AddNodeElements(int node, const std::string& name, bool isFlat, ElementNames& names);
     void NameParts(ElementNames& names);
     void Link(int parent, int child);
-    void LinkElements(const std::vector<int>& elementOf, const std::vector<bool>& isFlat, bool hasNull);
+    void LinkElements(const std::vector<bool>& isFlat, bool hasNull);
     void SetLevels();
     void BuildTextures();
     void IndexChannels();
     void CollectWarnings();
     DoubleMatrix SpaceOf(int element);
-
-    // From one of the scene's nodes to another, both inclusive.
-    struct NodeSpan
-    {
-        int first = 0;
-        int last = -1;
-    };
+    ElementSpan SpanOf(int firstNode, int lastNode) const;
 
     // What is worked out for a mesh when it is first asked for.
     struct MeshCache
@@ -187,7 +186,8 @@ private:
     std::vector<RecordedElement> m_Elements;
     std::vector<bool> m_IsShown;                      // for each node whether it is an element
     std::vector<int> m_NodeOf;                        // see NodeOf
-    std::vector<NodeSpan> m_Movers;                   // see IsUnmoved; all nodes until a mesh is first asked for
+    std::vector<int> m_ElementOf;                     // for each node its element, -1 where it isn't shown
+    std::vector<ElementSpan> m_Movers;                // see Movers
     std::vector<std::array<int, 4>> m_ChannelOf;      // for each node by path the clip's channel, -1 for none
     std::vector<float> m_KeyTimes;                    // see KeyTimes
     const SceneChannel* m_KeyChannel = nullptr;       // whose times they are, and as a rule the next one's; else null

@@ -110,17 +110,17 @@ void RecordedScene::Link(int parent, int child)
 }
 
 // Every element is there; children come before further meshes.
-void RecordedScene::LinkElements(const std::vector<int>& elementOf, const std::vector<bool>& isFlat, bool hasNull)
+void RecordedScene::LinkElements(const std::vector<bool>& isFlat, bool hasNull)
 {
     for (std::size_t i = 0; hasNull && i < m_Scene.roots.size(); ++i)
     {
-        Link(0, elementOf[m_Scene.roots[i]]);
+        Link(0, m_ElementOf[m_Scene.roots[i]]);
     }
     for (std::size_t i = 0; i < m_Scene.nodes.size(); ++i)
     {
         for (std::size_t k = 0; m_IsShown[i] && k < m_Scene.nodes[i].children.size(); ++k)
         {
-            Link(elementOf[i], elementOf[m_Scene.nodes[i].children[k]]);
+            Link(m_ElementOf[i], m_ElementOf[m_Scene.nodes[i].children[k]]);
         }
     }
     for (int i = 0; i < NumElements(); ++i)
@@ -134,7 +134,7 @@ void RecordedScene::LinkElements(const std::vector<int>& elementOf, const std::v
         {
             place = m_Scene.nodes[place].parent;
         }
-        Link(place < 0 ? 0 : elementOf[place], i);
+        Link(place < 0 ? 0 : m_ElementOf[place], i);
     }
 }
 
@@ -160,17 +160,17 @@ void RecordedScene::BuildElements()
         top.name = names.Take(m_Scene.name.empty() ? m_Scene.fileStem : m_Scene.name);
         m_Elements.push_back(top);
     }
-    std::vector<int> elementOf(m_Scene.nodes.size(), -1);
+    m_ElementOf.assign(m_Scene.nodes.size(), -1);
     for (std::size_t i = 0; i < m_Scene.nodes.size(); ++i)
     {
         if (m_IsShown[i])
         {
-            elementOf[i] = NumElements();
+            m_ElementOf[i] = NumElements();
             AddNodeElements(static_cast<int>(i), nodeNames[i], isFlat[i], names);
         }
     }
     NameParts(names);
-    LinkElements(elementOf, isFlat, hasNull);
+    LinkElements(isFlat, hasNull);
     SetLevels();
 }
 

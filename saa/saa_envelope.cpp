@@ -24,7 +24,9 @@ static WeightRange FindNodeWeights(RecordedScene& scene, int node, int mesh)
 
 static WeightRange FindWeights(RecordedScene& scene, int skeleton, int mesh)
 {
-    return scene.IsUnmoved(skeleton, mesh) ? WeightRange() : FindNodeWeights(scene, scene.NodeOf(skeleton), mesh);
+    return scene.Movers(mesh).Has(static_cast<std::uint32_t>(skeleton))
+               ? FindNodeWeights(scene, scene.NodeOf(skeleton), mesh)
+               : WeightRange();
 }
 
 // Runs `body` with the scene, the mesh's element and the weights that the skeleton element has in it.
@@ -57,26 +59,36 @@ int SAA_envelopeGetType(const SAA_Scene* scene, const SAA_Elem* elem, int* type)
                                                const SAA_Elem* mesh, int* count)
 {
     return RunEnvelopeOperation(OP_SAA_envelopeGetNbCtrlVertices, scene, skeleton, mesh,
-                                [&](RecordedScene&, int, const WeightRange& weights) -> int
+                                [&](RecordedScene& current, int element, const WeightRange& weights) -> int
                                 {
                                     if (count == nullptr || nSkeletons != 1)
                                     {
                                         return SAA_STATUS_ARGUMENT;
                                     }
                                     *count = static_cast<int>(weights.end - weights.begin);
+                                    AskedMesh& asked = g_HostState.asked;
+                                    std::memcpy(asked.handle, mesh, sizeof asked.handle);
+                                    asked.movers = current.Movers(element);
+                                    asked.nElements = static_cast<std::uint32_t>(current.NumElements());
                                     return 0;
                                 });
 }
 
-// Whether the question is a sound one, of a mesh and an element that certainly moves nothing of it.
+// Whether the question is a sound one, of the mesh asked last and an element that certainly moves nothing of it. Both
+// handles begin alike: they are of models of one scene.
 static inline bool IsCertainlyNone(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
                                    const SAA_Elem* mesh, const int* count)
 {
-    const RecordedScene* current = SceneOfRecord(scene);
-    int element = -1;
-    int moved = -1;
-    return current != nullptr && count != nullptr && nSkeletons == 1 && ModelOfHandle(*current, mesh, moved) &&
-           ModelOfHandle(*current, skeleton, element) && current->IsUnmoved(element, moved);
+    const AskedMesh& asked = g_HostState.asked;
+    if (scene == nullptr || skeleton == nullptr || mesh == nullptr || count == nullptr || nSkeletons != 1 ||
+        std::memcmp(scene, &g_HostState.record, SCENE_RECORD_BYTES) != 0 ||
+        std::memcmp(mesh, asked.handle, sizeof asked.handle) != 0 ||
+        std::memcmp(skeleton, asked.handle, offsetof(ElemFields, index)) != 0)
+    {
+        return false;
+    }
+    const std::uint32_t element = ElemField(*skeleton, offsetof(ElemFields, index));
+    return element < asked.nElements && !asked.movers.Has(element);
 }
 
 int SAA_envelopeGetNbCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,

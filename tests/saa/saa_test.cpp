@@ -13,6 +13,7 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <utility>
 
 // One open scene and short ways to ask it; each question must be answered with success.
 class OpenScene
@@ -565,6 +566,51 @@ TEST(Envelopes, PercentagesAddUpAndDeformedVerticesLandInTheWorld)
         EXPECT_NEAR(world.z, wanted.z / sum, 1e-9);
     }
     EXPECT_EQ(open.Positions(mesh, SAA_GEOM_ORIGINAL)[7].v[2], primitive.positions[7].z);
+}
+
+TEST(Envelopes, AnUnsoundQuestionIsRefusedBehindASoundOne)
+{
+    const Scene scene = RandomSkin(3);
+    OpenScene open(scene);
+    auto other = std::make_unique<OpenScene>(scene); // which is current now
+    const SAA_Elem mesh = other->Find("mesh");
+    const SAA_Elem top = other->models[0];
+    const auto ask = [&](const SAA_Scene* record, const SAA_Elem* skeleton, int n, const SAA_Elem* moved, int* count)
+    { return SAA_envelopeGetNbCtrlVertices(record, skeleton, n, moved, count); };
+    int count = -1;
+    for (int i = 0; i < 3; ++i)
+    {
+        EXPECT_EQ(ask(&other->record, &top, 1, &mesh, &count), 0);
+        EXPECT_EQ(std::exchange(count, -1), 0) << "the root moves nothing";
+    }
+    SAA_Elem beyond = top;
+    beyond.bytes[12] = 200; // an index that no element has
+    SAA_Elem otherKind = top;
+    otherKind.bytes[4] = KIND_TEXTURE;
+    const SAA_Elem nothing = {};
+    for (const SAA_Elem& odd : {beyond, otherKind, nothing, open.models[0]})
+    {
+        EXPECT_EQ(ask(&other->record, &odd, 1, &mesh, &count), SAA_STATUS_HANDLE);
+        EXPECT_EQ(ask(&other->record, &top, 1, &odd, &count), SAA_STATUS_HANDLE);
+    }
+    EXPECT_EQ(ask(&other->record, &top, 1, &top, &count), SAA_STATUS_HANDLE) << "no mesh";
+    EXPECT_EQ(ask(&open.record, &top, 1, &mesh, &count), SAA_STATUS_NO_SCENE);
+    EXPECT_EQ(ask(nullptr, &top, 1, &mesh, &count), SAA_STATUS_NO_SCENE);
+    EXPECT_EQ(ask(&other->record, nullptr, 1, &mesh, &count), SAA_STATUS_HANDLE);
+    EXPECT_EQ(ask(&other->record, &top, 1, nullptr, &count), SAA_STATUS_HANDLE);
+    EXPECT_EQ(ask(&other->record, &top, 2, &mesh, &count), SAA_STATUS_ARGUMENT);
+    EXPECT_EQ(ask(&other->record, &top, 1, &mesh, nullptr), SAA_STATUS_ARGUMENT);
+    EXPECT_EQ(count, -1);
+    const int calls = CallCount("SAA_envelopeGetNbCtrlVertices");
+    EXPECT_TRUE(FailOperation("SAA_envelopeGetNbCtrlVertices", 2, 77));
+    EXPECT_EQ(ask(&other->record, &top, 1, &mesh, &count), 0);
+    EXPECT_EQ(ask(&other->record, &top, 1, &mesh, &count), 77);
+    EXPECT_EQ(CallCount("SAA_envelopeGetNbCtrlVertices"), calls + 2);
+    const SAA_Scene record = other->record;
+    other.reset(); // which closes it
+    const SAA_Scene none = {};
+    EXPECT_EQ(ask(&record, &top, 1, &mesh, &count), SAA_STATUS_NO_SCENE);
+    EXPECT_EQ(ask(&none, &top, 1, &mesh, &count), SAA_STATUS_NO_SCENE);
 }
 
 TEST(Envelopes, ASmallShareStaysOnItsSideOfFivePercent)

@@ -106,6 +106,17 @@ QZBOOL ConvModel_Soft::ReadNodeEnvelopes(SoftNode* pNode)
     return ReadEnvelopesBelow(pNode, skeleton);
 }
 
+// The first of the handles that moves vertices of the mesh, and how many. A function of its own, which keeps all in
+// registers: the host is asked for each pair of a mesh and a node.
+[[gnu::noinline]] static const SAA_Elem* FindMover(const SAA_Scene* pScene, const SAA_Elem* pMesh,
+                                                   const SAA_Elem* pHandle, const SAA_Elem* pEnd, int* pnVertices)
+{
+    while (pHandle != pEnd &&
+           (SAA_envelopeGetNbCtrlVertices(pScene, pHandle, 1, pMesh, pnVertices) != 0 || *pnVertices <= 0))
+        ++pHandle;
+    return pHandle;
+}
+
 QZBOOL ConvModel_Soft::ReadEnvelopesBelow(SoftNode* pNode, Skeleton& skeleton)
 {
     if (pNode->m_PieceIndex >= 0 && pNode->m_EnvelopeType == SAA_ENVELOPE_SKELETON)
@@ -117,15 +128,13 @@ QZBOOL ConvModel_Soft::ReadEnvelopesBelow(SoftNode* pNode, Skeleton& skeleton)
         }
         CtrlVertexLookup lookup;
         lookup.Build(pNode->m_CtrlVertices);
-        // All that the loop needs lies in variables of its own: it runs for each pair of a mesh and a node.
-        const SAA_Scene* const pScene = m_pScene;
         const SAA_Elem* const pHandles = skeleton.m_Handles.GetArray();
         const SAA_Elem* const pEnd = pHandles + skeleton.m_Handles.GetSize();
         int nVertices = 0;
-        for (const SAA_Elem* pHandle = pHandles; pHandle != pEnd; ++pHandle)
+        for (const SAA_Elem* pHandle = FindMover(m_pScene, &pNode->m_Elem, pHandles, pEnd, &nVertices); pHandle != pEnd;
+             pHandle = FindMover(m_pScene, &pNode->m_Elem, pHandle + 1, pEnd, &nVertices))
         {
-            if (SAA_envelopeGetNbCtrlVertices(pScene, pHandle, 1, &pNode->m_Elem, &nVertices) == 0 && nVertices > 0 &&
-                !ReadEnvelope(pNode, skeleton.m_Nodes[static_cast<uint32_t>(pHandle - pHandles)], nVertices, lookup))
+            if (!ReadEnvelope(pNode, skeleton.m_Nodes[static_cast<uint32_t>(pHandle - pHandles)], nVertices, lookup))
                 return QZFALSE;
         }
     }
