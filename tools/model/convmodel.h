@@ -39,8 +39,11 @@ public:
     // convmodel_coordinates.cpp
     void ConvertCoordinates();
 
-    // CopyModelFrom for a source whose meshes aren't needed any longer: it loses them as soon as they are written, so
-    // that no three copies of them are in memory at a time. model_save.cpp
+    // Save for a model that isn't needed any longer: it is empty once it is written, and its memory serves the proof.
+    // model_save.cpp
+    QZBOOL SaveAndTerm(ModelStream* pStream);
+    // Empties this model and makes it a copy of pSource without its animations. The meshes aren't copied: they move
+    // over. On failure pSource keeps them. Both models live on g_DefaultAllocator. model_save.cpp
     QZBOOL TakeModelFrom(ConvModel* pSource);
     // Copies every animation of pSource in under a free name: 0. The node trees must have one shape, if need be after
     // a copy of the source was pruned to the nodes that this model knows by name: 1 if they don't. 2 if an animation

@@ -80,13 +80,28 @@ private:
     bool m_bCounted;
 };
 
+// What is left of a model that is proven.
+enum class ProvenModel
+{
+    Stays,
+    Goes // its memory is free by the time of the proof's load
+};
+
+static bool ProveWritten(Model& model, ModelStream* pWritten, ProvenModel proven)
+{
+    Proof proof(model);
+    if (proven == ProvenModel::Goes)
+        model.Term(QZFALSE);
+    return proof.Holds(pWritten);
+}
+
 // Writes the model once more, into memory, and loads that.
-static bool ProveByAnotherWriting(Model& model)
+static bool ProveByAnotherWriting(Model& model, ProvenModel proven)
 {
     ReadOnceStream* pMemory = new (std::nothrow) ReadOnceStream;
     if (!pMemory)
         return false;
-    const bool bProven = model.WriteSections(pMemory) && Proof(model).Holds(pMemory);
+    const bool bProven = model.WriteSections(pMemory) && ProveWritten(model, pMemory, proven);
     pMemory->Release();
     return bProven;
 }
@@ -112,8 +127,8 @@ static bool LoadCopy(Model& copy, ReadOnceStream* pWritten, Proof& proof)
     return bLoaded;
 }
 
-// Save and Load through memory. With bMeshesGo the source loses its meshes once they are written.
-static bool CopyThroughMemory(Model& source, Model& copy, bool bMeshesGo)
+// Save and Load through memory.
+static bool CopyThroughMemory(Model& source, Model& copy)
 {
     ReadOnceStream* pMemory = new (std::nothrow) ReadOnceStream;
     if (!pMemory)
@@ -124,11 +139,6 @@ static bool CopyThroughMemory(Model& source, Model& copy, bool bMeshesGo)
     {
         source.SetModelStamp(source.GetModelStamp() + 1); // as each save does
         Proof proof(source);
-        if (bMeshesGo)
-        {
-            DeleteAndClearArray(source.m_Pieces, source.GetAllocator());
-            source.m_VertexWeights.Term(source.GetAllocator());
-        }
         bCopied = LoadCopy(copy, pMemory, proof);
     }
     pMemory->Release();
@@ -142,21 +152,31 @@ static bool CanReadBack(ModelStream* pStream)
     return (pFile && pFile->CanReadBack()) || dynamic_cast<MemoryStream*>(pStream);
 }
 
-QZBOOL Model::Save(ModelStream* pStream)
+static bool SaveProven(Model& model, ModelStream* pStream, ProvenModel proven)
 {
-    OrderAnimsForSave();
+    model.OrderAnimsForSave();
     if (MemoryStream* pMemory = dynamic_cast<MemoryStream*>(pStream))
-        pMemory->Reserve(static_cast<uint32_t>(std::min<uint64_t>(EstimateFileSize(*this), UINT32_MAX)));
+        pMemory->Reserve(static_cast<uint32_t>(std::min<uint64_t>(EstimateFileSize(model), UINT32_MAX)));
     // Where it can be read back, and nothing else is there, it needn't be written a second time.
     const bool bIsProof = CanReadBack(pStream) && pStream->GetLength() == 0;
-    if (!WriteSections(pStream))
-        return QZFALSE;
+    if (!model.WriteSections(pStream))
+        return false;
     if (!bIsProof)
-        return ProveByAnotherWriting(*this);
+        return ProveByAnotherWriting(model, proven);
 
     const uint32_t end = pStream->GetPosition();
-    SetModelStamp(GetModelStamp() + 1); // as each writing does
-    return Proof(*this).Holds(pStream) && pStream->SeekTo(end) == 0;
+    model.SetModelStamp(model.GetModelStamp() + 1); // as each writing does
+    return ProveWritten(model, pStream, proven) && pStream->SeekTo(end) == 0;
+}
+
+QZBOOL Model::Save(ModelStream* pStream)
+{
+    return SaveProven(*this, pStream, ProvenModel::Stays);
+}
+
+QZBOOL ConvModel::SaveAndTerm(ModelStream* pStream)
+{
+    return SaveProven(*this, pStream, ProvenModel::Goes);
 }
 
 QZBOOL Model::OrderAnimsForSave()
@@ -466,12 +486,39 @@ QZBOOL Model::SaveAnimBindings(ModelStream* pStream, uint32_t iPrevLink)
 
 QZBOOL Model::CopyModelFrom(Model* pSource)
 {
-    return CopyThroughMemory(*pSource, *this, false);
+    return CopyThroughMemory(*pSource, *this);
+}
+
+// Exchanges what TakeModelFrom doesn't copy.
+static void SwapMeshes(Model& model, DynArray<ModelPiece*, NoCache>& pieces,
+                       DynArray<ModelVertWeight, NoCache>& weights)
+{
+    model.m_Pieces.Swap(pieces);
+    model.m_VertexWeights.Swap(weights);
+}
+
+static void SetOwner(ModelPiece* pPiece, Model* pModel)
+{
+    pPiece->m_pOwnerModel = pModel;
+    for (uint32_t i = 0; i < pPiece->NumLODs(); ++i)
+        pPiece->GetLOD(i)->m_pModel = pModel;
 }
 
 QZBOOL ConvModel::TakeModelFrom(ConvModel* pSource)
 {
-    return CopyThroughMemory(*pSource, *this, true);
+    DynArray<ModelPiece*, NoCache> pieces;
+    DynArray<ModelVertWeight, NoCache> weights;
+    DynArray<AnimInfo, NoCache> anims;
+    SwapMeshes(*pSource, pieces, weights);
+    pSource->m_Anims.Swap(anims);
+    const bool bCopied = CopyThroughMemory(*pSource, *this);
+    pSource->m_Anims.Swap(anims);
+    SwapMeshes(bCopied ? *this : *pSource, pieces, weights);
+    if (!bCopied)
+        return QZFALSE;
+    for (uint32_t i = 0; i < NumPieces(); ++i)
+        SetOwner(m_Pieces[i], this);
+    return Precalc(QZFALSE);
 }
 
 QZBOOL ModelAnim::CopyFrom(ModelAnim* pSource)

@@ -6,6 +6,7 @@
 #include <memory>
 #include <new>
 #include <type_traits>
+#include <utility>
 
 #include "zoltshared/stdzolt/allocatednew.h"
 #include "zoltshared/stdzolt/allocator.h"
@@ -115,6 +116,14 @@ public:
     // Becomes a copy of `source`, its cache size and spare elements (but not their contents) included.
     QZBOOL CopyArray(const DynArray& source) { return CopyArray(source, &g_DefaultAllocator); }
     QZBOOL CopyArray(const DynArray& source, Allocator* pAllocator);
+
+    // Exchanges the storage of two arrays, which both have it from one allocator.
+    void Swap(DynArray& other)
+    {
+        std::swap(m_pArray, other.m_pArray);
+        std::swap(m_nElements, other.m_nElements);
+        std::swap(m_Cache, other.m_Cache);
+    }
 
     ListPos ListBegin() const override { return ListPos(); }
     QZBOOL ListIsValid(const ListPos& pos) const override { return pos.m_Index < m_nElements; }

@@ -49,6 +49,16 @@ bool CopyFromAnother(ConvModel& model, const Bytes& bytes)
     return LoadFrom(source, bytes) && model.CopyModelFrom(&source);
 }
 
+// What a failure leaves half done belongs to nobody any longer.
+bool TakeFromAnother(ConvModel& model, const Bytes& bytes)
+{
+    ConvModel source;
+    const bool bDone = LoadFrom(source, bytes) && model.TakeModelFrom(&source) && model.TakeAnims(&source) == 0;
+    if (!bDone)
+        model.Term(QZFALSE);
+    return bDone;
+}
+
 bool SaveToMemory(Model& model)
 {
     MemoryStream stream(0);
@@ -119,6 +129,7 @@ const Operation OPERATIONS[] = {
     {"load", Leaves::Nothing, false, LoadFrom},
     {"load into one block", Leaves::Nothing, false, LoadIntoBlock},
     {"copy", Leaves::Nothing, false, CopyFromAnother},
+    {"take", Leaves::Nothing, false, TakeFromAnother},
     {"save", Leaves::AllAsItWas, true, [](ConvModel& model, const Bytes&) { return SaveToMemory(model); }},
     {"save behind a child", Leaves::AllAsItWas, true, SaveBehindAChild},
     {"append", Leaves::SoundModel, true, AppendSame},

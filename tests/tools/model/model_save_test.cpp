@@ -3,6 +3,7 @@
 #include "engine/model/src/modelallocations.h"
 #include "tests/engine/model/src/abcbytes.h"
 #include "tests/zoltshared/stdzolt/assertioncatcher.h"
+#include "tools/model/convmodel.h"
 
 namespace
 {
@@ -130,6 +131,28 @@ TEST(ModelSave, StampsRiseWithEachWriting)
     EXPECT_EQ(model.GetModelStamp(), 506u);
     EXPECT_EQ(copy.GetModelStamp(), 505u);
     EXPECT_EQ(Saved(copy), SampleFile(12, true, 506));
+}
+
+// The meshes of a model move to another one, with all their LODs; the last writing of a model leaves nothing of it.
+TEST(ModelSave, ModelsThatAreNotNeededAnyLonger)
+{
+    ConvModel kept, taken;
+    ASSERT_EQ(LoadBytes(kept, SampleFile(12, true, 500)), RESULT_OK);
+    kept.RemoveAllAnims();
+    {
+        ConvModel source;
+        ASSERT_EQ(LoadBytes(source, SampleFile(12, true, 500)), RESULT_OK);
+        ASSERT_TRUE(taken.TakeModelFrom(&source));
+        EXPECT_EQ(source.NumPieces(), 0u);
+        EXPECT_EQ(source.NumAnims(), 1u);
+    }
+    EXPECT_EQ(taken.NumAnims(), 0u);
+    EXPECT_EQ(taken.GetPiece(0)->GetModel(), &taken);
+    taken.SetModelStamp(500);
+    MemoryStream stream(65536);
+    ASSERT_TRUE(taken.SaveAndTerm(&stream));
+    EXPECT_EQ(BytesOf(stream), Saved(kept));
+    EXPECT_EQ(taken.NumNodes() + taken.NumPieces(), 0u);
 }
 
 TEST(ModelSave, FailsAtAnyWriteThatFails)

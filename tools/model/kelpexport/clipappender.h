@@ -14,7 +14,7 @@ public:
     QZBOOL Load(const char* pFilename, const char* pShownName, QZBOOL bDebug);
     // Adds the host's current scene as an animation of that name, or with a number behind it if there is one already.
     QZBOOL Add(const char* pAnimName);
-    // Into a file, which may be the one that was loaded.
+    // Into a file, which may be the one that was loaded. It is the last step: the model is empty afterwards.
     QZBOOL Save(const char* pFilename);
 
     ConvModel& GetModel() { return m_Model; }

@@ -6,6 +6,7 @@
 #include "tools/model/kelpexport/hostcount.h"
 #include "tools/model/kelpexport/log.h"
 #include "tools/model/kelpexport/messages.h"
+#include "tools/model/kelpexport/pointtransform.h"
 
 // A share has to be above this; one of exactly 5 % isn't.
 static constexpr float LEAST_SHARE = 0.05f;
@@ -49,7 +50,7 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVerti
 
     Envelope* pEnvelope = new Envelope(static_cast<uint32_t>(pNode->m_PieceIndex));
     // Room for all, so that the many appends don't each take new memory.
-    if (!pEnvelope || !pEnvelope->m_Weights.SetSize(static_cast<uint32_t>(nVertices)))
+    if (!pEnvelope || !pEnvelope->m_Weights.SetSizeUnset(static_cast<uint32_t>(nVertices), &g_DefaultAllocator))
     {
         delete pEnvelope;
         ShowOutOfMemory();
@@ -67,9 +68,8 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVerti
         const double share = weights[i] / 100.0;
         if (!(share > LEAST_SHARE) || share > GREATEST_SHARE)
             continue;
-        pEnvelope->m_Weights[nKept].m_iVert = iVert;
-        pEnvelope->m_Weights[nKept].m_Weight = static_cast<float>(share);
-        ++nKept;
+        const uint16_t index = static_cast<uint16_t>(iVert);
+        pEnvelope->m_Weights[nKept++] = {index, index, static_cast<float>(share)};
     }
     pEnvelope->m_Weights.NiceSetSize(nKept);
     if (nKept == 0)
@@ -180,8 +180,8 @@ static QZBOOL BindPiece(SoftNode* pNode, uint32_t iPiece, const ModelPiece* pPie
     }
     for (uint32_t k = 0; k < pEnv->m_Weights.GetSize(); ++k)
     {
-        pEnv->m_Weights[k].m_iVert = k;
-        pEnv->m_Weights[k].m_Weight = 1.0f;
+        const uint16_t index = static_cast<uint16_t>(k);
+        pEnv->m_Weights[k] = {index, index, 1.0f};
     }
     return QZTRUE;
 }
@@ -223,10 +223,8 @@ QZBOOL ConvModel_Soft::WeightUnenvelopedPieces()
     return QZTRUE;
 }
 
-// Calls `use` with the vertex (in the count over all pieces, which begin at firstVerts), the weight and the node index
-// of each weight of each node, by ascending node index.
-template <class Use>
-static void ForEachWeight(const Model* pModel, const DynArray<uint32_t, DefaultCache>& firstVerts, Use use)
+// Calls `use` with each node and each of its envelopes of pieces that are there, by ascending node index.
+template <class Use> static void ForEachEnvelope(const Model* pModel, Use use)
 {
     for (uint32_t iNode = 0; iNode < pModel->m_FlatNodeList.GetSize(); ++iNode)
     {
@@ -235,15 +233,8 @@ static void ForEachWeight(const Model* pModel, const DynArray<uint32_t, DefaultC
         {
             PrefetchEnvelope(pNode->m_Envelopes, i);
             const Envelope* pEnvelope = pNode->m_Envelopes[i];
-            if (pEnvelope->m_iPiece >= pModel->NumPieces())
-                continue;
-            const uint32_t nVerts = pModel->GetPiece(pEnvelope->m_iPiece)->NumVerts();
-            for (uint32_t k = 0; k < pEnvelope->m_Weights.GetSize(); ++k)
-            {
-                const EnvelopeWeight& weight = pEnvelope->m_Weights[k];
-                if (weight.m_iVert < nVerts)
-                    use(firstVerts[pEnvelope->m_iPiece] + weight.m_iVert, weight, iNode);
-            }
+            if (pEnvelope->m_iPiece < pModel->NumPieces())
+                use(pNode, pEnvelope);
         }
     }
 }
@@ -252,6 +243,46 @@ void ConvModel_Soft::DeleteEnvelopes()
 {
     for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
         GetSoftNode(i)->DeleteEnvelopes();
+    m_SourcePositions.Term();
+    m_SourceStarts.Term();
+}
+
+// Adds one for each weight of an envelope to the count of its vertex. Their number.
+static uint32_t CountWeights(const Envelope* pEnvelope, uint32_t nVerts, uint32_t* pCounts)
+{
+    uint32_t nWeights = 0;
+    const EnvelopeWeight* pEnd = pEnvelope->m_Weights.GetArray() + pEnvelope->m_Weights.GetSize();
+    for (const EnvelopeWeight* pWeight = pEnvelope->m_Weights.GetArray(); pWeight != pEnd; ++pWeight)
+    {
+        if (pWeight->m_iVert >= nVerts)
+            continue;
+        ++pCounts[pWeight->m_iVert];
+        ++nWeights;
+    }
+    return nWeights;
+}
+
+// Writes the weights of an envelope, each to the place of its vertex, which goes one up. pSources are the places of the
+// vertices of its piece, null for none.
+static void WriteWeights(const Envelope* pEnvelope, const SoftNode* pNode, const Vector3* pSources, uint32_t nVerts,
+                         uint32_t* pPlaces, ModelVertWeight* pEntries)
+{
+    const PointTransform toNode(pNode->m_mGlobalInverse);
+    const uint32_t iNode = pNode->GetNodeIndex();
+    const EnvelopeWeight* pEnd = pEnvelope->m_Weights.GetArray() + pEnvelope->m_Weights.GetSize();
+    for (const EnvelopeWeight* pWeight = pEnvelope->m_Weights.GetArray(); pWeight != pEnd; ++pWeight)
+    {
+        if (pWeight->m_iVert >= nVerts)
+            continue;
+        const Vector3 offset = pSources ? toNode(pSources[pWeight->m_iSource]) : Vector3(0.0f, 0.0f, 0.0f);
+        const Vector3 shared = offset * pWeight->m_Weight;
+        ModelVertWeight& entry = pEntries[pPlaces[pWeight->m_iVert]++];
+        entry.m_Vec[0] = shared.x;
+        entry.m_Vec[1] = shared.y;
+        entry.m_Vec[2] = shared.z;
+        entry.m_Vec[3] = pWeight->m_Weight;
+        entry.m_iNode = iNode;
+    }
 }
 
 QZBOOL ConvModel_Soft::ConvertVertexWeights()
@@ -270,13 +301,14 @@ QZBOOL ConvModel_Soft::ConvertVertexWeights()
     if (!places.SetSizeInit(nVerts, 0))
         return QZFALSE;
     uint64_t nTotal = 0;
-    ForEachWeight(this, firstVerts,
-                  [&](uint32_t iVert, const EnvelopeWeight&, uint32_t)
-                  {
-                      ++places[iVert];
-                      ++nTotal;
-                  });
-    if (nTotal > UINT32_MAX || !m_VertexWeights.SetSize(static_cast<uint32_t>(nTotal), m_pAllocator))
+    ForEachEnvelope(this,
+                    [&](const SoftNode*, const Envelope* pEnvelope)
+                    {
+                        const uint32_t iPiece = pEnvelope->m_iPiece;
+                        nTotal += CountWeights(pEnvelope, GetPiece(iPiece)->NumVerts(),
+                                               places.GetArray() + firstVerts[iPiece]);
+                    });
+    if (nTotal > UINT32_MAX || !m_VertexWeights.SetSizeUnset(static_cast<uint32_t>(nTotal), m_pAllocator))
         return QZFALSE;
 
     uint32_t place = 0;
@@ -294,16 +326,15 @@ QZBOOL ConvModel_Soft::ConvertVertexWeights()
             nWeights = place - nWeights;
         }
     }
-    ForEachWeight(this, firstVerts,
-                  [&](uint32_t iVert, const EnvelopeWeight& weight, uint32_t iNode)
-                  {
-                      ModelVertWeight& entry = m_VertexWeights[places[iVert]++];
-                      const Vector3 shared = weight.m_vOffset * weight.m_Weight;
-                      entry.m_Vec[0] = shared.x;
-                      entry.m_Vec[1] = shared.y;
-                      entry.m_Vec[2] = shared.z;
-                      entry.m_Vec[3] = weight.m_Weight;
-                      entry.m_iNode = iNode;
-                  });
+    const bool bHasSources = m_SourceStarts.GetSize() == NumPieces() && m_SourcePositions.GetSize() != 0;
+    ForEachEnvelope(this,
+                    [&](const SoftNode* pNode, const Envelope* pEnvelope)
+                    {
+                        const uint32_t iPiece = pEnvelope->m_iPiece;
+                        const Vector3* pSources =
+                            bHasSources ? m_SourcePositions.GetArray() + m_SourceStarts[iPiece] : nullptr;
+                        WriteWeights(pEnvelope, pNode, pSources, GetPiece(iPiece)->NumVerts(),
+                                     places.GetArray() + firstVerts[iPiece], m_VertexWeights.GetArray());
+                    });
     return QZTRUE;
 }

@@ -5,6 +5,8 @@
 #include "tools/model/fourtransforms.h"
 #include "tools/model/kelpexport/convmodel_soft.h"
 #include "tools/model/kelpexport/log.h"
+#include "tools/model/kelpexport/messages.h"
+#include "tools/model/kelpexport/pointtransform.h"
 #include "tools/model/keystoglobal.h"
 #include "tools/model/multiplyscale.h"
 #include "tools/model/orthonormalise.h"
@@ -24,39 +26,6 @@ static bool KeepInRange(Vector3& v)
     v.Set(0.0f, 0.0f, 0.0f);
     return false;
 }
-
-// Matrix4::Transform of many points by one matrix, divided by the fourth component. The sums of the four rows are taken
-// side by side, which compilers make vectors of.
-class PointTransform
-{
-public:
-    explicit PointTransform(const Matrix4& m)
-    {
-        for (int i = 0; i < 16; ++i)
-            m_Columns[i % 4][i / 4] = m.m[i];
-    }
-
-    Vector3 operator()(const Vector3& point) const
-    {
-        const double in[4] = {point.x, point.y, point.z, 1.0};
-        double sums[4] = {};
-        for (int c = 0; c < 4; ++c)
-        {
-            for (int r = 0; r < 4; ++r)
-                sums[r] += m_Columns[c][r] * in[c];
-        }
-        float out[4];
-        for (int r = 0; r < 4; ++r)
-            out[r] = static_cast<float>(sums[r]);
-        if (out[3] == 1.0f) // as a rule; nothing need be divided
-            return Vector3(out[0], out[1], out[2]);
-        const float w = 1.0f / out[3];
-        return Vector3(out[0] * w, out[1] * w, out[2] * w);
-    }
-
-private:
-    double m_Columns[4][4];
-};
 
 static void BakePieces(ConvModel_Soft* pModel, SoftNode* pNode)
 {
@@ -248,30 +217,23 @@ void ConvModel_Soft::ResetNodeScales()
         GetSoftNode(i)->m_Scale.Set(1.0f, 1.0f, 1.0f);
 }
 
-static void SetOffsets(const ConvModel_Soft* pModel, SoftNode* pNode)
-{
-    const PointTransform toNode(pNode->m_mGlobalInverse);
-    for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
-    {
-        PrefetchEnvelope(pNode->m_Envelopes, i);
-        Envelope* pEnvelope = pNode->m_Envelopes[i];
-        ModelPiece* pPiece = pModel->GetPiece(pEnvelope->m_iPiece);
-        for (uint32_t k = 0; k < pEnvelope->m_Weights.GetSize(); ++k)
-        {
-            EnvelopeWeight& weight = pEnvelope->m_Weights[k];
-            weight.m_vModelPos = pPiece->GetVert(weight.m_iVert)->m_vPos;
-            weight.m_vOffset = toNode(weight.m_vModelPos);
-        }
-    }
-    for (uint32_t i = 0; i < pNode->NumChildren(); ++i)
-        SetOffsets(pModel, pNode->GetSoftChild(i));
-}
-
 QZBOOL ConvModel_Soft::ComputeWeightOffsets()
 {
     if (NumAnims() == 0)
         return QZTRUE;
     EvaluateNodeTransforms(GetAnim(0)->GetRootNode(), 0, Matrix4(), QZFALSE);
-    SetOffsets(this, GetSoftRoot());
+    if (!m_SourceStarts.SetSize(NumPieces()) || !m_SourcePositions.SetSize(CalcNumVerts()))
+    {
+        ShowOutOfMemory();
+        return QZFALSE;
+    }
+    uint32_t nPositions = 0;
+    for (uint32_t i = 0; i < NumPieces(); ++i)
+    {
+        m_SourceStarts[i] = nPositions;
+        const ModelPiece* pPiece = GetPiece(i);
+        for (uint32_t iVert = 0; iVert < pPiece->NumVerts(); ++iVert)
+            m_SourcePositions[nPositions++] = pPiece->m_Verts[iVert].m_vPos;
+    }
     return QZTRUE;
 }

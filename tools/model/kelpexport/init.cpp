@@ -141,19 +141,15 @@ bool ExportRun::TakeGeometry()
         return false;
     }
     m_Source.DeleteEnvelopes();
-    if (!m_Destination.TakeModelFrom(&m_Source))
-    {
-        ShowMessage(MESSAGE_OK, "Error copying model geometry.");
-        return false;
-    }
-    // The copy has brought the animations along, and they are added next.
-    m_Destination.RemoveAllAnims();
-    return true;
+    if (m_Destination.TakeModelFrom(&m_Source))
+        return true;
+    ShowMessage(MESSAGE_OK, "Error copying model geometry.");
+    return false;
 }
 
 bool ExportRun::AddAnimation()
 {
-    const bool bAdded = ShowAddResult(m_Destination.AddAnims(&m_Source), m_Filename.GetString());
+    const bool bAdded = ShowAddResult(m_Destination.TakeAnims(&m_Source), m_Filename.GetString());
     m_Source.Term(QZTRUE); // the writing needs its memory
     return bAdded;
 }

@@ -21,7 +21,7 @@ QZBOOL ShowAddResult(uint32_t result, const char* pShownName)
     }
 }
 
-QZBOOL WriteModelFile(Model* pModel, const char* pFilename, const char* pShownName)
+QZBOOL WriteModelFile(ConvModel* pModel, const char* pFilename, const char* pShownName)
 {
     SetStatus(1, "Writing file...");
     ReplaceFileStream* pStream = OpenReplaceFileStream(pFilename);
@@ -30,7 +30,7 @@ QZBOOL WriteModelFile(Model* pModel, const char* pFilename, const char* pShownNa
         ShowMessage(MESSAGE_OK, "Unable to open %s for writing.", pShownName);
         return QZFALSE;
     }
-    const bool bWritten = pModel->Save(pStream) && pStream->Commit() == 0;
+    const bool bWritten = pModel->SaveAndTerm(pStream) && pStream->Commit() == 0;
     pStream->Release();
     if (!bWritten)
         ShowMessage(MESSAGE_OK, "Unable to write %s.", pShownName);

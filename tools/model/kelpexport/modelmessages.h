@@ -6,5 +6,6 @@
 
 // Whether that is a result of ADDANIMS_OK; any other is shown.
 QZBOOL ShowAddResult(uint32_t result, const char* pShownName);
-// Writes the model so that either the old file or the whole new one is there, whatever happens. A failure is shown.
-QZBOOL WriteModelFile(Model* pModel, const char* pFilename, const char* pShownName);
+// Writes the model so that either the old file or the whole new one is there, whatever happens. A failure is shown. The
+// model isn't needed any longer: it is emptied as ConvModel::SaveAndTerm does.
+QZBOOL WriteModelFile(ConvModel* pModel, const char* pFilename, const char* pShownName);
