@@ -87,6 +87,14 @@ function(zolt_link_runtime name)
     if(UNIX AND ZOLT_HAS_STATIC_RUNTIME AND NOT ZOLT_SANITIZE)
         target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
     endif()
+    if(UNIX AND NOT ZOLT_SANITIZE)
+        # As the linker has written it, bit by bit, a file lies in small pieces in the memory of the system, which it maps
+        # one by one at each start; a copy lies there in large ones. An installed file is such a copy.
+        add_custom_command(TARGET ${name} POST_BUILD
+            COMMAND cp $<TARGET_FILE:${name}> $<TARGET_FILE:${name}>.copy
+            COMMAND mv -f $<TARGET_FILE:${name}>.copy $<TARGET_FILE:${name}>
+            VERBATIM)
+    endif()
 endfunction()
 
 # A program that loads the plug-in has both stand-ins in it, whole, and lets the plug-in see what it calls of them.

@@ -3,6 +3,7 @@
 #include "host/exportoptions.h"
 
 #include <filesystem>
+#include <sys/stat.h>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -24,9 +25,10 @@ static bool IsSameFile(const std::string& one, const std::string& other)
 {
     if (one.empty() || other.empty())
         return false;
-    std::error_code error;
-    if (fs::exists(one, error) && fs::exists(other, error))
-        return fs::is_regular_file(one, error) && fs::equivalent(one, other, error) && !error;
+    struct stat oneState = {}, otherState = {};
+    if (stat(one.c_str(), &oneState) == 0 && stat(other.c_str(), &otherState) == 0)
+        return S_ISREG(oneState.st_mode) && oneState.st_dev == otherState.st_dev &&
+               oneState.st_ino == otherState.st_ino;
     return !FindEnd(one).empty() && FindEnd(one) == FindEnd(other);
 }
 
