@@ -9,8 +9,10 @@ static unsigned char FoldCase(char c)
 
 bool RegistryTable::Less::operator()(const std::string& a, const std::string& b) const
 {
-    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
-                                        [](char c, char d) { return FoldCase(c) < FoldCase(d); });
+    // Keys have long beginnings in common, most often in the same case.
+    const auto [inA, inB] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(),
+                                          [](char c, char d) { return c == d || FoldCase(c) == FoldCase(d); });
+    return inB != b.end() && (inA == a.end() || FoldCase(*inA) < FoldCase(*inB));
 }
 
 bool RegistryTable::Less::operator()(const std::pair<std::string, std::string>& a,

@@ -20,6 +20,9 @@ std::string UserFolder(const char* variable, const char* belowHome)
 
 bool MakeFolders(const std::string& folder)
 {
+    std::error_code there;
+    if (fs::is_directory(folder, there))
+        return true;
     fs::path made;
     for (const fs::path& part : fs::path(folder))
     {
