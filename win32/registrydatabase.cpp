@@ -1,7 +1,5 @@
 #include "win32/registrydatabase.h"
 
-#include "win32/registryimage.h"
-#include "win32/registryschema.h"
 #include "win32/registrystore.h"
 #include "win32/registrytable.h"
 #include "win32/userfolders.h"
@@ -22,9 +20,15 @@ namespace fs = std::filesystem;
 
 static const int BUSY_TIMEOUT_MS = 10000;
 
-static const char* const SCHEMA = "CREATE TABLE IF NOT EXISTS " REGISTRY_KEY_TABLE ";"
-                                  "CREATE TABLE IF NOT EXISTS " REGISTRY_VALUE_TABLE ";"
-                                  "PRAGMA user_version = 1;"; // REGISTRY_SCHEMA_VERSION
+// Stands in the file's user_version; 0 is a file in which nothing has been written yet.
+static const int SCHEMA_VERSION = 1;
+
+// NOCASE folds ASCII letters only.
+static const char* const SCHEMA =
+    "CREATE TABLE IF NOT EXISTS registry_key(path TEXT PRIMARY KEY NOT NULL COLLATE NOCASE) WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS registry_value(path TEXT NOT NULL COLLATE NOCASE, name TEXT NOT NULL COLLATE NOCASE,"
+    " type INTEGER NOT NULL, data BLOB NOT NULL, PRIMARY KEY(path, name)) WITHOUT ROWID;"
+    "PRAGMA user_version = 1;";
 
 // Work on an open store; gives an SQLite result code.
 using StoreWork = std::function<int(sqlite3*)>;
@@ -155,7 +159,7 @@ static int ReadSchemaVersion(sqlite3* db, int& version)
     if (result != SQLITE_ROW)
         return result;
     version = static_cast<int>(pragma.Int(0));
-    return version == 0 || version == REGISTRY_SCHEMA_VERSION ? SQLITE_OK : SQLITE_MISMATCH;
+    return version == 0 || version == SCHEMA_VERSION ? SQLITE_OK : SQLITE_MISMATCH;
 }
 
 // With our schema's number in the file, a statement that doesn't compile means that the tables aren't what they were.
@@ -338,12 +342,7 @@ static LONG ReadStoreTable(const RegistryTable*& table)
     s_Snapshot.table.Clear();
     s_Snapshot.path = file;
     const bool isThere = stat(file.c_str(), &s_Snapshot.state) == 0;
-    int result = SQLITE_OK;
-    if (!isThere || !ReadRegistryImage(file, s_Snapshot.table))
-    {
-        s_Snapshot.table.Clear();
-        result = OnFileOrFresh(file, false, [](sqlite3* db) { return ReadTable(db, s_Snapshot.table); });
-    }
+    const int result = OnFileOrFresh(file, false, [](sqlite3* db) { return ReadTable(db, s_Snapshot.table); });
     s_Snapshot.isWhole = isThere && result == SQLITE_OK && HasSettled(s_Snapshot.state);
     table = &s_Snapshot.table;
     return ToRegistryError(result);

@@ -1,6 +1,5 @@
 // The registry: what the calls answer, and what becomes of the file under them.
 #include "tests/win32/temporaryfolder.h"
-#include "win32/registryimage.h"
 #include "win32/registrystore.h"
 #include "win32/zoltwin32.h"
 
@@ -261,99 +260,6 @@ TEST_F(RegistryTest, ProcessesThatFindTheDamageTogetherLoseNothingWrittenAfterIt
         for (int c = 0; c < 4; c++)
             EXPECT_EQ(GetText("Key", std::to_string(c).c_str()), "here") << "round " << round;
         EXPECT_EQ(ReadFile(m_File + ".damaged"), std::string(5000, '?'));
-    }
-}
-
-static bool IsImage(const std::string& file)
-{
-    RegistryTable table;
-    return ReadRegistryImage(file, table);
-}
-
-TEST_F(RegistryTest, AFewValuesAreReadWithoutSqlite)
-{
-    EXPECT_FALSE(IsImage(m_File));
-    const std::string longText(900, 'x');
-    ASSERT_EQ(SetText("Software\\A", "Long", longText), ERROR_SUCCESS);
-    ASSERT_EQ(SetText("Software\\A", "Gone", longText), ERROR_SUCCESS);
-    ASSERT_EQ(SetText("Software", "", "\xC3\xA9"), ERROR_SUCCESS);
-    Execute(m_File, "DELETE FROM registry_value WHERE name = 'Gone';"
-                    "INSERT INTO registry_value VALUES('HKEY_LOCAL_MACHINE\\Software\\B', 'None', 1, x'');"
-                    "INSERT INTO registry_value VALUES('HKEY_LOCAL_MACHINE\\Software\\B', 'Type', 4294967295, x'00FF');"
-                    "INSERT INTO registry_value VALUES('HKEY_LOCAL_MACHINE\\Software\\B', 'Zero', 0, x'01')");
-    RegistryTable table;
-    ASSERT_TRUE(ReadRegistryImage(m_File, table));
-    const auto find = [&](const char* key, const char* name)
-    {
-        const RegistryValue* value = table.FindValue(std::string("hkey_local_machine\\") + key, name);
-        return value ? std::to_string(value->type) + ":" + std::string(value->data.begin(), value->data.end()) : "none";
-    };
-    EXPECT_EQ(find("Software\\A", "long"), "1:" + longText + std::string(1, '\0'));
-    EXPECT_EQ(find("Software\\A", "Gone"), "none");
-    EXPECT_EQ(find("Software", ""), "1:\xC3\xA9" + std::string(1, '\0'));
-    EXPECT_EQ(find("Software\\B", "None"), "1:");
-    EXPECT_EQ(find("Software\\B", "Type"), "4294967295:" + std::string(1, '\0') + "\xFF");
-    EXPECT_EQ(find("Software\\B", "Zero"), "0:\x01");
-    EXPECT_TRUE(table.HasKey("HKEY_LOCAL_MACHINE\\Software\\A"));
-    EXPECT_FALSE(table.HasKey("HKEY_LOCAL_MACHINE\\Software\\C"));
-}
-
-TEST_F(RegistryTest, WhatIsMoreThanAFewValuesIsLeftToSqlite)
-{
-    // NOLINTBEGIN(bugprone-suspicious-missing-comma): one of them takes two lines
-    for (const char* change :
-         {"INSERT INTO registry_value VALUES('HKEY_LOCAL_MACHINE\\K', 'large', 1, zeroblob(2000))",
-          "INSERT INTO registry_key WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n LIMIT 500) "
-          "SELECT 'HKEY_LOCAL_MACHINE\\' || i FROM n",
-          "INSERT INTO registry_value VALUES('HKEY_LOCAL_MACHINE\\K', 'text', 1, 'no blob')",
-          "INSERT INTO registry_value VALUES('HKEY_LOCAL_MACHINE\\K', 'negative', -1, x'')",
-          "ALTER TABLE registry_value ADD COLUMN more", "PRAGMA journal_mode = WAL"})
-    {
-        // NOLINTEND(bugprone-suspicious-missing-comma)
-        fs::remove(m_File);
-        ASSERT_EQ(SetText("Key", "Name", "text"), ERROR_SUCCESS);
-        EXPECT_TRUE(IsImage(m_File));
-        Execute(m_File, change);
-        EXPECT_FALSE(IsImage(m_File)) << change;
-        EXPECT_EQ(GetText("Key", "Name"), "text") << change;
-    }
-    fs::remove(m_File);
-    ASSERT_EQ(SetText("Key", "Name", "text"), ERROR_SUCCESS);
-    WriteFile(m_File + "-journal", "");
-    EXPECT_FALSE(IsImage(m_File));
-    fs::remove(m_File + "-journal");
-    // While another process writes.
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(m_File.c_str(), &db), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(db, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
-    ExpectSuccess(Fork([&] { return IsImage(m_File) ? 1 : 0; }));
-    sqlite3_close(db);
-    ExpectSuccess(Fork([&] { return IsImage(m_File) ? 0 : 1; }));
-}
-
-TEST_F(RegistryTest, ADamagedImageIsRefusedOrReadWithinItsBounds)
-{
-    ASSERT_EQ(SetText("Key", "Name", "text"), ERROR_SUCCESS);
-    const std::string bytes = ReadFile(m_File);
-    std::fstream file(m_File, std::ios::binary | std::ios::in | std::ios::out);
-    const auto put = [&](std::size_t place, char byte) { file.seekp(std::streamoff(place)).put(byte).flush(); };
-    for (std::size_t i = 0; i < bytes.size(); i++)
-    {
-        for (const char mask : {'\x01', '\x80', '\xFF'})
-        {
-            if (bytes[i] == 0 && i % 16 != 0)
-                continue; // most are free
-            put(i, static_cast<char>(bytes[i] ^ mask));
-            IsImage(m_File);
-        }
-        put(i, bytes[i]);
-    }
-    EXPECT_TRUE(IsImage(m_File));
-    for (std::size_t size = bytes.size(); size > 0;)
-    {
-        size -= 1 + size / 16;
-        fs::resize_file(m_File, size);
-        EXPECT_FALSE(IsImage(m_File)) << size;
     }
 }
 
