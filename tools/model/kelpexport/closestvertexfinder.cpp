@@ -16,6 +16,11 @@ static bool IsFinite(const double* pPos)
     return std::isfinite(pPos[0]) && std::isfinite(pPos[1]) && std::isfinite(pPos[2]);
 }
 
+static bool AreEqual(const double* pA, const double* pB)
+{
+    return pA[0] == pB[0] && pA[1] == pB[1] && pA[2] == pB[2];
+}
+
 static bool IsTiny(const double* pPos)
 {
     for (int i = 0; i < 3; ++i)
@@ -48,7 +53,7 @@ uint32_t ClosestVertexFinder::FindPlace(const double* pPos) const
     for (; m_Slots[place] != 0; place = (place + 1) & mask)
     {
         const double* pOther = m_pPositions->Get(m_Slots[place] - 1).v;
-        if (pOther[0] == pPos[0] && pOther[1] == pPos[1] && pOther[2] == pPos[2])
+        if (AreEqual(pOther, pPos))
             break;
     }
     return place;
@@ -60,13 +65,14 @@ QZBOOL ClosestVertexFinder::Build(const DynArray<SAA_Position, DefaultCache>& po
     m_bTiny = false;
     m_bHasTree = false;
     m_Slots.Term();
+    m_FirstEqual.Term();
     m_Order.Term();
     m_Axes.Term();
     const uint32_t nPositions = positions.GetSize();
     uint32_t nSlots = 16;
     while (nSlots < nPositions * uint64_t(2))
         nSlots *= 2;
-    if (!m_Slots.SetSizeInit(nSlots, 0))
+    if (!m_FirstEqual.SetSize(nPositions) || !m_Slots.SetSizeInit(nSlots, 0))
         return QZFALSE;
     for (uint32_t i = 0; i < nPositions; ++i)
     {
@@ -76,6 +82,7 @@ QZBOOL ClosestVertexFinder::Build(const DynArray<SAA_Position, DefaultCache>& po
         uint32_t& slot = m_Slots[FindPlace(positions[i].v)];
         if (slot == 0) // a later one is never nearer than the one before
             slot = i + 1;
+        m_FirstEqual[i] = slot - 1;
     }
     return QZTRUE;
 }
@@ -165,7 +172,7 @@ void ClosestVertexFinder::Search(const double* pPos, uint32_t iBegin, uint32_t i
         Search(pPos, iBegin, iMiddle, best);
 }
 
-uint32_t ClosestVertexFinder::Find(const double* pPos)
+uint32_t ClosestVertexFinder::Find(const double* pPos, uint32_t iGuess)
 {
     if (m_Slots.GetSize() == 0)
         return ConvModel_Soft::FindClosestVertex(pPos, *m_pPositions);
@@ -173,6 +180,8 @@ uint32_t ClosestVertexFinder::Find(const double* pPos)
         return 0;
     if (!m_bTiny && !IsTiny(pPos))
     {
+        if (iGuess < m_FirstEqual.GetSize() && AreEqual(pPos, m_pPositions->GetArray()[iGuess].v))
+            return m_FirstEqual[iGuess];
         const uint32_t slot = m_Slots[FindPlace(pPos)];
         if (slot != 0)
             return slot - 1;

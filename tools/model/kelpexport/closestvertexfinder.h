@@ -15,8 +15,8 @@ class ClosestVertexFinder
 public:
     // False without memory; then Find searches the list from the front.
     QZBOOL Build(const DynArray<SAA_Position, DefaultCache>& positions);
-    // pPos is x, y, z.
-    uint32_t Find(const double* pPos);
+    // pPos is x, y, z. It is found soonest if it is at iGuess in the list: many lists of questions are like the list.
+    uint32_t Find(const double* pPos, uint32_t iGuess);
 
 private:
     struct Best
@@ -31,9 +31,10 @@ private:
     void Search(const double* pPos, uint32_t iBegin, uint32_t iEnd, Best& best) const;
 
     const DynArray<SAA_Position, DefaultCache>* m_pPositions = nullptr;
-    DynArray<uint32_t, DefaultCache> m_Slots; // open addressing, a power of two; index + 1, 0 for a free slot
-    DynArray<uint32_t, DefaultCache> m_Order; // indices of finite positions, each position once; the tree
-    DynArray<uint8_t, DefaultCache> m_Axes;   // for the middle of each range of m_Order, the axis that it splits
+    DynArray<uint32_t, DefaultCache> m_Slots;      // open addressing, a power of two; index + 1, 0 for a free slot
+    DynArray<uint32_t, DefaultCache> m_FirstEqual; // for each position the first equal one; those of NaNs aren't set
+    DynArray<uint32_t, DefaultCache> m_Order;      // indices of finite positions, each position once; the tree
+    DynArray<uint8_t, DefaultCache> m_Axes;        // for the middle of each range of m_Order, the axis that it splits
     bool m_bHasTree = false;
     bool m_bTiny = false; // two positions may differ and still be at a squared distance of 0
 };

@@ -127,7 +127,7 @@ QZBOOL ConvModel_Soft::ReadEnvelopesBelow(SoftNode* pNode, Skeleton& skeleton)
             return QZFALSE;
         }
         CtrlVertexLookup lookup;
-        lookup.Build(pNode->m_CtrlVertices);
+        lookup.Build(*pNode);
         const SAA_Elem* const pHandles = skeleton.m_Handles.GetArray();
         const SAA_Elem* const pEnd = pHandles + skeleton.m_Handles.GetSize();
         int nVertices = 0;

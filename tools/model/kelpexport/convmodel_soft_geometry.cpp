@@ -62,11 +62,26 @@ static bool AreFinite(const DynArray<SAA_Position, DefaultCache>& positions)
     return true;
 }
 
-static bool ReadTriangles(const SAA_Scene* pScene, SoftNode* pNode, HostMesh& mesh)
+// The triangles and vertices of the piece are asked for ahead of all that is only needed here, so that no gaps are left
+// between what stays. ReadGeometry sees whether there was memory.
+static void ReserveTris(ModelPiece* pPiece, int nPolies)
+{
+    if (nPolies > 0 && nPolies <= HOST_MAX_COUNT)
+        pPiece->m_Tris.SetSize(static_cast<uint32_t>(nPolies), pPiece->GetModel()->GetAllocator());
+}
+
+static void ReserveVerts(ModelPiece* pPiece, int nVertices)
+{
+    if (nVertices > 0 && nVertices <= static_cast<int>(MODEL_MAX_VERTS))
+        pPiece->m_Verts.SetSize(static_cast<uint32_t>(nVertices), pPiece->GetModel()->GetAllocator());
+}
+
+static bool ReadTriangles(const SAA_Scene* pScene, SoftNode* pNode, ModelPiece* pPiece, HostMesh& mesh)
 {
     if (CHECK_STATUS(SAA_modelGetNbTriangles(pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, &mesh.nPolies),
                      "SAA_modelGetNbTriangles(m_pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, &nPolies)") != 0)
         return false;
+    ReserveTris(pPiece, mesh.nPolies);
     if (!CHECK_BOOL(SetHostSize(mesh.polies, mesh.nPolies), "polies.SetSize(nPolies)"))
         return false;
     if (CHECK_STATUS(
@@ -83,6 +98,7 @@ static bool ReadTriangles(const SAA_Scene* pScene, SoftNode* pNode, HostMesh& me
                      "SAA_triangleGetCtrlVertices(m_pScene, &pNode->m_Elem, SAA_GEOM_DEFORMED, 0, nPolies, "
                      "polies.GetArray(), verts.GetArray())") != 0)
         return false;
+    mesh.polies.Term();
     if (!CHECK_BOOL(SetHostSize(mesh.vertIndices, nCorners), "vertIndices.SetSize(nPolies * 3)"))
         return false;
     if (CHECK_STATUS(SAA_ctrlVertexGetIndices(pScene, &pNode->m_Elem, nCorners, mesh.verts.GetArray(),
@@ -125,12 +141,13 @@ static bool ReadActualVertices(const SAA_Scene* pScene, SoftNode* pNode, HostMes
                      "SAA_modelGetCtrlVertices(m_pScene, &pNode->m_Elem, SAA_GEOM_ORIGINAL, 0, nActualVertices, "
                      "pNode->m_CtrlVertices.GetArray())") != 0)
         return false;
+    pNode->ShortenCtrlVertices();
     return AreFinite(mesh.vertexPositions) && AreFinite(mesh.actualVertexPositions);
 }
 
-static QZBOOL ReadHostMesh(const SAA_Scene* pScene, SoftNode* pNode, HostMesh& mesh)
+static QZBOOL ReadHostMesh(const SAA_Scene* pScene, SoftNode* pNode, ModelPiece* pPiece, HostMesh& mesh)
 {
-    bool bRead = ReadTriangles(pScene, pNode, mesh) && ReadTriVertices(pScene, pNode, mesh) &&
+    bool bRead = ReadTriangles(pScene, pNode, pPiece, mesh) && ReadTriVertices(pScene, pNode, mesh) &&
                  CHECK_STATUS(SAA_modelGetNbVertices(pScene, &pNode->m_Elem, &mesh.nActualVertices),
                               "SAA_modelGetNbVertices(m_pScene, &pNode->m_Elem, &nActualVertices)") == 0;
     if (bRead && mesh.nActualVertices > static_cast<int>(MODEL_MAX_VERTS))
@@ -139,6 +156,8 @@ static QZBOOL ReadHostMesh(const SAA_Scene* pScene, SoftNode* pNode, HostMesh& m
                     MODEL_MAX_VERTS);
         return QZFALSE;
     }
+    if (bRead)
+        ReserveVerts(pPiece, mesh.nActualVertices);
     bRead = bRead && ReadActualVertices(pScene, pNode, mesh);
     if (!bRead)
         ShowMessage(MESSAGE_OK, "Node %s: unable to get geometry.", pNode->GetName());
@@ -169,7 +188,7 @@ static QZBOOL MatchCorners(SoftNode* pNode, ModelPiece* pPiece, HostMesh& mesh)
             }
             uint32_t iVert = bKeeps ? found[index] : UINT32_MAX;
             if (iVert == UINT32_MAX)
-                iVert = finder.Find(mesh.vertexPositions[index].v);
+                iVert = finder.Find(mesh.vertexPositions[index].v, index);
             if (bKeeps)
                 found[index] = iVert;
             pTri->m_Indices[2 - j] = static_cast<uint16_t>(iVert);
@@ -257,9 +276,9 @@ static QZBOOL ReadTextureCoords(const SAA_Scene* pScene, SoftNode* pNode, ModelP
 QZBOOL ConvModel_Soft::ReadGeometry(SoftNode* pNode)
 {
     HostMesh mesh;
-    if (!ReadHostMesh(m_pScene, pNode, mesh))
-        return QZFALSE;
     ModelPiece* pPiece = GetPiece(static_cast<uint32_t>(pNode->m_PieceIndex));
+    if (!ReadHostMesh(m_pScene, pNode, pPiece, mesh))
+        return QZFALSE;
     if (!pPiece->m_Tris.SetSize(static_cast<uint32_t>(mesh.nPolies), m_pAllocator) ||
         !pPiece->m_Verts.SetSize(static_cast<uint32_t>(mesh.nActualVertices), m_pAllocator))
     {

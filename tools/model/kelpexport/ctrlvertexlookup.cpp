@@ -1,15 +1,6 @@
 #include "tools/model/kelpexport/ctrlvertexlookup.h"
 
-#include <cstring>
 #include <iterator>
-
-// A handle as numbers of 8 bytes, with 0 behind its end.
-struct HandleWords
-{
-    uint64_t m_Words[(sizeof(SAA_SubHandle) + 7) / 8] = {};
-
-    explicit HandleWords(const SAA_SubHandle& handle) { std::memcpy(m_Words, handle.bytes, sizeof(handle.bytes)); }
-};
 
 static bool AreEqual(const SAA_SubHandle& a, const SAA_SubHandle& b)
 {
@@ -43,8 +34,12 @@ static uint32_t FindPlace(const SAA_SubHandle& handle, const DynArray<SAA_SubHan
     return place;
 }
 
-QZBOOL CtrlVertexLookup::Build(const DynArray<SAA_SubHandle, DefaultCache>& handles)
+QZBOOL CtrlVertexLookup::Build(const SoftNode& node)
 {
+    m_pNumbered = node.m_pNumberedVertices.get();
+    if (m_pNumbered)
+        return QZTRUE;
+    const DynArray<SAA_SubHandle, DefaultCache>& handles = node.m_CtrlVertices;
     m_pHandles = &handles;
     m_iNext = 0;
     m_bUnique = false;
@@ -68,6 +63,8 @@ QZBOOL CtrlVertexLookup::Build(const DynArray<SAA_SubHandle, DefaultCache>& hand
 
 bool CtrlVertexLookup::Find(const SAA_SubHandle& handle, uint32_t* pIndex)
 {
+    if (m_pNumbered)
+        return m_pNumbered->Find(handle, pIndex);
     // The vertices of an envelope are asked for in their order, and many lie side by side.
     if (m_bUnique && m_iNext < m_pHandles->GetSize() && AreEqual(m_pHandles->GetArray()[m_iNext], handle))
     {

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <typeinfo>
+#include <utility>
 
 static bool RemapVertices(ConvNode* pNode, ModelPieceLOD* pLOD, const uint32_t* pNewIndices)
 {
@@ -31,6 +33,16 @@ void SoftNode::DeleteEnvelopes()
         delete m_Envelopes[i];
     m_Envelopes.Term();
     m_CtrlVertices.Term();
+    m_pNumberedVertices.reset();
+}
+
+void SoftNode::ShortenCtrlVertices()
+{
+    auto pNumbered = std::unique_ptr<NumberedHandles>(new (std::nothrow) NumberedHandles);
+    if (!pNumbered || !pNumbered->Build(m_CtrlVertices))
+        return;
+    m_CtrlVertices.Term();
+    m_pNumberedVertices = std::move(pNumbered);
 }
 
 static bool IsOfMesh(const Model* pModel, const Envelope* pEnvelope, const ModelPieceLOD* pLOD)
@@ -125,6 +137,8 @@ void SoftNode::OnVerticesRemapped(ModelPieceLOD* pLOD, const uint32_t* pNewIndic
 
 bool SoftNode::FindCtrlVertex(const SAA_SubHandle& handle, uint32_t* pIndex) const
 {
+    if (m_pNumberedVertices)
+        return m_pNumberedVertices->Find(handle, pIndex);
     const int index = FindBlock(&handle, m_CtrlVertices.GetArray(), m_CtrlVertices.GetSize(), sizeof(SAA_SubHandle));
     if (index < 0)
         return false;

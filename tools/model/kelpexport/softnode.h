@@ -3,6 +3,9 @@
 #include "saa/SAA.h"
 #include "tools/model/convnode.h"
 #include "tools/model/kelpexport/envelope.h"
+#include "tools/model/kelpexport/numberedhandles.h"
+
+#include <memory>
 
 // A node that stands for an element of the host's scene.
 class SoftNode : public ConvNode
@@ -18,7 +21,9 @@ public:
     // whose weights are dropped.
     void OnVerticesRemapped(ModelPieceLOD* pLOD, const uint32_t* pNewIndices);
 
-    // The first of m_CtrlVertices with the handle's bytes. A search from the front: for many look-ups there is
+    // Puts their numbers in the place of the list of control vertices, if they say it all.
+    void ShortenCtrlVertices();
+    // The first control vertex with the handle's bytes. A search from the front: for many look-ups there is
     // CtrlVertexLookup.
     bool FindCtrlVertex(const SAA_SubHandle& handle, uint32_t* pIndex) const;
     // Appends the node and its subtree in pre-order; false without memory.
@@ -30,8 +35,9 @@ public:
 
     int32_t m_EnvelopeType = 0; // what SAA_envelopeGetType gave
     int32_t m_ModelType = 0;    // what SAA_modelGetType gave
-    DynArray<SAA_SubHandle, DefaultCache>
-        m_CtrlVertices;                            // of the original geometry, in the order of the piece's m_Verts
+    // Of the original geometry, in the order of the piece's m_Verts: a list, or where their numbers say it all, those.
+    DynArray<SAA_SubHandle, DefaultCache> m_CtrlVertices;
+    std::unique_ptr<NumberedHandles> m_pNumberedVertices;
     DynArray<Envelope*, DefaultCache> m_Envelopes; // owned
     SAA_Elem m_Elem = {};
 

@@ -4,6 +4,7 @@
 #include "tools/model/kelpexport/convmodel_soft.h"
 #include "tools/model/kelpexport/ctrlvertexlookup.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
@@ -22,8 +23,12 @@ static void ExpectSame(const Positions& positions, const std::vector<SAA_Positio
     ASSERT_TRUE(finder.Build(positions));
     for (const SAA_Position& question : questions)
     {
-        ASSERT_EQ(finder.Find(question.v), ConvModel_Soft::FindClosestVertex(question.v, positions))
-            << question.v[0] << " " << question.v[1] << " " << question.v[2];
+        const uint32_t plain = ConvModel_Soft::FindClosestVertex(question.v, positions);
+        for (uint32_t iGuess = 0; iGuess <= positions.GetSize(); ++iGuess)
+        {
+            ASSERT_EQ(finder.Find(question.v, iGuess), plain)
+                << question.v[0] << " " << question.v[1] << " " << question.v[2] << " at " << iGuess;
+        }
     }
 }
 
@@ -83,7 +88,7 @@ TEST(CtrlVertexLookup, FindsTheFirstOfEqualHandles)
         for (unsigned i = 0; i < n; ++i)
             ASSERT_TRUE(node.m_CtrlVertices.Append(handle()));
         CtrlVertexLookup lookup;
-        ASSERT_TRUE(lookup.Build(node.m_CtrlVertices));
+        ASSERT_TRUE(lookup.Build(node));
         for (int i = 0; i < 300; ++i)
         {
             const SAA_SubHandle question = handle();
@@ -91,6 +96,51 @@ TEST(CtrlVertexLookup, FindsTheFirstOfEqualHandles)
             uint32_t fast = 99999;
             ASSERT_EQ(node.FindCtrlVertex(question, &plain), lookup.Find(question, &fast));
             ASSERT_EQ(plain, fast);
+        }
+    }
+}
+
+// Handles that count up, and lists in which one handle doesn't, at first, in the middle or at last.
+TEST(CtrlVertexLookup, FindsNumberedHandles)
+{
+    for (const uint32_t place : {0u, 16u, 32u})
+    {
+        for (const uint32_t first : {0u, 0xFFFFFFFEu}) // the second goes beyond the largest number
+        {
+            for (const uint32_t iOdd : {0u, 1u, 30u, 59u, 60u})
+            {
+                SoftNode plain(nullptr), shortened(nullptr);
+                std::vector<SAA_SubHandle> questions;
+                for (uint32_t i = 0; i < 70; ++i)
+                {
+                    SAA_SubHandle handle = {};
+                    std::memset(handle.bytes, 0x5A, sizeof handle.bytes);
+                    const uint32_t number = first + i;
+                    std::memcpy(handle.bytes + place, &number, sizeof number);
+                    if (i == iOdd)
+                        handle.bytes[20] = 1;
+                    questions.push_back(handle);
+                    if (i >= 60)
+                        continue;
+                    ASSERT_TRUE(plain.m_CtrlVertices.Append(handle) && shortened.m_CtrlVertices.Append(handle));
+                }
+                SAA_SubHandle below = questions[2];
+                const uint32_t number = first - 1;
+                std::memcpy(below.bytes + place, &number, sizeof number);
+                questions.push_back(below);
+                shortened.ShortenCtrlVertices();
+                EXPECT_EQ(shortened.m_CtrlVertices.GetSize(), iOdd == 60 ? 0u : 60u);
+                CtrlVertexLookup lookup;
+                ASSERT_TRUE(lookup.Build(shortened));
+                for (const SAA_SubHandle& question : questions)
+                {
+                    uint32_t expected = 99999, found = 99999, looked = 99999;
+                    ASSERT_EQ(plain.FindCtrlVertex(question, &expected), lookup.Find(question, &looked));
+                    ASSERT_EQ(looked, expected);
+                    shortened.FindCtrlVertex(question, &found);
+                    ASSERT_EQ(found, expected);
+                }
+            }
         }
     }
 }
