@@ -81,11 +81,11 @@ endfunction()
 # For what is started and is done in milliseconds. The shared C++ library has thousands of its own names looked up each
 # time, which takes a tenth of the export of a small scene; linked in, it costs nothing that is measured. Its types are
 # the same in both shapes, and memory comes from the C library, so what is linked in this way and what isn't may hand
-# each other objects; but no exception may leave one for the other.
-check_linker_flag(CXX "-static-libstdc++;-static-libgcc" ZOLT_HAS_STATIC_RUNTIME)
+# each other objects. What unwinds the stack stays shared: an exception may pass through a library that has C++ to itself.
+check_linker_flag(CXX "-static-libstdc++;-shared-libgcc" ZOLT_HAS_STATIC_RUNTIME)
 function(zolt_link_runtime name)
     if(UNIX AND ZOLT_HAS_STATIC_RUNTIME AND NOT ZOLT_SANITIZE)
-        target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
+        target_link_options(${name} PRIVATE -static-libstdc++ -shared-libgcc)
     endif()
     if(UNIX AND NOT ZOLT_SANITIZE)
         # As the linker has written it, bit by bit, a file lies in small pieces in the memory of the system, which it maps

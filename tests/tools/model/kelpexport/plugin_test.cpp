@@ -4,6 +4,7 @@
 #include "win32/dialogtemplate.h"
 
 #include <dlfcn.h>
+#include <new>
 
 TEST_F(ExportTest, PluginRunsAndGoes)
 {
@@ -28,6 +29,31 @@ TEST_F(ExportTest, PluginRunsAndGoes)
     EXPECT_TRUE(m_User.m_Dialogs.empty());
     RegisterDialogTemplate(&g_ExportDialogTemplate);
     EXPECT_EQ(Export("a", true), 0);
+}
+
+// A host's user who runs out of memory.
+class ThrowingUser : public DialogUser
+{
+public:
+    void OperateDialog(DialogWindow&) override { throw std::bad_alloc(); }
+    int AnswerMessageBox(const char*, const char*, unsigned) override { return IDOK; }
+    bool ChooseSaveFile(SaveFileQuestion&) override { return false; }
+};
+
+TEST_F(ExportTest, ExceptionsOfTheHostPassThroughThePlugin)
+{
+    void* pLibrary = dlopen(PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(pLibrary, nullptr) << dlerror();
+    const auto pInit = reinterpret_cast<int32_t (*)()>(dlsym(pLibrary, "init"));
+    OpenScene(MakeTestScene());
+    ThrowingUser user;
+    DialogUser* const pBefore = SetDialogUser(&user);
+    EXPECT_THROW(pInit(), std::bad_alloc);
+    SetDialogUser(pBefore);
+    m_User.Type(IDC_FILENAME, m_Path).Press(IDOK);
+    EXPECT_EQ(pInit(), 0);
+    dlclose(pLibrary);
+    RegisterDialogTemplate(&g_ExportDialogTemplate);
 }
 
 // The rows that the resource has as well.
