@@ -170,10 +170,15 @@ static int SchemaErrorAsDamage(int result)
 
 static int ReadStore(sqlite3* db, const StoreWork& work)
 {
+    // Everything at the same time, and under one lock.
+    int result = sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+    if (result != SQLITE_OK)
+        return result;
     int version = 0;
-    int result = ReadSchemaVersion(db, version);
+    result = ReadSchemaVersion(db, version);
     if (result == SQLITE_OK)
         result = version == 0 ? SQLITE_NOTFOUND : SchemaErrorAsDamage(work(db));
+    sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
     return result;
 }
 
@@ -256,9 +261,7 @@ static const RegistryTable* FindSnapshot(const std::string& file)
 
 static int ReadTable(sqlite3* db, RegistryTable& table)
 {
-    int result = sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr); // both tables at the same time
-    if (result != SQLITE_OK)
-        return result;
+    int result = SQLITE_OK;
     Statement keys(db, "SELECT path FROM registry_key");
     while ((result = keys.Step()) == SQLITE_ROW)
         table.AddKey(keys.Text(0));
@@ -268,7 +271,6 @@ static int ReadTable(sqlite3* db, RegistryTable& table)
         while ((result = values.Step()) == SQLITE_ROW)
             table.SetValue(values.Text(0), values.Text(1), {static_cast<DWORD>(values.Int(2)), values.Bytes(3)});
     }
-    sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
     return result == SQLITE_DONE ? SQLITE_OK : result;
 }
 
