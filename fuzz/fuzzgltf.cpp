@@ -52,7 +52,7 @@ static void WalkElement(RecordedScene& recorded, int element)
     for (const std::uint32_t vertex : mesh.vertexOf)
         FUZZ_REQUIRE(vertex < mesh.fileVertex.size());
     for (const JoinedWeight& weight : mesh.weights)
-        FUZZ_REQUIRE(weight.vertex < mesh.fileVertex.size() && weight.percent >= 0.0 && weight.percent <= 100.001);
+        FUZZ_REQUIRE(weight.vertex < mesh.fileVertex.size() && weight.percent >= 0.0F && weight.percent <= 100.001F);
     recorded.IsTurned(element);
     FUZZ_REQUIRE(recorded.TextureOf(element) < recorded.NumTextures());
     for (const bool deformed : {false, true})

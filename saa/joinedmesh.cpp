@@ -4,31 +4,72 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
-// Puts weights, which are by vertex, in the order of their nodes, with those of each node by vertex.
-static void SortByNode(std::vector<JoinedWeight>& weights)
+namespace
 {
-    const auto byNode = [](const JoinedWeight& a, const JoinedWeight& b) { return a.node < b.node; };
+
+struct NodeWeight
+{
+    int node = -1;
+    JoinedWeight weight;
+};
+
+} // namespace
+
+// The places of nodes from `first` on: for each where its weights end.
+static std::vector<std::uint32_t> CountByNode(const std::vector<NodeWeight>& weights, int first, std::size_t nNodes)
+{
+    std::vector<std::uint32_t> ends(nNodes, 0);
+    for (const NodeWeight& weight : weights)
+    {
+        ++ends[static_cast<std::size_t>(weight.node - first)];
+    }
+    std::partial_sum(ends.begin(), ends.end(), ends.begin());
+    return ends;
+}
+
+// Gives the mesh weights that are by vertex. Those of nodes that are far apart are sorted, others have their places
+// counted.
+static void TakeByNode(std::vector<NodeWeight>& weights, JoinedMesh& mesh)
+{
+    const auto byNode = [](const NodeWeight& a, const NodeWeight& b) { return a.node < b.node; };
     const auto [least, greatest] = std::minmax_element(weights.begin(), weights.end(), byNode);
-    const std::size_t nNodes = weights.empty() ? 0 : static_cast<std::size_t>(greatest->node - least->node) + 1;
+    if (weights.empty())
+    {
+        return;
+    }
+    const int first = least->node;
+    const std::size_t nNodes = static_cast<std::size_t>(greatest->node - first) + 1;
+    mesh.weights.resize(weights.size());
     if (nNodes > weights.size())
     {
         std::stable_sort(weights.begin(), weights.end(), byNode);
+        for (std::uint32_t i = 0; i < weights.size(); ++i)
+        {
+            mesh.weights[i] = weights[i].weight;
+            if (i == 0 || weights[i].node != weights[i - 1].node)
+            {
+                mesh.movers.push_back({weights[i].node, i});
+            }
+            mesh.movers.back().end = i + 1;
+        }
         return;
     }
-    const int first = weights.empty() ? 0 : least->node;
-    std::vector<std::size_t> places(nNodes + 1, 0); // of each node's next one
-    for (const JoinedWeight& weight : weights)
+    std::vector<std::uint32_t> ends = CountByNode(weights, first, nNodes);
+    std::uint32_t end = 0;
+    for (std::size_t i = 0; i < nNodes; ++i)
     {
-        ++places[static_cast<std::size_t>(weight.node - first) + 1];
+        if (ends[i] != end)
+        {
+            mesh.movers.push_back({first + static_cast<int>(i), ends[i]});
+        }
+        std::swap(end, ends[i]); // which becomes the place of the node's first one
     }
-    std::partial_sum(places.begin(), places.end(), places.begin());
-    std::vector<JoinedWeight> sorted(weights.size());
-    for (const JoinedWeight& weight : weights)
+    for (const NodeWeight& weight : weights)
     {
-        sorted[places[static_cast<std::size_t>(weight.node - first)]++] = weight;
+        mesh.weights[ends[static_cast<std::size_t>(weight.node - first)]++] = weight.weight;
     }
-    weights.swap(sorted);
 }
 
 JoinedMesh JoinMesh(const Scene& scene, const SceneMeshUse& use, int node, const std::vector<bool>& isShown)
@@ -43,7 +84,8 @@ JoinedMesh JoinMesh(const Scene& scene, const SceneMeshUse& use, int node, const
     const SceneSkin& skin = scene.skins[use.skin];
     const int common = FindCommonJoint(scene, skin);
     const int fallback = common >= 0 && isShown[skin.joints[common]] ? skin.joints[common] : node;
-    mesh.weights.reserve(primitive.influences.size());
+    std::vector<NodeWeight> weights; // by vertex
+    weights.reserve(primitive.influences.size());
     const bool areAllShown =
         std::all_of(skin.joints.begin(), skin.joints.end(), [&](int joint) { return isShown[joint]; });
     std::vector<SceneInfluence> influences;
@@ -62,10 +104,9 @@ JoinedMesh JoinMesh(const Scene& scene, const SceneMeshUse& use, int node, const
         mesh.changes.Add(MendShares(shares, fallback));
         for (const VertexShare& share : shares)
         {
-            mesh.weights.push_back({share.node, v, share.percent});
+            weights.push_back({share.node, {v, PercentAsFloat(share.percent)}});
         }
     }
-    SortByNode(mesh.weights);
-    mesh.weights.shrink_to_fit(); // of vertices that were joined there are fewer
+    TakeByNode(weights, mesh);
     return mesh;
 }

@@ -10,14 +10,21 @@
 // How far a node moves a vertex, as a percentage that an exporter keeps. Those of one vertex need not add up to 100.
 struct JoinedWeight
 {
-    int node = -1;
     std::uint32_t vertex = 0;
-    double percent = 0.0;
+    float percent = 0.0F;
+};
+
+// A node that moves vertices: its weights go up to `end` of all, from where those of the node before it end.
+struct JoinedMover
+{
+    int node = -1;
+    std::uint32_t end = 0;
 };
 
 struct JoinedMesh : VertexJoin
 {
-    std::vector<JoinedWeight> weights; // by node, then by vertex; each pair once; empty without a skin
+    std::vector<JoinedMover> movers;   // by node, each once; empty without a skin
+    std::vector<JoinedWeight> weights; // of each of them by vertex, each once
     ShareChanges changes;              // what became of the file's weights on the way
 };
 

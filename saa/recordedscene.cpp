@@ -100,8 +100,8 @@ const JoinedMesh& RecordedScene::Mesh(int element)
         auto made = std::make_unique<MeshCache>();
         made->mesh = JoinMesh(m_Scene, Use(element), m_Elements[element].node, m_IsShown);
         cache = std::move(made);
-        const std::vector<JoinedWeight>& weights = cache->mesh.weights;
-        m_Movers[element] = weights.empty() ? ElementSpan() : SpanOf(weights.front().node, weights.back().node);
+        const std::vector<JoinedMover>& movers = cache->mesh.movers;
+        m_Movers[element] = movers.empty() ? ElementSpan() : SpanOf(movers.front().node, movers.back().node);
     }
     return cache->mesh;
 }

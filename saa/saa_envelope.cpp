@@ -4,6 +4,7 @@
 #include "saa/operations.h"
 
 #include <algorithm>
+#include <iterator>
 
 // The weights of one skeleton element in the mesh's list.
 struct WeightRange
@@ -14,12 +15,16 @@ struct WeightRange
 
 static WeightRange FindNodeWeights(RecordedScene& scene, int node, int mesh)
 {
-    const std::vector<JoinedWeight>& weights = scene.Mesh(mesh).weights;
-    const auto first = std::lower_bound(weights.begin(), weights.end(), node,
-                                        [](const JoinedWeight& weight, int n) { return weight.node < n; });
-    const auto last =
-        std::upper_bound(first, weights.end(), node, [](int n, const JoinedWeight& weight) { return n < weight.node; });
-    return {weights.data() + (first - weights.begin()), weights.data() + (last - weights.begin())};
+    const JoinedMesh& joined = scene.Mesh(mesh);
+    const auto mover =
+        std::lower_bound(joined.movers.begin(), joined.movers.end(), node,
+                         [](const JoinedMover& candidate, int wanted) { return candidate.node < wanted; });
+    if (mover == joined.movers.end() || mover->node != node)
+    {
+        return {};
+    }
+    const std::uint32_t begin = mover == joined.movers.begin() ? 0 : std::prev(mover)->end;
+    return {joined.weights.data() + begin, joined.weights.data() + mover->end};
 }
 
 static WeightRange FindWeights(RecordedScene& scene, int skeleton, int mesh)
@@ -170,7 +175,7 @@ int SAA_ctrlVertexGetEnvelopeWeights(const SAA_Scene* scene, const SAA_Elem* ske
                                             }
                                             if (isStored)
                                             {
-                                                weights[i] = PercentAsFloat(weight->percent);
+                                                weights[i] = weight->percent;
                                             }
                                             next = weight + 1;
                                         }
