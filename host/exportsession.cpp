@@ -132,6 +132,19 @@ bool ExportSession::RunPlugin(CommandLineUser& user, KeepWishes& keep)
     return m_Plugin.Init() == 0;
 }
 
+// The meshes of the job's scene, if nobody needs them once the plug-in has read them: its model needs the memory. The
+// job is the run's only one.
+ScenePrimitives* ExportSession::FindSpentMeshes(const ExportJob& job)
+{
+    if (WantsComparison())
+        return nullptr;
+    Scene& opened = m_Scenes[static_cast<size_t>(job.source)].scene;
+    const bool isAtRest = job.scene == &m_RestScene;
+    // The two share their meshes.
+    (isAtRest ? opened : m_RestScene).primitives = ScenePrimitives();
+    return &(isAtRest ? m_RestScene : opened).primitives;
+}
+
 // Opens the clip as the host's current scene and lets the plug-in export it, or adds it to a model in memory. The log
 // is kept, one of several under the animation's name. A dialog that ends without OK leaves the log of the run before.
 bool ExportSession::RunJob(const ExportJob& job, CommandLineUser& user, ClipAppender* appender, bool isOneOfSeveral)
@@ -148,6 +161,8 @@ bool ExportSession::RunJob(const ExportJob& job, CommandLineUser& user, ClipAppe
         prepared.scene != job.scene ||
         std::none_of(m_Played.begin(), m_Played.end(),
                      [&](const PlayedClip& played) { return played.source == job.source; });
+    if (!isOneOfSeveral && prepared.scene == job.scene)
+        prepared.options.spent = FindSpentMeshes(job);
     for (const std::string& line : prepared.lines)
         SayOnce(line);
     for (const std::string& warning : prepared.warnings)

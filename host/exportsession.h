@@ -78,6 +78,7 @@ private:
                          CommandLineUser& user);
     bool WantsComparison() const;
     void LetScenesGo();
+    ScenePrimitives* FindSpentMeshes(const ExportJob& job);
     void NameNewest(PlayedClip& played, const std::string& name, bool canReplace);
     void SettleNewest(const ExportJob& job, ClipAppender& appender);
     void SettleRows(ConvModel& model);

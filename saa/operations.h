@@ -129,11 +129,11 @@ int RunModelOperation(Operation operation, const SAA_Scene* record, const SAA_El
                              });
 }
 
-// And for those that need a mesh.
+// And for those that need what a mesh is made of.
 template <typename Body>
 int RunMeshOperation(Operation operation, const SAA_Scene* record, const SAA_Elem* elem, Body body)
 {
     return RunModelOperation(operation, record, elem,
                              [&](RecordedScene& scene, int element) -> int
-                             { return scene.IsMesh(element) ? body(scene, element) : SAA_STATUS_HANDLE; });
+                             { return scene.OpenMesh(element) ? body(scene, element) : SAA_STATUS_HANDLE; });
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <utility>
 
 static unsigned g_NextSceneId = 1;
 
@@ -33,6 +34,15 @@ RecordedScene::RecordedScene(const Scene& scene, const RecordedSceneOptions& opt
         m_Movers.push_back({0, IsMesh(i) && !IsEnveloped(i) ? 0 : UINT32_MAX});
     }
     m_Meshes.resize(m_Elements.size());
+    m_IsSpent.assign(m_Elements.size(), false);
+    m_nUses.assign(options.spent == nullptr ? 0 : scene.primitives.size(), 0);
+    for (int i = 0; options.spent != nullptr && i < NumElements(); ++i)
+    {
+        if (IsMesh(i))
+        {
+            ++m_nUses[Use(i).primitive];
+        }
+    }
     BuildTextures();
     IndexChannels();
     CollectWarnings();
@@ -43,11 +53,48 @@ void RecordedScene::SetCurrentFrame(int frame)
     m_bPoseValid = m_bPoseValid && frame == m_CurrentFrame;
     m_bGlobalsValid = m_bGlobalsValid && m_bPoseValid;
     m_CurrentFrame = frame;
-    for (std::size_t i = 0; m_bMeshesRead && i < m_Meshes.size(); ++i)
+    if (m_ReadMesh < 0)
     {
-        m_Meshes[i].reset();
+        return;
     }
-    m_bMeshesRead = false;
+    LeaveMesh(std::exchange(m_ReadMesh, -1));
+    for (std::unique_ptr<MeshCache>& cache : m_Meshes)
+    {
+        cache.reset();
+    }
+}
+
+bool RecordedScene::OpenMesh(int element)
+{
+    if (!IsMesh(element) || m_IsSpent[element])
+    {
+        return false;
+    }
+    if (m_ReadMesh >= 0 && m_ReadMesh != element)
+    {
+        LeaveMesh(std::exchange(m_ReadMesh, -1));
+    }
+    return true;
+}
+
+void RecordedScene::LeaveMesh(int element)
+{
+    MeshCache& cache = *m_Meshes[element];
+    cache.original = std::vector<Double3>();
+    cache.deformed = std::vector<Double3>();
+    cache.isDeformed = false;
+    if (m_Options.spent == nullptr)
+    {
+        return;
+    }
+    m_IsSpent[element] = true;
+    cache.mesh.vertexOf = std::vector<std::uint32_t>();
+    cache.mesh.fileVertex = std::vector<std::uint32_t>();
+    const int primitive = Use(element).primitive;
+    if (--m_nUses[primitive] == 0)
+    {
+        (*m_Options.spent)[primitive] = ScenePrimitive();
+    }
 }
 
 const ScenePose& RecordedScene::LocalPose()
@@ -126,7 +173,7 @@ const std::vector<Double3>& RecordedScene::Positions(int element, bool deformed)
 {
     const JoinedMesh& mesh = Mesh(element);
     MeshCache& cache = *m_Meshes[element];
-    m_bMeshesRead = true;
+    m_ReadMesh = element;
     if (!deformed)
     {
         if (cache.original.empty())

@@ -23,6 +23,9 @@ struct RecordedSceneOptions
     std::vector<int> extraKeys; // frames on which the top-level element gets a further translation key
     bool warnsOfWeights =
         true; // false where it has been done: the meshes then aren't looked at before they are asked for
+    // The scene's own primitives, where nobody needs them once the exporter has read its meshes one after the other:
+    // see OpenMesh. No copy of the scene may share them. Null to leave them alone; must outlive the recorded scene.
+    ScenePrimitives* spent = nullptr;
 };
 
 // An element of the hierarchy: a node of the scene, a further mesh of a node, or the null above several root nodes.
@@ -99,7 +102,7 @@ public:
     int CurrentFrame() const { return m_CurrentFrame; }
     // An exporter reads the meshes at one frame, and then the animation: with another frame, or the same once more,
     // what was worked out for meshes whose positions have been read is let go. It is worked out again if it is asked
-    // for.
+    // for, but for meshes that are spent.
     void SetCurrentFrame(int frame);
 
     // The elements in file order; children by index. Their names are unique, ignoring case, and don't depend on the
@@ -114,6 +117,13 @@ public:
     void SetWish(int element, const std::string& token) { m_Elements[element].wish = token; }
     SAA_CusvalSet& CustomValues(int element) { return m_Elements[element].customValues; }
     bool IsMesh(int element) const { return m_Elements[element].use >= 0; }
+    // Whether the element is a mesh, of which more than its envelopes is to be asked now. An exporter reads one mesh
+    // after the other: with the next one what was worked out for the positions of the one before is let go, and where
+    // the options say so it is spent: only its envelopes are known from then on, and those up to the next frame.
+    bool OpenMesh(int element);
+    // Whether the element is a mesh whose envelopes are known.
+    bool HasEnvelopes(int element) const { return IsMesh(element) && (!m_IsSpent[element] || m_Meshes[element]); }
+
     // The elements that may move vertices of a mesh: all before something of it is asked for, and where it is none.
     const ElementSpan& Movers(int mesh) const { return m_Movers[mesh]; }
     bool IsEnveloped(int element) const { return IsMesh(element) && Use(element).skin >= 0; }
@@ -121,8 +131,8 @@ public:
     // Local transform at the current frame.
     const DoubleTransform& Transform(int element);
 
-    // For elements that are meshes: the file's triangles, the joined vertices, and their positions in the element's
-    // own space. Deformed positions are those at the current frame, with morph targets and envelopes.
+    // For elements that are meshes and not spent: the file's triangles, the joined vertices, and their positions in the
+    // element's own space. Deformed positions are those at the current frame, with morph targets and envelopes.
     const ScenePrimitive& Primitive(int element) const { return m_Scene.primitives[Use(element).primitive]; }
     const JoinedMesh& Mesh(int element);
     const std::vector<Double3>& Positions(int element, bool deformed);
@@ -162,6 +172,7 @@ private:
     void CollectWarnings();
     DoubleMatrix SpaceOf(int element);
     ElementSpan SpanOf(int firstNode, int lastNode) const;
+    void LeaveMesh(int element);
 
     // What is worked out for a mesh when it is first asked for.
     struct MeshCache
@@ -193,6 +204,8 @@ private:
     const SceneChannel* m_KeyChannel = nullptr;       // whose times they are, and as a rule the next one's; else null
     std::vector<RecordedTexture> m_Textures;          // one for each image, and one for meshes without
     std::vector<std::unique_ptr<MeshCache>> m_Meshes; // by element, null until asked for
-    bool m_bMeshesRead = false;                       // positions have been, since the frame was set
+    int m_ReadMesh = -1;                              // whose positions were read last, since the frame was set
+    std::vector<bool> m_IsSpent;                      // by element, see OpenMesh
+    std::vector<int> m_nUses;                         // by primitive, of those that may be spent: meshes that aren't
     std::vector<std::string> m_Warnings;
 };

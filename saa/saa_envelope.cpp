@@ -39,16 +39,17 @@ template <typename Body>
 static int RunEnvelopeOperation(Operation operation, const SAA_Scene* scene, const SAA_Elem* skeleton,
                                 const SAA_Elem* mesh, Body body)
 {
-    return RunMeshOperation(operation, scene, mesh,
-                            [&](RecordedScene& current, int meshElement) -> int
-                            {
-                                int skeletonElement = -1;
-                                if (!ModelOfHandle(current, skeleton, skeletonElement))
-                                {
-                                    return SAA_STATUS_HANDLE;
-                                }
-                                return body(current, meshElement, FindWeights(current, skeletonElement, meshElement));
-                            });
+    return RunModelOperation(operation, scene, mesh,
+                             [&](RecordedScene& current, int meshElement) -> int
+                             {
+                                 int skeletonElement = -1;
+                                 if (!current.HasEnvelopes(meshElement) ||
+                                     !ModelOfHandle(current, skeleton, skeletonElement))
+                                 {
+                                     return SAA_STATUS_HANDLE;
+                                 }
+                                 return body(current, meshElement, FindWeights(current, skeletonElement, meshElement));
+                             });
 }
 
 int SAA_envelopeGetType(const SAA_Scene* scene, const SAA_Elem* elem, int* type)
