@@ -132,13 +132,31 @@ bool ExportSession::RunPlugin(CommandLineUser& user, KeepWishes& keep)
     return m_Plugin.Init() == 0;
 }
 
-// The meshes of the job's scene, if nobody needs them once the plug-in has read them: its model needs the memory. The
-// job is the run's only one.
+// Lets the first job, which alone reads meshes, spend them where nobody needs them afterwards: the model needs the
+// memory. What the other jobs take from them is worked out before. False if one of these can't be prepared.
+bool ExportSession::SpendMeshes(std::vector<ExportJob>& jobs)
+{
+    if (WantsComparison() || m_Options.fit || m_Scenes.size() > 1 || !HasTriangles(m_Scenes.front().scene))
+        return true;
+    for (size_t i = 1; i < jobs.size(); i++)
+    {
+        PreparedJob prepared;
+        std::string error;
+        if (!PrepareJob(*jobs[i].scene, jobs[i].clip, *jobs[i].options, nullptr, prepared, error))
+        {
+            m_Console.Error(error);
+            return false;
+        }
+        jobs[i].recorded = std::move(prepared.options);
+    }
+    jobs.front().spendsMeshes = true;
+    return true;
+}
+
+// The meshes of a scene that a job spends.
 ScenePrimitives* ExportSession::FindSpentMeshes(const ExportJob& job)
 {
-    if (WantsComparison())
-        return nullptr;
-    Scene& opened = m_Scenes[static_cast<size_t>(job.source)].scene;
+    Scene& opened = m_Scenes.front().scene;
     const bool isAtRest = job.scene == &m_RestScene;
     // The two share their meshes.
     (isAtRest ? opened : m_RestScene).primitives = ScenePrimitives();
@@ -151,7 +169,12 @@ bool ExportSession::RunJob(const ExportJob& job, CommandLineUser& user, ClipAppe
 {
     PreparedJob prepared;
     std::string error;
-    if (!PrepareJob(*job.scene, job.clip, *job.options, FindAppendTarget(job, appender), prepared, error))
+    if (job.recorded)
+    {
+        prepared.scene = job.scene;
+        prepared.options = *job.recorded;
+    }
+    else if (!PrepareJob(*job.scene, job.clip, *job.options, FindAppendTarget(job, appender), prepared, error))
     {
         m_Console.Error(error);
         return false;
@@ -161,7 +184,7 @@ bool ExportSession::RunJob(const ExportJob& job, CommandLineUser& user, ClipAppe
         prepared.scene != job.scene ||
         std::none_of(m_Played.begin(), m_Played.end(),
                      [&](const PlayedClip& played) { return played.source == job.source; });
-    if (!isOneOfSeveral && prepared.scene == job.scene)
+    if (job.spendsMeshes)
         prepared.options.spent = FindSpentMeshes(job);
     for (const std::string& line : prepared.lines)
         SayOnce(line);
@@ -310,6 +333,8 @@ bool ExportSession::Export()
     if (!HasPlayRanges(jobs))
         return false;
     AddRestJob(jobs);
+    if (!SpendMeshes(jobs))
+        return false;
     const bool direct = jobs.size() == 1 && !m_Options.strict && !m_Options.replace && m_Options.keep.empty();
     return direct ? ExportDirectly(jobs.front()) : ExportInCopy(jobs);
 }

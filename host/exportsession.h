@@ -9,6 +9,7 @@
 #include "host/openscenes.h"
 #include "host/playedclip.h"
 #include "host/pluginlibrary.h"
+#include "saa/recordedscene.h"
 
 #include <cstdio>
 #include <functional>
@@ -40,13 +41,15 @@ int RunExport(const ExportOptions& options, const ExportSurroundings& surroundin
 // One animation of the model file.
 struct ExportJob
 {
-    const Scene* scene = nullptr;           // not owned
-    const ExportOptions* options = nullptr; // of that scene; not owned
-    int source = 0;                         // which of the run's scenes
-    int clip = -1;                          // -1 for the scene at rest
-    std::optional<std::string> animName;    // none: what the dialog offers
-    std::string title;                      // what it is called in messages
-    bool isKept = true;                     // false: it gives the figure alone, and the animation goes again
+    const Scene* scene = nullptr;                      // not owned
+    const ExportOptions* options = nullptr;            // of that scene; not owned
+    int source = 0;                                    // which of the run's scenes
+    int clip = -1;                                     // -1 for the scene at rest
+    std::optional<std::string> animName;               // none: what the dialog offers
+    std::string title;                                 // what it is called in messages
+    bool isKept = true;                                // false: it gives the figure alone, and the animation goes again
+    std::optional<RecordedSceneOptions> recorded = {}; // where they are known before its turn
+    bool spendsMeshes = false; // nobody needs the meshes of the scene once the plug-in has read them for this job
 };
 
 class ExportSession
@@ -78,6 +81,7 @@ private:
                          CommandLineUser& user);
     bool WantsComparison() const;
     void LetScenesGo();
+    bool SpendMeshes(std::vector<ExportJob>& jobs);
     ScenePrimitives* FindSpentMeshes(const ExportJob& job);
     void NameNewest(PlayedClip& played, const std::string& name, bool canReplace);
     void SettleNewest(const ExportJob& job, ClipAppender& appender);

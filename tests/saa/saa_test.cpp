@@ -437,28 +437,6 @@ TEST(Meshes, MoreVerticesThanAPieceHoldsAreSplit)
                                          "sea_1 sea_2]");
 }
 
-TEST(Meshes, MirroredMeshesHandTheirTrianglesOutTheOtherWayRound)
-{
-    Scene scene = SeamScene();
-    scene.nodes[0].local.scale = {-1, 1, 1};
-    OpenScene open(scene);
-    const SAA_Elem mesh = open.Find("quads");
-    const std::vector<SAA_SubHandle> corners = open.Corners(mesh);
-    EXPECT_EQ(open.Indices(mesh, corners), (std::vector<int>{2, 1, 0, 3, 2, 0, 5, 4, 1, 2, 5, 1}));
-    EXPECT_EQ(0.5F * open.Coordinates(mesh, corners)[8], 0.25F) << "the coordinates go with their corners";
-
-    // What joints move stands in the world already.
-    scene.skins.resize(1);
-    scene.skins[0].joints = {0};
-    scene.skins[0].inverseBinds.resize(1);
-    scene.primitives[0].influenceStarts = {0, 1, 2, 3, 4, 5, 6, 7, 8};
-    scene.primitives[0].influences.assign(8, {0, 1.0});
-    scene.nodes[1].meshes = {{0, 0}};
-    OpenScene skinned(scene);
-    const SAA_Elem skin = skinned.Find("quads");
-    EXPECT_EQ(skinned.Indices(skin, skinned.Corners(skin)), (std::vector<int>{0, 1, 2, 0, 2, 3, 1, 4, 5, 1, 5, 2}));
-}
-
 // Joints with random turns, a mesh node with a transform of its own.
 static Scene RandomSkin(unsigned seed)
 {
@@ -492,6 +470,75 @@ static Scene RandomSkin(unsigned seed)
     scene.primitives = std::vector<ScenePrimitive>{primitive};
     scene.nodes[1].meshes = {{0, 0}};
     return scene;
+}
+
+TEST(Meshes, SpentOnesGoWithTheNextAndTheirEnvelopesWithTheNextFrame)
+{
+    Scene scene = RandomSkin(3);
+    scene.primitives.push_back(std::as_const(scene).primitives[0]);
+    scene.nodes[1].meshes = {{0, 0}, {1, 0}, {0, -1}}; // the third one shares the first one's triangles
+    RecordedSceneOptions options;
+    options.spent = &scene.primitives;
+    OpenScene open(scene, options);
+    const SAA_Elem first = open.Find("mesh");
+    const SAA_Elem second = open.Find("mesh_1");
+    const SAA_Elem third = open.Find("mesh_2");
+    const SAA_Elem joint = open.Find("j0");
+    const ScenePrimitives& primitives = scene.primitives;
+    const auto isThere = [&](const SAA_Elem& mesh)
+    {
+        int count = -1;
+        const int status = SAA_modelGetNbTriangles(&open.record, &mesh, SAA_GEOM_DEFORMED, 0, &count);
+        EXPECT_EQ(status, count < 0 ? SAA_STATUS_HANDLE : 0);
+        return status == 0;
+    };
+    const auto countMoved = [&](const SAA_Elem& mesh)
+    {
+        int count = -1;
+        return SAA_envelopeGetNbCtrlVertices(&open.record, &joint, 1, &mesh, &count) == 0 ? count : -1;
+    };
+    const int ofFirst = countMoved(first);
+    EXPECT_GT(ofFirst, 0);
+    EXPECT_TRUE(isThere(first) && isThere(second) && isThere(third)) << "none has been read";
+    open.Positions(first, SAA_GEOM_DEFORMED);
+    EXPECT_TRUE(isThere(first));
+    EXPECT_TRUE(isThere(second));
+    EXPECT_FALSE(isThere(first));
+    EXPECT_EQ(countMoved(first), ofFirst);
+    EXPECT_FALSE(primitives[0].positions.empty()) << "the third mesh needs them";
+    open.Positions(second, SAA_GEOM_DEFORMED);
+    open.Positions(third, SAA_GEOM_DEFORMED);
+    EXPECT_TRUE(primitives[1].positions.empty());
+    EXPECT_EQ(SAA_sceneSetPlayCtrlCurrentFrame(&open.record, 0), 0);
+    EXPECT_TRUE(primitives[0].positions.empty());
+    for (const SAA_Elem& mesh : {first, second, third})
+    {
+        EXPECT_FALSE(isThere(mesh));
+        EXPECT_EQ(countMoved(mesh), -1);
+        EXPECT_EQ(open.Ask(SAA_modelGetType, mesh), SAA_MSMSH);
+    }
+}
+
+TEST(Meshes, MirroredMeshesHandTheirTrianglesOutTheOtherWayRound)
+{
+    Scene scene = SeamScene();
+    scene.nodes[0].local.scale = {-1, 1, 1};
+    OpenScene open(scene);
+    const SAA_Elem mesh = open.Find("quads");
+    const std::vector<SAA_SubHandle> corners = open.Corners(mesh);
+    EXPECT_EQ(open.Indices(mesh, corners), (std::vector<int>{2, 1, 0, 3, 2, 0, 5, 4, 1, 2, 5, 1}));
+    EXPECT_EQ(0.5F * open.Coordinates(mesh, corners)[8], 0.25F) << "the coordinates go with their corners";
+
+    // What joints move stands in the world already.
+    scene.skins.resize(1);
+    scene.skins[0].joints = {0};
+    scene.skins[0].inverseBinds.resize(1);
+    scene.primitives[0].influenceStarts = {0, 1, 2, 3, 4, 5, 6, 7, 8};
+    scene.primitives[0].influences.assign(8, {0, 1.0});
+    scene.nodes[1].meshes = {{0, 0}};
+    OpenScene skinned(scene);
+    const SAA_Elem skin = skinned.Find("quads");
+    EXPECT_EQ(skinned.Indices(skin, skinned.Corners(skin)), (std::vector<int>{0, 1, 2, 0, 2, 3, 1, 4, 5, 1, 5, 2}));
 }
 
 TEST(Envelopes, PercentagesAddUpAndDeformedVerticesLandInTheWorld)
