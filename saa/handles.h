@@ -99,27 +99,21 @@ public:
         std::memcpy(m_Head, &m_Fields, sizeof m_Head);
     }
 
-    // A control vertex by itself, corner 0, has the same bytes for either geometry and for envelopes.
-    SAA_SubHandle Make(std::uint32_t index, std::uint32_t corner = 0) const
+    // A control vertex by itself, corner 0, has the same bytes for either geometry and for envelopes. Nothing is put
+    // together elsewhere first, where it would have to be read back.
+    void Write(SAA_SubHandle& handle, std::uint32_t index, std::uint32_t corner = 0) const
     {
-        SubFields fields = m_Fields;
-        fields.index = index;
-        fields.corner = corner;
-        SAA_SubHandle handle;
-        std::memcpy(&handle, &fields, sizeof handle);
-        return handle;
+        std::memcpy(&handle, &m_Fields, sizeof handle);
+        std::memcpy(handle.bytes + offsetof(SubFields, index), &index, sizeof index);
+        std::memcpy(handle.bytes + offsetof(SubFields, corner), &corner, sizeof corner);
     }
 
     // Those of indices 0 to count - 1, all with this corner.
-    void MakeAll(SAA_SubHandle* handles, std::uint32_t count, std::uint32_t corner) const
+    void WriteAll(SAA_SubHandle* handles, int count, std::uint32_t corner = 0) const
     {
-        SubFields fields = m_Fields;
-        fields.corner = corner;
-        for (std::uint32_t i = 0; i < count; ++i)
+        for (int i = 0; i < count; ++i)
         {
-            // Nothing is put together elsewhere first, where it would have to be read back.
-            std::memcpy(&handles[i], &fields, sizeof fields);
-            std::memcpy(handles[i].bytes + offsetof(SubFields, index), &i, sizeof i);
+            Write(handles[i], static_cast<std::uint32_t>(i), corner);
         }
     }
 

@@ -88,8 +88,7 @@ int SAA_fcurveGetKeys(const SAA_Scene* scene, const SAA_Elem* curve, int count, 
             const int status = CheckList(static_cast<std::size_t>(current.NumKeys(element, kind)), count, keys);
             if (status == 0)
             {
-                SubHandles(current, KIND_KEY, element)
-                    .MakeAll(keys, static_cast<std::uint32_t>(count), static_cast<std::uint32_t>(kind));
+                SubHandles(current, KIND_KEY, element).WriteAll(keys, count, static_cast<std::uint32_t>(kind));
             }
             return status;
         });

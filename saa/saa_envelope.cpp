@@ -130,7 +130,7 @@ int SAA_envelopeGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton
                                     const SubHandles all(current, KIND_VERTEX, element);
                                     for (const JoinedWeight* weight = weights.begin; weight != weights.end; ++weight)
                                     {
-                                        *vertices++ = all.Make(weight->vertex);
+                                        all.Write(*vertices++, weight->vertex);
                                     }
                                     return 0;
                                 });

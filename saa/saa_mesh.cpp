@@ -31,10 +31,9 @@ int SAA_modelGetTriangles(const SAA_Scene* scene, const SAA_Elem* elem, int geom
                                     IsGeometry(geometry, lod)
                                         ? CheckList(current.Primitive(element).triangles.size(), count, triangles)
                                         : SAA_STATUS_ARGUMENT;
-                                const SubHandles all(current, KIND_TRIANGLE, element);
-                                for (int i = 0; status == 0 && i < count; ++i)
+                                if (status == 0)
                                 {
-                                    triangles[i] = all.Make(static_cast<std::uint32_t>(i));
+                                    SubHandles(current, KIND_TRIANGLE, element).WriteAll(triangles, count);
                                 }
                                 return status;
                             });
@@ -73,6 +72,7 @@ int SAA_triangleGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* elem, in
                 return static_cast<int>(SAA_STATUS_HANDLE);
             }
             const std::uint32_t* vertexOf = current.Mesh(element).vertexOf.data();
+            const SceneTriangle* source = list.data();
             const bool turned = current.IsTurned(element);
             const SubHandles given(current, KIND_VERTEX, element);
             for (int i = 0; i < count; ++i)
@@ -81,7 +81,7 @@ int SAA_triangleGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* elem, in
                 for (std::uint32_t k = 0; k < 3; ++k)
                 {
                     const std::uint32_t corner = turned ? 2 - k : k;
-                    *corners++ = given.Make(vertexOf[list[triangle].corners[corner]], 3 * triangle + corner + 1);
+                    given.Write(*corners++, vertexOf[source[triangle].corners[corner]], 3 * triangle + corner + 1);
                 }
             }
             return 0;
@@ -174,10 +174,9 @@ int SAA_modelGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* elem, int g
                                     IsGeometry(geometry, lod)
                                         ? CheckList(current.Mesh(element).fileVertex.size(), count, vertices)
                                         : SAA_STATUS_ARGUMENT;
-                                const SubHandles all(current, KIND_VERTEX, element);
-                                for (int i = 0; status == 0 && i < count; ++i)
+                                if (status == 0)
                                 {
-                                    vertices[i] = all.Make(static_cast<std::uint32_t>(i));
+                                    SubHandles(current, KIND_VERTEX, element).WriteAll(vertices, count);
                                 }
                                 return status;
                             });

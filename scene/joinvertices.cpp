@@ -85,8 +85,15 @@ VertexJoin JoinVertices(const ScenePrimitive& primitive, bool weighted)
     }
     VertexJoin join;
     join.vertexOf.resize(n);
+    struct Joined
+    {
+        std::uint32_t older; // the one before it in its bucket
+        std::uint32_t hash;  // those of a bucket that differ needn't be looked at
+    };
     std::vector<std::uint32_t> buckets(nBuckets, UINT32_MAX); // the newest vertex of each bucket
-    std::vector<std::uint32_t> older;                         // for each vertex the one before it in its bucket
+    std::vector<Joined> joined;
+    joined.reserve(n);
+    join.fileVertex.reserve(n);
     std::vector<SceneInfluence> influences;
     std::vector<std::uint64_t> key;
     std::vector<std::uint64_t> otherKey;
@@ -101,10 +108,16 @@ VertexJoin JoinVertices(const ScenePrimitive& primitive, bool weighted)
     for (std::size_t v = 0; v < n; ++v)
     {
         makeKey(v, key);
-        std::uint32_t& bucket = buckets[HashOf(key) & (nBuckets - 1)];
+        const std::uint64_t hash = HashOf(key);
+        const auto highHash = static_cast<std::uint32_t>(hash >> 32U);
+        std::uint32_t& bucket = buckets[hash & (nBuckets - 1)];
         std::uint32_t found = bucket;
-        for (; found != UINT32_MAX; found = older[found])
+        for (; found != UINT32_MAX; found = joined[found].older)
         {
+            if (joined[found].hash != highHash)
+            {
+                continue;
+            }
             makeKey(join.fileVertex[found], otherKey);
             if (otherKey == key)
             {
@@ -115,7 +128,7 @@ VertexJoin JoinVertices(const ScenePrimitive& primitive, bool weighted)
         {
             found = static_cast<std::uint32_t>(join.fileVertex.size());
             join.fileVertex.push_back(static_cast<std::uint32_t>(v));
-            older.push_back(bucket);
+            joined.push_back({bucket, highHash});
             bucket = found;
         }
         join.vertexOf[v] = found;
