@@ -4,6 +4,7 @@ QZBOOL CalcTriNormals(ModelPieceLOD* pMesh, DynArray<Vector3, DefaultCache>& nor
 {
     if (!normals.SetSize(pMesh->NumTris()))
         return QZFALSE;
+    // The checked accesses stay: of a plain loop GCC 12 makes vectors, and results that differ in their last bits.
     for (uint32_t i = 0; i < pMesh->NumTris(); ++i)
     {
         const uint16_t* indices = pMesh->GetTri(i)->m_Indices;
@@ -25,22 +26,28 @@ QZBOOL AverageVertexNormals(ModelPieceLOD* pMesh, DynArray<Vector3, DefaultCache
     DynArray<uint32_t, DefaultCache> counts;
     if (!counts.SetSizeInit(pMesh->NumVerts(), 0))
         return QZFALSE;
-    for (uint32_t i = 0; i < pMesh->NumVerts(); ++i)
-        pMesh->GetVert(i)->m_vNormal.Set(0.0f, 0.0f, 0.0f);
-    for (uint32_t i = 0; i < pMesh->NumTris(); ++i)
+    const uint32_t nVerts = pMesh->NumVerts();
+    ModelVert* pVerts = pMesh->m_Verts.GetArray();
+    uint32_t* pCounts = counts.GetArray();
+    for (uint32_t i = 0; i < nVerts; ++i)
+        pVerts[i].m_vNormal.Set(0.0f, 0.0f, 0.0f);
+    const Vector3* pNormal = normals.GetArray();
+    const ModelTri* pEnd = pMesh->m_Tris.GetArray() + pMesh->NumTris();
+    for (const ModelTri* pTri = pMesh->m_Tris.GetArray(); pTri != pEnd; ++pTri, ++pNormal)
     {
-        for (const uint16_t index : pMesh->GetTri(i)->m_Indices)
+        const Vector3 normal = *pNormal;
+        for (const uint16_t index : pTri->m_Indices)
         {
-            pMesh->GetVert(index)->m_vNormal += normals[i];
-            ++counts[index];
+            pVerts[index].m_vNormal += normal;
+            ++pCounts[index];
         }
     }
-    for (uint32_t i = 0; i < pMesh->NumVerts(); ++i)
+    for (uint32_t i = 0; i < nVerts; ++i)
     {
-        if (counts[i] == 0)
+        if (pCounts[i] == 0)
             continue;
-        Vector3& normal = pMesh->GetVert(i)->m_vNormal;
-        normal /= static_cast<float>(counts[i]);
+        Vector3& normal = pVerts[i].m_vNormal;
+        normal /= static_cast<float>(pCounts[i]);
         normal.Norm(1.0f);
     }
     return QZTRUE;

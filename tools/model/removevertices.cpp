@@ -23,6 +23,11 @@ QZBOOL RemoveVertices(ModelPiece* pPiece, const uint32_t* pTargets)
 {
     Model* pModel = pPiece->GetModel();
     const uint32_t nVerts = pPiece->NumVerts();
+    uint32_t nStaying = 0;
+    while (nStaying < nVerts && pTargets[nStaying] == nStaying)
+        ++nStaying;
+    if (nStaying == nVerts) // as a rule
+        return QZTRUE;
     DynArray<uint32_t, DefaultCache> newIndices;
     if (!newIndices.SetSize(nVerts))
         return QZFALSE;
@@ -32,8 +37,6 @@ QZBOOL RemoveVertices(ModelPiece* pPiece, const uint32_t* pTargets)
         if (pTargets[i] == i)
             newIndices[i] = nKept++;
     }
-    if (nKept == nVerts)
-        return QZTRUE;
     // A replacement stands behind its vertex: from the end, its own place is known already.
     for (uint32_t i = nVerts; i-- > 0;)
     {
