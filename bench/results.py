@@ -55,7 +55,7 @@ NOTES = """\
   leave the caches, and each waits for memory a few times more: those are the steps above 2. Evaluating doesn't depend
   on triangles, keys or clips.
 - *Exporting pieces*: the interface to the host has a question for each pair of an enveloped mesh and a node, meshes
-  being nodes too. That grows with the square: 10,000 skinned meshes are 100 million questions, of some 80 instructions
+  being nodes too. That grows with the square: 10,000 skinned meshes are 100 million questions, of some 60 instructions
   each.
 - *Twice of it*, beside others, comes from one run of each size, and the processor's clock changes between them. In
   instructions it is 1.99 times for the joints and for the clips, and 2.9 times for the meshes: the questions.
