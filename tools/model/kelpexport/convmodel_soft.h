@@ -57,11 +57,10 @@ public:
     QZBOOL ReadNodeEnvelopes(SoftNode* pNode);
     // Binds the pieces without an envelope to their nodes at 100 %.
     QZBOOL WeightUnenvelopedPieces();
-    // Writes the weight lists of the vertices, by ascending node index. Runs after ConvertScene, with the nodes still
-    // in the bind pose; without ComputeWeightOffsets all offsets are 0. Fails without memory and with more than 65535
-    // weights on a vertex.
+    // Writes the weight lists of the vertices, by ascending node index. Runs after ConvertScene. Fails without memory
+    // and with more than 65535 weights on a vertex.
     QZBOOL ConvertVertexWeights();
-    // What has become weights of vertices, and what it came by: handles, and the places of the vertices.
+    // What has become weights of vertices, and the handles that it came by.
     void DeleteEnvelopes();
     // True if any node has an envelope of the piece; needs Precalc.
     bool IsPieceEnveloped(uint32_t iPiece) const;
@@ -85,8 +84,8 @@ public:
     void FoldScaleIntoKeys();
     void ResetNodeScales();
     // Between ResetNodeScales and ComputeWeightOffsets runs ConvertCoordinates of ConvModel.
-    // Puts the nodes at the first key of the first animation, which is the bind pose of the file, and takes note of
-    // where the vertices are, from which their places in the space of each node follow. Needs Precalc.
+    // Puts the nodes at the first key of the first animation, which is the bind pose of the file, and tells each
+    // envelope where its vertices are in the space of its node. Needs Precalc.
     QZBOOL ComputeWeightOffsets();
 
     // For an append: without it meshes are left alone, and their nodes have no pieces. What goes into a file that has
@@ -110,8 +109,5 @@ private:
     SoftNode* GetSoftRoot() const { return static_cast<SoftNode*>(GetRootNode()); }
     SoftNode* GetSoftNode(uint32_t i) const { return static_cast<SoftNode*>(GetNode(i)); }
 
-    // What ComputeWeightOffsets took note of: all vertices, piece by piece, and where each piece begins.
-    DynArray<Vector3, DefaultCache> m_SourcePositions;
-    DynArray<uint32_t, DefaultCache> m_SourceStarts;
     uint32_t m_nNodesMade = 1; // the root and all that CreateChildNodes has made
 };

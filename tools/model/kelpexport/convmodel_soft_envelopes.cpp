@@ -6,7 +6,6 @@
 #include "tools/model/kelpexport/hostcount.h"
 #include "tools/model/kelpexport/log.h"
 #include "tools/model/kelpexport/messages.h"
-#include "tools/model/kelpexport/pointtransform.h"
 
 // A share has to be above this; one of exactly 5 % isn't.
 static constexpr float LEAST_SHARE = 0.05f;
@@ -68,8 +67,10 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVerti
         const double share = weights[i] / 100.0;
         if (!(share > LEAST_SHARE) || share > GREATEST_SHARE)
             continue;
-        const uint16_t index = static_cast<uint16_t>(iVert);
-        pEnvelope->m_Weights[nKept++] = {index, index, static_cast<float>(share)};
+        EnvelopeWeight& weight = pEnvelope->m_Weights[nKept++];
+        weight = EnvelopeWeight();
+        weight.m_iVert = iVert;
+        weight.m_Weight = static_cast<float>(share);
     }
     pEnvelope->m_Weights.NiceSetSize(nKept);
     if (nKept == 0)
@@ -180,8 +181,8 @@ static QZBOOL BindPiece(SoftNode* pNode, uint32_t iPiece, const ModelPiece* pPie
     }
     for (uint32_t k = 0; k < pEnv->m_Weights.GetSize(); ++k)
     {
-        const uint16_t index = static_cast<uint16_t>(k);
-        pEnv->m_Weights[k] = {index, index, 1.0f};
+        pEnv->m_Weights[k].m_iVert = k;
+        pEnv->m_Weights[k].m_Weight = 1.0f;
     }
     return QZTRUE;
 }
@@ -243,8 +244,6 @@ void ConvModel_Soft::DeleteEnvelopes()
 {
     for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
         GetSoftNode(i)->DeleteEnvelopes();
-    m_SourcePositions.Term();
-    m_SourceStarts.Term();
 }
 
 // Adds one for each weight of an envelope to the count of its vertex. Their number.
@@ -262,20 +261,16 @@ static uint32_t CountWeights(const Envelope* pEnvelope, uint32_t nVerts, uint32_
     return nWeights;
 }
 
-// Writes the weights of an envelope, each to the place of its vertex, which goes one up. pSources are the places of the
-// vertices of its piece, null for none.
-static void WriteWeights(const Envelope* pEnvelope, const SoftNode* pNode, const Vector3* pSources, uint32_t nVerts,
-                         uint32_t* pPlaces, ModelVertWeight* pEntries)
+// Writes the weights of an envelope, each to the place of its vertex, which goes one up.
+static void WriteWeights(const Envelope* pEnvelope, uint32_t iNode, uint32_t nVerts, uint32_t* pPlaces,
+                         ModelVertWeight* pEntries)
 {
-    const PointTransform toNode(pNode->m_mGlobalInverse);
-    const uint32_t iNode = pNode->GetNodeIndex();
     const EnvelopeWeight* pEnd = pEnvelope->m_Weights.GetArray() + pEnvelope->m_Weights.GetSize();
     for (const EnvelopeWeight* pWeight = pEnvelope->m_Weights.GetArray(); pWeight != pEnd; ++pWeight)
     {
         if (pWeight->m_iVert >= nVerts)
             continue;
-        const Vector3 offset = pSources ? toNode(pSources[pWeight->m_iSource]) : Vector3(0.0f, 0.0f, 0.0f);
-        const Vector3 shared = offset * pWeight->m_Weight;
+        const Vector3 shared = pWeight->m_vOffset * pWeight->m_Weight;
         ModelVertWeight& entry = pEntries[pPlaces[pWeight->m_iVert]++];
         entry.m_Vec[0] = shared.x;
         entry.m_Vec[1] = shared.y;
@@ -326,14 +321,11 @@ QZBOOL ConvModel_Soft::ConvertVertexWeights()
             nWeights = place - nWeights;
         }
     }
-    const bool bHasSources = m_SourceStarts.GetSize() == NumPieces() && m_SourcePositions.GetSize() != 0;
     ForEachEnvelope(this,
                     [&](const SoftNode* pNode, const Envelope* pEnvelope)
                     {
                         const uint32_t iPiece = pEnvelope->m_iPiece;
-                        const Vector3* pSources =
-                            bHasSources ? m_SourcePositions.GetArray() + m_SourceStarts[iPiece] : nullptr;
-                        WriteWeights(pEnvelope, pNode, pSources, GetPiece(iPiece)->NumVerts(),
+                        WriteWeights(pEnvelope, pNode->GetNodeIndex(), GetPiece(iPiece)->NumVerts(),
                                      places.GetArray() + firstVerts[iPiece], m_VertexWeights.GetArray());
                     });
     return QZTRUE;

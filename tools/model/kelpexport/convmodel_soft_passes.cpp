@@ -5,7 +5,6 @@
 #include "tools/model/fourtransforms.h"
 #include "tools/model/kelpexport/convmodel_soft.h"
 #include "tools/model/kelpexport/log.h"
-#include "tools/model/kelpexport/messages.h"
 #include "tools/model/kelpexport/pointtransform.h"
 #include "tools/model/keystoglobal.h"
 #include "tools/model/multiplyscale.h"
@@ -217,23 +216,30 @@ void ConvModel_Soft::ResetNodeScales()
         GetSoftNode(i)->m_Scale.Set(1.0f, 1.0f, 1.0f);
 }
 
+static void SetOffsets(const ConvModel_Soft* pModel, SoftNode* pNode)
+{
+    const PointTransform toNode(pNode->m_mGlobalInverse);
+    for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
+    {
+        PrefetchEnvelope(pNode->m_Envelopes, i);
+        Envelope* pEnvelope = pNode->m_Envelopes[i];
+        const ModelVert* pVerts = pModel->GetPiece(pEnvelope->m_iPiece)->m_Verts.GetArray();
+        EnvelopeWeight* pEnd = pEnvelope->m_Weights.GetArray() + pEnvelope->m_Weights.GetSize();
+        for (EnvelopeWeight* pWeight = pEnvelope->m_Weights.GetArray(); pWeight != pEnd; ++pWeight)
+        {
+            pWeight->m_vModelPos = pVerts[pWeight->m_iVert].m_vPos;
+            pWeight->m_vOffset = toNode(pWeight->m_vModelPos);
+        }
+    }
+    for (uint32_t i = 0; i < pNode->NumChildren(); ++i)
+        SetOffsets(pModel, pNode->GetSoftChild(i));
+}
+
 QZBOOL ConvModel_Soft::ComputeWeightOffsets()
 {
     if (NumAnims() == 0)
         return QZTRUE;
     EvaluateNodeTransforms(GetAnim(0)->GetRootNode(), 0, Matrix4(), QZFALSE);
-    if (!m_SourceStarts.SetSize(NumPieces()) || !m_SourcePositions.SetSize(CalcNumVerts()))
-    {
-        ShowOutOfMemory();
-        return QZFALSE;
-    }
-    uint32_t nPositions = 0;
-    for (uint32_t i = 0; i < NumPieces(); ++i)
-    {
-        m_SourceStarts[i] = nPositions;
-        const ModelPiece* pPiece = GetPiece(i);
-        for (uint32_t iVert = 0; iVert < pPiece->NumVerts(); ++iVert)
-            m_SourcePositions[nPositions++] = pPiece->m_Verts[iVert].m_vPos;
-    }
+    SetOffsets(this, GetSoftRoot());
     return QZTRUE;
 }

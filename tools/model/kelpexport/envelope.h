@@ -1,21 +1,20 @@
 #pragma once
 
-#include "engine/model/src/modelpiecelod.h"
 #include "zoltshared/stdzolt/allocatednew.h"
 #include "zoltshared/stdzolt/dynarray.h"
 #include "zoltshared/stdzolt/float4.h"
+#include "zoltshared/stdzolt/vector3.h"
 
 #include <cstdint>
 
-// The share that a node has in one vertex. Scenes have millions: where the vertex is in the node's space is worked out
-// when the model's weight lists are written, from the place of m_iSource.
+// The share that a node has in one vertex.
 struct EnvelopeWeight
 {
-    uint16_t m_iVert = 0;   // of the piece; follows vertices that are removed
-    uint16_t m_iSource = 0; // what m_iVert was before: the same place in the mesh node's m_CtrlVertices
-    float m_Weight = 0.0f;  // 0 to 1
+    uint32_t m_iVert = 0;                  // of the piece; the same place in the mesh node's m_CtrlVertices
+    float m_Weight = 0.0f;                 // 0 to 1
+    Vector3 m_vOffset{0.0f, 0.0f, 0.0f};   // the vertex in the node's space; set by ComputeWeightOffsets
+    Vector3 m_vModelPos{0.0f, 0.0f, 0.0f}; // the vertex in model space; likewise
 };
-static_assert(MODEL_MAX_VERTS <= 65536);
 
 // The vertices of one piece that a node moves. It belongs to that node, not to the mesh.
 struct Envelope

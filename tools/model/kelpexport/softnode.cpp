@@ -60,9 +60,9 @@ void SoftNode::OnVertexRemoved(ModelPieceLOD* pLOD, uint32_t iVert, uint32_t iRe
         EnvelopeWeight* pWeights = pEnvelope->m_Weights.GetArray();
         for (uint32_t iWeight = 0; iWeight < pEnvelope->m_Weights.GetSize(); ++iWeight)
         {
-            uint16_t& index = pWeights[iWeight].m_iVert;
+            uint32_t& index = pWeights[iWeight].m_iVert;
             if (index == iVert)
-                index = static_cast<uint16_t>(iReplacement);
+                index = iReplacement;
             // On the new value: a replacement behind the vertex moves up with the rest.
             if (index > iVert)
                 --index;
@@ -128,7 +128,7 @@ void SoftNode::OnVerticesRemapped(ModelPieceLOD* pLOD, const uint32_t* pNewIndic
             if (iNewVert == NO_VERTEX)
                 continue;
             pWeights[nKept] = pWeights[iWeight];
-            pWeights[nKept].m_iVert = static_cast<uint16_t>(iNewVert);
+            pWeights[nKept].m_iVert = iNewVert;
             ++nKept;
         }
         pEnvelope->m_Weights.NiceSetSize(nKept);
