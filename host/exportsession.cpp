@@ -10,6 +10,7 @@
 #include "host/scenelisting.h"
 #include "host/workingfolder.h"
 #include "saa/saahost.h"
+#include "scene/flatnodes.h"
 #include "tools/model/counted.h"
 #include "tools/model/kelpexport/clipappender.h"
 #include "win32/stateplaces.h"
@@ -119,6 +120,15 @@ const AppendTarget* ExportSession::FindAppendTarget(const ExportJob& job, ClipAp
     return &*m_Target;
 }
 
+// They depend on all clips: each one needn't look through all others.
+std::shared_ptr<const std::vector<bool>> ExportSession::FlatNodesOf(const Scene& scene)
+{
+    std::shared_ptr<const std::vector<bool>>& flat = m_FlatNodes[&scene];
+    if (!flat)
+        flat = std::make_shared<const std::vector<bool>>(FindFlatNodes(scene));
+    return flat;
+}
+
 // A whole run of the plug-in.
 bool ExportSession::RunPlugin(CommandLineUser& user, KeepWishes& keep)
 {
@@ -186,6 +196,8 @@ bool ExportSession::RunJob(const ExportJob& job, CommandLineUser& user, ClipAppe
                      [&](const PlayedClip& played) { return played.source == job.source; });
     if (job.spendsMeshes)
         prepared.options.spent = FindSpentMeshes(job);
+    if (prepared.scene == job.scene)
+        prepared.options.flatNodes = FlatNodesOf(*job.scene);
     for (const std::string& line : prepared.lines)
         SayOnce(line);
     for (const std::string& warning : prepared.warnings)

@@ -13,6 +13,8 @@
 
 #include <cstdio>
 #include <functional>
+#include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -83,11 +85,13 @@ private:
     void LetScenesGo();
     bool SpendMeshes(std::vector<ExportJob>& jobs);
     ScenePrimitives* FindSpentMeshes(const ExportJob& job);
+    void LetClipGo(const ExportJob& job);
     void NameNewest(PlayedClip& played, const std::string& name, bool canReplace);
     void SettleNewest(const ExportJob& job, ClipAppender& appender);
     void SettleRows(ConvModel& model);
     bool RunJob(const ExportJob& job, CommandLineUser& user, ClipAppender* appender, bool isOneOfSeveral);
     bool RunPlugin(CommandLineUser& user, KeepWishes& keep);
+    std::shared_ptr<const std::vector<bool>> FlatNodesOf(const Scene& scene);
     const AppendTarget* FindAppendTarget(const ExportJob& job, ClipAppender* appender);
     void ExplainDifference(const CommandLineUser& user, ClipAppender* appender, const RecordedScene& recorded);
     bool FinishKeeping(const KeepWishes& keep, const std::string& file);
@@ -114,7 +118,8 @@ private:
     std::vector<PlayedClip> m_Played;     // what was exported so far
     std::vector<const ModelAnim*> m_Made; // the animation of each in the model in memory
     std::optional<ModelReport> m_Report;  // what came of it
-    Scene m_RestScene;                    // a copy that rests as its skins were bound, where that may be needed
-    ExportOptions m_RestOptions;          // of its one frame
-    std::string m_SkinChoice;             // a sentence on where the skin of a fresh model comes from
+    std::map<const Scene*, std::shared_ptr<const std::vector<bool>>> m_FlatNodes; // of the scenes that were asked about
+    Scene m_RestScene;           // a copy that rests as its skins were bound, where that may be needed
+    ExportOptions m_RestOptions; // of its one frame
+    std::string m_SkinChoice;    // a sentence on where the skin of a fresh model comes from
 };

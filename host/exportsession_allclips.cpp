@@ -240,6 +240,18 @@ void ExportSession::LetScenesGo()
         opened.scene = Scene();
 }
 
+// Nor does anybody need the keys of a clip that has been exported, if nobody compares. Those of scales say where meshes
+// may stand, in the other clips too.
+void ExportSession::LetClipGo(const ExportJob& job)
+{
+    if (WantsComparison() || job.clip < 0)
+        return;
+    Scene& scene = m_Scenes[static_cast<size_t>(job.source)].scene;
+    std::vector<SceneChannel>& channels = scene.clips[static_cast<size_t>(job.clip)].channels;
+    std::erase_if(channels, [](const SceneChannel& channel) { return channel.path != ScenePath::Scale; });
+    channels.shrink_to_fit();
+}
+
 // What comes after the first job, in memory, which is in the staged file. `result` is where the model goes.
 bool ExportSession::AddFurtherClips(const std::vector<ExportJob>& jobs, MemoryFile& staged, const std::string& result,
                                     bool debug, CommandLineUser& user)
@@ -250,12 +262,14 @@ bool ExportSession::AddFurtherClips(const std::vector<ExportJob>& jobs, MemoryFi
         return false;
     staged.Clear();
     SettleNewest(jobs.front(), appender);
+    LetClipGo(jobs.front());
     for (size_t i = 1; i < jobs.size(); i++)
     {
         m_Console.Say("Exporting " + jobs[i].title + ":");
         if (!RunJob(jobs[i], user, &appender, true))
             return false;
         SettleNewest(jobs[i], appender);
+        LetClipGo(jobs[i]);
     }
     SettleRows(appender.GetModel());
     if (!WantsComparison())

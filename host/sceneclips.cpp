@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <unordered_set>
 
 bool HasTriangles(const Scene& scene)
 {
@@ -72,12 +73,13 @@ std::vector<std::string> NameAnimations(const Scene& scene)
     std::vector<std::string> names;
     for (const SceneClip& clip : scene.clips)
         names.push_back(clip.name);
+    std::unordered_set<std::string> taken(names.begin(), names.end());
     for (size_t i = 0; i < names.size(); i++)
     {
         if (!names[i].empty())
             continue;
         std::string name = scene.clips.size() == 1 ? base : base + "_" + std::to_string(i);
-        while (std::find(names.begin(), names.end(), name) != names.end())
+        while (!taken.insert(name).second)
             name += "_";
         names[i] = name;
     }

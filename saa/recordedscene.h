@@ -20,6 +20,7 @@ struct RecordedSceneOptions
     double fps = 30.0;        // above 0
     std::optional<int> start; // where they are given they replace the frames of the clip's first and last key
     std::optional<int> end;
+    std::shared_ptr<const std::vector<bool>> flatNodes; // what FindFlatNodes gives for the scene, null to ask it
     std::vector<int> extraKeys; // frames on which the top-level element gets a further translation key
     bool warnsOfWeights =
         true; // false where it has been done: the meshes then aren't looked at before they are asked for

@@ -1,50 +1,10 @@
 #include "saa/elementnames.h"
 #include "saa/recordedscene.h"
+#include "scene/flatnodes.h"
 #include "scene/shownnodes.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
-
-// Whether a scale takes an axis away.
-static bool IsFlat(const Double3& scale)
-{
-    constexpr double LEAST = 1e-6; // of the greatest one
-    const double x = std::fabs(scale.x);
-    const double y = std::fabs(scale.y);
-    const double z = std::fabs(scale.z);
-    return std::min({x, y, z}) <= LEAST * std::max({x, y, z});
-}
-
-// For each node whether its space, or one above it, loses an axis at rest or at a key of a clip. What stands in such a
-// space can't be placed at will.
-static std::vector<bool> FindFlatNodes(const Scene& scene)
-{
-    std::vector<bool> isFlat;
-    for (const SceneNode& node : scene.nodes)
-    {
-        isFlat.push_back(IsFlat(node.local.scale));
-    }
-    for (const SceneClip& clip : scene.clips)
-    {
-        for (const SceneChannel& channel : clip.channels)
-        {
-            const bool isCubic = channel.interpolation == SceneInterpolation::Cubic;
-            for (std::size_t i = isCubic ? 3 : 0; channel.path == ScenePath::Scale && i < channel.values.size();
-                 i += isCubic ? 9 : 3)
-            {
-                const double* v = &channel.values[i];
-                isFlat[channel.node] = isFlat[channel.node] || IsFlat({v[0], v[1], v[2]});
-            }
-        }
-    }
-    for (const int node : FindShownNodes(scene))
-    {
-        const int parent = scene.nodes[node].parent;
-        isFlat[node] = isFlat[node] || (parent >= 0 && isFlat[parent]);
-    }
-    return isFlat;
-}
 
 // The elements of a node: itself, with its first mesh, and one for each further mesh. A skinned mesh goes by its joints
 // alone, so where the node's space is flat, it gets an element that will stand elsewhere.
@@ -142,7 +102,7 @@ void RecordedScene::BuildElements()
 {
     ElementNames names;
     const std::vector<std::string> nodeNames = NameNodes(m_Scene, names);
-    const std::vector<bool> isFlat = FindFlatNodes(m_Scene);
+    const std::vector<bool> isFlat = m_Options.flatNodes ? *m_Options.flatNodes : FindFlatNodes(m_Scene);
     // A flat root's skinned mesh can only stand beside it.
     bool hasNull = m_Scene.roots.size() != 1;
     m_IsShown.assign(m_Scene.nodes.size(), false);

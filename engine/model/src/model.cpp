@@ -335,20 +335,28 @@ QZBOOL Model::CopyUVs(Model* pOther)
     return QZTRUE;
 }
 
+bool Model::IsFreeAnimName(const char* pName)
+{
+    // The names of own animations are among the model's texts.
+    if (*pName && NumChildModels() == 1 && m_StringIndex.IsInUse() && !m_StringIndex.MayHaveNoCase(pName))
+        return true;
+    return !FindAnim(pName, nullptr, nullptr);
+}
+
 QZBOOL Model::MakeUniqueAnimName(const char* pBase, char* pOut, uint32_t outSize)
 {
     const size_t length = strlen(pBase);
     if (length >= outSize)
         return QZFALSE;
     memcpy(pOut, pBase, length + 1);
-    if (!FindAnim(pOut, nullptr, nullptr))
+    if (IsFreeAnimName(pOut))
         return QZTRUE;
     for (int n = 0; n <= 32767; ++n)
     {
         const int needed = snprintf(pOut, outSize, "%s%d", pBase, n);
         if (needed < 0 || static_cast<uint32_t>(needed) >= outSize)
             return QZFALSE;
-        if (!FindAnim(pOut, nullptr, nullptr))
+        if (IsFreeAnimName(pOut))
             return QZTRUE;
     }
     return QZFALSE;

@@ -123,7 +123,7 @@ public:
 
     // The stored copy of a text; the shared empty string, never null, for an empty text or without memory.
     const char* AddString(const char* pText);
-    // Between the two, AddString finds texts by an index: for whoever adds many.
+    // Between the two, AddString finds texts by an index, and so does MakeUniqueAnimName: for whoever adds many.
     void BeginStringIndex() { m_StringIndex.Begin(m_Strings); }
     void EndStringIndex() { m_StringIndex.End(); }
     // Stores a copy; false, with no name, without memory.
@@ -378,6 +378,8 @@ private:
     QZBOOL CopyChildAnimRows(uint32_t nOwnAnims);
     QZBOOL LoadAnimBindings(LoadRequest* pRequest, ModelStream* pStream);
     QZBOOL LoadSockets(ModelStream* pStream);
+
+    bool IsFreeAnimName(const char* pName);
 
     QZBOOL DetachNodes(const uint8_t* pGoes); // tool side, like the next ones
     QZBOOL SavePiece(ModelStream* pStream, ModelPiece* pPiece);

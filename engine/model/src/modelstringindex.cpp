@@ -38,12 +38,14 @@ void ModelStringIndex::End()
     m_pEntries = nullptr;
     m_nEntries = 0;
     m_nUsed = 0;
+    m_NoCase.End();
 }
 
 void ModelStringIndex::Clear()
 {
     std::fill_n(m_pEntries, m_nEntries, nullptr);
     m_nUsed = 0;
+    m_NoCase.End();
 }
 
 // The address of the index differs from run to run; only the place in the index depends on it.
@@ -73,6 +75,21 @@ void ModelStringIndex::Enter(ModelStringRecord* pRecord)
         ++i;
     m_pEntries[i & (m_nEntries - 1)] = pRecord;
     ++m_nUsed;
+    m_NoCase.Enter(TextOf(pRecord));
+}
+
+bool ModelStringIndex::MayHaveNoCase(const char* pText)
+{
+    if (!m_NoCase.IsInUse())
+    {
+        m_NoCase.Begin(m_Seed);
+        for (uint32_t i = 0; i < m_nEntries; ++i)
+        {
+            if (m_pEntries[i])
+                m_NoCase.Enter(TextOf(m_pEntries[i]));
+        }
+    }
+    return m_NoCase.MayHave(pText);
 }
 
 void ModelStringIndex::Grow()

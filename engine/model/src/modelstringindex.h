@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/model/src/modelstringlist.h"
+#include "engine/model/src/nocasefilter.h"
 
 ZOLT_BEGIN_NAMESPACE
 
@@ -25,6 +26,8 @@ public:
     // Null without such a record. These two need an index that is in use.
     ModelStringRecord* Find(const char* pText) const;
     void Enter(ModelStringRecord* pRecord);
+    // False if no text of the list differs from this one by no more than the case of letters; true if one may.
+    bool MayHaveNoCase(const char* pText);
 
 private:
     uint32_t Hash(const char* pText) const;
@@ -34,6 +37,7 @@ private:
     uint32_t m_nEntries = 0;
     uint32_t m_nUsed = 0;
     uint64_t m_Seed = 0;
+    NoCaseFilter m_NoCase; // of the texts, from the first MayHaveNoCase on
 };
 
 ZOLT_END_NAMESPACE

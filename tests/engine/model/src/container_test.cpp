@@ -88,6 +88,48 @@ TEST(Model, Strings)
     EXPECT_EQ(catcher.Caught().size(), 1u);
 }
 
+// With the index as without: taken are names of animations in any case, but not the other texts of the model.
+TEST(ModelContainer, FreeAnimationNamesAreFoundByTheIndex)
+{
+    for (const bool hasIndex : {false, true})
+    {
+        SCOPED_TRACE(hasIndex);
+        Model model(&g_DefaultAllocator, &g_DefaultAllocator);
+        model.AddString("node");
+        if (hasIndex)
+            model.BeginStringIndex();
+        const auto makeName = [&](const std::string& base)
+        {
+            char name[32] = "";
+            return model.MakeUniqueAnimName(base.c_str(), name, sizeof(name)) ? std::string(name) : "none";
+        };
+        const auto add = [&](const std::string& name)
+        {
+            ModelAnim* pAnim = AllocNew<ModelAnim>(g_DefaultAllocator, &model);
+            pAnim->SetName(name.c_str());
+            EXPECT_TRUE(model.AddAnim(pAnim));
+        };
+        EXPECT_EQ(makeName("Walk"), "Walk");
+        add("Walk");
+        add("wALK0");
+        add("walk2");
+        EXPECT_EQ(makeName("walk"), "walk1");
+        EXPECT_EQ(makeName("node"), "node");
+        EXPECT_EQ(makeName(""), "");
+        for (int i = 0; i < 600; ++i)
+            add("run" + std::to_string(i));
+        EXPECT_EQ(makeName("RUN"), "RUN");
+        add("RUN");
+        EXPECT_EQ(makeName("run"), "run600");
+        EXPECT_EQ(makeName("Run599"), "Run5990");
+        model.GetAnim(2)->SetName("crawl");
+        EXPECT_EQ(makeName("WALK2"), "WALK2");
+        EXPECT_EQ(makeName("CRAWL"), "CRAWL0");
+        EXPECT_EQ(makeName(std::string(31, 'x')), std::string(31, 'x'));
+        EXPECT_EQ(makeName(std::string(32, 'x')), "none");
+    }
+}
+
 TEST(Model, LookUps)
 {
     abc::File file;
