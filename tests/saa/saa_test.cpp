@@ -392,7 +392,8 @@ TEST(Meshes, MoreVerticesThanAPieceHoldsAreSplit)
     ScenePrimitive sea;
     for (std::uint32_t i = 0; i < side * side; ++i)
     {
-        sea.positions.push_back({double(i % side), double(i / side), double(i * i % 17)});
+        const std::uint32_t row = i / side;
+        sea.positions.push_back({double(i % side), double(row), double(i * i % 17)});
         if (i % side + 1 < side && i / side + 1 < side)
         {
             sea.triangles.push_back({{i, i + 1, i + side}});

@@ -60,8 +60,8 @@ struct Interposed<OP, TRUE_OPERATION, int(Arguments...)>
     }
 };
 
-// The linker gives the calls of an operation to the name with "__wrap_" ahead of it (see CMakeLists.txt). The loader asks
-// for its address before anything else runs, so the sanitizers have to keep out.
+// The linker gives the calls of an operation to the name with "__wrap_" ahead of it (see CMakeLists.txt). The loader
+// asks for its address before anything else runs, so the sanitizers have to keep out.
 // NOLINTBEGIN(bugprone-macro-parentheses): names that are declared
 #define INTERPOSE(name)                                                                                                \
     extern "C" decltype(name) __real_##name;                                                                           \
