@@ -143,7 +143,8 @@ bool ExportSession::RunPlugin(CommandLineUser& user, KeepWishes& keep)
 }
 
 // Lets the first job, which alone reads meshes, spend them where nobody needs them afterwards: the model needs the
-// memory. What the other jobs take from them is worked out before. False if one of these can't be prepared.
+// memory. What the other jobs take from them is worked out before; nothing of it is told, since the run is quiet then.
+// False if one of these can't be prepared.
 bool ExportSession::SpendMeshes(std::vector<ExportJob>& jobs)
 {
     if (WantsComparison() || m_Options.fit || m_Scenes.size() > 1 || !HasTriangles(m_Scenes.front().scene))

@@ -1,8 +1,8 @@
 #include "scene/eulerangles.h"
 
+#include "zoltshared/stdzolt/float4.h"
+
 #include <cmath>
-#include <cstddef>
-#include <cstring>
 
 // Most rotations are about one axis alone, if at all, which leaves angles of 0, -0 among them: these are known without
 // a call.
@@ -30,8 +30,6 @@ Double3 EulerAnglesFromQuat(const DoubleQuat& q)
     return {AngleOf(m21, m22), y, AngleOf(m10, m00)};
 }
 
-typedef float Row __attribute__((vector_size(16)));
-
 // Sine and cosine of an angle.
 struct SineAndCosine
 {
@@ -56,13 +54,10 @@ void RowMatrixFromEulerAngles(const float* angles, float* matrix)
     const double sz = z.sine;
     const double cz = z.cosine;
     // Row by row, each as a whole: a caller that reads whole rows back needn't wait until parts of them are in memory.
-    const auto round = [](double value) { return static_cast<float>(value); };
-    const Row rows[4] = {{round(cy * cz), round(cy * sz), round(-sy), 0.0F},
-                         {round(sx * sy * cz - cx * sz), round(sx * sy * sz + cx * cz), round(sx * cy), 0.0F},
-                         {round(cx * sy * cz + sx * sz), round(cx * sy * sz - sx * cz), round(cx * cy), 0.0F},
-                         {0.0F, 0.0F, 0.0F, 1.0F}};
-    for (int r = 0; r < 4; ++r)
-    {
-        std::memcpy(matrix + static_cast<std::ptrdiff_t>(4) * r, &rows[r], sizeof rows[r]);
-    }
+    const auto row = [](double a, double b, double c)
+    { return Float4(static_cast<float>(a), static_cast<float>(b), static_cast<float>(c), 0.0F); };
+    row(cy * cz, cy * sz, -sy).Store(matrix);
+    row(sx * sy * cz - cx * sz, sx * sy * sz + cx * cz, sx * cy).Store(matrix + 4);
+    row(cx * sy * cz + sx * sz, cx * sy * sz - sx * cz, cx * cy).Store(matrix + 8);
+    Float4(0.0F, 0.0F, 0.0F, 1.0F).Store(matrix + 12);
 }

@@ -40,6 +40,6 @@ inline int KeyFrame(SceneInterpolation interpolation, double seconds, double fps
 // Most files key all channels at the same times.
 inline bool HaveSameTimes(const SceneChannel& a, const SceneChannel& b)
 {
-    return &a == &b || (a.times.size() == b.times.size() &&
+    return &a == &b || (a.times.size() == b.times.size() && !a.times.empty() &&
                         std::memcmp(a.times.data(), b.times.data(), a.times.size() * sizeof(double)) == 0);
 }

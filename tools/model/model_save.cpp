@@ -326,8 +326,8 @@ QZBOOL ModelPieceLOD::Save(ModelStream* pStream)
         writer.PutUpTo(pRoom);
     }
     PutU32(writer.Put(4), NumVerts());
-    constexpr uint32_t MOST =
-        (BlockWriter::MAX_PUT - DISK_VERT) / DISK_WEIGHT; // weights of a vertex that go in one piece
+    // So many weights of a vertex go in one piece.
+    constexpr uint32_t MOST = (BlockWriter::MAX_PUT - DISK_VERT) / DISK_WEIGHT;
     for (const ModelVert *pVert = m_Verts.GetArray(), *pEnd = pVert + NumVerts(); pVert != pEnd;)
     {
         uint8_t* pRoom = writer.Room(BlockWriter::MAX_PUT, &pRoomEnd);

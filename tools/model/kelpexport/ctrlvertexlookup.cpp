@@ -1,5 +1,7 @@
 #include "tools/model/kelpexport/ctrlvertexlookup.h"
 
+#include "tools/model/kelpexport/handlewords.h"
+
 #include <iterator>
 
 static bool AreEqual(const SAA_SubHandle& a, const SAA_SubHandle& b)

@@ -1,30 +1,11 @@
 #pragma once
 
-#include "saa/SAA.h"
+#include "tools/model/kelpexport/handlewords.h"
 #include "zoltshared/stdzolt/dynarray.h"
 
 #include <cstdint>
 #include <cstring>
 #include <iterator>
-
-// A handle as numbers of 8 bytes, with 0 behind its end.
-struct HandleWords
-{
-    uint64_t m_Words[(sizeof(SAA_SubHandle) + 7) / 8] = {};
-
-    HandleWords() = default;
-    explicit HandleWords(const SAA_SubHandle& handle)
-    {
-        constexpr size_t nWhole = sizeof(handle.bytes) / 8;
-        for (size_t i = 0; i < nWhole; ++i)
-            std::memcpy(&m_Words[i], handle.bytes + 8 * i, 8);
-        // By way of a number of its size: a word that is put together in memory is slow to read.
-        uint32_t rest = 0;
-        static_assert(sizeof(handle.bytes) == 8 * nWhole + sizeof(rest));
-        std::memcpy(&rest, handle.bytes + 8 * nWhole, sizeof(rest));
-        m_Words[nWhole] = rest;
-    }
-};
 
 // The handles of a mesh's parts as most hosts number them: all bytes the same, but for four that are a number, which
 // counts up. Of such a list the first handle says it all.
