@@ -31,7 +31,6 @@ void SetCurrentScene(RecordedScene* scene)
 {
     g_HostState.scene = scene;
     g_HostState.record = scene == nullptr ? SAA_Scene() : SceneRecord(*scene);
-    g_HostState.asked = AskedMesh();
 }
 
 void SetStatusSink(void (*sink)(const char* text, void* context), void* context)

@@ -1,5 +1,4 @@
-// What is open in the scene library, who listens to it, and which mesh the envelopes were asked for last. One thread,
-// as the whole library.
+// What is open in the scene library, and who listens to it. One thread, as the whole library.
 #pragma once
 
 #include "saa/handles.h"
@@ -15,20 +14,10 @@
 #define SAA_PRIVATE __attribute__((visibility("hidden")))
 #endif
 
-// The mesh of which it was asked last what moves it, as its handle has it, and the elements that may. An exporter asks
-// for each element of each mesh: what the answer takes lies side by side, and the mesh is looked up once.
-struct AskedMesh
-{
-    std::uint64_t handle[2] = {0, 0}; // none at first: no handle begins with 0
-    ElementSpan movers;               // see RecordedScene::Movers
-    std::uint32_t nElements = 0;
-};
-
 struct HostState
 {
     RecordedScene* scene = nullptr;
     SAA_Scene record = {}; // of the scene
-    AskedMesh asked;
     bool isInitialised = false;
     void (*statusSink)(const char* text, void* context) = nullptr;
     void* statusContext = nullptr;

@@ -2,6 +2,7 @@
 // an injected fault.
 #pragma once
 
+#include "saa/SAAX.h"
 #include "saa/hoststate.h"
 #include "saa/saahost.h"
 
@@ -56,7 +57,9 @@
     X(SAA_frame2Seconds)                                                                                               \
     X(SAA_statusBarSet)                                                                                                \
     X(SAA_cusvalGetStringLength)                                                                                       \
-    X(SAA_cusvalGetStringValue)
+    X(SAA_cusvalGetStringValue)                                                                                        \
+    X(SAAX_envelopeGetNbSkeletons)                                                                                     \
+    X(SAAX_envelopeGetSkeletons)
 
 #define SAA_ENUMERATOR(name) OP_##name,
 enum Operation

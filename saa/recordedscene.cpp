@@ -31,7 +31,6 @@ RecordedScene::RecordedScene(const Scene& scene, const RecordedSceneOptions& opt
     for (int i = 0; i < NumElements(); ++i)
     {
         m_NodeOf.push_back(Element(i).isNode ? Element(i).node : -1);
-        m_Movers.push_back({0, IsMesh(i) && !IsEnveloped(i) ? 0 : UINT32_MAX});
     }
     m_Meshes.resize(m_Elements.size());
     m_IsSpent.assign(m_Elements.size(), false);
@@ -132,13 +131,6 @@ const DoubleTransform& RecordedScene::Transform(int element)
     return m_NodeOf[element] >= 0 ? LocalPose().locals[m_NodeOf[element]] : none;
 }
 
-// Elements stand in the order of their nodes.
-ElementSpan RecordedScene::SpanOf(int firstNode, int lastNode) const
-{
-    const auto first = static_cast<std::uint32_t>(m_ElementOf[firstNode]);
-    return {first, static_cast<std::uint32_t>(m_ElementOf[lastNode]) - first + 1};
-}
-
 const JoinedMesh& RecordedScene::Mesh(int element)
 {
     std::unique_ptr<MeshCache>& cache = m_Meshes[element];
@@ -147,8 +139,6 @@ const JoinedMesh& RecordedScene::Mesh(int element)
         auto made = std::make_unique<MeshCache>();
         made->mesh = JoinMesh(m_Scene, Use(element), m_Elements[element].node, m_IsShown);
         cache = std::move(made);
-        const std::vector<JoinedMover>& movers = cache->mesh.movers;
-        m_Movers[element] = movers.empty() ? ElementSpan() : SpanOf(movers.front().node, movers.back().node);
     }
     return cache->mesh;
 }

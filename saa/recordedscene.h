@@ -45,15 +45,6 @@ struct RecordedElement
     SAA_CusvalSet customValues;
 };
 
-// Elements in a row.
-struct ElementSpan
-{
-    std::uint32_t first = 0;
-    std::uint32_t count = 0;
-
-    bool Has(std::uint32_t element) const { return element - first < count; } // wraps around for those ahead
-};
-
 class ElementNames;
 
 struct RecordedTexture
@@ -113,6 +104,8 @@ public:
     const RecordedElement& Element(int element) const { return m_Elements[element]; }
     // The scene's node that an element stands for, -1 for none.
     int NodeOf(int element) const { return m_NodeOf[element]; }
+    // The element that stands for a node that is shown.
+    int ElementOf(int node) const { return m_ElementOf[node]; }
     // The name as an exporter is told it: with a wish behind it, a token of its own language, where the host sets one.
     std::string ToldName(int element) const { return m_Elements[element].name + m_Elements[element].wish; }
     void SetWish(int element, const std::string& token) { m_Elements[element].wish = token; }
@@ -125,8 +118,6 @@ public:
     // Whether the element is a mesh whose envelopes are known.
     bool HasEnvelopes(int element) const { return IsMesh(element) && (!m_IsSpent[element] || m_Meshes[element]); }
 
-    // The elements that may move vertices of a mesh: all before something of it is asked for, and where it is none.
-    const ElementSpan& Movers(int mesh) const { return m_Movers[mesh]; }
     bool IsEnveloped(int element) const { return IsMesh(element) && Use(element).skin >= 0; }
 
     // Local transform at the current frame.
@@ -172,7 +163,6 @@ private:
     void IndexChannels();
     void CollectWarnings();
     DoubleMatrix SpaceOf(int element);
-    ElementSpan SpanOf(int firstNode, int lastNode) const;
     void LeaveMesh(int element);
 
     // What is worked out for a mesh when it is first asked for.
@@ -199,7 +189,6 @@ private:
     std::vector<bool> m_IsShown;                      // for each node whether it is an element
     std::vector<int> m_NodeOf;                        // see NodeOf
     std::vector<int> m_ElementOf;                     // for each node its element, -1 where it isn't shown
-    std::vector<ElementSpan> m_Movers;                // see Movers
     std::vector<std::array<int, 4>> m_ChannelOf;      // for each node by path the clip's channel, -1 for none
     std::vector<float> m_KeyTimes;                    // see KeyTimes
     const SceneChannel* m_KeyChannel = nullptr;       // whose times they are, and as a rule the next one's; else null

@@ -1,4 +1,5 @@
 // Operations on envelopes: which vertices of a mesh an element of the skeleton moves, and how far.
+#include "saa/SAAX.h"
 #include "saa/arguments.h"
 #include "saa/joinedmesh.h"
 #include "saa/operations.h"
@@ -13,8 +14,14 @@ struct WeightRange
     const JoinedWeight* end = nullptr;
 };
 
-static WeightRange FindNodeWeights(RecordedScene& scene, int node, int mesh)
+// Of a mesh without a skin nothing is worked out for this.
+static WeightRange FindWeights(RecordedScene& scene, int skeleton, int mesh)
 {
+    if (!scene.IsEnveloped(mesh))
+    {
+        return {};
+    }
+    const int node = scene.NodeOf(skeleton);
     const JoinedMesh& joined = scene.Mesh(mesh);
     const auto mover =
         std::lower_bound(joined.movers.begin(), joined.movers.end(), node,
@@ -25,13 +32,6 @@ static WeightRange FindNodeWeights(RecordedScene& scene, int node, int mesh)
     }
     const std::uint32_t begin = mover == joined.movers.begin() ? 0 : std::prev(mover)->end;
     return {joined.weights.data() + begin, joined.weights.data() + mover->end};
-}
-
-static WeightRange FindWeights(RecordedScene& scene, int skeleton, int mesh)
-{
-    return scene.Movers(mesh).Has(static_cast<std::uint32_t>(skeleton))
-               ? FindNodeWeights(scene, scene.NodeOf(skeleton), mesh)
-               : WeightRange();
 }
 
 // Runs `body` with the scene, the mesh's element and the weights that the skeleton element has in it.
@@ -60,55 +60,16 @@ int SAA_envelopeGetType(const SAA_Scene* scene, const SAA_Elem* elem, int* type)
         { return StoreInt(current.IsEnveloped(element) ? SAA_ENVELOPE_SKELETON : SAA_ENVELOPE_NONE, type); });
 }
 
-// The answer in full, or why there is none.
-[[gnu::noinline]] static int CountCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
-                                               const SAA_Elem* mesh, int* count)
-{
-    return RunEnvelopeOperation(OP_SAA_envelopeGetNbCtrlVertices, scene, skeleton, mesh,
-                                [&](RecordedScene& current, int element, const WeightRange& weights) -> int
-                                {
-                                    if (count == nullptr || nSkeletons != 1)
-                                    {
-                                        return SAA_STATUS_ARGUMENT;
-                                    }
-                                    *count = static_cast<int>(weights.end - weights.begin);
-                                    AskedMesh& asked = g_HostState.asked;
-                                    std::memcpy(asked.handle, mesh, sizeof asked.handle);
-                                    asked.movers = current.Movers(element);
-                                    asked.nElements = static_cast<std::uint32_t>(current.NumElements());
-                                    return 0;
-                                });
-}
-
-// Whether the question is a sound one, of the mesh asked last and an element that certainly moves nothing of it. Both
-// handles begin alike: they are of models of one scene.
-static inline bool IsCertainlyNone(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
-                                   const SAA_Elem* mesh, const int* count)
-{
-    const AskedMesh& asked = g_HostState.asked;
-    if (scene == nullptr || skeleton == nullptr || mesh == nullptr || count == nullptr || nSkeletons != 1 ||
-        std::memcmp(scene, &g_HostState.record, SCENE_RECORD_BYTES) != 0 ||
-        std::memcmp(mesh, asked.handle, sizeof asked.handle) != 0 ||
-        std::memcmp(skeleton, asked.handle, offsetof(ElemFields, index)) != 0)
-    {
-        return false;
-    }
-    const std::uint32_t element = ElemField(*skeleton, offsetof(ElemFields, index));
-    return element < asked.nElements && !asked.movers.Has(element);
-}
-
 int SAA_envelopeGetNbCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons,
                                   const SAA_Elem* mesh, int* count)
 {
-    // An exporter asks for each pair of an element and a mesh: that is short, then.
-    OperationRecord& record = g_Operations[OP_SAA_envelopeGetNbCtrlVertices];
-    if (record.callsToFault == 0 && IsCertainlyNone(scene, skeleton, nSkeletons, mesh, count)) [[likely]]
-    {
-        ++record.nCalls;
-        *count = 0;
-        return 0;
-    }
-    return CountCtrlVertices(scene, skeleton, nSkeletons, mesh, count);
+    return RunEnvelopeOperation(
+        OP_SAA_envelopeGetNbCtrlVertices, scene, skeleton, mesh,
+        [&](RecordedScene&, int, const WeightRange& weights) -> int
+        {
+            return nSkeletons != 1 ? SAA_STATUS_ARGUMENT
+                                   : StoreCount(static_cast<std::size_t>(weights.end - weights.begin), count);
+        });
 }
 
 int SAA_envelopeGetCtrlVertices(const SAA_Scene* scene, const SAA_Elem* skeleton, int nSkeletons, const SAA_Elem* mesh,
@@ -183,4 +144,42 @@ int SAA_ctrlVertexGetEnvelopeWeights(const SAA_Scene* scene, const SAA_Elem* ske
                                     }
                                     return 0;
                                 });
+}
+
+// Runs `body` with the scene and the nodes that move vertices of the mesh.
+template <typename Body>
+static int RunMoverOperation(Operation operation, const SAA_Scene* scene, const SAA_Elem* mesh, Body body)
+{
+    return RunModelOperation(operation, scene, mesh,
+                             [&](RecordedScene& current, int element) -> int
+                             {
+                                 static const std::vector<JoinedMover> none;
+                                 if (!current.HasEnvelopes(element))
+                                 {
+                                     return SAA_STATUS_HANDLE;
+                                 }
+                                 return body(current,
+                                             current.IsEnveloped(element) ? current.Mesh(element).movers : none);
+                             });
+}
+
+int SAAX_envelopeGetNbSkeletons(const SAA_Scene* scene, const SAA_Elem* mesh, int* count)
+{
+    return RunMoverOperation(OP_SAAX_envelopeGetNbSkeletons, scene, mesh,
+                             [&](RecordedScene&, const std::vector<JoinedMover>& movers) -> int
+                             { return StoreCount(movers.size(), count); });
+}
+
+int SAAX_envelopeGetSkeletons(const SAA_Scene* scene, const SAA_Elem* mesh, int count, SAA_Elem* skeletons)
+{
+    return RunMoverOperation(OP_SAAX_envelopeGetSkeletons, scene, mesh,
+                             [&](RecordedScene& current, const std::vector<JoinedMover>& movers) -> int
+                             {
+                                 const int status = CheckList(movers.size(), count, skeletons);
+                                 for (std::size_t i = 0; status == 0 && i < movers.size(); ++i)
+                                 {
+                                     skeletons[i] = ModelHandle(current, current.ElementOf(movers[i].node));
+                                 }
+                                 return status;
+                             });
 }

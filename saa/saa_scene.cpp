@@ -86,7 +86,6 @@ int SAA_sceneSetPlayCtrlCurrentFrame(const SAA_Scene* scene, int frame)
                              [&](RecordedScene& current) -> int
                              {
                                  current.SetCurrentFrame(frame);
-                                 g_HostState.asked = AskedMesh();
                                  const HostState& state = g_HostState;
                                  if (state.frameSink != nullptr)
                                  {

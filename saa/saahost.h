@@ -42,5 +42,5 @@ void ClearFaults();
 // How often an operation was called since the start or the last ClearFaults, faults included; -1 for an unknown name.
 int CallCount(const char* name);
 
-// The names of all 47 operations.
+// The names of all operations, those of SAAX.h at the end.
 const std::vector<const char*>& ListOperations();

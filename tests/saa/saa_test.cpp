@@ -516,6 +516,8 @@ TEST(Meshes, SpentOnesGoWithTheNextAndTheirEnvelopesWithTheNextFrame)
     {
         EXPECT_FALSE(isThere(mesh));
         EXPECT_EQ(countMoved(mesh), -1);
+        int nMovers = -1;
+        EXPECT_EQ(SAAX_envelopeGetNbSkeletons(&open.record, &mesh, &nMovers), SAA_STATUS_HANDLE);
         EXPECT_EQ(open.Ask(SAA_modelGetType, mesh), SAA_MSMSH);
     }
 }
@@ -551,10 +553,20 @@ TEST(Envelopes, PercentagesAddUpAndDeformedVerticesLandInTheWorld)
     const std::vector<SAA_SubHandle> vertices = open.Vertices(mesh);
     std::vector<double> sums(vertices.size(), 0.0);
     std::vector<double> ofJ1(vertices.size(), 0.0);
+    int nMovers = -1;
+    ASSERT_EQ(SAAX_envelopeGetNbSkeletons(&open.record, &mesh, &nMovers), 0);
+    std::vector<SAA_Elem> movers(static_cast<std::size_t>(nMovers));
+    EXPECT_EQ(SAAX_envelopeGetSkeletons(&open.record, &mesh, nMovers - 1, movers.data()), SAA_STATUS_COUNT);
+    ASSERT_EQ(SAAX_envelopeGetSkeletons(&open.record, &mesh, nMovers, movers.data()), 0);
     for (const SAA_Elem& skeleton : open.models)
     {
         int count = -1;
         ASSERT_EQ(SAA_envelopeGetNbCtrlVertices(&open.record, &skeleton, 1, &mesh, &count), 0);
+        EXPECT_EQ(std::count_if(movers.begin(), movers.end(),
+                                [&](const SAA_Elem& mover)
+                                { return std::memcmp(&mover, &skeleton, sizeof mover) == 0; }),
+                  count > 0 ? 1 : 0);
+        nMovers -= count > 0 ? 1 : 0;
         std::vector<SAA_SubHandle> handles(static_cast<std::size_t>(count) + 1);
         std::vector<float> weights(handles.size());
         int wrong = count + 1;
@@ -573,6 +585,7 @@ TEST(Envelopes, PercentagesAddUpAndDeformedVerticesLandInTheWorld)
                 ofJ1[static_cast<std::size_t>(at - vertices.begin())] = weights[static_cast<std::size_t>(i)];
         }
     }
+    EXPECT_EQ(nMovers, 0);
     for (const double sum : sums)
         EXPECT_NEAR(sum, 100.0, 1e-4);
     // Vertex 1: joint 1 (j1) 0.75, joint 2 0.75 + 0.01, joint 3 (j1 again) 0.25. Vertex 2: joint 2 0.75, joint 3 (j1)

@@ -88,21 +88,28 @@ private:
     uint64_t m_Factor;
 };
 
+bool SetRoom(DynArray<uint32_t, DefaultCache>& array, uint32_t n)
+{
+    return n <= array.GetSize() || array.SetSize(n);
+}
+
 // Vertices by the hashes of their cells: those of a bucket form a chain in ascending order.
 class VertexGrid
 {
 public:
     // Vertices can only be close within `reach` along each axis.
-    VertexGrid(const ModelPiece& piece, float fMagScale, double reach)
-        : m_Piece(piece), m_fMagScale(fMagScale), m_Reach(reach), m_fReach(static_cast<float>(reach))
+    VertexGrid(float fMagScale, double reach)
+        : m_fMagScale(fMagScale), m_Reach(reach), m_fReach(static_cast<float>(reach))
     {
     }
 
-    bool SetSize()
+    // Goes on with this piece. The memory of those before serves it, if it is enough.
+    bool Begin(const ModelPiece& piece)
     {
-        const uint32_t nBuckets = std::bit_ceil(m_Piece.NumVerts() + 1);
+        m_pPiece = &piece;
+        const uint32_t nBuckets = std::bit_ceil(piece.NumVerts() + 1);
         m_nMask = nBuckets - 1;
-        return m_First.SetSize(nBuckets) && m_Next.SetSize(m_Piece.NumVerts());
+        return SetRoom(m_First, nBuckets) && SetRoom(m_Next, piece.NumVerts());
     }
 
     // For each vertex the lowest later one that is close to it, or its own index. False, with the targets unset, once
@@ -113,7 +120,7 @@ private:
     // The lowest vertex of the bucket that is close to the position, or iBest if that is lower.
     uint32_t FindClose(uint32_t bucket, const Vector3& position, uint32_t iBest);
 
-    const ModelPiece& m_Piece;
+    const ModelPiece* m_pPiece = nullptr;
     float m_fMagScale;
     double m_Reach;
     float m_fReach;
@@ -125,7 +132,7 @@ private:
 
 uint32_t VertexGrid::FindClose(uint32_t bucket, const Vector3& position, uint32_t iBest)
 {
-    const ModelVert* pVerts = m_Piece.m_Verts.GetArray();
+    const ModelVert* pVerts = m_pPiece->m_Verts.GetArray();
     const uint32_t* pNext = m_Next.GetArray();
     for (uint32_t j = m_First.GetArray()[bucket]; j < iBest; j = pNext[j])
     {
@@ -141,11 +148,11 @@ uint32_t VertexGrid::FindClose(uint32_t bucket, const Vector3& position, uint32_
 bool VertexGrid::FindTargets(double cellWidth, uint64_t nMaxComparisons, uint32_t* pTargets)
 {
     const Axis x(m_Reach, cellWidth, FACTOR_X), y(m_Reach, cellWidth, FACTOR_Y), z(m_Reach, cellWidth, FACTOR_Z);
-    std::fill_n(m_First.GetArray(), m_First.GetSize(), NO_VERTEX);
+    std::fill_n(m_First.GetArray(), m_nMask + 1, NO_VERTEX);
     m_nComparisons = 0;
-    for (uint32_t i = m_Piece.NumVerts(); i-- > 0 && m_nComparisons <= nMaxComparisons;)
+    for (uint32_t i = m_pPiece->NumVerts(); i-- > 0 && m_nComparisons <= nMaxComparisons;)
     {
-        const Vector3& position = m_Piece.m_Verts[i].m_vPos;
+        const Vector3& position = m_pPiece->m_Verts[i].m_vPos;
         uint32_t xHashes[3], yHashes[3], zHashes[3];
         const uint32_t nX = x.HashesAround(position.x, xHashes);
         const uint32_t nY = y.HashesAround(position.y, yHashes);
@@ -170,13 +177,13 @@ bool VertexGrid::FindTargets(double cellWidth, uint64_t nMaxComparisons, uint32_
 
 QZBOOL MergeCloseVertices(Model* pModel, float fMagScale)
 {
+    DynArray<uint32_t, DefaultCache> targets;
+    VertexGrid grid(fMagScale, MERGE_LIMIT / double(fMagScale) * LIMIT_MARGIN);
     for (uint32_t iPiece = 0; iPiece < pModel->NumPieces(); ++iPiece)
     {
         ModelPiece* pPiece = pModel->GetPiece(iPiece);
         const uint32_t nVerts = pPiece->NumVerts();
-        DynArray<uint32_t, DefaultCache> targets;
-        VertexGrid grid(*pPiece, fMagScale, MERGE_LIMIT / double(fMagScale) * LIMIT_MARGIN);
-        if (!targets.SetSize(nVerts) || !grid.SetSize())
+        if (!SetRoom(targets, nVerts) || !grid.Begin(*pPiece))
             return QZFALSE;
         for (const double cellWidth : CELL_WIDTHS)
         {

@@ -10,6 +10,7 @@
 #include "tools/model/readoncestream.h"
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/blockwriter.h"
+#include "zoltshared/stdzolt/chunkallocator.h"
 #include "zoltshared/stdzolt/countingallocator.h"
 #include "zoltshared/stdzolt/littleendian.h"
 #include "zoltshared/stdzolt/memorystream.h"
@@ -59,7 +60,8 @@ public:
 
     bool Holds(ModelStream* pWritten)
     {
-        CountingAllocator allocCount(&g_DefaultAllocator);
+        ChunkAllocator memory(&g_DefaultAllocator); // all of it goes at once
+        CountingAllocator allocCount(&memory);
         Model scratch(&allocCount, &g_DefaultAllocator);
         return LoadWritten(scratch, pWritten, false) && Covers(allocCount);
     }

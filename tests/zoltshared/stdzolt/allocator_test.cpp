@@ -8,6 +8,7 @@
 #include "tests/zoltshared/stdzolt/testallocator.h"
 #include "zoltshared/stdzolt/allocatednew.h"
 #include "zoltshared/stdzolt/blockallocator.h"
+#include "zoltshared/stdzolt/chunkallocator.h"
 #include "zoltshared/stdzolt/countingallocator.h"
 
 // A global's constructor may use the heap, whatever the order of the files.
@@ -112,6 +113,38 @@ TEST(BlockAllocator, MemoryFromOutsideGoesToTheHeap)
     block.Free(nullptr);
     int local = 0;
     EXPECT_FALSE(block.Contains(&local));
+}
+
+TEST(ChunkAllocator, PiecesDontOverlapAndAllGoAtOnce)
+{
+    TestAllocator heap;
+    {
+        ChunkAllocator chunks(&heap);
+        EXPECT_EQ(chunks.Alloc(0), nullptr);
+        EXPECT_EQ(chunks.Alloc(0xFFFFFFFF), nullptr);
+        std::mt19937 random(2);
+        std::vector<std::pair<char*, uint32_t>> pieces;
+        for (int i = 0; i < 3000; i++)
+        {
+            const uint32_t size = 1 + random() % (i % 50 == 0 ? 200000 : 300);
+            char* pPiece = static_cast<char*>(chunks.Alloc(size));
+            ASSERT_NE(pPiece, nullptr);
+            ASSERT_EQ(reinterpret_cast<uintptr_t>(pPiece) % 8, 0U);
+            std::fill_n(pPiece, size, static_cast<char>(size)); // the sanitizer sees what lies outside
+            chunks.Free(pPiece);
+            pieces.emplace_back(pPiece, size);
+        }
+        EXPECT_LT(heap.m_Requests.size(), 100U);
+        std::sort(pieces.begin(), pieces.end());
+        for (size_t i = 1; i < pieces.size(); i++)
+            ASSERT_LE(pieces[i - 1].first + pieces[i - 1].second, pieces[i].first);
+        heap.m_nLeft = 0;
+        EXPECT_EQ(chunks.Alloc(100000), nullptr);
+        for (int i = 0; i < 20; i++) // at most the rest of a chunk
+            chunks.Alloc(8000);
+        EXPECT_EQ(chunks.Alloc(8000), nullptr);
+    }
+    EXPECT_EQ(heap.m_nLive, 0);
 }
 
 struct Plain

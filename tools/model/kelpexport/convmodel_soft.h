@@ -96,18 +96,28 @@ public:
 private:
     QZBOOL ReadScene(const DynArray<SAA_Elem, DefaultCache>& elements, int32_t bAppend, const char* pAnimName);
     QZBOOL ReadPiece(SoftNode* pNode);
-    // All nodes, and their handles side by side: the host is asked about each of them for each mesh. Empty until
-    // needed.
-    struct Skeleton
-    {
-        QZBOOL Collect(SoftNode* pRoot);
-        DynArray<SoftNode*, DefaultCache> m_Nodes{256};
-        DynArray<SAA_Elem, DefaultCache> m_Handles{256};
-    };
-    QZBOOL ReadEnvelopesBelow(SoftNode* pNode, Skeleton& skeleton);
-    QZBOOL ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVertices, class CtrlVertexLookup& lookup);
+    QZBOOL MakeRoomForPiece();
+    struct EnvelopeReading;
+    QZBOOL ReadEnvelopesBelow(SoftNode* pNode, EnvelopeReading& reading);
+    QZBOOL ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVertices, EnvelopeReading& reading);
     SoftNode* GetSoftRoot() const { return static_cast<SoftNode*>(GetRootNode()); }
     SoftNode* GetSoftNode(uint32_t i) const { return static_cast<SoftNode*>(GetNode(i)); }
 
-    uint32_t m_nNodesMade = 1; // the root and all that CreateChildNodes has made
+    // An envelope, and the node whose it is.
+    struct PlacedEnvelope
+    {
+        SoftNode* pNode = nullptr;
+        Envelope* pEnvelope = nullptr;
+    };
+    QZBOOL BindPiece(SoftNode* pNode, uint32_t iPiece);
+    QZBOOL AddEnvelope(SoftNode* pNode, Envelope* pEnvelope);
+    bool KnowsAllEnvelopes() const;
+    void SetWeightOffsets();
+    template <class Use> void ForEachEnvelope(bool bAsMade, Use use) const;
+
+    // In the order they were made in, mesh by mesh, in which they lie in memory: a walk that doesn't need the order of
+    // the nodes is faster so.
+    DynArray<PlacedEnvelope, DefaultCache> m_EnvelopesAsMade;
+    uint32_t m_nNodesMade = 1;  // the root and all that CreateChildNodes has made
+    uint32_t m_nPiecesRead = 0; // see MakeRoomForPiece; of no meaning but in BuildNodeTree
 };

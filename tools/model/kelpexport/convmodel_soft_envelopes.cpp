@@ -6,6 +6,8 @@
 #include "tools/model/kelpexport/hostcount.h"
 #include "tools/model/kelpexport/log.h"
 #include "tools/model/kelpexport/messages.h"
+#include "tools/model/kelpexport/pointtransform.h"
+#include "tools/model/kelpexport/skeletoncandidates.h"
 
 // A share has to be above this; one of exactly 5 % isn't.
 static constexpr float LEAST_SHARE = 0.05f;
@@ -13,6 +15,15 @@ static constexpr float LEAST_SHARE = 0.05f;
 static constexpr double GREATEST_SHARE = 1e6;
 // The count of a vertex has 16 bits.
 static constexpr uint32_t MAX_VERT_WEIGHTS = 65535;
+
+// What is used from one mesh to the next.
+struct ConvModel_Soft::EnvelopeReading
+{
+    SkeletonCandidates candidates;
+    CtrlVertexLookup lookup; // of the mesh
+    DynArray<SAA_SubHandle, DefaultCache> verts;
+    DynArray<float, DefaultCache> weights;
+};
 
 QZBOOL ConvModel_Soft::ReadVertexWeights()
 {
@@ -26,14 +37,57 @@ QZBOOL ConvModel_Soft::ReadVertexWeights()
     return WeightUnenvelopedPieces();
 }
 
+// Gives the node an envelope; the lists get room that grows with them, for a joint may move thousands of pieces.
+// Without memory all stays as it is.
+QZBOOL ConvModel_Soft::AddEnvelope(SoftNode* pNode, Envelope* pEnvelope)
+{
+    m_EnvelopesAsMade.SetCacheSize(m_EnvelopesAsMade.GetSize() / 2);
+    if (!m_EnvelopesAsMade.Append({pNode, pEnvelope}))
+        return QZFALSE;
+    pNode->m_Envelopes.SetCacheSize(pNode->m_Envelopes.GetSize() / 2);
+    if (pNode->m_Envelopes.Append(pEnvelope))
+        return QZTRUE;
+    m_EnvelopesAsMade.Remove(m_EnvelopesAsMade.GetSize() - 1);
+    return QZFALSE;
+}
+
+// Whether m_EnvelopesAsMade has all envelopes that the nodes have.
+bool ConvModel_Soft::KnowsAllEnvelopes() const
+{
+    uint64_t nEnvelopes = 0;
+    for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
+        nEnvelopes += GetSoftNode(i)->m_Envelopes.GetSize();
+    return nEnvelopes == m_EnvelopesAsMade.GetSize();
+}
+
+// Calls `use` with each envelope of a piece that is there, and its node: by ascending node index or as they were made.
+template <class Use> void ConvModel_Soft::ForEachEnvelope(bool bAsMade, Use use) const
+{
+    for (uint32_t i = 0; bAsMade && i < m_EnvelopesAsMade.GetSize(); ++i)
+    {
+        const PlacedEnvelope& placed = m_EnvelopesAsMade[i];
+        if (placed.pEnvelope->m_iPiece < NumPieces())
+            use(placed.pNode, placed.pEnvelope);
+    }
+    for (uint32_t iNode = 0; !bAsMade && iNode < m_FlatNodeList.GetSize(); ++iNode)
+    {
+        const SoftNode* pNode = GetSoftNode(iNode);
+        for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
+        {
+            if (pNode->m_Envelopes[i]->m_iPiece < NumPieces())
+                use(pNode, pNode->m_Envelopes[i]);
+        }
+    }
+}
+
 // Takes over the vertices of pNode's mesh that pSkel moves, of which there are nVertices. Fails only without memory.
-QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVertices, CtrlVertexLookup& lookup)
+QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVertices, EnvelopeReading& reading)
 {
     const int nRoom = nVertices;
-    DynArray<SAA_SubHandle, DefaultCache> verts;
-    DynArray<float, DefaultCache> weights;
-    if (!CHECK_BOOL(SetHostSize(verts, nVertices), "verts.SetSize(nVertices)") ||
-        !CHECK_BOOL(SetHostSize(weights, nVertices), "weights.SetSize(nVertices)") ||
+    DynArray<SAA_SubHandle, DefaultCache>& verts = reading.verts;
+    DynArray<float, DefaultCache>& weights = reading.weights;
+    if (!CHECK_BOOL(SetHostRoom(verts, nVertices), "verts.SetSize(nVertices)") ||
+        !CHECK_BOOL(SetHostRoom(weights, nVertices), "weights.SetSize(nVertices)") ||
         CHECK_STATUS(
             SAA_envelopeGetCtrlVertices(m_pScene, &pSkel->m_Elem, 1, &pNode->m_Elem, &nVertices, verts.GetArray()),
             "SAA_envelopeGetCtrlVertices(m_pScene, &pSkel->m_Elem, 1, &pNode->m_Elem, &nVertices, "
@@ -59,7 +113,7 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVerti
     for (uint32_t i = 0; i < static_cast<uint32_t>(nVertices); ++i)
     {
         uint32_t iVert = 0;
-        if (!lookup.Find(verts[i], &iVert))
+        if (!reading.lookup.Find(verts[i], &iVert))
         {
             ShowMessage(MESSAGE_OK, "Unable to match envelope vertex on node %s.", pNode->GetName());
             continue;
@@ -78,9 +132,7 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVerti
         delete pEnvelope;
         return QZTRUE;
     }
-    // Room that grows with the list: a joint may move thousands of pieces.
-    pSkel->m_Envelopes.SetCacheSize(pSkel->m_Envelopes.GetSize() / 2);
-    if (!pSkel->m_Envelopes.Append(pEnvelope))
+    if (!AddEnvelope(pSkel, pEnvelope))
     {
         delete pEnvelope;
         ShowOutOfMemory();
@@ -90,58 +142,37 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVerti
     return QZTRUE;
 }
 
-QZBOOL ConvModel_Soft::Skeleton::Collect(SoftNode* pRoot)
-{
-    if (m_Handles.GetSize() != 0)
-        return QZTRUE;
-    if (!pRoot->CollectNodes(m_Nodes) || !m_Handles.SetSize(m_Nodes.GetSize()))
-        return QZFALSE;
-    for (uint32_t i = 0; i < m_Nodes.GetSize(); ++i)
-        m_Handles[i] = m_Nodes[i]->m_Elem;
-    return QZTRUE;
-}
-
 QZBOOL ConvModel_Soft::ReadNodeEnvelopes(SoftNode* pNode)
 {
-    Skeleton skeleton;
-    return ReadEnvelopesBelow(pNode, skeleton);
+    EnvelopeReading reading;
+    return ReadEnvelopesBelow(pNode, reading);
 }
 
-// The first of the handles that moves vertices of the mesh, and how many. A function of its own, which keeps all in
-// registers: the host is asked for each pair of a mesh and a node.
-[[gnu::noinline]] static const SAA_Elem* FindMover(const SAA_Scene* pScene, const SAA_Elem* pMesh,
-                                                   const SAA_Elem* pHandle, const SAA_Elem* pEnd, int* pnVertices)
-{
-    while (pHandle != pEnd &&
-           (SAA_envelopeGetNbCtrlVertices(pScene, pHandle, 1, pMesh, pnVertices) != 0 || *pnVertices <= 0))
-        ++pHandle;
-    return pHandle;
-}
-
-QZBOOL ConvModel_Soft::ReadEnvelopesBelow(SoftNode* pNode, Skeleton& skeleton)
+QZBOOL ConvModel_Soft::ReadEnvelopesBelow(SoftNode* pNode, EnvelopeReading& reading)
 {
     if (pNode->m_PieceIndex >= 0 && pNode->m_EnvelopeType == SAA_ENVELOPE_SKELETON)
     {
-        if (!skeleton.Collect(GetSoftRoot()))
+        if (!reading.candidates.Collect(GetSoftRoot()))
         {
             ShowOutOfMemory();
             return QZFALSE;
         }
-        CtrlVertexLookup lookup;
-        lookup.Build(*pNode);
-        const SAA_Elem* const pHandles = skeleton.m_Handles.GetArray();
-        const SAA_Elem* const pEnd = pHandles + skeleton.m_Handles.GetSize();
-        int nVertices = 0;
-        for (const SAA_Elem* pHandle = FindMover(m_pScene, &pNode->m_Elem, pHandles, pEnd, &nVertices); pHandle != pEnd;
-             pHandle = FindMover(m_pScene, &pNode->m_Elem, pHandle + 1, pEnd, &nVertices))
+        reading.lookup.Build(*pNode);
+        const DynArray<SoftNode*, DefaultCache>& skeleton = reading.candidates.Find(m_pScene, &pNode->m_Elem);
+        for (uint32_t i = 0; i < skeleton.GetSize(); ++i)
         {
-            if (!ReadEnvelope(pNode, skeleton.m_Nodes[static_cast<uint32_t>(pHandle - pHandles)], nVertices, lookup))
+            SoftNode* const pSkel = skeleton[i];
+            int nVertices = 0;
+            if (SAA_envelopeGetNbCtrlVertices(m_pScene, &pSkel->m_Elem, 1, &pNode->m_Elem, &nVertices) != 0 ||
+                nVertices <= 0)
+                continue;
+            if (!ReadEnvelope(pNode, pSkel, nVertices, reading))
                 return QZFALSE;
         }
     }
     for (uint32_t i = 0; i < pNode->NumChildren(); ++i)
     {
-        if (!ReadEnvelopesBelow(pNode->GetSoftChild(i), skeleton))
+        if (!ReadEnvelopesBelow(pNode->GetSoftChild(i), reading))
             return QZFALSE;
     }
     return QZTRUE;
@@ -162,12 +193,13 @@ bool ConvModel_Soft::IsPieceEnveloped(uint32_t iPiece) const
 }
 
 // Binds all vertices of the piece to the node.
-static QZBOOL BindPiece(SoftNode* pNode, uint32_t iPiece, const ModelPiece* pPiece)
+QZBOOL ConvModel_Soft::BindPiece(SoftNode* pNode, uint32_t iPiece)
 {
+    const ModelPiece* pPiece = GetPiece(iPiece);
     Envelope* pEnv = new Envelope(iPiece);
     if (!pEnv)
         return QZFALSE;
-    if (!CHECK_BOOL(pNode->m_Envelopes.Append(pEnv), "pNode->m_Envelopes.Append(pEnv)"))
+    if (!CHECK_BOOL(AddEnvelope(pNode, pEnv), "pNode->m_Envelopes.Append(pEnv)"))
     {
         delete pEnv;
         return QZFALSE;
@@ -176,6 +208,7 @@ static QZBOOL BindPiece(SoftNode* pNode, uint32_t iPiece, const ModelPiece* pPie
                     "pEnv->m_Weights.SetSize(pPiece->m_Verts.GetSize())"))
     {
         pNode->m_Envelopes.Remove(pNode->m_Envelopes.GetSize() - 1);
+        m_EnvelopesAsMade.Remove(m_EnvelopesAsMade.GetSize() - 1);
         delete pEnv;
         return QZFALSE;
     }
@@ -203,8 +236,11 @@ QZBOOL ConvModel_Soft::WeightUnenvelopedPieces()
         const uint32_t iOwnPiece = static_cast<uint32_t>(pNode->m_PieceIndex);
         if (iOwnPiece < NumPieces() && !uses[iOwnPiece].pNode)
             uses[iOwnPiece].pNode = pNode;
-        for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
-            uses[pNode->m_Envelopes[i]->m_iPiece].isEnveloped = true;
+    }
+    if (bHasTable)
+    {
+        ForEachEnvelope(KnowsAllEnvelopes(), [&](const SoftNode*, const Envelope* pEnvelope)
+                        { uses[pEnvelope->m_iPiece].isEnveloped = true; });
     }
     for (uint32_t i = 0; i < NumPieces(); ++i)
     {
@@ -218,32 +254,41 @@ QZBOOL ConvModel_Soft::WeightUnenvelopedPieces()
             continue;
         }
         LogWrite("Piece %s not enveloped, weighting 100%% to its node.\n", pPiece->GetName());
-        if (!BindPiece(pNode, i, pPiece))
+        if (!BindPiece(pNode, i))
             return QZFALSE;
     }
     return QZTRUE;
 }
 
-// Calls `use` with each node and each of its envelopes of pieces that are there, by ascending node index.
-template <class Use> static void ForEachEnvelope(const Model* pModel, Use use)
+void ConvModel_Soft::SetWeightOffsets()
 {
-    for (uint32_t iNode = 0; iNode < pModel->m_FlatNodeList.GetSize(); ++iNode)
-    {
-        const SoftNode* pNode = static_cast<const SoftNode*>(pModel->GetNode(iNode));
-        for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
-        {
-            PrefetchEnvelope(pNode->m_Envelopes, i);
-            const Envelope* pEnvelope = pNode->m_Envelopes[i];
-            if (pEnvelope->m_iPiece < pModel->NumPieces())
-                use(pNode, pEnvelope);
-        }
-    }
+    ForEachEnvelope(KnowsAllEnvelopes(),
+                    [&](const SoftNode* pNode, Envelope* pEnvelope)
+                    {
+                        const PointTransform toNode(pNode->m_mGlobalInverse);
+                        const ModelVert* pVerts = GetPiece(pEnvelope->m_iPiece)->m_Verts.GetArray();
+                        EnvelopeWeight* pWeights = pEnvelope->m_Weights.GetArray();
+                        for (uint32_t i = 0; i < pEnvelope->m_Weights.GetSize(); ++i)
+                        {
+                            pWeights[i].m_vModelPos = pVerts[pWeights[i].m_iVert].m_vPos;
+                            pWeights[i].m_vOffset = toNode(pWeights[i].m_vModelPos);
+                        }
+                    });
 }
 
 void ConvModel_Soft::DeleteEnvelopes()
 {
+    // In the order that they lie in is faster.
+    const bool bAsMade = KnowsAllEnvelopes();
+    for (uint32_t i = 0; bAsMade && i < m_EnvelopesAsMade.GetSize(); ++i)
+        delete m_EnvelopesAsMade[i].pEnvelope;
+    m_EnvelopesAsMade.Term();
     for (uint32_t i = 0; i < m_FlatNodeList.GetSize(); ++i)
+    {
+        if (bAsMade)
+            GetSoftNode(i)->m_Envelopes.Term();
         GetSoftNode(i)->DeleteEnvelopes();
+    }
 }
 
 // Adds one for each weight of an envelope to the count of its vertex. Their number.
@@ -295,14 +340,24 @@ QZBOOL ConvModel_Soft::ConvertVertexWeights()
     DynArray<uint32_t, DefaultCache> places;
     if (!places.SetSizeInit(nVerts, 0))
         return QZFALSE;
+    // As a rule the envelopes of each piece were made in the order of their nodes, which is that of a vertex's weights.
+    DynArray<uint32_t, DefaultCache> lastNodes;
+    bool bAsMade = KnowsAllEnvelopes() && lastNodes.SetSizeInit(NumPieces(), 0);
+    bool bInOrder = true;
     uint64_t nTotal = 0;
-    ForEachEnvelope(this,
-                    [&](const SoftNode*, const Envelope* pEnvelope)
+    ForEachEnvelope(bAsMade,
+                    [&](const SoftNode* pNode, const Envelope* pEnvelope)
                     {
                         const uint32_t iPiece = pEnvelope->m_iPiece;
+                        if (bAsMade)
+                        {
+                            bInOrder = bInOrder && pNode->GetNodeIndex() >= lastNodes[iPiece];
+                            lastNodes[iPiece] = pNode->GetNodeIndex();
+                        }
                         nTotal += CountWeights(pEnvelope, GetPiece(iPiece)->NumVerts(),
                                                places.GetArray() + firstVerts[iPiece]);
                     });
+    bAsMade = bAsMade && bInOrder;
     if (nTotal > UINT32_MAX || !m_VertexWeights.SetSizeUnset(static_cast<uint32_t>(nTotal), m_pAllocator))
         return QZFALSE;
 
@@ -321,7 +376,7 @@ QZBOOL ConvModel_Soft::ConvertVertexWeights()
             nWeights = place - nWeights;
         }
     }
-    ForEachEnvelope(this,
+    ForEachEnvelope(bAsMade,
                     [&](const SoftNode* pNode, const Envelope* pEnvelope)
                     {
                         const uint32_t iPiece = pEnvelope->m_iPiece;

@@ -7,6 +7,7 @@
 #include "tools/model/kelpexport/messages.h"
 #include "zoltshared/stdzolt/findnametoken.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -34,8 +35,10 @@ QZBOOL ConvModel_Soft::BuildNodeTree(const DynArray<SAA_Elem, DefaultCache>& ele
     }
     // Many names come in.
     BeginStringIndex();
+    m_nPiecesRead = NumPieces();
     const QZBOOL bBuilt = BuildNode(&elements[iTop], GetSoftRoot(), 0);
     EndStringIndex();
+    m_Pieces.NiceSetSize(m_nPiecesRead, QZTRUE, m_pAllocator);
     return bBuilt;
 }
 
@@ -78,19 +81,33 @@ static void LogNode(const SoftNode* pNode, uint32_t nDepth, const ModelPiece* pP
         LogWrite("- Piece: tris: %u, verts: %u\n", pPiece->NumTris(), pPiece->NumVerts());
 }
 
+// The model's array has no spare elements, so that until all are read it has some null ones at its end: with one more
+// each time, all would be copied for each.
+QZBOOL ConvModel_Soft::MakeRoomForPiece()
+{
+    const uint32_t nBefore = NumPieces();
+    if (m_nPiecesRead < nBefore)
+        return QZTRUE;
+    if (!m_Pieces.NiceSetSize(nBefore + nBefore / 2 + 1, QZTRUE, m_pAllocator))
+        return QZFALSE;
+    std::fill(m_Pieces.GetArray() + nBefore, m_Pieces.GetArray() + NumPieces(), nullptr);
+    return QZTRUE;
+}
+
 // A node without a piece is left as it is; otherwise the piece is made and filled.
 QZBOOL ConvModel_Soft::ReadPiece(SoftNode* pNode)
 {
     if (!m_bReadMeshes || (pNode->m_ModelType != SAA_MSMSH && pNode->m_ModelType != SAA_MFACE))
         return QZTRUE;
     ModelPiece* pPiece = new ModelPiece(this);
-    if (!pPiece || !m_Pieces.Append(pPiece, m_pAllocator))
+    if (!pPiece || !MakeRoomForPiece())
     {
         delete pPiece;
         ShowOutOfMemory();
         return QZFALSE;
     }
-    pNode->m_PieceIndex = static_cast<int32_t>(NumPieces() - 1);
+    m_Pieces[m_nPiecesRead] = pPiece;
+    pNode->m_PieceIndex = static_cast<int32_t>(m_nPiecesRead++);
     pPiece->SetName(pNode->GetName());
     if (const char* pToken = FindNameToken(pPiece->GetName(), "Tex"))
     {

@@ -216,30 +216,11 @@ void ConvModel_Soft::ResetNodeScales()
         GetSoftNode(i)->m_Scale.Set(1.0f, 1.0f, 1.0f);
 }
 
-static void SetOffsets(const ConvModel_Soft* pModel, SoftNode* pNode)
-{
-    const PointTransform toNode(pNode->m_mGlobalInverse);
-    for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
-    {
-        PrefetchEnvelope(pNode->m_Envelopes, i);
-        Envelope* pEnvelope = pNode->m_Envelopes[i];
-        const ModelVert* pVerts = pModel->GetPiece(pEnvelope->m_iPiece)->m_Verts.GetArray();
-        EnvelopeWeight* pEnd = pEnvelope->m_Weights.GetArray() + pEnvelope->m_Weights.GetSize();
-        for (EnvelopeWeight* pWeight = pEnvelope->m_Weights.GetArray(); pWeight != pEnd; ++pWeight)
-        {
-            pWeight->m_vModelPos = pVerts[pWeight->m_iVert].m_vPos;
-            pWeight->m_vOffset = toNode(pWeight->m_vModelPos);
-        }
-    }
-    for (uint32_t i = 0; i < pNode->NumChildren(); ++i)
-        SetOffsets(pModel, pNode->GetSoftChild(i));
-}
-
 QZBOOL ConvModel_Soft::ComputeWeightOffsets()
 {
     if (NumAnims() == 0)
         return QZTRUE;
     EvaluateNodeTransforms(GetAnim(0)->GetRootNode(), 0, Matrix4(), QZFALSE);
-    SetOffsets(this, GetSoftRoot());
+    SetWeightOffsets();
     return QZTRUE;
 }

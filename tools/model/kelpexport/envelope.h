@@ -2,7 +2,6 @@
 
 #include "zoltshared/stdzolt/allocatednew.h"
 #include "zoltshared/stdzolt/dynarray.h"
-#include "zoltshared/stdzolt/float4.h"
 #include "zoltshared/stdzolt/vector3.h"
 
 #include <cstdint>
@@ -26,16 +25,3 @@ struct Envelope
     uint32_t m_iPiece; // of the model's m_Pieces
     DynArray<EnvelopeWeight, DefaultCache> m_Weights;
 };
-
-// Asks ahead for what a walk over the envelopes of a node comes to some steps behind index i. They were made mesh by
-// mesh, so those of one node lie far apart. The weights are as a rule right behind their envelope.
-inline void PrefetchEnvelope(const DynArray<Envelope*, DefaultCache>& envelopes, uint32_t i)
-{
-    constexpr uint32_t AHEAD = 8;
-    if (envelopes.GetSize() - i <= AHEAD)
-        return;
-    const Envelope* pAhead = envelopes[i + AHEAD];
-    Prefetch(pAhead);
-    Prefetch(pAhead, 64);
-    Prefetch(pAhead, 128);
-}

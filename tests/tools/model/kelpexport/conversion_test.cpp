@@ -394,6 +394,26 @@ TEST_F(ConversionTest, WeightListsAndTheirLimit)
     EXPECT_FALSE(model.ConvertVertexWeights());
 }
 
+TEST_F(ConversionTest, WeightsStandByNodesThatWereReordered)
+{
+    TestSceneParts parts;
+    parts.extra = true;
+    Scene scene = MakeTestScene(parts);
+    scene.skins[0].joints[1] = 1; // the extra node, in front of the bone
+    OpenScene(scene);
+    for (const bool bSwap : {false, true})
+    {
+        ASSERT_TRUE(Convert());
+        if (bSwap)
+            std::swap(m_pModel->GetRootNode()->m_Children[0], m_pModel->GetRootNode()->m_Children[1]);
+        ASSERT_TRUE(m_pModel->Precalc(QZTRUE) && m_pModel->ConvertVertexWeights());
+        const ModelVert* pShared = m_pModel->GetPiece(1)->GetVert(2);
+        ASSERT_EQ(pShared->m_nWeights, 2);
+        EXPECT_LT(pShared->m_Weights[0].m_iNode, pShared->m_Weights[1].m_iNode);
+        EXPECT_EQ(pShared->m_Weights[0].m_Vec[3], bSwap ? 0.75f : 0.25f);
+    }
+}
+
 // A class of a user's own, told of each removal.
 struct ListeningSoftNode : SoftNode
 {

@@ -290,6 +290,57 @@ TEST_F(FaultTest, CountsThatCantBe)
     EXPECT_NE(Log().find("    - hat, mode: , type: UNKNOWN, piece: -1\n"), std::string::npos);
 }
 
+// What a host says of its own accord of the joints of a mesh saves questions, and alters nothing.
+TEST_F(FaultTest, OffersThatCantBeUsed)
+{
+    ASSERT_EQ(Run(false), 0);
+    const std::string expected = ReadWholeFile(m_Path);
+    const std::string log = Log();
+    const auto countQuestions = [&]
+    {
+        ClearFaults();
+        EXPECT_EQ(Run(false), 0);
+        EXPECT_EQ(Boxes(), "");
+        EXPECT_EQ(ReadWholeFile(m_Path), expected);
+        EXPECT_EQ(Log(), log);
+        g_HostLies.clear();
+        return CallCount("SAA_envelopeGetNbCtrlVertices");
+    };
+    const int nOffered = countQuestions();
+    // One mesh is enveloped: without the offer each node is asked about.
+    constexpr int ALL = 4;
+    EXPECT_LT(nOffered, ALL);
+    const char* const pCount = "SAAX_envelopeGetNbSkeletons";
+    const char* const pList = "SAAX_envelopeGetSkeletons";
+    for (const char* pName : {pCount, pList})
+    {
+        g_HostLies[pName] = [](HostAnswer& answer) { answer.status = 7; };
+        EXPECT_EQ(countQuestions(), ALL);
+    }
+    for (const int count : {-1, INT_MIN, INT_MAX, nOffered + 1})
+    {
+        LieCount(pCount, count);
+        EXPECT_EQ(countQuestions(), ALL);
+    }
+    SAA_Elem offered[2] = {};
+    g_HostLies[pList] = [&](HostAnswer& answer) { std::copy_n(answer.elems.at(0), 2, offered); };
+    ASSERT_EQ(countQuestions(), 2);
+    // Back to front, one of them twice, and one that isn't in the model; and a node that moves nothing.
+    SAA_Elem foreign = offered[0];
+    foreign.bytes[12] = 99;
+    SAA_Elem skin = {};
+    g_HostLies["SAA_envelopeGetNbCtrlVertices"] = [&](HostAnswer& answer) { skin = *answer.pElem; };
+    countQuestions();
+    LieCount(pCount, 5);
+    g_HostLies[pList] = [&](HostAnswer& answer)
+    {
+        const SAA_Elem list[] = {skin, offered[1], foreign, offered[1], offered[0]};
+        std::copy_n(list, 5, answer.elems.at(0));
+        answer.status = 0;
+    };
+    EXPECT_EQ(countQuestions(), 3);
+}
+
 // Numbers that are none, and handles and indices of nothing, in what the host answers.
 TEST_F(FaultTest, AnswersThatCantBe)
 {

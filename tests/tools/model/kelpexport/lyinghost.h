@@ -22,7 +22,7 @@ struct HostAnswer
     std::vector<SAA_SubHandle*> subHandles;
 };
 
-// By the operation's name: what is called with each of its answers. Works for all 47.
+// By the operation's name: what is called with each of its answers. Works for all of them.
 extern std::map<std::string, std::function<void(HostAnswer&)>> g_HostLies;
 
 // Lets an operation answer with success and this count (or frame, or type, or first number).

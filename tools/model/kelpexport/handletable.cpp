@@ -1,4 +1,4 @@
-#include "tools/model/kelpexport/ctrlvertexlookup.h"
+#include "tools/model/kelpexport/handletable.h"
 
 #include "tools/model/kelpexport/handlewords.h"
 
@@ -36,12 +36,8 @@ static uint32_t FindPlace(const SAA_SubHandle& handle, const DynArray<SAA_SubHan
     return place;
 }
 
-QZBOOL CtrlVertexLookup::Build(const SoftNode& node)
+QZBOOL HandleTable::Build(const DynArray<SAA_SubHandle, DefaultCache>& handles)
 {
-    m_pNumbered = node.m_pNumberedVertices.get();
-    if (m_pNumbered)
-        return QZTRUE;
-    const DynArray<SAA_SubHandle, DefaultCache>& handles = node.m_CtrlVertices;
     m_pHandles = &handles;
     m_iNext = 0;
     m_bUnique = false;
@@ -63,11 +59,8 @@ QZBOOL CtrlVertexLookup::Build(const SoftNode& node)
     return QZTRUE;
 }
 
-bool CtrlVertexLookup::Find(const SAA_SubHandle& handle, uint32_t* pIndex)
+bool HandleTable::Find(const SAA_SubHandle& handle, uint32_t* pIndex)
 {
-    if (m_pNumbered)
-        return m_pNumbered->Find(handle, pIndex);
-    // The vertices of an envelope are asked for in their order, and many lie side by side.
     if (m_bUnique && m_iNext < m_pHandles->GetSize() && AreEqual(m_pHandles->GetArray()[m_iNext], handle))
     {
         *pIndex = m_iNext++;

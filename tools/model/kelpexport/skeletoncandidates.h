@@ -1,0 +1,27 @@
+#pragma once
+
+#include "tools/model/kelpexport/handletable.h"
+#include "tools/model/kelpexport/softnode.h"
+
+// The nodes that may move vertices of a mesh. Every node of the model is one, so that a host has to be asked for each
+// pair of a mesh and a node; one that offers to say itself what moves a mesh (SAAX.h) is asked that in its place.
+class SkeletonCandidates
+{
+public:
+    // Takes in pRoot and what is below it, once. False without memory.
+    QZBOOL Collect(SoftNode* pRoot);
+
+    // In pre-order. The list is there until the next call.
+    const DynArray<SoftNode*, DefaultCache>& Find(const SAA_Scene* pScene, const SAA_Elem* pMesh);
+
+private:
+    bool FindOffered(const SAA_Scene* pScene, const SAA_Elem* pMesh);
+
+    DynArray<SoftNode*, DefaultCache> m_Nodes{256};
+    DynArray<SAA_SubHandle, DefaultCache> m_Handles; // of the nodes, with 0 behind the bytes of an element
+    HandleTable m_Table;                             // of these
+    // Of the mesh asked for last. With spare room, so that most meshes take no memory.
+    DynArray<SAA_Elem, DefaultCache> m_Offered{64};
+    DynArray<uint32_t, DefaultCache> m_Places{64};
+    DynArray<SoftNode*, DefaultCache> m_Found{64};
+};
