@@ -37,11 +37,11 @@ QZBOOL ConvModel_Soft::ReadVertexWeights()
     return WeightUnenvelopedPieces();
 }
 
-// Gives the node an envelope; the lists get room that grows with them, for a joint may move thousands of pieces.
-// Without memory all stays as it is.
+// Gives the node an envelope. The lists get room that grows with them: a joint may move thousands of pieces.
 QZBOOL ConvModel_Soft::AddEnvelope(SoftNode* pNode, Envelope* pEnvelope)
 {
-    m_EnvelopesAsMade.SetCacheSize(m_EnvelopesAsMade.GetSize() / 2);
+    constexpr uint32_t LEAST_ROOM = 256;
+    m_EnvelopesAsMade.SetCacheSize(m_EnvelopesAsMade.GetSize() / 2 + LEAST_ROOM);
     if (!m_EnvelopesAsMade.Append({pNode, pEnvelope}))
         return QZFALSE;
     pNode->m_Envelopes.SetCacheSize(pNode->m_Envelopes.GetSize() / 2);
@@ -158,10 +158,15 @@ QZBOOL ConvModel_Soft::ReadEnvelopesBelow(SoftNode* pNode, EnvelopeReading& read
             return QZFALSE;
         }
         reading.lookup.Build(*pNode);
-        const DynArray<SoftNode*, DefaultCache>& skeleton = reading.candidates.Find(m_pScene, &pNode->m_Elem);
-        for (uint32_t i = 0; i < skeleton.GetSize(); ++i)
+        const DynArray<SoftNode*, DefaultCache>* pSkeleton = reading.candidates.Find(m_pScene, &pNode->m_Elem);
+        if (!pSkeleton)
         {
-            SoftNode* const pSkel = skeleton[i];
+            ShowOutOfMemory();
+            return QZFALSE;
+        }
+        for (uint32_t i = 0; i < pSkeleton->GetSize(); ++i)
+        {
+            SoftNode* const pSkel = pSkeleton->Get(i);
             int nVertices = 0;
             if (SAA_envelopeGetNbCtrlVertices(m_pScene, &pSkel->m_Elem, 1, &pNode->m_Elem, &nVertices) != 0 ||
                 nVertices <= 0)

@@ -45,28 +45,35 @@ QZBOOL SkeletonCandidates::Collect(SoftNode* pRoot)
 {
     if (m_Nodes.GetSize() != 0)
         return QZTRUE;
-    if (!pRoot->CollectNodes(m_Nodes) || !m_Handles.SetSize(m_Nodes.GetSize()))
-    {
-        m_Nodes.Term();
-        return QZFALSE;
-    }
-    for (uint32_t i = 0; i < m_Nodes.GetSize(); ++i)
+    bool bCollected = pRoot->CollectNodes(m_Nodes) && m_Handles.SetSize(m_Nodes.GetSize());
+    for (uint32_t i = 0; bCollected && i < m_Nodes.GetSize(); ++i)
         m_Handles[i] = Widen(m_Nodes[i]->m_Elem);
-    m_Table.Build(m_Handles);
-    return QZTRUE;
+    bCollected = bCollected && m_Table.Build(m_Handles);
+    if (!bCollected)
+        m_Nodes.Term();
+    return bCollected ? QZTRUE : QZFALSE;
 }
 
-// Puts those into m_Found that the host names. False if it doesn't, or not so that nothing can be missed.
-bool SkeletonCandidates::FindOffered(const SAA_Scene* pScene, const SAA_Elem* pMesh)
+// Asks the host what it offers for the mesh. True with the list in m_Offered; it may be empty for want of memory.
+bool SkeletonCandidates::AskHost(const SAA_Scene* pScene, const SAA_Elem* pMesh, int* pnOffered)
 {
     static const HostOffers host = GetHostOffers();
-    int nOffered = 0;
-    if (!m_Table.IsUnique() || !host.pGetNbSkeletons || !host.pGetSkeletons ||
-        host.pGetNbSkeletons(pScene, pMesh, &nOffered) != 0 || nOffered < 0 || nOffered > HOST_MAX_COUNT ||
-        !m_Offered.NiceSetSize(static_cast<uint32_t>(nOffered)) ||
-        host.pGetSkeletons(pScene, pMesh, nOffered, m_Offered.GetArray()) != 0 ||
-        !m_Places.NiceSetSize(m_Offered.GetSize()))
+    if (!host.pGetNbSkeletons || !host.pGetSkeletons || host.pGetNbSkeletons(pScene, pMesh, pnOffered) != 0 ||
+        *pnOffered < 0 || *pnOffered > HOST_MAX_COUNT)
         return false;
+    return !m_Offered.NiceSetSize(static_cast<uint32_t>(*pnOffered)) ||
+           host.pGetSkeletons(pScene, pMesh, *pnOffered, m_Offered.GetArray()) == 0;
+}
+
+const DynArray<SoftNode*, DefaultCache>* SkeletonCandidates::Find(const SAA_Scene* pScene, const SAA_Elem* pMesh)
+{
+    m_Offered.NiceSetSize(0);
+    int nOffered = 0;
+    // Of two nodes with one handle the table knows the first alone.
+    if (!m_Table.IsUnique() || !AskHost(pScene, pMesh, &nOffered))
+        return &m_Nodes;
+    if (m_Offered.GetSize() != static_cast<uint32_t>(nOffered) || !m_Places.NiceSetSize(m_Offered.GetSize()))
+        return nullptr;
     // Those that aren't in the model have no say.
     uint32_t* const pPlaces = m_Places.GetArray();
     uint32_t* pEnd = pPlaces;
@@ -75,13 +82,8 @@ bool SkeletonCandidates::FindOffered(const SAA_Scene* pScene, const SAA_Elem* pM
     std::sort(pPlaces, pEnd);
     pEnd = std::unique(pPlaces, pEnd);
     if (!m_Found.NiceSetSize(static_cast<uint32_t>(pEnd - pPlaces)))
-        return false;
+        return nullptr;
     for (uint32_t i = 0; i < m_Found.GetSize(); ++i)
         m_Found[i] = m_Nodes[pPlaces[i]];
-    return true;
-}
-
-const DynArray<SoftNode*, DefaultCache>& SkeletonCandidates::Find(const SAA_Scene* pScene, const SAA_Elem* pMesh)
-{
-    return FindOffered(pScene, pMesh) ? m_Found : m_Nodes;
+    return &m_Found;
 }

@@ -11,11 +11,11 @@ public:
     // Takes in pRoot and what is below it, once. False without memory.
     QZBOOL Collect(SoftNode* pRoot);
 
-    // In pre-order. The list is there until the next call.
-    const DynArray<SoftNode*, DefaultCache>& Find(const SAA_Scene* pScene, const SAA_Elem* pMesh);
+    // In pre-order. The list is there until the next call; null without memory.
+    const DynArray<SoftNode*, DefaultCache>* Find(const SAA_Scene* pScene, const SAA_Elem* pMesh);
 
 private:
-    bool FindOffered(const SAA_Scene* pScene, const SAA_Elem* pMesh);
+    bool AskHost(const SAA_Scene* pScene, const SAA_Elem* pMesh, int* pnOffered);
 
     DynArray<SoftNode*, DefaultCache> m_Nodes{256};
     DynArray<SAA_SubHandle, DefaultCache> m_Handles; // of the nodes, with 0 behind the bytes of an element

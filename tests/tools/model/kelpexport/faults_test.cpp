@@ -7,7 +7,9 @@
 #include "tests/tools/model/kelpexport/lyinghost.h"
 #include "zoltshared/stdzolt/assertion.h"
 
+#include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <limits>
 #include <set>
 
@@ -293,23 +295,25 @@ TEST_F(FaultTest, CountsThatCantBe)
 // What a host says of its own accord of the joints of a mesh saves questions, and alters nothing.
 TEST_F(FaultTest, OffersThatCantBeUsed)
 {
+    std::srand(1); // the stamp of the model
     ASSERT_EQ(Run(false), 0);
     const std::string expected = ReadWholeFile(m_Path);
     const std::string log = Log();
     const auto countQuestions = [&]
     {
         ClearFaults();
+        std::srand(1);
         EXPECT_EQ(Run(false), 0);
         EXPECT_EQ(Boxes(), "");
-        EXPECT_EQ(ReadWholeFile(m_Path), expected);
+        EXPECT_TRUE(ReadWholeFile(m_Path) == expected);
         EXPECT_EQ(Log(), log);
         g_HostLies.clear();
         return CallCount("SAA_envelopeGetNbCtrlVertices");
     };
     const int nOffered = countQuestions();
+    EXPECT_EQ(nOffered, 2);
     // One mesh is enveloped: without the offer each node is asked about.
     constexpr int ALL = 4;
-    EXPECT_LT(nOffered, ALL);
     const char* const pCount = "SAAX_envelopeGetNbSkeletons";
     const char* const pList = "SAAX_envelopeGetSkeletons";
     for (const char* pName : {pCount, pList})
@@ -322,20 +326,13 @@ TEST_F(FaultTest, OffersThatCantBeUsed)
         LieCount(pCount, count);
         EXPECT_EQ(countQuestions(), ALL);
     }
-    SAA_Elem offered[2] = {};
-    g_HostLies[pList] = [&](HostAnswer& answer) { std::copy_n(answer.elems.at(0), 2, offered); };
-    ASSERT_EQ(countQuestions(), 2);
-    // Back to front, one of them twice, and one that isn't in the model; and a node that moves nothing.
-    SAA_Elem foreign = offered[0];
-    foreign.bytes[12] = 99;
-    SAA_Elem skin = {};
-    g_HostLies["SAA_envelopeGetNbCtrlVertices"] = [&](HostAnswer& answer) { skin = *answer.pElem; };
-    countQuestions();
+    // Back to front, one of them twice, and one that isn't in the model; and the mesh itself, which moves nothing.
     LieCount(pCount, 5);
-    g_HostLies[pList] = [&](HostAnswer& answer)
+    g_HostLies[pList] = [](HostAnswer& answer)
     {
-        const SAA_Elem list[] = {skin, offered[1], foreign, offered[1], offered[0]};
-        std::copy_n(list, 5, answer.elems.at(0));
+        std::fill_n(answer.elems.at(0), 5, *answer.pElem);
+        for (const auto& [i, index] : {std::pair(0, 1), {1, 99}, {2, 1}, {4, 0}})
+            answer.elems[0][i].bytes[12] = static_cast<unsigned char>(index);
         answer.status = 0;
     };
     EXPECT_EQ(countQuestions(), 3);
