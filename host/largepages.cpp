@@ -22,6 +22,9 @@ static void* volatile s_Ahead = nullptr;
 
 void UseLargePages()
 {
+    // A small block that is freed joins its neighbours at once, and not, with thousands of others, when all of them have
+    // left the cache.
+    mallopt(M_MXFAST, 0);
     mallopt(M_MMAP_THRESHOLD, MAX_HEAP_BLOCK);
     mallopt(M_TRIM_THRESHOLD, INT_MAX);
     mallopt(M_TOP_PAD, RESERVED);
