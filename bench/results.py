@@ -39,7 +39,7 @@ EXPORTS = [
     ("sheet", "12 to 14", "", "memory that the kernel clears, the conversion of each key, corners and weights one by one"),
     ("still", "5.1", "", "memory that the kernel clears, reading the mesh through the host's interface, vertex by vertex"),
     ("joints", "1.8", "3.6", "taking out the nodes that nothing needs"),
-    ("meshes", "1.3", "3.4", "a question to the host for each pair of a mesh and a node"),
+    ("meshes", "1.3", "3.4", "many small lists, which the memory takes and gives back one by one"),
     ("clips", "8.1", "2.9", "the conversion of each clip"),
 ]
 FILES = [("Load", "load, plain", "0.84 GB/s", "spreading records into memory of their own"),
