@@ -2,7 +2,7 @@
 #include "host/console.h"
 #include "host/exportoptions.h"
 #include "host/exportsession.h"
-#include "host/largepages.h"
+#include "host/reserveheap.h"
 #include "host/seedrandom.h"
 #include "host/watchandexport.h"
 #include "win32/terminaluser.h"
@@ -42,7 +42,7 @@ static int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    UseLargePages();
+    ReserveHeap();
     std::signal(SIGXFSZ, SIG_IGN); // a file that grows too large is a write that fails
     try
     {
