@@ -47,7 +47,7 @@ QZBOOL ConvModel_Soft::AddEnvelope(SoftNode* pNode, Envelope* pEnvelope)
     pNode->m_Envelopes.SetCacheSize(pNode->m_Envelopes.GetSize() / 2);
     if (pNode->m_Envelopes.Append(pEnvelope))
         return QZTRUE;
-    m_EnvelopesAsMade.Remove(m_EnvelopesAsMade.GetSize() - 1);
+    m_EnvelopesAsMade.NiceSetSize(m_EnvelopesAsMade.GetSize() - 1);
     return QZFALSE;
 }
 
@@ -213,7 +213,7 @@ QZBOOL ConvModel_Soft::BindPiece(SoftNode* pNode, uint32_t iPiece)
                     "pEnv->m_Weights.SetSize(pPiece->m_Verts.GetSize())"))
     {
         pNode->m_Envelopes.Remove(pNode->m_Envelopes.GetSize() - 1);
-        m_EnvelopesAsMade.Remove(m_EnvelopesAsMade.GetSize() - 1);
+        m_EnvelopesAsMade.NiceSetSize(m_EnvelopesAsMade.GetSize() - 1);
         delete pEnv;
         return QZFALSE;
     }
