@@ -4,7 +4,6 @@
 #include "saa/handles.h"
 #include "saa/recordedscene.h"
 
-#include <cstdint>
 #include <cstring>
 
 // Data of this library alone, which its code can get at without a table.

@@ -151,15 +151,9 @@ template <typename Body>
 static int RunMoverOperation(Operation operation, const SAA_Scene* scene, const SAA_Elem* mesh, Body body)
 {
     return RunModelOperation(operation, scene, mesh,
-                             [&](RecordedScene& current, int element) -> int
-                             {
-                                 static const std::vector<JoinedMover> none;
-                                 if (!current.HasEnvelopes(element))
-                                 {
-                                     return SAA_STATUS_HANDLE;
-                                 }
-                                 return body(current,
-                                             current.IsEnveloped(element) ? current.Mesh(element).movers : none);
+                             [&](RecordedScene& current, int element) -> int {
+                                 return current.HasEnvelopes(element) ? body(current, current.Mesh(element).movers)
+                                                                      : SAA_STATUS_HANDLE;
                              });
 }
 

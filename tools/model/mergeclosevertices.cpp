@@ -88,11 +88,6 @@ private:
     uint64_t m_Factor;
 };
 
-bool SetRoom(DynArray<uint32_t, DefaultCache>& array, uint32_t n)
-{
-    return n <= array.GetSize() || array.SetSize(n);
-}
-
 // Vertices by the hashes of their cells: those of a bucket form a chain in ascending order.
 class VertexGrid
 {
@@ -109,7 +104,7 @@ public:
         m_pPiece = &piece;
         const uint32_t nBuckets = std::bit_ceil(piece.NumVerts() + 1);
         m_nMask = nBuckets - 1;
-        return SetRoom(m_First, nBuckets) && SetRoom(m_Next, piece.NumVerts());
+        return m_First.SetSizeAtLeast(nBuckets) && m_Next.SetSizeAtLeast(piece.NumVerts());
     }
 
     // For each vertex the lowest later one that is close to it, or its own index. False, with the targets unset, once
@@ -183,7 +178,7 @@ QZBOOL MergeCloseVertices(Model* pModel, float fMagScale)
     {
         ModelPiece* pPiece = pModel->GetPiece(iPiece);
         const uint32_t nVerts = pPiece->NumVerts();
-        if (!SetRoom(targets, nVerts) || !grid.Begin(*pPiece))
+        if (!targets.SetSizeAtLeast(nVerts) || !grid.Begin(*pPiece))
             return QZFALSE;
         for (const double cellWidth : CELL_WIDTHS)
         {

@@ -72,7 +72,10 @@ public:
     QZBOOL SetSize(uint32_t n) { return SetSize(n, &g_DefaultAllocator); }
     QZBOOL SetSize(uint32_t n, Allocator* pAllocator);
 
-    // The same for plain elements, which are left unset: the caller fills them all, or empties the array.
+    // The same for an array that is used again and again: one that is larger stays as it is.
+    QZBOOL SetSizeAtLeast(uint32_t n) { return n <= m_nElements ? QZTRUE : SetSize(n); }
+
+    // As `SetSize` for plain elements, which are left unset: the caller fills them all, or empties the array.
     QZBOOL SetSizeUnset(uint32_t n, Allocator* pAllocator);
 
     // As `SetSize`, then assigns `value`, which must not be an element of this array, to all of them.

@@ -30,8 +30,6 @@ public:
     // Node tree. convmodel_soft_nodes.cpp
     // Takes the first element of level 0 and all below it; other roots, and what is below them, are left out.
     QZBOOL BuildNodeTree(const DynArray<SAA_Elem, DefaultCache>& elements);
-    // Fills the node, and makes and fills all below it; the root has depth 0.
-    QZBOOL BuildNode(const SAA_Elem* pElem, SoftNode* pNode, uint32_t nDepth);
     QZBOOL CreateChildNodes(DynArray<ModelNode*, NoCache>& children, uint32_t nNodes) override;
     // Flags the nodes of a subtree that move no vertex and whose names don't have the token "N".
     void MarkRemovableNodes(SoftNode* pNode);
@@ -53,7 +51,7 @@ public:
     // Envelopes. convmodel_soft_envelopes.cpp
     // The two that follow for the whole model, after a Precalc; what the first can't read is left out.
     QZBOOL ReadVertexWeights();
-    // For the meshes of a subtree: asks the host of every node of the model which of a mesh's vertices it moves.
+    // For the meshes of a subtree: asks the host which nodes of the model move a mesh's vertices, and which of them.
     QZBOOL ReadNodeEnvelopes(SoftNode* pNode);
     // Binds the pieces without an envelope to their nodes at 100 %.
     QZBOOL WeightUnenvelopedPieces();
@@ -95,6 +93,9 @@ public:
 
 private:
     QZBOOL ReadScene(const DynArray<SAA_Elem, DefaultCache>& elements, int32_t bAppend, const char* pAnimName);
+    // Fills the node, and makes and fills all below it; the root has depth 0. Only within BuildNodeTree, which keeps
+    // count of the pieces.
+    QZBOOL BuildNode(const SAA_Elem* pElem, SoftNode* pNode, uint32_t nDepth);
     QZBOOL ReadPiece(SoftNode* pNode);
     QZBOOL MakeRoomForPiece();
     struct EnvelopeReading;

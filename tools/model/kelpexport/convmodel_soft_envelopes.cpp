@@ -51,7 +51,8 @@ QZBOOL ConvModel_Soft::AddEnvelope(SoftNode* pNode, Envelope* pEnvelope)
     return QZFALSE;
 }
 
-// Whether m_EnvelopesAsMade has all envelopes that the nodes have.
+// Whether m_EnvelopesAsMade has the envelopes of the nodes and no others. Those of a conversion all go through
+// AddEnvelope, and a node that goes takes its own along: the list then has more than the nodes, and isn't used.
 bool ConvModel_Soft::KnowsAllEnvelopes() const
 {
     uint64_t nEnvelopes = 0;
@@ -63,13 +64,17 @@ bool ConvModel_Soft::KnowsAllEnvelopes() const
 // Calls `use` with each envelope of a piece that is there, and its node: by ascending node index or as they were made.
 template <class Use> void ConvModel_Soft::ForEachEnvelope(bool bAsMade, Use use) const
 {
-    for (uint32_t i = 0; bAsMade && i < m_EnvelopesAsMade.GetSize(); ++i)
+    if (bAsMade)
     {
-        const PlacedEnvelope& placed = m_EnvelopesAsMade[i];
-        if (placed.pEnvelope->m_iPiece < NumPieces())
-            use(placed.pNode, placed.pEnvelope);
+        for (uint32_t i = 0; i < m_EnvelopesAsMade.GetSize(); ++i)
+        {
+            const PlacedEnvelope& placed = m_EnvelopesAsMade[i];
+            if (placed.pEnvelope->m_iPiece < NumPieces())
+                use(placed.pNode, placed.pEnvelope);
+        }
+        return;
     }
-    for (uint32_t iNode = 0; !bAsMade && iNode < m_FlatNodeList.GetSize(); ++iNode)
+    for (uint32_t iNode = 0; iNode < m_FlatNodeList.GetSize(); ++iNode)
     {
         const SoftNode* pNode = GetSoftNode(iNode);
         for (uint32_t i = 0; i < pNode->m_Envelopes.GetSize(); ++i)
@@ -86,8 +91,8 @@ QZBOOL ConvModel_Soft::ReadEnvelope(SoftNode* pNode, SoftNode* pSkel, int nVerti
     const int nRoom = nVertices;
     DynArray<SAA_SubHandle, DefaultCache>& verts = reading.verts;
     DynArray<float, DefaultCache>& weights = reading.weights;
-    if (!CHECK_BOOL(SetHostRoom(verts, nVertices), "verts.SetSize(nVertices)") ||
-        !CHECK_BOOL(SetHostRoom(weights, nVertices), "weights.SetSize(nVertices)") ||
+    if (!CHECK_BOOL(SetHostSizeAtLeast(verts, nVertices), "verts.SetSize(nVertices)") ||
+        !CHECK_BOOL(SetHostSizeAtLeast(weights, nVertices), "weights.SetSize(nVertices)") ||
         CHECK_STATUS(
             SAA_envelopeGetCtrlVertices(m_pScene, &pSkel->m_Elem, 1, &pNode->m_Elem, &nVertices, verts.GetArray()),
             "SAA_envelopeGetCtrlVertices(m_pScene, &pSkel->m_Elem, 1, &pNode->m_Elem, &nVertices, "

@@ -12,8 +12,9 @@ template <class T> QZBOOL SetHostSize(DynArray<T, DefaultCache>& array, int64_t 
     return nCount >= 0 && nCount <= HOST_MAX_COUNT && array.SetSize(static_cast<uint32_t>(nCount)) ? QZTRUE : QZFALSE;
 }
 
-// The same for an array that is used again and again: it has room for that many, or for what was more.
-template <class T> QZBOOL SetHostRoom(DynArray<T, DefaultCache>& array, int64_t nCount)
+// SetSizeAtLeast likewise.
+template <class T> QZBOOL SetHostSizeAtLeast(DynArray<T, DefaultCache>& array, int64_t nCount)
 {
-    return nCount >= 0 && nCount <= array.GetSize() ? QZTRUE : SetHostSize(array, nCount);
+    return nCount >= 0 && nCount <= HOST_MAX_COUNT && array.SetSizeAtLeast(static_cast<uint32_t>(nCount)) ? QZTRUE
+                                                                                                          : QZFALSE;
 }

@@ -54,30 +54,23 @@ QZBOOL SkeletonCandidates::Collect(SoftNode* pRoot)
     return bCollected ? QZTRUE : QZFALSE;
 }
 
-// Asks the host what it offers for the mesh. True with the list in m_Offered; it may be empty for want of memory.
-bool SkeletonCandidates::AskHost(const SAA_Scene* pScene, const SAA_Elem* pMesh, int* pnOffered)
-{
-    static const HostOffers host = GetHostOffers();
-    if (!host.pGetNbSkeletons || !host.pGetSkeletons || host.pGetNbSkeletons(pScene, pMesh, pnOffered) != 0 ||
-        *pnOffered < 0 || *pnOffered > HOST_MAX_COUNT)
-        return false;
-    return !m_Offered.NiceSetSize(static_cast<uint32_t>(*pnOffered)) ||
-           host.pGetSkeletons(pScene, pMesh, *pnOffered, m_Offered.GetArray()) == 0;
-}
-
 const DynArray<SoftNode*, DefaultCache>* SkeletonCandidates::Find(const SAA_Scene* pScene, const SAA_Elem* pMesh)
 {
-    m_Offered.NiceSetSize(0);
+    static const HostOffers host = GetHostOffers();
     int nOffered = 0;
     // Of two nodes with one handle the table knows the first alone.
-    if (!m_Table.IsUnique() || !AskHost(pScene, pMesh, &nOffered))
+    if (!m_Table.IsUnique() || !host.pGetNbSkeletons || !host.pGetSkeletons ||
+        host.pGetNbSkeletons(pScene, pMesh, &nOffered) != 0 || nOffered < 0 || nOffered > HOST_MAX_COUNT)
         return &m_Nodes;
-    if (m_Offered.GetSize() != static_cast<uint32_t>(nOffered) || !m_Places.NiceSetSize(m_Offered.GetSize()))
+    if (!m_Offered.SetSizeAtLeast(static_cast<uint32_t>(nOffered)) ||
+        !m_Places.SetSizeAtLeast(static_cast<uint32_t>(nOffered)))
         return nullptr;
+    if (host.pGetSkeletons(pScene, pMesh, nOffered, m_Offered.GetArray()) != 0)
+        return &m_Nodes;
     // Those that aren't in the model have no say.
     uint32_t* const pPlaces = m_Places.GetArray();
     uint32_t* pEnd = pPlaces;
-    for (uint32_t i = 0; i < m_Offered.GetSize(); ++i)
+    for (uint32_t i = 0; i < static_cast<uint32_t>(nOffered); ++i)
         pEnd += m_Table.Find(Widen(m_Offered[i]), pEnd) ? 1 : 0;
     std::sort(pPlaces, pEnd);
     pEnd = std::unique(pPlaces, pEnd);

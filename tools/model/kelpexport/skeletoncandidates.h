@@ -15,13 +15,10 @@ public:
     const DynArray<SoftNode*, DefaultCache>* Find(const SAA_Scene* pScene, const SAA_Elem* pMesh);
 
 private:
-    bool AskHost(const SAA_Scene* pScene, const SAA_Elem* pMesh, int* pnOffered);
-
     DynArray<SoftNode*, DefaultCache> m_Nodes{256};
     DynArray<SAA_SubHandle, DefaultCache> m_Handles; // of the nodes, with 0 behind the bytes of an element
     HandleTable m_Table;                             // of these
-    // Of the mesh asked for last. With spare room, so that most meshes take no memory.
-    DynArray<SAA_Elem, DefaultCache> m_Offered{64};
-    DynArray<uint32_t, DefaultCache> m_Places{64};
-    DynArray<SoftNode*, DefaultCache> m_Found{64};
+    DynArray<SAA_Elem, DefaultCache> m_Offered;      // for the mesh asked for last, at the front
+    DynArray<uint32_t, DefaultCache> m_Places;       // of them in m_Nodes, at the front
+    DynArray<SoftNode*, DefaultCache> m_Found{64};   // with spare room, so that most meshes take no memory
 };

@@ -414,6 +414,36 @@ TEST_F(ConversionTest, WeightsStandByNodesThatWereReordered)
     }
 }
 
+// A host that gives one element twice among the children: each node of it moves the mesh, offer or not.
+TEST_F(ConversionTest, NodesOfOneHandleBothMoveAMesh)
+{
+    TestSceneParts parts;
+    parts.extra = true;
+    const Scene scene = MakeTestScene(parts);
+    OpenScene(scene);
+    for (const bool bOffered : {true, false})
+    {
+        g_HostLies["SAA_modelGetChildren"] = [](HostAnswer& answer)
+        {
+            if (answer.lastNumber == 3) // of the root: the bone in the place of the extra node
+                answer.elems.at(0)[0] = answer.elems[0][1];
+        };
+        if (!bOffered)
+            g_HostLies["SAAX_envelopeGetNbSkeletons"] = [](HostAnswer& answer) { answer.status = 7; };
+        ASSERT_TRUE(Convert());
+        uint32_t nBones = 0;
+        for (uint32_t i = 0; i < m_pModel->NumNodes(); ++i)
+        {
+            const SoftNode* pNode = static_cast<SoftNode*>(m_pModel->GetNode(i));
+            if (std::strcmp(pNode->GetName(), "bone") != 0)
+                continue;
+            ++nBones;
+            EXPECT_EQ(pNode->m_Envelopes.GetSize(), 1u);
+        }
+        EXPECT_EQ(nBones, 2u);
+    }
+}
+
 // A class of a user's own, told of each removal.
 struct ListeningSoftNode : SoftNode
 {

@@ -292,7 +292,7 @@ TEST_F(FaultTest, CountsThatCantBe)
     EXPECT_NE(Log().find("    - hat, mode: , type: UNKNOWN, piece: -1\n"), std::string::npos);
 }
 
-// What a host says of its own accord of the joints of a mesh saves questions, and alters nothing.
+// What a host offers to say of the joints of a mesh saves questions; what fails, or names too much, alters nothing.
 TEST_F(FaultTest, OffersThatCantBeUsed)
 {
     std::srand(1); // the stamp of the model
