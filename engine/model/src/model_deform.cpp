@@ -153,13 +153,17 @@ template <uint32_t N> ZOLT_AVX void DeformRow(const ModelVertWeight* pWeights, u
             const __m256 a = halves[2 * i], b = halves[2 * i + 1];
             sums[i] = _mm256_add_ps(_mm256_shuffle_ps(a, b, 0x44), _mm256_shuffle_ps(a, b, 0xEE));
         }
-        const __m256 xz = _mm256_permute2f128_ps(sums[0], sums[1], 0x20);
-        const __m256 yw = _mm256_permute2f128_ps(sums[0], sums[1], 0x31);
+        __m256 xz = _mm256_permute2f128_ps(sums[0], sums[1], 0x20);
+        __m256 yw = _mm256_permute2f128_ps(sums[0], sums[1], 0x31);
         const __m256 shares = _mm256_permute_ps(yw, 0xF5);
-        const __m256 isShared = _mm256_cmp_ps(shares, _mm256_setzero_ps(), _CMP_NEQ_UQ);
-        const __m256 xzShared = _mm256_and_ps(_mm256_div_ps(xz, shares), isShared);
-        const __m256 ywShared = _mm256_and_ps(_mm256_div_ps(yw, shares), isShared);
-        const __m256 even = _mm256_unpacklo_ps(xzShared, ywShared), odd = _mm256_unpackhi_ps(xzShared, ywShared);
+        // A single record's share is 1 as a rule, and a division by 1, which is slow, changes nothing.
+        if (N > 1 || _mm256_movemask_ps(_mm256_cmp_ps(shares, _mm256_set1_ps(1.0f), _CMP_NEQ_UQ)) != 0)
+        {
+            const __m256 isShared = _mm256_cmp_ps(shares, _mm256_setzero_ps(), _CMP_NEQ_UQ);
+            xz = _mm256_and_ps(_mm256_div_ps(xz, shares), isShared);
+            yw = _mm256_and_ps(_mm256_div_ps(yw, shares), isShared);
+        }
+        const __m256 even = _mm256_unpacklo_ps(xz, yw), odd = _mm256_unpackhi_ps(xz, yw);
         const Float4 positions[4] = {_mm256_castps256_ps128(even), _mm256_castps256_ps128(odd),
                                      _mm256_extractf128_ps(even, 1), _mm256_extractf128_ps(odd, 1)};
         if (bPacked && nVerts > 4)
