@@ -41,6 +41,7 @@ function(zolt_add_package name)
     endif()
     set_target_properties(${name}_shared PROPERTIES
         EXPORT_NAME ${name}
+        INSTALL_RPATH "$ORIGIN"
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR})
     foreach(target ${name}_shared ${name}_static)
@@ -97,7 +98,7 @@ zolt_add_package(zoltplay OBJECTS zoltplay zoltc FOLDERS engine/play zolt)
 target_link_libraries(zoltplay_shared PUBLIC zoltmodel_shared Threads::Threads)
 target_link_libraries(zoltplay_static PUBLIC zoltmodel_static Threads::Threads)
 
-# The programs look for the plug-in, and by their RPATH for the libraries, in the folder "lib" beside their own.
+# The programs look for the plug-in and the libraries in the folder "lib" beside their own.
 foreach(target zoltexport abctool ZoltExport SAA zoltassimp zoltmeshopt)
     if(TARGET ${target})
         get_target_property(type ${target} TYPE)

@@ -66,7 +66,7 @@ function(zolt_add_library name kind)
         file(TOUCH ${sources})
     endif()
     add_library(${name} ${kind} ${sources})
-    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX INSTALL_RPATH "$ORIGIN")
+    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
     target_link_libraries(${name} PRIVATE zolt_options)
     if(UNIX AND NOT ZOLT_SANITIZE)
         # A library's calls of its own functions need no look-up by name.
@@ -121,7 +121,9 @@ function(zolt_add_tests name)
     target_link_libraries(${name} PRIVATE zolt_options ${ARGN} GTest::gtest GTest::gtest_main)
     # What is tested is optimised; the tests themselves only have to be compiled soon.
     target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1> $<$<CONFIG:RelWithDebInfo>:-O0>)
-    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    set_target_properties(${name} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests
+        INSTALL_RPATH "$ORIGIN/../lib")
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()

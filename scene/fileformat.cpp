@@ -2,7 +2,17 @@
 
 #include <fstream>
 
-static const std::size_t MAX_HEAD = 65536;
+static const std::size_t HEADER = 32;      // a binary format shows itself in this
+static const std::size_t MAX_HEAD = 65536; // a text in this
+
+// Reads on until `head` has that length, or to the file's end.
+static void ReadUpTo(std::ifstream& file, std::size_t length, std::string& head)
+{
+    const std::size_t had = head.size();
+    head.resize(length);
+    file.read(head.data() + had, static_cast<std::streamsize>(length - had));
+    head.resize(had + static_cast<std::size_t>(file.gcount()));
+}
 
 // Members of which a glTF document has one near its beginning.
 static bool LooksLikeGltf(const std::string& head)
@@ -20,10 +30,9 @@ static bool LooksLikeGltf(const std::string& head)
 
 std::string FindFormatByBytes(const std::string& path)
 {
-    std::string head(MAX_HEAD, '\0');
     std::ifstream file(path, std::ios::binary);
-    file.read(head.data(), static_cast<std::streamsize>(head.size()));
-    head.resize(static_cast<std::size_t>(file.gcount()));
+    std::string head;
+    ReadUpTo(file, HEADER, head);
     if (head.compare(0, 4, "glTF") == 0)
     {
         return "glb";
@@ -32,6 +41,7 @@ std::string FindFormatByBytes(const std::string& path)
     {
         return "fbx";
     }
+    ReadUpTo(file, MAX_HEAD, head);
     const std::size_t mark = head.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0; // of UTF-8
     const std::size_t first = head.find_first_not_of(" \t\r\n", mark);
     if (first != std::string::npos && head[first] == '{' && LooksLikeGltf(head))

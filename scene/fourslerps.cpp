@@ -3,7 +3,7 @@
 // compiler's own are what SSE2 and AVX have; elsewhere it takes them apart.
 #include "scene/fourslerps.h"
 
-#include "zoltshared/stdzolt/float4.h"
+#include "zoltshared/stdzolt/runkernel.h"
 
 #include <cmath>
 
@@ -47,7 +47,7 @@ struct FourQuats
     return (usable[0] & usable[1] & usable[2] & usable[3]) != 0;
 }
 
-ZOLT_KERNEL static bool SlerpFour(const double* const* keys, const double* parts, DoubleQuat* const* results)
+static bool SlerpFour(const double* const* keys, const double* parts, DoubleQuat* const* results)
 {
     FourQuats a = LoadFour(keys, 0);
     FourQuats b = LoadFour(keys, 4);
@@ -83,7 +83,7 @@ ZOLT_KERNEL static bool SlerpFour(const double* const* keys, const double* parts
 
 void FourSlerps::WriteFour()
 {
-    if (SlerpFour(m_Keys, m_Parts, m_Results))
+    if (RunKernel<SlerpFour>(m_Keys, m_Parts, m_Results))
     {
         m_nArcs = 0;
     }

@@ -179,8 +179,8 @@ static bool CheckHeader(const Json& json, std::vector<std::string>& warnings, st
     return true;
 }
 
-// Reads what the document's buffers hold. `binary` is what buffer 0 without a URI stands for.
-static bool LoadBuffers(const Json& json, const std::string& folder, const Bytes& binary, GltfDocument& document,
+// Reads what the document's buffers hold. `binary` is what buffer 0 without a URI stands for; it's moved from.
+static bool LoadBuffers(const Json& json, const std::string& folder, Bytes& binary, GltfDocument& document,
                         std::string& error)
 {
     const Json* buffers = ArrayMember(json, "buffers");
@@ -211,7 +211,7 @@ static bool LoadBuffers(const Json& json, const std::string& folder, const Bytes
         }
         else if (i == 0)
         {
-            bytes = binary;
+            bytes.swap(binary);
         }
         const auto stated = buffer.is_object() ? buffer.find("byteLength") : buffer.end();
         if (stated == buffer.end() || !stated->is_number_unsigned())
@@ -419,6 +419,7 @@ bool LoadGltfDocument(const std::string& path, GltfDocument& document, std::stri
     document.inputBytes = file.size();
     const char* text = nullptr;
     std::size_t textLength = 0;
+    std::string documentChunk;
     Bytes binary;
     if (file.size() >= 4 && std::memcmp(file.data(), "glTF", 4) == 0)
     {
@@ -429,7 +430,16 @@ bool LoadGltfDocument(const std::string& path, GltfDocument& document, std::stri
             error = name + " " + reason + ".";
             return false;
         }
-        binary.assign(chunk, chunk + chunkLength);
+        // The binary chunk, mostly the longer one, stays in the memory that it has been read into.
+        documentChunk.assign(text, textLength);
+        text = documentChunk.data();
+        if (chunk != nullptr)
+        {
+            const std::ptrdiff_t at = chunk - file.data();
+            binary.swap(file);
+            binary.resize(static_cast<std::size_t>(at) + chunkLength);
+            binary.erase(binary.begin(), binary.begin() + at);
+        }
     }
     else
     {

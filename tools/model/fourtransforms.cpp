@@ -9,6 +9,7 @@
 
 #include "tools/model/orthonormalise.h"
 #include "zoltshared/stdzolt/float4.h"
+#include "zoltshared/stdzolt/runkernel.h"
 
 #include <cmath>
 #include <cstddef>
@@ -172,7 +173,7 @@ static_assert(sizeof(NodeKeyFrame) == 28 && offsetof(NodeKeyFrame, m_qRotation) 
     return true;
 }
 
-ZOLT_KERNEL bool FourToGlobal(FourTransforms& global, const FourTransforms& parent, NodeKeyFrame* pKeys)
+static bool ToGlobal(FourTransforms& global, const FourTransforms& parent, NodeKeyFrame* pKeys)
 {
     FourTransforms local;
     FromKeys(local, pKeys);
@@ -182,7 +183,7 @@ ZOLT_KERNEL bool FourToGlobal(FourTransforms& global, const FourTransforms& pare
     return true;
 }
 
-ZOLT_KERNEL bool FourToLocal(FourTransforms& inverse, const FourTransforms& parentInverse, NodeKeyFrame* pKeys)
+static bool ToLocal(FourTransforms& inverse, const FourTransforms& parentInverse, NodeKeyFrame* pKeys)
 {
     FourTransforms global, local;
     FromKeys(global, pKeys);
@@ -193,8 +194,8 @@ ZOLT_KERNEL bool FourToLocal(FourTransforms& inverse, const FourTransforms& pare
     return true;
 }
 
-ZOLT_KERNEL bool FourFoldScale(FourTransforms& global, FourTransforms& local, const FourTransforms& parent,
-                               const Vector3& scale, float limit, NodeKeyFrame* pKeys)
+static bool FoldScale(FourTransforms& global, FourTransforms& local, const FourTransforms& parent, const Vector3& scale,
+                      float limit, NodeKeyFrame* pKeys)
 {
     FromKeys(local, pKeys);
     if (!Product(global, parent, local))
@@ -221,8 +222,8 @@ ZOLT_KERNEL bool FourFoldScale(FourTransforms& global, FourTransforms& local, co
     return true;
 }
 
-ZOLT_KERNEL bool FourConvert(FourTransforms& global, FourTransforms& flipped, FourTransforms& inverse,
-                             const FourTransforms& parent, const FourTransforms& parentInverse, NodeKeyFrame* pKeys)
+static bool Convert(FourTransforms& global, FourTransforms& flipped, FourTransforms& inverse,
+                    const FourTransforms& parent, const FourTransforms& parentInverse, NodeKeyFrame* pKeys)
 {
     FourTransforms local;
     FromKeys(local, pKeys);
@@ -246,4 +247,26 @@ ZOLT_KERNEL bool FourConvert(FourTransforms& global, FourTransforms& flipped, Fo
     ToKeys(pKeys, local);
     Inverse(inverse, flipped);
     return true;
+}
+
+bool FourToGlobal(FourTransforms& global, const FourTransforms& parent, NodeKeyFrame* pKeys)
+{
+    return RunKernel<ToGlobal>(global, parent, pKeys);
+}
+
+bool FourToLocal(FourTransforms& inverse, const FourTransforms& parentInverse, NodeKeyFrame* pKeys)
+{
+    return RunKernel<ToLocal>(inverse, parentInverse, pKeys);
+}
+
+bool FourFoldScale(FourTransforms& global, FourTransforms& local, const FourTransforms& parent, const Vector3& scale,
+                   float limit, NodeKeyFrame* pKeys)
+{
+    return RunKernel<FoldScale>(global, local, parent, scale, limit, pKeys);
+}
+
+bool FourConvert(FourTransforms& global, FourTransforms& flipped, FourTransforms& inverse, const FourTransforms& parent,
+                 const FourTransforms& parentInverse, NodeKeyFrame* pKeys)
+{
+    return RunKernel<Convert>(global, flipped, inverse, parent, parentInverse, pKeys);
 }

@@ -16,19 +16,6 @@
 #include <utility>
 #endif
 
-// Written ahead of a function that works on Float4s in loops: it is compiled a second time with the shorter
-// instructions of AVX, without fused products, so that it gives the same bits, and the processor decides which one is
-// run. All that it calls and that isn't marked otherwise becomes part of it. (Elsewhere nothing chooses; the sanitizers
-// can't bear it.)
-#if ZOLT_SSE2 && defined(__x86_64__) && defined(__GLIBC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__) && \
-    !defined(__SANITIZE_THREAD__)
-#define ZOLT_HAS_AVX_CLONES 1
-#define ZOLT_KERNEL [[gnu::target_clones("avx", "default"), gnu::flatten]]
-#else
-#define ZOLT_HAS_AVX_CLONES 0
-#define ZOLT_KERNEL
-#endif
-
 ZOLT_BEGIN_NAMESPACE
 
 // Four floats that are worked on at once: an SSE2 register, or plain C++ where there is none (or ZOLT_PLAIN_FLOAT4 is

@@ -1,20 +1,13 @@
 #pragma once
 
 #include "zoltshared/stdzolt/float4.h"
+#include "zoltshared/stdzolt/runkernel.h"
 
-#if ZOLT_HAS_AVX_CLONES
+#if ZOLT_HAS_AVX_KERNELS
 
 #include <immintrin.h>
 
-// Ahead of a function that works on Float8s, and that is called only where HasAvx says so.
-#define ZOLT_AVX [[gnu::target("avx")]]
-
 ZOLT_BEGIN_NAMESPACE
-
-inline bool HasAvx()
-{
-    return __builtin_cpu_supports("avx") != 0;
-}
 
 // Two Float4s side by side, such as two rows of a matrix. Every operation rounds as that of a Float4 does.
 struct Float8

@@ -1,13 +1,13 @@
 #include "zoltshared/stdzolt/matrix4.h"
 
-#include "zoltshared/stdzolt/float4.h"
+#include "zoltshared/stdzolt/runkernel.h"
 
 #include <cmath>
 
 ZOLT_BEGIN_NAMESPACE
 
 // The four sums of a row side by side, which compilers make vectors of; each is taken in the order of k.
-ZOLT_KERNEL void Multiply(Matrix4& out, const Matrix4& a, const Matrix4& b)
+static void MultiplyRows(Matrix4& out, const Matrix4& a, const Matrix4& b)
 {
     double rows[4][4];
     for (int i = 0; i < 16; i++)
@@ -24,6 +24,11 @@ ZOLT_KERNEL void Multiply(Matrix4& out, const Matrix4& a, const Matrix4& b)
         for (int c = 0; c < 4; c++)
             out(r, c) = static_cast<float>(sums[c]);
     }
+}
+
+void Multiply(Matrix4& out, const Matrix4& a, const Matrix4& b)
+{
+    RunKernel<MultiplyRows>(out, a, b);
 }
 
 Matrix4 Matrix4::operator*(const Matrix4& b) const

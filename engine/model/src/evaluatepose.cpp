@@ -19,6 +19,7 @@
 #include "engine/model/src/transformmaker.h"
 #include "zoltshared/stdzolt/float4.h"
 #include "zoltshared/stdzolt/float8.h"
+#include "zoltshared/stdzolt/runkernel.h"
 
 #include <algorithm>
 #include <bit>
@@ -446,7 +447,7 @@ inline void ToRows(const Pose4& pose, Rows* pRows)
         pRows[i] = {x[i], y[i], z[i]};
 }
 
-#if ZOLT_HAS_AVX_CLONES
+#if ZOLT_HAS_AVX_KERNELS
 // The columns of a row of eight nodes.
 ZOLT_AVX inline void StoreRows(Float8 a, Float8 b, Float8 c, Float8 d, Float4 Rows::*row, Rows* pRows)
 {
@@ -483,7 +484,7 @@ ZOLT_AVX [[gnu::noinline]] uint32_t ToRowsByTwo(const Pose4* pPoses, uint32_t nB
 void ToRows(const Pose4* pPoses, uint32_t nBlocks, Rows* pRows)
 {
     uint32_t iBlock = 0;
-#if ZOLT_HAS_AVX_CLONES
+#if ZOLT_HAS_AVX_KERNELS
     if (HasAvx())
         iBlock = ToRowsByTwo(pPoses, nBlocks, pRows);
 #endif
@@ -561,7 +562,7 @@ inline const Matrix4& PrepareNode(const PoseCall& call, uint32_t iNode, Rows& ro
     return iNode == 0 ? *call.m_pStartMat : call.m_pOutput[pNode->m_iParent];
 }
 
-#if ZOLT_HAS_AVX_CLONES
+#if ZOLT_HAS_AVX_KERNELS
 // Compose without bBottom; the rows x and y share a register.
 ZOLT_AVX inline void ComposeByTwo(Matrix4& out, const Matrix4& parent, const Rows& rows)
 {
@@ -587,7 +588,7 @@ ZOLT_AVX [[gnu::noinline]] void ComposeChunkByTwo(const PoseCall& call, uint32_t
 // Puts nodes iFirst to iFirst + nNodes - 1 onto their parents' finished matrices.
 void ComposeChunk(const PoseCall& call, uint32_t iFirst, uint32_t nNodes, Rows* pRows)
 {
-#if ZOLT_HAS_AVX_CLONES
+#if ZOLT_HAS_AVX_KERNELS
     if (HasAvx())
         return ComposeChunkByTwo(call, iFirst, nNodes, pRows);
 #endif
@@ -618,9 +619,8 @@ void ComposeWithExtras(const PoseCall& call, const uint32_t* pIndices, uint32_t 
             call.m_pCallback(call.m_pUserA, iNode, &out, call.m_pUserB);
     }
 }
-} // namespace
 
-ZOLT_KERNEL void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes)
+void EvaluateNodes(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes)
 {
     const bool bRelations = !AreIdentities(call.m_pRelations, call.m_nRelations);
     // A callback may leave anything in the bottom row.
@@ -654,6 +654,12 @@ ZOLT_KERNEL void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint3
         else
             ComposeChunk(call, iFirst, chunk.m_nNodes, rows);
     }
+}
+} // namespace
+
+void EvaluatePose(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes)
+{
+    RunKernel<EvaluateNodes>(call, pPath, nNodes);
 }
 
 ZOLT_END_NAMESPACE

@@ -11,6 +11,7 @@
 #include "zoltshared/stdzolt/assertion.h"
 #include "zoltshared/stdzolt/float4.h"
 #include "zoltshared/stdzolt/float8.h"
+#include "zoltshared/stdzolt/runkernel.h"
 
 #include <cstddef>
 #include <iterator>
@@ -112,7 +113,7 @@ template <uint32_t N> const ModelVert* DeformRun(const ModelVert* pVert, const M
     return pVert;
 }
 
-#if ZOLT_HAS_AVX_CLONES
+#if ZOLT_HAS_AVX_KERNELS
 // Vertices of N records each that lie one behind the other, with the same operations as above: the rows x and y of a
 // vertex share a register, z and w another, and four vertices are added up and divided together.
 template <uint32_t N> ZOLT_AVX void DeformRow(const ModelVertWeight* pWeights, uint32_t nVerts, Deformer& deformer)
@@ -212,7 +213,7 @@ bool DeformAsRow(const ModelPieceLOD& /*mesh*/, uint32_t /*nEach*/, Deformer& /*
 #endif
 } // namespace
 
-ZOLT_KERNEL static void DeformMesh(const ModelPieceLOD& mesh, Deformer& deformer)
+static void DeformMesh(const ModelPieceLOD& mesh, Deformer& deformer)
 {
     const ModelVert* pVert = mesh.m_Verts.GetArray();
     const ModelVert* pEnd = pVert + mesh.NumVerts();
@@ -285,7 +286,7 @@ QZBOOL Model::GetVertexPositions(VertexDeformRequest* pRequest, QZBOOL bSetupTra
         if (!pMesh)
             return QZFALSE;
         if (!DeformAsRow(*pMesh, m_nEqualWeights, deformer))
-            DeformMesh(*pMesh, deformer);
+            RunKernel<DeformMesh>(*pMesh, deformer);
     }
     return QZTRUE;
 }
