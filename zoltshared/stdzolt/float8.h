@@ -54,6 +54,29 @@ ZOLT_AVX inline Float8 operator/(Float8 a, Float8 b)
     return _mm256_div_ps(a.v, b.v);
 }
 
+// b where one of the two is a NaN.
+ZOLT_AVX inline Float8 Max(Float8 a, Float8 b)
+{
+    return _mm256_max_ps(a.v, b.v);
+}
+
+// Bit i is the truth of a < b at place i.
+ZOLT_AVX inline int BitsOfLess(Float8 a, Float8 b)
+{
+    return _mm256_movemask_ps(_mm256_cmp_ps(a.v, b.v, _CMP_LT_OS));
+}
+
+// -0 where the sign is set, else 0.
+ZOLT_AVX inline Float8 SignBit(Float8 a)
+{
+    return _mm256_and_ps(a.v, _mm256_set1_ps(-0.0f));
+}
+
+ZOLT_AVX inline Float8 XorBits(Float8 a, Float8 b)
+{
+    return _mm256_xor_ps(a.v, b.v);
+}
+
 // On either side.
 ZOLT_AVX inline void Transpose(Float8& a, Float8& b, Float8& c, Float8& d)
 {

@@ -306,9 +306,65 @@ inline void FindKeys(AnimNode* const* pTracks, ptrdiff_t iKey, ptrdiff_t iStep, 
         pKeys[i] = pKeys[i - 1];
 }
 
-// A position of some nodes between its two keys, without the root offset: out(iBlock, pose).
-template <class Out>
-inline void InterpolateKeys(const PosePosition& position, const NearSeries& series, const Nodes& nodes, Out out)
+#if ZOLT_HAS_AVX_KERNELS
+// The floats from the given one of eight keys on, component by component: of keys 0 to 3 on one side, of 4 to 7 on the
+// other.
+ZOLT_AVX inline void LoadByTwo(Float8 (&out)[LANES], const NodeKeyFrame* const* pKeys, ptrdiff_t iStep, size_t iFloat)
+{
+    const auto at = [=](uint32_t i) { return reinterpret_cast<const float*>(pKeys[i] + iStep) + iFloat; };
+    for (uint32_t i = 0; i < LANES; ++i)
+        out[i] = Float8(Float4::Load(at(i)), Float4::Load(at(LANES + i)));
+}
+
+// InterpolateKeys, of eight nodes at a time; returns how many of the blocks are done.
+ZOLT_AVX [[gnu::noinline]] uint32_t InterpolateByTwo(const NodeKeyFrame* const* pPrev, const NodeKeyFrame* const* pCur,
+                                                     ptrdiff_t iStep, uint32_t nBlocks, const NearSeries& series,
+                                                     Pose4* pPoses)
+{
+    constexpr size_t ROTATION = offsetof(NodeKeyFrame, m_qRotation) / sizeof(float);
+    Float8 termsA[NEAR_TERMS], termsB[NEAR_TERMS];
+    for (int k = 0; k < NEAR_TERMS; ++k)
+    {
+        termsA[k] = Float8(series.m_Terms[k].a, series.m_Terms[k].a);
+        termsB[k] = Float8(series.m_Terms[k].b, series.m_Terms[k].b);
+    }
+    const Float8 percent = termsB[0];
+    uint32_t iBlock = 0;
+    for (; iBlock + 2 <= nBlocks; iBlock += 2, pPrev += size_t{2} * LANES, pCur += size_t{2} * LANES)
+    {
+        Float8 t[LANES], to[LANES], a[LANES], b[LANES];
+        LoadByTwo(t, pPrev, 0, 0);
+        LoadByTwo(to, pCur, iStep, 0);
+        for (uint32_t i = 0; i < LANES; ++i)
+            t[i] = t[i] + (to[i] - t[i]) * percent;
+        Transpose(t[0], t[1], t[2], t[3]);
+        LoadByTwo(a, pPrev, 0, ROTATION);
+        LoadByTwo(b, pCur, iStep, ROTATION);
+        Transpose(a[0], a[1], a[2], a[3]);
+        Transpose(b[0], b[1], b[2], b[3]);
+        const Float8 dot = (a[0] * b[0] + a[1] * b[1]) + (a[2] * b[2] + a[3] * b[3]);
+        const Float8 sign = SignBit(dot);
+        const Float8 z = Max(Float8(1.0f) - XorBits(dot, sign), Float8(0.0f)), zz = z * z;
+        const Float8 fromA = (termsA[0] + termsA[1] * z) + (termsA[2] + termsA[3] * z) * zz;
+        const Float8 fromB = XorBits((termsB[0] + termsB[1] * z) + (termsB[2] + termsB[3] * z) * zz, sign);
+        Float8 q[LANES];
+        for (uint32_t i = 0; i < LANES; ++i)
+            q[i] = fromA * a[i] + fromB * b[i];
+        Pose4 &low = pPoses[iBlock], &up = pPoses[iBlock + 1];
+        low = {{q[0].Lower(), q[1].Lower(), q[2].Lower(), q[3].Lower()}, {t[0].Lower(), t[1].Lower(), t[2].Lower()}};
+        up = {{q[0].Upper(), q[1].Upper(), q[2].Upper(), q[3].Upper()}, {t[0].Upper(), t[1].Upper(), t[2].Upper()}};
+        const int isFar = BitsOfLess(Float8(NEAR_PAIR), z);
+        if (isFar & 0x0F) [[unlikely]]
+            low.q = SlerpFarKeys(pPrev, iStep, pCur, series);
+        if (isFar & 0xF0) [[unlikely]]
+            up.q = SlerpFarKeys(pPrev + LANES, iStep, pCur + LANES, series);
+    }
+    return iBlock;
+}
+#endif
+
+// A position of some nodes between its two keys, without the root offset.
+inline void InterpolateKeys(const PosePosition& position, const NearSeries& series, const Nodes& nodes, Pose4* pPoses)
 {
     const NodeKeyFrame* prevKeys[CHUNK];
     const NodeKeyFrame* curKeys[CHUNK];
@@ -322,25 +378,31 @@ inline void InterpolateKeys(const PosePosition& position, const NearSeries& seri
     const uint32_t nBlocks = (nodes.m_nNodes + LANES - 1) / LANES;
     const NodeKeyFrame* const* pPrev = prevKeys;
     const NodeKeyFrame* const* pCur = bSameTracks ? prevKeys : curKeys;
-    const Float4 percent(position.m_Percent);
-    for (uint32_t iBlock = 0; iBlock < nBlocks; ++iBlock, pPrev += LANES, pCur += LANES)
+    const Float4 percent = series.m_Terms[0].b;
+    uint32_t iBlock = 0;
+#if ZOLT_HAS_AVX_KERNELS
+    if (HasAvx())
+        iBlock = InterpolateByTwo(pPrev, pCur, iStep, nBlocks, series, pPoses);
+#endif
+    for (; iBlock < nBlocks; ++iBlock)
     {
-        const NodeKeyFrame* cur[LANES] = {pCur[0] + iStep, pCur[1] + iStep, pCur[2] + iStep, pCur[3] + iStep};
+        const NodeKeyFrame* const* from = pPrev + size_t{LANES} * iBlock;
+        const NodeKeyFrame* const* to = pCur + size_t{LANES} * iBlock;
+        const NodeKeyFrame* cur[LANES] = {to[0] + iStep, to[1] + iStep, to[2] + iStep, to[3] + iStep};
         Float4 t[LANES];
         for (uint32_t i = 0; i < LANES; ++i)
         {
-            const Float4 from = TranslationOf(pPrev[i]);
-            t[i] = from + (TranslationOf(cur[i]) - from) * percent;
+            const Float4 start = TranslationOf(from[i]);
+            t[i] = start + (TranslationOf(cur[i]) - start) * percent;
         }
         Transpose(t[0], t[1], t[2], t[3]);
-        const Quat4 a = RotationsOf(pPrev), b = RotationsOf(cur);
+        const Quat4 a = RotationsOf(from), b = RotationsOf(cur);
         const NearPair pair(a, b);
         Factors f = SeriesAt(series.m_Terms, pair.m_Z);
         f.b = XorBits(f.b, pair.m_Sign);
-        Quat4 q = Sum(f, a, b);
+        pPoses[iBlock] = {Sum(f, a, b), {t[0], t[1], t[2]}};
         if (Bits(Float4(NEAR_PAIR) < pair.m_Z)) [[unlikely]]
-            q = SlerpFarKeys(pPrev, iStep, pCur, series);
-        out(iBlock, Pose4{q, {t[0], t[1], t[2]}});
+            pPoses[iBlock].q = SlerpFarKeys(from, iStep, to, series);
     }
 }
 
@@ -391,8 +453,11 @@ void AddLayer(Chunk& chunk, const PosePosition& position, const NearSeries& seri
     // As a rule neighbours share their weight.
     FullSeries full;
     full.Init(Float4(0.0f));
-    const auto blend = [&](uint32_t i, const Pose4& layer)
+    alignas(64) Pose4 layers[BLOCKS];
+    InterpolateKeys(position, series, {read, 0, LANES * nTouched}, layers);
+    for (uint32_t i = 0; i < nTouched; ++i)
     {
+        const Pose4& layer = layers[i];
         Pose4& pose = chunk.m_Poses[blocks[i]];
         const Mask4 isTouched = weights[i] != Float4(0.0f), isAdded = weights[i] == Float4(2.0f);
         Pose4 result = pose;
@@ -418,8 +483,7 @@ void AddLayer(Chunk& chunk, const PosePosition& position, const NearSeries& seri
         if (Bits(isTouched) != 15)
             result = {Select(isTouched, result.q, pose.q), Select(isTouched, result.t, pose.t)};
         pose = result;
-    };
-    InterpolateKeys(position, series, {read, 0, LANES * nTouched}, blend);
+    }
 }
 
 // The upper three rows of a matrix.
@@ -641,7 +705,7 @@ void EvaluateNodes(const PoseCall& call, const uint32_t* pPath, uint32_t nNodes)
         for (uint32_t i = chunk.m_nNodes; i < LANES * chunk.m_nBlocks; ++i)
             chunk.m_Nodes[i] = chunk.m_Nodes[chunk.m_nNodes - 1];
         InterpolateKeys(call.m_Positions[0], series[0], {pPath ? chunk.m_Nodes : nullptr, iFirst, chunk.m_nNodes},
-                        [&](uint32_t iBlock, const Pose4& pose) { chunk.m_Poses[iBlock] = pose; });
+                        chunk.m_Poses);
         if (chunk.m_bRoot)
             AddRootOffset(chunk.m_Poses[0].t, call.m_Positions[0].m_vRootOffset);
         for (uint32_t i = 1; i < call.m_nPositions; ++i)
