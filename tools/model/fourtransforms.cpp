@@ -42,6 +42,9 @@ static_assert(sizeof(NodeKeyFrame) == 28 && offsetof(NodeKeyFrame, m_qRotation) 
 [[gnu::always_inline]] static inline void FromKeys(FourTransforms& out, const NodeKeyFrame* pKeys)
 {
     const float* pFloats = reinterpret_cast<const float*>(pKeys);
+    // All nodes come in between before it is this node's turn again, for its next keys.
+    Prefetch(pKeys + FOUR_KEYS, 0);
+    Prefetch(pKeys + FOUR_KEYS, FOUR_KEYS * sizeof(NodeKeyFrame) - 1);
     Float4 tx = Float4::Load(pFloats), ty = Float4::Load(pFloats + 7), tz = Float4::Load(pFloats + 14),
            rest = Float4::Load(pFloats + 21);
     Float4 qx = Float4::Load(pFloats + 3), qy = Float4::Load(pFloats + 10), qz = Float4::Load(pFloats + 17),
