@@ -1,16 +1,38 @@
 #include "host/exportlog.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <string_view>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 static const char WARNING_MARK[] = "WARNING:";
 
+KeptLog::~KeptLog()
+{
+    if (m_File >= 0)
+        close(m_File);
+}
+
 bool KeptLog::Add(const std::string& text)
 {
-    if (!m_File.is_open() && !m_Path.empty())
-        m_File.open(m_Path, std::ios::binary | std::ios::trunc);
-    m_File << text << std::flush;
-    return m_File.is_open() && m_File.good();
+    const bool isFirst = m_File < 0;
+    if (isFirst && !m_Path.empty())
+        m_File = open(m_Path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    size_t done = 0;
+    while (m_File >= 0 && done < text.size())
+    {
+        const ssize_t written = write(m_File, text.data() + done, text.size() - done);
+        if (written < 0 && errno != EINTR)
+            break;
+        done += written > 0 ? static_cast<size_t>(written) : 0;
+    }
+    // Written over, and cut off then: of a file that was emptied first, the system would force all to the disk as it is
+    // closed. What has no length can't be cut off.
+    if (isFirst && m_File >= 0)
+        (void)!ftruncate(m_File, static_cast<off_t>(done));
+    return m_File >= 0 && done == text.size();
 }
 
 std::vector<std::string> FindLogWarnings(const std::string& log)

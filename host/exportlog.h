@@ -1,16 +1,19 @@
 // The log that the plug-in writes, as the host reads it and hands it on.
 #pragma once
 
-#include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
-// Where the log stays. The file is opened, and emptied, with the first text.
+// Where the log stays. With the first text the file is opened, and what it held before is gone.
 class KeptLog
 {
 public:
     // An empty path stands for no place at all.
     explicit KeptLog(std::string path) : m_Path(std::move(path)) {}
+    ~KeptLog();
+    KeptLog(const KeptLog&) = delete;
+    KeptLog& operator=(const KeptLog&) = delete;
 
     const std::string& GetPath() const { return m_Path; }
     // False if the text can't be written.
@@ -18,7 +21,7 @@ public:
 
 private:
     std::string m_Path;
-    std::ofstream m_File;
+    int m_File = -1;
 };
 
 // The texts behind "WARNING:" of the lines that begin with it.

@@ -4,9 +4,11 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/file.h>
@@ -40,15 +42,17 @@ static void RemoveAbandoned(const std::string& folder, const std::string& name)
 {
     const std::string prefix = NamePrefix(name);
     std::vector<std::string> found;
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
-         entry.increment(error))
+    DIR* entries = opendir(folder.c_str());
+    for (const dirent* entry = entries ? readdir(entries) : nullptr; entry; entry = readdir(entries))
     {
-        const std::string fileName = entry->path().filename().string();
+        const std::string_view fileName = entry->d_name;
         const size_t length = fileName.size() - (fileName.back() == '~' ? 1 : 0);
-        if (length == prefix.size() + 6 && fileName.compare(0, prefix.size(), prefix) == 0)
-            found.push_back(entry->path().string());
+        if (length == prefix.size() + 6 && fileName.substr(0, prefix.size()) == prefix)
+            found.push_back((fs::path(folder) / fileName).string());
     }
+    if (entries)
+        closedir(entries);
+    std::error_code error;
     for (const std::string& path : found)
     {
         const int file = OpenLocked(path);
