@@ -184,7 +184,7 @@ static void PutKeysOnFrames(const tinygltf::Value& extras, Scene& scene)
 
 bool ReadGltfClips(GltfReading& reading)
 {
-    const std::vector<tinygltf::Animation>& sources = reading.document.model.animations;
+    std::vector<tinygltf::Animation>& sources = reading.document.model.animations;
     reading.scene.clips.resize(sources.size());
     for (std::size_t i = 0; i < sources.size(); ++i)
     {
@@ -193,6 +193,8 @@ bool ReadGltfClips(GltfReading& reading)
         {
             return false;
         }
+        sources[i] =
+            {}; // The next clip's keys take the memory: parsed channels are longer than the keys of a short clip.
     }
     PutKeysOnFrames(reading.document.model.asset.extras, reading.scene);
     return true;
