@@ -66,6 +66,18 @@ ZOLT_AVX inline int BitsOfLess(Float8 a, Float8 b)
     return _mm256_movemask_ps(_mm256_cmp_ps(a.v, b.v, _CMP_LT_OS));
 }
 
+// Bit i is the truth of a != b at place i; true for a NaN.
+ZOLT_AVX inline int BitsOfUnequal(Float8 a, Float8 b)
+{
+    return _mm256_movemask_ps(_mm256_cmp_ps(a.v, b.v, _CMP_NEQ_UQ));
+}
+
+// a / b, and 0 where b is 0.
+ZOLT_AVX inline Float8 QuotientOrZero(Float8 a, Float8 b)
+{
+    return _mm256_and_ps(_mm256_div_ps(a.v, b.v), _mm256_cmp_ps(b.v, _mm256_setzero_ps(), _CMP_NEQ_UQ));
+}
+
 // -0 where the sign is set, else 0.
 ZOLT_AVX inline Float8 SignBit(Float8 a)
 {

@@ -3,8 +3,9 @@
 // A matrix is multiplied row by row with a record as it lies, and the products of a vertex's records are added up
 // element by element; only once a vertex the four elements of each row are added. So no record costs a shuffle, and
 // nothing is made of the matrices or kept of the records. Where all vertices of a model have equally many records, one
-// behind the other, AVX does four vertices at once with two rows to a register. That is about what the memory gives:
-// 20 bytes a record. Every way does the same operations in the same order, so all give the same bits.
+// behind the other, AVX does four vertices at once with two rows to a register, or eight that a single node moves as
+// one piece. That is about what the memory gives: 20 bytes a record. Every way does the same operations in the same
+// order, so all give the same bits.
 
 #include "engine/model/src/model.h"
 #include "engine/model/src/transformmaker.h"
@@ -68,6 +69,8 @@ struct Deformer
     uint32_t m_nNodes;
     char* m_pOut;
     size_t m_Stride;
+
+    bool IsPacked() const { return m_Stride == 3 * sizeof(float); }
 };
 
 // A vertex of any number of records; those of nodes that aren't there are reported and left out.
@@ -114,70 +117,124 @@ template <uint32_t N> const ModelVert* DeformRun(const ModelVert* pVert, const M
 }
 
 #if ZOLT_HAS_AVX_KERNELS
-// Vertices of N records each that lie one behind the other, with the same operations as above: the rows x and y of a
-// vertex share a register, z and w another, and four vertices are added up and divided together.
+// A float more than a position is written where another position comes behind it later on.
+ZOLT_AVX inline void StorePosition(Float4 position, char* pOut, bool bMoreBehind)
+{
+    if (bMoreBehind)
+        position.Store(reinterpret_cast<float*>(pOut));
+    else
+        position.StoreXYZ(pOut);
+}
+
+// A single record's share is 1 as a rule, and a division by 1, which is slow, changes nothing.
+template <uint32_t N> ZOLT_AVX inline bool NeedDivision(Float8 shares)
+{
+    return N > 1 || BitsOfUnequal(shares, Float8(1.0f)) != 0;
+}
+
+// Four vertices of N records each that lie one behind the other, with the same operations as above: the rows x and y of
+// a vertex share a register, z and w another, and the four are added up and divided together.
+template <uint32_t N>
+ZOLT_AVX inline void DeformFour(const ModelVertWeight* pWeights, const Deformer& d, char* pOut, bool bMoreBehind)
+{
+    __m256 halves[4]; // x0 + x2, z0 + z2, x1 + x3, z1 + z3; the same of y and w
+    for (uint32_t iVert = 0; iVert < 4; ++iVert)
+    {
+        __m256 xy, zw;
+        for (uint32_t i = 0; i < N; ++i)
+        {
+            const ModelVertWeight& record = pWeights[iVert * N + i];
+            const float* pMatrix = d.m_pMatrices[record.m_iNode].m;
+            const __m256 v = _mm256_broadcast_ps(reinterpret_cast<const __m128*>(record.m_Vec));
+            const __m256 xyProducts = _mm256_mul_ps(_mm256_loadu_ps(pMatrix), v);
+            const __m256 zwProducts = _mm256_mul_ps(_mm256_loadu_ps(pMatrix + 8), v);
+            xy = i == 0 ? xyProducts : _mm256_add_ps(xy, xyProducts);
+            zw = i == 0 ? zwProducts : _mm256_add_ps(zw, zwProducts);
+        }
+        halves[iVert] = _mm256_add_ps(_mm256_unpacklo_ps(xy, zw), _mm256_unpackhi_ps(xy, zw));
+    }
+    __m256 sums[2]; // x, z, and of the next vertex; y, w, and of the next
+    for (uint32_t i = 0; i < 2; ++i)
+    {
+        const __m256 a = halves[2 * i], b = halves[2 * i + 1];
+        sums[i] = _mm256_add_ps(_mm256_shuffle_ps(a, b, 0x44), _mm256_shuffle_ps(a, b, 0xEE));
+    }
+    Float8 xz = _mm256_permute2f128_ps(sums[0], sums[1], 0x20);
+    Float8 yw = _mm256_permute2f128_ps(sums[0], sums[1], 0x31);
+    const Float8 shares = _mm256_permute_ps(yw.v, 0xF5);
+    if (NeedDivision<N>(shares))
+    {
+        xz = QuotientOrZero(xz, shares);
+        yw = QuotientOrZero(yw, shares);
+    }
+    const Float8 even = _mm256_unpacklo_ps(xz.v, yw.v), odd = _mm256_unpackhi_ps(xz.v, yw.v);
+    const Float4 positions[4] = {even.Lower(), odd.Lower(), even.Upper(), odd.Upper()};
+    for (uint32_t i = 0; i < 4; ++i)
+        StorePosition(positions[i], pOut + i * d.m_Stride, bMoreBehind);
+}
+
+// Whether eight records are of one node.
+inline bool AreOfOneNode(const ModelVertWeight* pWeights)
+{
+    for (uint32_t i = 1; i < 8; ++i)
+    {
+        if (pWeights[i].m_iNode != pWeights[0].m_iNode)
+            return false;
+    }
+    return true;
+}
+
+// Eight vertices of one record each, all of the same node, which moves them as one rigid piece: component by component,
+// with the same operations, for there is less to be shuffled.
+ZOLT_AVX inline void DeformRigid(const ModelVertWeight* pWeights, const Deformer& d, char* pOut, bool bMoreBehind)
+{
+    const float* pMatrix = d.m_pMatrices[pWeights[0].m_iNode].m;
+    Float8 v[4], out[4];
+    for (uint32_t i = 0; i < 4; ++i)
+        v[i] = Float8(Float4::Load(pWeights[i].m_Vec), Float4::Load(pWeights[4 + i].m_Vec));
+    Transpose(v[0], v[1], v[2], v[3]);
+    for (uint32_t i = 0; i < 4; ++i, pMatrix += 4)
+    {
+        out[i] = (Float8(pMatrix[0]) * v[0] + Float8(pMatrix[2]) * v[2]) +
+                 (Float8(pMatrix[1]) * v[1] + Float8(pMatrix[3]) * v[3]);
+    }
+    if (NeedDivision<1>(out[3]))
+    {
+        for (uint32_t i = 0; i < 3; ++i)
+            out[i] = QuotientOrZero(out[i], out[3]);
+    }
+    Transpose(out[0], out[1], out[2], out[3]);
+    for (uint32_t i = 0; i < 4; ++i)
+        StorePosition(out[i].Lower(), pOut + i * d.m_Stride, d.IsPacked());
+    for (uint32_t i = 0; i < 4; ++i)
+        StorePosition(out[i].Upper(), pOut + (4 + i) * d.m_Stride, bMoreBehind);
+}
+
+// Vertices of N records each that lie one behind the other.
 template <uint32_t N> ZOLT_AVX void DeformRow(const ModelVertWeight* pWeights, uint32_t nVerts, Deformer& deformer)
 {
     const Deformer d = deformer;
     char* pOut = d.m_pOut;
-    const bool bPacked = d.m_Stride == 3 * sizeof(float);
-    for (; nVerts >= 4; nVerts -= 4, pWeights += size_t{4} * N, pOut += 4 * d.m_Stride)
+    while (nVerts >= 4)
     {
-        for (size_t i = 0; i < size_t{4} * N * sizeof(ModelVertWeight); i += 64)
+        const bool bRigid = N == 1 && nVerts >= 8 && AreOfOneNode(pWeights);
+        const uint32_t nNow = bRigid ? 8 : 4;
+        const bool bMoreBehind = d.IsPacked() && nVerts > nNow;
+        for (size_t i = 0; i < size_t{nNow} * N * sizeof(ModelVertWeight); i += 64)
             Prefetch(pWeights, AHEAD + i);
         Prefetch(pOut, OUT_AHEAD);
-        if (!AreBelow<4 * N>(pWeights, d.m_nNodes)) [[unlikely]]
+        if (!(bRigid ? AreBelow<1>(pWeights, d.m_nNodes) : AreBelow<4 * N>(pWeights, d.m_nNodes))) [[unlikely]]
         {
-            for (uint32_t i = 0; i < 4; ++i)
+            for (uint32_t i = 0; i < nNow; ++i)
                 DeformVertex(pWeights + size_t{i} * N, N, d.m_pMatrices, d.m_nNodes, pOut + i * d.m_Stride);
-            continue;
         }
-        __m256 halves[4]; // x0 + x2, z0 + z2, x1 + x3, z1 + z3; the same of y and w
-        for (uint32_t iVert = 0; iVert < 4; ++iVert)
-        {
-            __m256 xy, zw;
-            for (uint32_t i = 0; i < N; ++i)
-            {
-                const ModelVertWeight& record = pWeights[iVert * N + i];
-                const float* pMatrix = d.m_pMatrices[record.m_iNode].m;
-                const __m256 v = _mm256_broadcast_ps(reinterpret_cast<const __m128*>(record.m_Vec));
-                const __m256 xyProducts = _mm256_mul_ps(_mm256_loadu_ps(pMatrix), v);
-                const __m256 zwProducts = _mm256_mul_ps(_mm256_loadu_ps(pMatrix + 8), v);
-                xy = i == 0 ? xyProducts : _mm256_add_ps(xy, xyProducts);
-                zw = i == 0 ? zwProducts : _mm256_add_ps(zw, zwProducts);
-            }
-            halves[iVert] = _mm256_add_ps(_mm256_unpacklo_ps(xy, zw), _mm256_unpackhi_ps(xy, zw));
-        }
-        __m256 sums[2]; // x, z, and of the next vertex; y, w, and of the next
-        for (uint32_t i = 0; i < 2; ++i)
-        {
-            const __m256 a = halves[2 * i], b = halves[2 * i + 1];
-            sums[i] = _mm256_add_ps(_mm256_shuffle_ps(a, b, 0x44), _mm256_shuffle_ps(a, b, 0xEE));
-        }
-        __m256 xz = _mm256_permute2f128_ps(sums[0], sums[1], 0x20);
-        __m256 yw = _mm256_permute2f128_ps(sums[0], sums[1], 0x31);
-        const __m256 shares = _mm256_permute_ps(yw, 0xF5);
-        // A single record's share is 1 as a rule, and a division by 1, which is slow, changes nothing.
-        if (N > 1 || _mm256_movemask_ps(_mm256_cmp_ps(shares, _mm256_set1_ps(1.0f), _CMP_NEQ_UQ)) != 0)
-        {
-            const __m256 isShared = _mm256_cmp_ps(shares, _mm256_setzero_ps(), _CMP_NEQ_UQ);
-            xz = _mm256_and_ps(_mm256_div_ps(xz, shares), isShared);
-            yw = _mm256_and_ps(_mm256_div_ps(yw, shares), isShared);
-        }
-        const __m256 even = _mm256_unpacklo_ps(xz, yw), odd = _mm256_unpackhi_ps(xz, yw);
-        const Float4 positions[4] = {_mm256_castps256_ps128(even), _mm256_castps256_ps128(odd),
-                                     _mm256_extractf128_ps(even, 1), _mm256_extractf128_ps(odd, 1)};
-        if (bPacked && nVerts > 4)
-        {
-            // The fourth float of each goes where the next vertex will be.
-            for (uint32_t i = 0; i < 4; ++i)
-                positions[i].Store(reinterpret_cast<float*>(pOut) + size_t{3} * i);
-        }
+        else if (bRigid)
+            DeformRigid(pWeights, d, pOut, bMoreBehind);
         else
-        {
-            for (uint32_t i = 0; i < 4; ++i)
-                positions[i].StoreXYZ(pOut + i * d.m_Stride);
-        }
+            DeformFour<N>(pWeights, d, pOut, bMoreBehind);
+        nVerts -= nNow;
+        pWeights += size_t{nNow} * N;
+        pOut += nNow * d.m_Stride;
     }
     for (; nVerts != 0; --nVerts, pWeights += N, pOut += d.m_Stride)
         DeformVertex(pWeights, N, d.m_pMatrices, d.m_nNodes, pOut);

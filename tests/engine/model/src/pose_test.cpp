@@ -447,45 +447,53 @@ TEST(VertexDeformation, TakesNoMemory)
     EXPECT_TRUE(bDone);
 }
 
-// Equal counts take a way of their own, to the same bits as with one other vertex behind them.
+// Equal counts take a way of their own, and so do vertices one behind the other that a single node moves: to the same
+// bits as with one other vertex behind them.
 TEST(VertexDeformation, EqualCounts)
 {
-    for (uint32_t nEach = 1; nEach <= 4; ++nEach)
+    for (uint32_t iCase = 1; iCase <= 5; ++iCase)
     {
-        SCOPED_TRACE(nEach);
-        abc::Random random(nEach);
+        SCOPED_TRACE(iCase);
+        const bool bRigid = iCase == 5;
+        const uint32_t nEach = bRigid ? 1 : iCase, nVerts = bRigid ? 24 : 11, iZero = bRigid ? 10 : 2;
+        abc::Random random(iCase);
         abc::File file;
         file.nodes = random.Tree(9);
         file.links[0].relations.assign(9, random.Place());
         file.anims = {random.Animation("a", 9, 2)};
         file.pieces.resize(1);
-        file.pieces[0].lods = {random.RandomMesh(11, 0, 9)};
+        file.pieces[0].lods = {random.RandomMesh(nVerts, 0, 9)};
         std::vector<abc::Vert>& verts = file.pieces[0].lods[0].verts;
         for (abc::Vert& vert : verts)
             vert.weights.resize(nEach, {random.Int(9), random.Vector(30), random.Float(0.05f, 1)});
-        verts[2].weights.assign(nEach, {3, {1, 2, 3}, 0});
+        verts[iZero].weights.assign(nEach, {3, {1, 2, 3}, 0});
+        for (uint32_t i = 0; bRigid && i < nVerts; ++i)
+        {
+            abc::Weight& weight = verts[i].weights[0];
+            weight.node = i < 7 ? 3 : i < 8 ? 4 : 5, weight.share = i < 16 ? weight.share : 1;
+        }
         LoadedModel equal(file);
         verts.emplace_back().weights.assign(nEach % 4 + 1, {0, {1, 2, 3}, 1});
         LoadedModel mixed(file);
         AssertionCatcher catcher;
-        Vector3 out[2][12];
+        Vector3 out[2][25];
         for (const bool bDamaged : {false, true})
         {
             LoadedModel* const models[] = {&equal, &mixed};
             for (int i = 0; i < 2; ++i)
             {
-                if (bDamaged)
-                    models[i]->GetPiece(0)->GetVert(5)->m_Weights[nEach - 1].m_iNode = 9;
+                for (uint32_t iVert = bRigid ? 8 : 5; bDamaged && iVert < (bRigid ? 16 : 6); ++iVert)
+                    models[i]->GetPiece(0)->GetVert(iVert)->m_Weights[nEach - 1].m_iNode = 9;
                 VertexDeformRequest request;
                 request.m_nAnims = 1;
                 request.m_Anims[0].Init(models[i], 0, 0, 0, 1, 0.4f);
                 request.m_pVertOut = out[i];
                 ASSERT_TRUE(models[i]->GetVertexPositions(&request, QZTRUE));
             }
-            EXPECT_EQ(memcmp(out[0], out[1], 11 * sizeof(Vector3)), 0);
-            EXPECT_TRUE(out[0][2].NearlyEquals(Vector3(0, 0, 0), 0));
+            EXPECT_EQ(memcmp(out[0], out[1], nVerts * sizeof(Vector3)), 0);
+            EXPECT_TRUE(out[0][iZero].NearlyEquals(Vector3(0, 0, 0), 0));
         }
-        EXPECT_EQ(catcher.Caught(), (std::vector<std::string>(2, "pWeight->m_iNode < NumNodes()")));
+        EXPECT_EQ(catcher.Caught(), (std::vector<std::string>(bRigid ? 16 : 2, "pWeight->m_iNode < NumNodes()")));
     }
 }
 
