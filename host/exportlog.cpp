@@ -21,18 +21,17 @@ bool KeptLog::Add(const std::string& text)
     if (isFirst && !m_Path.empty())
         m_File = open(m_Path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
     size_t done = 0;
-    while (m_File >= 0 && done < text.size())
+    while (m_File >= 0 && !m_Failed && done < text.size())
     {
         const ssize_t written = write(m_File, text.data() + done, text.size() - done);
-        if (written < 0 && errno != EINTR)
-            break;
+        m_Failed = written < 0 && errno != EINTR;
         done += written > 0 ? static_cast<size_t>(written) : 0;
     }
     // Written over, and cut off then: of a file that was emptied first, the system would force all to the disk as it is
     // closed. What has no length can't be cut off.
     if (isFirst && m_File >= 0)
         (void)!ftruncate(m_File, static_cast<off_t>(done));
-    return m_File >= 0 && done == text.size();
+    return m_File >= 0 && !m_Failed;
 }
 
 std::vector<std::string> FindLogWarnings(const std::string& log)

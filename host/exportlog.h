@@ -16,12 +16,13 @@ public:
     KeptLog& operator=(const KeptLog&) = delete;
 
     const std::string& GetPath() const { return m_Path; }
-    // False if the text can't be written.
+    // False if the text can't be written; then nothing is from there on.
     bool Add(const std::string& text);
 
 private:
     std::string m_Path;
     int m_File = -1;
+    bool m_Failed = false; // in writing
 };
 
 // The texts behind "WARNING:" of the lines that begin with it.

@@ -2,8 +2,9 @@
 
 #include <fstream>
 
-static const std::size_t HEADER = 32;      // a binary format shows itself in this
-static const std::size_t MAX_HEAD = 65536; // a text in this
+// So many bytes tell most formats apart; a text of glTF or Collada is looked for in more.
+static const std::size_t HEADER = 32;
+static const std::size_t MAX_HEAD = 65536;
 
 // Reads on until `head` has that length, or to the file's end.
 static void ReadUpTo(std::ifstream& file, std::size_t length, std::string& head)

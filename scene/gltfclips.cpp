@@ -193,8 +193,8 @@ bool ReadGltfClips(GltfReading& reading)
         {
             return false;
         }
-        sources[i] =
-            {}; // The next clip's keys take the memory: parsed channels are longer than the keys of a short clip.
+        // The next clip's keys take the memory: parsed channels are longer than the keys of a short clip.
+        sources[i] = {};
     }
     PutKeysOnFrames(reading.document.model.asset.extras, reading.scene);
     return true;

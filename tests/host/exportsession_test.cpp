@@ -480,12 +480,19 @@ TEST_F(ExportSessionTest, WarningsAndTheLog)
     EXPECT_EQ(Run(), 0) << m_Said;
     EXPECT_TRUE(Said(warning)) << m_Said;
     EXPECT_FALSE(Said("log")) << m_Said;
-    EXPECT_NE(ReadFile(m_Options.logPath).find("Node top has lost a direction"), std::string::npos);
+    const std::string fresh = ReadFile(m_Options.logPath);
+    EXPECT_NE(fresh.find("Node top has lost a direction"), std::string::npos);
     m_Options.overwrite = true;
-    m_Options.logPath = m_Folder / "missing/log";
+    std::ofstream(m_Options.logPath, std::ios::app) << "what a longer run left behind";
     EXPECT_EQ(Run(), 0) << m_Said;
-    EXPECT_TRUE(Said(warning)) << m_Said;
-    EXPECT_TRUE(Said("warning: The log can't be written to " + m_Options.logPath + ".\n")) << m_Said;
+    EXPECT_EQ(ReadFile(m_Options.logPath), fresh);
+    for (const std::string& path : {m_Folder / "missing/log", std::string("/dev/full")})
+    {
+        m_Options.logPath = path;
+        EXPECT_EQ(Run(), 0) << m_Said;
+        EXPECT_TRUE(Said(warning)) << m_Said;
+        EXPECT_TRUE(Said("warning: The log can't be written to " + path + ".\n")) << m_Said;
+    }
     m_Options.logPath = m_Folder / "pipe";
     ASSERT_EQ(mkfifo(m_Options.logPath.c_str(), 0600), 0);
     auto log = std::async(std::launch::async, ReadFile, m_Options.logPath);

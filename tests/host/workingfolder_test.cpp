@@ -86,14 +86,18 @@ TEST(WorkingFolderTest, AbandonedFolders)
     const TemporaryFolder base;
     fs::create_directory(base / ".m.abc.zolt-abcdef");
     std::ofstream(base / ".m.abc.zolt-abcdef/m.abc") << "x";
+    fs::create_directory(base / ".m.abc.zolt-ghijkl~");
+    const std::string strange = base / ".n.abc.zolt-abcdef"; // as long a name
+    fs::create_directory(strange);
     {
         WorkingFolder other;
         ASSERT_TRUE(other.Create(base / "other.abc", 511));
-        EXPECT_EQ(CountEntries(base.Path()), 2U);
+        EXPECT_EQ(CountEntries(base.Path()), 4U);
         RemoveAbandonedFolders(base / "other.abc");
-        EXPECT_EQ(CountEntries(base.Path()), 2U);
+        EXPECT_EQ(CountEntries(base.Path()), 4U);
         RemoveAbandonedFolders(base / "m.abc");
-        EXPECT_EQ(CountEntries(base.Path()), 1U);
+        EXPECT_EQ(CountEntries(base.Path()), 2U);
+        EXPECT_TRUE(fs::remove(strange));
         WorkingFolder one;
         WorkingFolder another;
         ASSERT_TRUE(one.Create(base / "m.abc", 511) && another.Create(base / "m.abc", 511));

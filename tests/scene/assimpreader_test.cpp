@@ -364,7 +364,8 @@ TEST(AssimpReader, RefusesWhatItCantReadInOneSentence)
 TEST(ReadScene, WrongAndMissingSuffixes)
 {
     const std::string fbx = Fbx("P: \"RotationPivot\", \"Vector3D\", \"Vector\", \"\",1,0,0\n");
-    const std::pair<const char*, std::string> files[] = {{"wave.obj", Collada()}, {"wave.gltf", Collada()},
+    const std::string late = Replaced(Collada(), "<COLLADA", "<!-- a long word ahead of the document -->\n<COLLADA");
+    const std::pair<const char*, std::string> files[] = {{"wave.obj", late},      {"wave.gltf", Collada()},
                                                          {"wave.fbx", Collada()}, {"wave", Collada()},
                                                          {"turn.dae", fbx},       {"turn.glb", fbx}};
     for (const auto& [name, bytes] : files)

@@ -116,6 +116,28 @@ TEST(GltfReader, BinaryExternalAndEmbeddedBuffersGiveTheSameScene)
         EXPECT_EQ(scene.primitives[0].positions[2].y, 2.0);
         EXPECT_EQ(scene.fileStem, "good");
     }
+
+    // Chunks in another order, one that nobody knows behind the buffer, and no length but the chunk's own.
+    const std::size_t length = embedded.find(R"("byteLength": )" + std::to_string(text.Data().size()) + ", ");
+    const std::string unstated = embedded.substr(0, length) + "}]}";
+    const std::string data(text.Data().begin(), text.Data().end());
+    const auto pack = [&](const std::vector<std::pair<std::string, std::string>>& chunks)
+    {
+        std::string packed;
+        for (const auto& [kind, bytes] : chunks)
+            packed += GltfText::Number(bytes.size()) + kind + bytes;
+        return "glTF" + GltfText::Number(2) + GltfText::Number(12 + packed.size()) + packed;
+    };
+    const std::string bin("BIN\0", 4), unknown(64, '\0');
+    const Scene mixed = ReadGood(pack({{bin, data}, {"JSON", unstated}, {"LAST", unknown}}), "good.glb");
+    EXPECT_EQ(mixed.primitives[0].positions[2].y, 2.0);
+    const std::string beyond = Replaced(Replaced(unstated, R"("byteLength": 36)", R"("byteLength": 108)"),
+                                        R"("count": 3, "type": "VEC3")", R"("count": 9, "type": "VEC3")");
+    const std::string reason = "buffer view 0 reaches beyond its buffer of ";
+    EXPECT_NE(ReadBad(pack({{bin, data}, {"LAST", unknown}, {"JSON", beyond}}), "bad.glb").find(reason + "42 bytes"),
+              std::string::npos);
+    EXPECT_NE(ReadBad(pack({{"JSON", unstated}}), "bad.glb").find(reason + "0 bytes"), std::string::npos);
+
     for (const char* name : {"good.fbx", "good.jpg", "good"})
     {
         Scene scene;

@@ -5,7 +5,7 @@
 // nothing is made of the matrices or kept of the records. Where all vertices of a model have equally many records, one
 // behind the other, AVX does four vertices at once with two rows to a register, or eight that a single node moves as
 // one piece. That is about what the memory gives: 20 bytes a record. Every way does the same operations in the same
-// order, so all give the same bits.
+// order, or leaves out what changes nothing, so all give the same bits.
 
 #include "engine/model/src/model.h"
 #include "engine/model/src/transformmaker.h"
@@ -117,10 +117,10 @@ template <uint32_t N> const ModelVert* DeformRun(const ModelVert* pVert, const M
 }
 
 #if ZOLT_HAS_AVX_KERNELS
-// A float more than a position is written where another position comes behind it later on.
-ZOLT_AVX inline void StorePosition(Float4 position, char* pOut, bool bMoreBehind)
+// One that may overrun writes a float more than a position, where another position is written later on.
+ZOLT_AVX inline void StorePosition(Float4 position, char* pOut, bool bMayOverrun)
 {
-    if (bMoreBehind)
+    if (bMayOverrun)
         position.Store(reinterpret_cast<float*>(pOut));
     else
         position.StoreXYZ(pOut);
@@ -135,7 +135,7 @@ template <uint32_t N> ZOLT_AVX inline bool NeedDivision(Float8 shares)
 // Four vertices of N records each that lie one behind the other, with the same operations as above: the rows x and y of
 // a vertex share a register, z and w another, and the four are added up and divided together.
 template <uint32_t N>
-ZOLT_AVX inline void DeformFour(const ModelVertWeight* pWeights, const Deformer& d, char* pOut, bool bMoreBehind)
+ZOLT_AVX inline void DeformFour(const ModelVertWeight* pWeights, const Deformer& d, char* pOut, bool bMayOverrun)
 {
     __m256 halves[4]; // x0 + x2, z0 + z2, x1 + x3, z1 + z3; the same of y and w
     for (uint32_t iVert = 0; iVert < 4; ++iVert)
@@ -170,7 +170,7 @@ ZOLT_AVX inline void DeformFour(const ModelVertWeight* pWeights, const Deformer&
     const Float8 even = _mm256_unpacklo_ps(xz.v, yw.v), odd = _mm256_unpackhi_ps(xz.v, yw.v);
     const Float4 positions[4] = {even.Lower(), odd.Lower(), even.Upper(), odd.Upper()};
     for (uint32_t i = 0; i < 4; ++i)
-        StorePosition(positions[i], pOut + i * d.m_Stride, bMoreBehind);
+        StorePosition(positions[i], pOut + i * d.m_Stride, bMayOverrun);
 }
 
 // Whether eight records are of one node.
@@ -186,7 +186,7 @@ inline bool AreOfOneNode(const ModelVertWeight* pWeights)
 
 // Eight vertices of one record each, all of the same node, which moves them as one rigid piece: component by component,
 // with the same operations, for there is less to be shuffled.
-ZOLT_AVX inline void DeformRigid(const ModelVertWeight* pWeights, const Deformer& d, char* pOut, bool bMoreBehind)
+ZOLT_AVX inline void DeformRigid(const ModelVertWeight* pWeights, const Deformer& d, char* pOut, bool bMayOverrun)
 {
     const float* pMatrix = d.m_pMatrices[pWeights[0].m_iNode].m;
     Float8 v[4], out[4];
@@ -207,7 +207,7 @@ ZOLT_AVX inline void DeformRigid(const ModelVertWeight* pWeights, const Deformer
     for (uint32_t i = 0; i < 4; ++i)
         StorePosition(out[i].Lower(), pOut + i * d.m_Stride, d.IsPacked());
     for (uint32_t i = 0; i < 4; ++i)
-        StorePosition(out[i].Upper(), pOut + (4 + i) * d.m_Stride, bMoreBehind);
+        StorePosition(out[i].Upper(), pOut + (4 + i) * d.m_Stride, bMayOverrun);
 }
 
 // Vertices of N records each that lie one behind the other.
@@ -219,7 +219,7 @@ template <uint32_t N> ZOLT_AVX void DeformRow(const ModelVertWeight* pWeights, u
     {
         const bool bRigid = N == 1 && nVerts >= 8 && AreOfOneNode(pWeights);
         const uint32_t nNow = bRigid ? 8 : 4;
-        const bool bMoreBehind = d.IsPacked() && nVerts > nNow;
+        const bool bMayOverrun = d.IsPacked() && nVerts > nNow;
         for (size_t i = 0; i < size_t{nNow} * N * sizeof(ModelVertWeight); i += 64)
             Prefetch(pWeights, AHEAD + i);
         Prefetch(pOut, OUT_AHEAD);
@@ -229,9 +229,9 @@ template <uint32_t N> ZOLT_AVX void DeformRow(const ModelVertWeight* pWeights, u
                 DeformVertex(pWeights + size_t{i} * N, N, d.m_pMatrices, d.m_nNodes, pOut + i * d.m_Stride);
         }
         else if (bRigid)
-            DeformRigid(pWeights, d, pOut, bMoreBehind);
+            DeformRigid(pWeights, d, pOut, bMayOverrun);
         else
-            DeformFour<N>(pWeights, d, pOut, bMoreBehind);
+            DeformFour<N>(pWeights, d, pOut, bMayOverrun);
         nVerts -= nNow;
         pWeights += size_t{nNow} * N;
         pOut += nNow * d.m_Stride;
