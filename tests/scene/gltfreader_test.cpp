@@ -125,7 +125,7 @@ TEST(GltfReader, BinaryExternalAndEmbeddedBuffersGiveTheSameScene)
     {
         std::string packed;
         for (const auto& [kind, bytes] : chunks)
-            packed += GltfText::Number(bytes.size()) + kind + bytes;
+            packed.append(GltfText::Number(bytes.size())).append(kind).append(bytes);
         return "glTF" + GltfText::Number(2) + GltfText::Number(12 + packed.size()) + packed;
     };
     const std::string bin("BIN\0", 4), unknown(64, '\0');
