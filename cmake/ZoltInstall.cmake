@@ -99,7 +99,7 @@ target_link_libraries(zoltplay_shared PUBLIC zoltmodel_shared Threads::Threads)
 target_link_libraries(zoltplay_static PUBLIC zoltmodel_static Threads::Threads)
 
 # The programs look for the plug-in and the libraries in the folder "lib" beside their own.
-foreach(target zoltexport abctool ZoltExport SAA zoltassimp zoltmeshopt)
+foreach(target zoltexport abctool ZoltExport SAA zoltassimp zoltdraco zoltmeshopt)
     if(TARGET ${target})
         get_target_property(type ${target} TYPE)
         if(NOT type STREQUAL "STATIC_LIBRARY")

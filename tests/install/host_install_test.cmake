@@ -17,7 +17,8 @@ endforeach()
 
 # The libraries of ours that the programs and the plug-in load are the installed ones.
 if(LDD)
-    foreach(file bin/zoltexport bin/abctool lib/ZoltExport.so lib/libzoltassimp.so lib/libzoltmeshopt.so)
+    foreach(file bin/zoltexport bin/abctool lib/ZoltExport.so lib/libzoltassimp.so lib/libzoltdraco.so
+            lib/libzoltmeshopt.so)
         run(${LDD} ${WORK_DIR}/prefix/${file})
         string(FIND "${output}" "not found" missing)
         string(FIND "${output}" "${BINARY_DIR}/lib" built)
