@@ -134,7 +134,7 @@ static void ReplaceIndices(GltfDocument& document, const draco::Mesh& mesh, tiny
         for (std::size_t k = 0; k < 3; ++k)
         {
             const std::uint32_t corner = face[k].value();
-            std::memcpy(&bytes[12 * i + 4 * k], &corner, 4);
+            std::memcpy(&bytes[std::size_t(12) * i + 4 * k], &corner, 4);
         }
     }
     tinygltf::Accessor accessor;

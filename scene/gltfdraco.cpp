@@ -48,7 +48,8 @@ bool DecompressDraco(GltfDocument& document, std::string& error)
             if (extension != primitive.extensions.end() &&
                 !DecompressPrimitive(document, extension->second, primitive, error))
             {
-                error = PlaceName("mesh", m, meshes[m].name) + ", primitive " + std::to_string(p) + ": " + error;
+                std::string place = PlaceName("mesh", m, meshes[m].name);
+                error = place.append(", primitive ").append(std::to_string(p)).append(": ").append(error);
                 return false;
             }
         }
