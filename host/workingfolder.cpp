@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -42,16 +43,14 @@ static void RemoveAbandoned(const std::string& folder, const std::string& name)
 {
     const std::string prefix = NamePrefix(name);
     std::vector<std::string> found;
-    DIR* entries = opendir(folder.c_str());
-    for (const dirent* entry = entries ? readdir(entries) : nullptr; entry; entry = readdir(entries))
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(folder.c_str()), closedir);
+    while (const dirent* entry = entries ? readdir(entries.get()) : nullptr)
     {
         const std::string_view fileName = entry->d_name;
         const size_t length = fileName.size() - (fileName.back() == '~' ? 1 : 0);
         if (length == prefix.size() + 6 && fileName.substr(0, prefix.size()) == prefix)
             found.push_back((fs::path(folder) / fileName).string());
     }
-    if (entries)
-        closedir(entries);
     std::error_code error;
     for (const std::string& path : found)
     {

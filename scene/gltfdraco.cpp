@@ -11,17 +11,13 @@ static const char NAME[] = "KHR_draco_mesh_compression";
 static bool DecompressPrimitive(GltfDocument& document, const tinygltf::Value& extension,
                                 tinygltf::Primitive& primitive, std::string& error)
 {
-    static decltype(&ZoltDecompressDraco) decompress = nullptr;
+    std::string reason;
+    auto* const decompress =
+        LoadFunction<decltype(ZoltDecompressDraco)>("libzoltdraco.so", "ZoltDecompressDraco", reason);
     if (decompress == nullptr)
     {
-        std::string reason;
-        decompress =
-            reinterpret_cast<decltype(decompress)>(LoadFunction("libzoltdraco.so", "ZoltDecompressDraco", reason));
-        if (decompress == nullptr)
-        {
-            error = std::string("the decoder of ") + NAME + " can't be loaded: " + reason;
-            return false;
-        }
+        error = std::string("the decoder of ") + NAME + " can't be loaded: " + reason;
+        return false;
     }
     return decompress(document, extension, primitive, error);
 }

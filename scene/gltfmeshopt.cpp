@@ -108,16 +108,12 @@ static MeshoptFilter FilterOf(const CompressedView& view)
 
 static bool Decode(const CompressedView& view, const unsigned char* source, Bytes& bytes, std::string& error)
 {
-    static decltype(&ZoltDecodeMeshopt) decode = nullptr;
+    std::string reason;
+    auto* const decode = LoadFunction<decltype(ZoltDecodeMeshopt)>("libzoltmeshopt.so", "ZoltDecodeMeshopt", reason);
     if (decode == nullptr)
     {
-        std::string reason;
-        decode = reinterpret_cast<decltype(decode)>(LoadFunction("libzoltmeshopt.so", "ZoltDecodeMeshopt", reason));
-        if (decode == nullptr)
-        {
-            error = std::string("the decoder of ") + NAME + " can't be loaded: " + reason;
-            return false;
-        }
+        error = std::string("the decoder of ") + NAME + " can't be loaded: " + reason;
+        return false;
     }
     // Filters may work on four elements at a time.
     bytes.resize((view.count + 3) / 4 * 4 * view.byteStride);

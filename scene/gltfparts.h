@@ -12,7 +12,7 @@
 
 struct GltfReading
 {
-    GltfDocument& document; // parts that are read last give way to what is read
+    GltfDocument& document; // each of its animations is emptied once it has been read
     Scene& scene;
     std::string error;
     std::size_t budget = 0;                            // numbers that may still be stored

@@ -5,12 +5,8 @@
 
 bool ReadAssimpScene(const char* path, Scene& scene, std::string& error)
 {
-    static decltype(&ZoltReadAssimpScene) reader = nullptr;
     std::string reason;
-    if (reader == nullptr)
-    {
-        reader = reinterpret_cast<decltype(reader)>(LoadFunction("libzoltassimp.so", "ZoltReadAssimpScene", reason));
-    }
+    auto* const reader = LoadFunction<decltype(ZoltReadAssimpScene)>("libzoltassimp.so", "ZoltReadAssimpScene", reason);
     if (reader != nullptr)
     {
         return reader(path, scene, error);

@@ -45,30 +45,22 @@ template <auto KERNEL, typename... Args> [[gnu::target("avx"), gnu::flatten]] au
     return KERNEL(std::forward<Args>(args)...);
 }
 
-template <auto KERNEL, typename... Args> [[gnu::flatten]] auto RunPlain(Args&&... args)
-{
-    return KERNEL(std::forward<Args>(args)...);
-}
-
-// Runs a function that works on vectors in loops. It is compiled twice, the second time with the shorter instructions
-// of AVX, without fused products, so that it gives the same bits; all that it calls and that isn't marked otherwise
-// becomes part of it.
-template <auto KERNEL, typename... Args> inline auto RunKernel(Args&&... args)
-{
-    return HasAvx() ? RunWithAvx<KERNEL>(std::forward<Args>(args)...) : RunPlain<KERNEL>(std::forward<Args>(args)...);
-}
-
-ZOLT_END_NAMESPACE
-
-#else
-
-ZOLT_BEGIN_NAMESPACE
-
-template <auto KERNEL, typename... Args> inline auto RunKernel(Args&&... args)
-{
-    return KERNEL(std::forward<Args>(args)...);
-}
-
 ZOLT_END_NAMESPACE
 
 #endif
+
+ZOLT_BEGIN_NAMESPACE
+
+// Runs a function that works on vectors in loops. It is compiled a second time with the shorter instructions of AVX,
+// without fused products, so that it gives the same bits; all that it calls and that isn't marked otherwise becomes
+// part of it.
+template <auto KERNEL, typename... Args> inline auto RunKernel(Args&&... args)
+{
+#if ZOLT_HAS_AVX_KERNELS
+    if (HasAvx())
+        return RunWithAvx<KERNEL>(std::forward<Args>(args)...);
+#endif
+    return KERNEL(std::forward<Args>(args)...);
+}
+
+ZOLT_END_NAMESPACE

@@ -328,7 +328,7 @@ ZOLT_AVX [[gnu::noinline]] uint32_t InterpolateByTwo(const NodeKeyFrame* const* 
         termsA[k] = Float8(series.m_Terms[k].a, series.m_Terms[k].a);
         termsB[k] = Float8(series.m_Terms[k].b, series.m_Terms[k].b);
     }
-    const Float8 percent = termsB[0];
+    const Float8 percent = termsB[0]; // the fraction as it is
     uint32_t iBlock = 0;
     for (; iBlock + 2 <= nBlocks; iBlock += 2, pPrev += size_t{2} * LANES, pCur += size_t{2} * LANES)
     {
@@ -378,7 +378,7 @@ inline void InterpolateKeys(const PosePosition& position, const NearSeries& seri
     const uint32_t nBlocks = (nodes.m_nNodes + LANES - 1) / LANES;
     const NodeKeyFrame* const* pPrev = prevKeys;
     const NodeKeyFrame* const* pCur = bSameTracks ? prevKeys : curKeys;
-    const Float4 percent = series.m_Terms[0].b;
+    const Float4 percent(position.m_Percent);
     uint32_t iBlock = 0;
 #if ZOLT_HAS_AVX_KERNELS
     if (HasAvx())
